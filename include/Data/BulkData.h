@@ -1,0 +1,72 @@
+// Many typed values in one object, passed between clients and the cache.
+#pragma once
+
+#include "Data/DataTypes.h"
+#include "Data/Export.h"
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+
+class Semaphore;
+
+namespace Data {
+
+/// One value of a BulkData. Only the field that `itemType` names is meaningful.
+struct BulkDataItem {
+    int intValue = 0;
+    bool boolValue = false;
+    std::string stringValue;
+    eDataItemType itemType = eDataItemTypeInvalid;
+    bool writtenToDb = false;
+};
+
+/// Usable while the facade is initialised, which answers the tags' types; without it values are refused. Operations take the
+/// object's own re-entrant lock without time limit, save where it says otherwise.
+class MEDIADATA_EXPORT BulkData {
+public:
+    BulkData();
+    /// Deep copies: the source's lock is held while copying and the own one while replacing, never both.
+    BulkData(BulkData const& other);
+    BulkData& operator=(BulkData const& other);
+    ~BulkData();
+
+    /// Asks for a tag; always true.
+    bool addTag(eDataTag tag);
+    /// Asks for a tag that can be read in bulk: false for tables and unknown tags. Takes no lock before it adds the tag.
+    bool setTag(eDataTag tag);
+    /// The tag's item type when it is T's, otherwise 4 (invalid). Takes no lock. T is int, bool or std::string.
+    template <class T> eDataItemType checkTagType(eDataTag tag, T const& value) const;
+    /// Adds or replaces a value and asks for the tag. False, and nothing changes, when the tag's type is not T.
+    template <class T> bool addTagValue(eDataTag tag, T const& value, bool writtenToDb);
+    template <class T> bool setTagData(eDataTag tag, T const& value, bool writtenToDb);
+    /// Reads a value. A tag without a value answers false and leaves the lock held by the caller, which is required behaviour:
+    /// other threads then wait for this object.
+    template <class T> bool getTagValue(eDataTag tag, T& value);
+    template <class T> bool getTagData(eDataTag tag, T& value);
+    /// Says whether the tag's value is in the database; ignored for a tag without a value.
+    void setTagWrittenToDb(eDataTag tag, bool written);
+    /// The tags whose values are not in the database.
+    std::set<eDataTag> getTagsNotSetInDb();
+    /// A copy of the tags asked for. Takes no lock.
+    std::set<eDataTag> getTags() const;
+    /// A copy of the map; the items stay this object's own. Takes no lock.
+    std::map<eDataTag, BulkDataItem*> getTagsValues() const;
+    /// Removes all tags and values.
+    void clear();
+    /// `<item><tag>T</tag><value>V</value></item>` for each value in tag order, nothing escaped.
+    std::string serialize();
+
+private:
+    using Items = std::map<eDataTag, BulkDataItem*>;
+
+    static void deepCopyMap(Items const& source, Items& target);
+    static void deleteItems(Items& items);
+
+    Items m_items; ///< owned
+    std::set<eDataTag> m_tags;
+    std::unique_ptr<Semaphore> m_lock;
+};
+
+} // namespace Data

@@ -1,0 +1,14 @@
+// The names by which the outside knows the settings: das... names of the database's schemas, elements and table columns, ocms...
+// names of the management service's items and sub-items. Constant from load to exit; compared by address as well as by text.
+#pragma once
+
+#include "Data/Export.h"
+
+#include <string>
+
+namespace Data {
+
+#define SETTING_NAME(constant, text) MEDIADATA_EXPORT extern std::string const constant;
+#include "Data/settings.def"
+
+} // namespace Data

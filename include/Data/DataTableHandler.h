@@ -1,0 +1,54 @@
+// Keeps one table object per table tag and moves values between cells and stored tables.
+#pragma once
+
+#include "Data/DataSourceDB.h"
+
+#include <map>
+#include <memory>
+
+namespace Data {
+
+/// Runs under the cache's lock and calls back into the cache on the same thread.
+class MEDIADATA_EXPORT DataSourceDB::DataTableHandler {
+public:
+    class DataTable;
+    class DataTableCodecSetting;
+    class DataTableDistinctiveRinging;
+    class DataTableDoorOpenerTypeDependentTags;
+    class DataTableGroupPickupDependentTags;
+    class DataTableHeadsetPriorities;
+    class DataTableSRTPEncryptionSetting;
+
+    /// What the check of a table decided.
+    enum eTableCheck : int {
+        eTableValid = 0,      ///< store `toStore`
+        eTableStoreCells = 1, ///< store `values` in cache and database
+        eTableCorrected = 2,  ///< `values` to the cache, `toStore` to cache and database
+        eTableRejected = 3,   ///< `values` holds the previous values again
+        eTableCorrupt = 4     ///< reset to default values
+    };
+
+    /// The callback is borrowed and may be null: nothing is then read or written.
+    DataTableHandler(std::list<eDataTag> const& tableTags, DataDBCallback* callback);
+    ~DataTableHandler();
+    DataTableHandler(DataTableHandler const&) = delete;
+    DataTableHandler& operator=(DataTableHandler const&) = delete;
+
+    /// Splits the stored tables into their cells.
+    void readDataFromTables(bool userDataOnly);
+    /// Checks and stores the tables that changed. False when one was rejected; `rejected` then holds its tags.
+    bool writeTablesToDB(DataTagValue_t& rejected);
+    /// Ignored for an unknown table.
+    void setTableChanged(eDataTag table);
+
+private:
+    void fillTableMap(std::list<eDataTag> const& tableTags);
+    void readTable(DataTable& table);
+    bool writeTable(DataTable& table, DataTagValue_t& rejected);
+    void resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore);
+
+    DataDBCallback* m_callback;
+    std::map<eDataTag, std::unique_ptr<DataTable>> m_tables;
+};
+
+} // namespace Data
