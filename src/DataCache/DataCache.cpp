@@ -1,0 +1,380 @@
+#include "Data/DataCache.h"
+
+#include "Data/BulkData.h"
+#include "Data/DataItem.h"
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Data/DataSourceFile.h"
+
+#include "DataCache/ScopedLock.h"
+#include "DataCache/TextValues.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Log.h"
+
+#include "ManageableData.h"
+#include "Semaphore.h"
+#include "SvcRTEContext.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataCache";
+
+/// Setting one of these is an action: an unchanged value is set, stored and announced all the same.
+constexpr bool isAction(eDataTag tag)
+{
+    return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
+}
+
+/// For the management service an announcement of mobility is an action too.
+constexpr bool isActionInBatch(eDataTag tag)
+{
+    return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics || tag == eDataTagMobilityDataUpdate;
+}
+
+} // namespace
+
+DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observedTags, eDataComponent component)
+    : m_component(component), m_lock(std::make_unique<Semaphore>(1, 0, true))
+{
+    DataItemBuilder::verifyDataTable();
+    clearDataMap();
+
+    std::list<eDataTag> ownTags;
+    std::list<eDataTag> handled;
+    DataItemBuilder::getComponentTagList(component, ownTags);
+    DataItemBuilder::addIntoDataMap(ownTags, false, m_dataMap, handled);
+    DataItemBuilder::addIntoDataMap(observedTags, true, m_dataMap, handled);
+    for (auto const& [tag, item] : m_dataMap)
+        m_index[static_cast<std::size_t>(tag)] = item;
+
+    m_sourceDB = std::make_unique<DataSourceDB>(context, ownTags, this);
+    m_sourceOCMS = std::make_unique<DataSourceOCMS>(context, component, handled, ownTags, this, this);
+    m_sourceFile = std::make_unique<DataSourceFile>();
+
+    readAllDataFromSourceDB();
+    readDataFromSourceFile();
+
+    // What was read at start-up is nobody's news.
+    std::set<DataUpdateCallback*> discarded;
+    for (auto const& entry : m_dataMap)
+        entry.second->getCallbacks(discarded);
+    m_touched.reset();
+
+    m_initialised = true;
+    m_lock->give();
+}
+
+DataCache::~DataCache()
+{
+    m_lock->take(-1);
+    clearDataMap();
+    m_sourceDB.reset();
+    m_sourceOCMS.reset();
+    m_sourceFile.reset();
+    m_lock->give();
+}
+
+void DataCache::clearDataMap()
+{
+    ScopedLock const held(*m_lock);
+    for (auto const& entry : m_dataMap)
+        delete entry.second;
+    m_dataMap.clear();
+    m_index.fill(nullptr);
+    m_touched.reset();
+}
+
+DataItemBase* DataCache::findItem(eDataTag tag) const
+{
+    auto const index = static_cast<std::size_t>(tag);
+    return index < m_index.size() ? m_index[index] : nullptr;
+}
+
+void DataCache::noteChange(eDataTag tag)
+{
+    m_changed = true;
+    m_touched.set(static_cast<std::size_t>(tag));
+}
+
+eDataItemType DataCache::getItemType(eDataTag tag)
+{
+    return DataItemBuilder::getItemType(tag);
+}
+
+template <class T> bool DataCache::getData(eDataTag tag, T& value)
+{
+    ScopedLock const held(*m_lock);
+    auto* const item = findItem(tag);
+    if (!item)
+        return readDataFromSourceOCMS(tag, value);
+    if (item->source() == eDataSourceFile)
+        readDataFromSourceFile();
+    return item->getValue(value);
+}
+
+template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
+{
+    ScopedLock const held(*m_lock);
+    DataTagValue_t written;
+    bool stored = setDataValue(tag, value, written) && updateDataInSourceDB();
+    if (toManagement && stored && !written.empty()) {
+        stored = writeDataToSourceOCMS(tag, value);
+        if (!stored)
+            LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
+    }
+    updateCallbacks();
+    return stored;
+}
+
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, DataTagValue_t& written)
+{
+    ScopedLock const held(*m_lock);
+    auto* const item = findItem(tag);
+    auto const setAtManagement = [&] {
+        if (writeDataToSourceOCMS(tag, value))
+            return true;
+        LOG_ERROR(unit, "DataCache::setDataValue - ERR failed to set OCMS value\n");
+        return false;
+    };
+    if (!item)
+        return setAtManagement();
+
+    T present{};
+    if (!item->getValue(present)) {
+        LOG_ERROR(unit, "DataCache::setDataValue - ERR used wrong type in reading value for tag %i\n", tag);
+        return false;
+    }
+    if (value == present && !isAction(tag))
+        return true;
+
+    std::string reason;
+    if (!item->setValue(value, reason)) {
+        // The message names the batch operation; it is kept so, since logs are searched for it.
+        LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value given! '%s'\n", reason.c_str());
+        return false;
+    }
+    noteChange(tag);
+
+    switch (item->source()) {
+    case eDataSourceDB:
+        if (writeDataToSourceDB(tag, item)) {
+            written[tag] = convertToString(value);
+            return true;
+        }
+        LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
+        item->setValue(present, reason);
+        return false;
+    case eDataSourceFile:
+        LOG_ERROR(unit, "DataCache::setDataValue -> DATA_FILE not implemented \n");
+        return true;
+    case eDataSourceNone:
+        return setAtManagement();
+    default:
+        return true; // The group-pickup tag is kept in memory alone.
+    }
+}
+
+bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+{
+    ScopedLock const held(*m_lock);
+    bool accepted = true;
+    for (auto const& [tag, text] : values) {
+        auto* const item = findItem(tag);
+        if (!item)
+            continue;
+        std::string present;
+        if (item->getValueString(present) && present == text && !isActionInBatch(tag)) {
+            rejected[tag] = "";
+            continue;
+        }
+        std::string reason;
+        if (!item->setValueString(text, reason)) {
+            LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value '%s' given! '%s'\n", text.c_str(), reason.c_str());
+            rejected[tag] = reason;
+            accepted = false;
+            continue;
+        }
+        noteChange(tag);
+        if (!persist || !m_initialised || item->source() != eDataSourceDB)
+            continue;
+        if (!writeDataToSourceDB(tag, item)) {
+            LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n", tag);
+            item->setValueString(present, reason);
+            return false;
+        }
+        if (toManagement)
+            writeDataToSourceOCMS(tag, text);
+    }
+    return accepted;
+}
+
+void DataCache::getDataValues(DataTagValue_t& values)
+{
+    ScopedLock const held(*m_lock);
+    for (auto& [tag, text] : values) {
+        auto const* const item = findItem(tag);
+        if (item && !item->getValueString(text))
+            LOG_ERROR(unit, "DataCache::getDataValues - ERR ... shouldn't happen that someone asks us for value of item we "
+                            "don't have (and own)\n");
+    }
+}
+
+bool DataCache::registerCallback(std::list<eDataTag> const& tags, DataUpdateCallback* callback)
+{
+    ScopedLock const held(*m_lock);
+    bool complete = true;
+    for (auto const tag : tags) {
+        if (auto* const item = findItem(tag))
+            item->addCallback(callback);
+        else
+            complete = false;
+    }
+    return complete;
+}
+
+void DataCache::unregisterCallback(DataUpdateCallback* callback)
+{
+    // Only the item with the lowest tag forgets the callback: required behaviour that clients rely on.
+    ScopedLock const held(*m_lock);
+    if (!m_dataMap.empty())
+        m_dataMap.begin()->second->removeCallback(callback);
+}
+
+bool DataCache::getDataOcms(ManageableData& record)
+{
+    return m_sourceOCMS && m_sourceOCMS->getData(record);
+}
+
+bool DataCache::setDataOcms(ManageableData& record)
+{
+    return m_sourceOCMS && m_sourceOCMS->setData(record);
+}
+
+bool DataCache::manageableDataChanged(ManageableData& record)
+{
+    if (!m_sourceOCMS)
+        return false;
+    m_sourceOCMS->manageableDataChanged(record);
+    return true;
+}
+
+MgmtAgentIfc& DataCache::managementAgent()
+{
+    return *m_sourceOCMS;
+}
+
+bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
+{
+    m_touched.set(static_cast<std::size_t>(tag));
+    return m_sourceDB && m_sourceDB->readDataValue(tag, item);
+}
+
+bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
+{
+    return m_sourceDB && m_sourceDB->writeDataValue(tag, item);
+}
+
+bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
+{
+    return m_sourceDB && m_sourceDB->writeDataTables(rejected);
+}
+
+bool DataCache::updateDataInSourceDB()
+{
+    DataTagValue_t scratch;
+    return updateDataInSourceDB(scratch);
+}
+
+template <class T> bool DataCache::writeDataToSourceOCMS(eDataTag tag, T const& value)
+{
+    return m_sourceOCMS && m_sourceOCMS->setData(tag, convertToString(value));
+}
+
+template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value)
+{
+    std::string text;
+    bool const read = m_sourceOCMS && m_sourceOCMS->getData(tag, text);
+    convertFromString(text, value);
+    return read;
+}
+
+void DataCache::readAllDataFromSourceDB()
+{
+    ScopedLock const held(*m_lock);
+    for (auto const& [tag, item] : m_dataMap) {
+        if (item->source() == eDataSourceDB)
+            readDataFromSourceDB(tag, item);
+    }
+    if (m_sourceDB)
+        m_sourceDB->readDataFromTables(false);
+    m_changed = true;
+}
+
+void DataCache::readUserDataFromSourceDB()
+{
+    ScopedLock const held(*m_lock);
+    for (auto const& [tag, item] : m_dataMap) {
+        if (DataItemBuilder::isUserData(tag))
+            readDataFromSourceDB(tag, item);
+    }
+    if (m_sourceDB)
+        m_sourceDB->readDataFromTables(true);
+    m_changed = true;
+}
+
+void DataCache::readDataFromSourceFile()
+{
+    ScopedLock const held(*m_lock);
+    if (!m_sourceFile || !m_sourceFile->isConfigFileChanged())
+        return;
+
+    DataTagValue_t flags;
+    for (auto item = m_dataMap.lower_bound(eDataTagOpusTest); item != m_dataMap.end(); ++item) {
+        if (item->second->source() == eDataSourceFile)
+            flags.emplace(item->first, "");
+    }
+    // No flag is user data, so this drops them all: a flag that left the file keeps its last value until the next start.
+    DataItemBuilder::getDefaultValues(flags, eDataComponentNone, true);
+    m_sourceFile->readConfigFile(flags);
+
+    auto const says = [&flags](eDataTag flag, char const* text) {
+        auto const found = flags.find(flag);
+        return found != flags.end() && found->second == text;
+    };
+    flags.emplace(eDataTagCodecHardwareAllowed3, says(eDataTagOpusTest, "false") ? "false" : "true");
+
+    DataTagValue_t methods;
+    for (int tag = eDataTagSRTPEncryptionMethod1; tag <= eDataTagSRTPEncryptionMethod5; ++tag)
+        methods.emplace(static_cast<eDataTag>(tag), "");
+    getDataValues(methods);
+    constexpr int fromMethodToFlag = eDataTagSRTPEncryptionHardwareAllowed1 - eDataTagSRTPEncryptionMethod1;
+    for (auto const& [tag, text] : methods) {
+        int method = 0;
+        convertFromString(text, method);
+        if (method >= 2 && method <= 4)
+            flags.emplace(static_cast<eDataTag>(tag + fromMethodToFlag), says(eDataTagAes256Test, "true") ? "true" : "false");
+    }
+
+    DataTagValue_t scratch;
+    setDataValues(flags, scratch, false, false);
+    updateDataInSourceDB();
+    updateCallbacks();
+}
+
+template bool DataCache::getData<int>(eDataTag, int&);
+template bool DataCache::getData<bool>(eDataTag, bool&);
+template bool DataCache::getData<std::string>(eDataTag, std::string&);
+template bool DataCache::setData<int>(eDataTag, int const&, bool);
+template bool DataCache::setData<bool>(eDataTag, bool const&, bool);
+template bool DataCache::setData<std::string>(eDataTag, std::string const&, bool);
+template bool DataCache::setDataValue<int>(eDataTag, int const&, DataTagValue_t&);
+template bool DataCache::setDataValue<bool>(eDataTag, bool const&, DataTagValue_t&);
+template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, DataTagValue_t&);
+template bool DataCache::writeDataToSourceOCMS<std::string>(eDataTag, std::string const&);
+
+} // namespace Data

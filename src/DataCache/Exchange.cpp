@@ -1,0 +1,287 @@
+// The cache's exchanges of many values: notifications, bulk operations, resets and what the sources ask for.
+#include "Data/BulkData.h"
+#include "Data/DataCache.h"
+#include "Data/DataItem.h"
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Data/DataSourceFile.h"
+#include "Data/DataUpdateCallback.h"
+
+#include "DataCache/ScopedLock.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Log.h"
+
+#include "Semaphore.h"
+
+#include <utility>
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataCache";
+
+/// Reads the item's value of type T into the bulk. A failed read leaves T's default there, flagged as not stored.
+template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
+{
+    T value{};
+    bool const read = item.getValue(value);
+    bulk.setTagData(item.tag(), value, read);
+    return read;
+}
+
+template <class T> void addChange(DataItemBase const& item, std::set<DataUpdateCallback*> const& callbacks,
+                                  std::map<DataUpdateCallback*, BulkData>& changes)
+{
+    T value{};
+    item.getValue(value);
+    for (auto* const callback : callbacks)
+        changes[callback].setTagData(item.tag(), value, false);
+}
+
+} // namespace
+
+void DataCache::collectChanges(std::map<DataUpdateCallback*, BulkData>& changes)
+{
+    m_changed = false;
+    std::set<DataUpdateCallback*> callbacks;
+    for (std::size_t index = m_touched._Find_first(); index < m_touched.size(); index = m_touched._Find_next(index)) {
+        auto* const item = m_index[index];
+        if (!item || !item->isChanged())
+            continue;
+        auto const tag = item->tag();
+        auto const type = DataItemBuilder::getItemType(tag);
+        if (m_mobilityType != eMobilityNone && DataItemBuilder::isUserData(tag) && type != eDataItemTypeComplex &&
+            m_sourceOCMS && m_sourceOCMS->checkOCMSItemHandling(tag, OWNED))
+            item->getValueString(m_pendingUserData[tag]);
+        if (!item->getCallbacks(callbacks))
+            continue;
+        switch (type) {
+        case eDataItemTypeInt:
+            addChange<int>(*item, callbacks, changes);
+            break;
+        case eDataItemTypeBool:
+            addChange<bool>(*item, callbacks, changes);
+            break;
+        case eDataItemTypeString:
+            addChange<std::string>(*item, callbacks, changes);
+            break;
+        default:
+            for (std::size_t count = callbacks.size(); count > 0; --count)
+                LOG_AT(unit, 3, "DataCache::updateCallbacks - invalid entry - tag %i \n", tag);
+            break;
+        }
+    }
+    m_touched.reset();
+}
+
+void DataCache::pushUserData(DataTagValue_t pending, unsigned int announcement)
+{
+    if (m_sourceOCMS)
+        m_sourceOCMS->setData(pending);
+    ScopedLock const held(*m_lock);
+    for (auto const& [tag, text] : pending) {
+        // A value that changed while the push was under way waits for the next one.
+        auto const found = m_pendingUserData.find(tag);
+        if (found != m_pendingUserData.end() && found->second == text)
+            m_pendingUserData.erase(found);
+    }
+    if (announcement == m_announcements)
+        m_mobilityType = eMobilityNone;
+}
+
+void DataCache::updateCallbacks()
+{
+    std::map<DataUpdateCallback*, BulkData> changes;
+    DataTagValue_t pending;
+    bool push = false;
+    unsigned int announcement = 0;
+    {
+        ScopedLock const held(*m_lock);
+        if (!m_changed)
+            return;
+        collectChanges(changes);
+        push = m_mobilityType != eMobilityNone && m_mobilityType != eMobilityManaged;
+        if (push) {
+            pending = m_pendingUserData;
+            announcement = m_announcements;
+        }
+    }
+    if (push)
+        pushUserData(std::move(pending), announcement);
+    for (auto& [callback, bulk] : changes)
+        callback->onDataUpdate(bulk);
+}
+
+bool DataCache::setDataBulk(BulkData& bulk)
+{
+    ScopedLock const held(*m_lock);
+    bool accepted = true;
+    DataTagValue_t written;
+    for (auto const& [tag, item] : bulk.getTagsValues()) {
+        if (!item)
+            continue;
+        bool set = false;
+        switch (item->itemType) {
+        case eDataItemTypeInt:
+            set = setDataValue(tag, item->intValue, written);
+            break;
+        case eDataItemTypeBool:
+            set = setDataValue(tag, item->boolValue, written);
+            break;
+        case eDataItemTypeString:
+            set = setDataValue(tag, item->stringValue, written);
+            break;
+        default:
+            LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
+            break;
+        }
+        if (set) {
+            bulk.setTagWrittenToDb(tag, true);
+        } else {
+            LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", tag);
+            accepted = false;
+        }
+    }
+
+    DataTagValue_t failed;
+    accepted = updateDataInSourceDB(failed) && accepted;
+    if (!accepted) {
+        for (auto const& entry : failed)
+            bulk.setTagWrittenToDb(entry.first, false);
+    }
+    for (auto const& [tag, text] : written) {
+        if (!failed.contains(tag))
+            writeDataToSourceOCMS(tag, text);
+    }
+    updateCallbacks();
+    return accepted;
+}
+
+bool DataCache::getDataBulk(BulkData& bulk)
+{
+    ScopedLock const held(*m_lock);
+    bool complete = true;
+    for (auto const tag : bulk.getTags()) {
+        auto const found = m_dataMap.find(tag);
+        if (found == m_dataMap.end()) {
+            LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
+            complete = false;
+            continue;
+        }
+        auto const* const item = found->second;
+        if (!item) {
+            LOG_ERROR(unit, "DataCache::getDataBulk -> no data stored for tag %i \n", tag);
+            complete = false;
+            continue;
+        }
+        bool read = false;
+        switch (DataItemBuilder::getItemType(tag)) {
+        case eDataItemTypeInt:
+            read = readIntoBulk<int>(*item, bulk);
+            break;
+        case eDataItemTypeBool:
+            read = readIntoBulk<bool>(*item, bulk);
+            break;
+        case eDataItemTypeString:
+            read = readIntoBulk<std::string>(*item, bulk);
+            break;
+        default:
+            LOG_ERROR(unit, "DataCache::getDataBulk - invalid entry tag %i \n", tag);
+            break;
+        }
+        if (!read) {
+            LOG_ERROR(unit, "DataCache::getDataBulk - failed to get tag %i \n", tag);
+            complete = false;
+        }
+    }
+    return complete;
+}
+
+void DataCache::applyDefaults(DataTagValue_t const& defaults)
+{
+    if (defaults.empty())
+        return;
+    DataTagValue_t scratch;
+    setDataValues(defaults, scratch, true, false);
+}
+
+void DataCache::resetDataToDefault(std::list<eDataTag> const& tags)
+{
+    ScopedLock const held(*m_lock);
+    DataTagValue_t defaults;
+    for (auto const tag : tags)
+        defaults.emplace(tag, "");
+    DataItemBuilder::getDefaultValues(defaults, m_component, false);
+    applyDefaults(defaults);
+}
+
+void DataCache::dbCBGetFailed(eDataTag tag)
+{
+    ScopedLock const held(*m_lock);
+    DataTagValue_t defaults{{tag, ""}};
+    DataItemBuilder::getDefaultValues(defaults, eDataComponentNone, true);
+    applyDefaults(defaults);
+}
+
+void DataCache::dbCBResetSelectedToDefault(DataTagValue_t& values)
+{
+    ScopedLock const held(*m_lock);
+    DataItemBuilder::getDefaultValues(values, m_component, false);
+    applyDefaults(values);
+}
+
+void DataCache::ocmsCBResetToDefault()
+{
+    {
+        ScopedLock const held(*m_lock);
+        DataTagValue_t defaults;
+        DataItemBuilder::getDefaultValues(m_dataMap, defaults, m_component, true);
+        applyDefaults(defaults);
+        m_changed = true;
+        announce(eMobilityReset);
+    }
+    updateCallbacks();
+}
+
+void DataCache::ocmsCBGetDataValues(DataTagValue_t& values)
+{
+    getDataValues(values);
+}
+
+bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t& rejected)
+{
+    bool stored = false;
+    {
+        // One hold across both, so that no other thread sees or flushes a half-set table.
+        ScopedLock const held(*m_lock);
+        bool const accepted = setDataValues(values, rejected, true, false);
+        stored = updateDataInSourceDB() && accepted;
+    }
+    updateCallbacks();
+    return stored;
+}
+
+void DataCache::mobilityChanged(std::string const& value)
+{
+    ScopedLock const held(*m_lock);
+    DataMobility::mobilityChanged(value);
+}
+
+void DataCache::dbCBGetDataValues(DataTagValue_t& values)
+{
+    getDataValues(values);
+}
+
+bool DataCache::dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement)
+{
+    DataTagValue_t scratch;
+    return setDataValues(values, scratch, persist, toManagement);
+}
+
+bool DataCache::dbCBQueryIsTableUserData(eDataTag table)
+{
+    return DataItemBuilder::isUserData(table);
+}
+
+} // namespace Data

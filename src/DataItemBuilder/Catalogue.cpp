@@ -1,0 +1,319 @@
+// The catalogue's records. The rows of settings.def are checked and condensed while compiling (equal chains become one and
+// texts move into the rows, so that nothing is left to relocate) and unfolded into the records when the library loads.
+#include "Data/DataItemBuilder.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+
+namespace Data {
+
+namespace {
+
+using Builder = DataCache::DataItemBuilder;
+
+/// A step of a chain; its parameters are numbers or texts, or there are none.
+struct Step {
+    enum class Parameters { none, numbers, texts };
+
+    Builder::ValidatorBuilder builder = nullptr;
+    Parameters parameters = Parameters::none;
+    int numbers[2] = {0, 0};
+    char const* texts[2] = {"", ""};
+
+    constexpr bool operator==(Step const& other) const
+    {
+        return builder == other.builder && std::equal(numbers, numbers + 2, other.numbers) &&
+               std::equal(texts, texts + 2, other.texts,
+                          [](std::string_view own, std::string_view others) { return own == others; });
+    }
+};
+
+struct Chain {
+    Step first;
+    Step second;
+
+    bool operator==(Chain const&) const = default;
+};
+
+/// A row of settings.def as it is written there.
+struct Setting {
+    eDataItemType type = eDataItemTypeInt;
+    std::string_view defaultText;
+    eDataComponent component = eDataComponentMedia;
+    bool isUserData = false;
+    bool secondFlag = false;
+    Chain valueChain;
+    Chain stringChain;
+};
+
+// What a row may add to its type and default
+
+constexpr auto observed = [](Setting& setting) { setting.component = eDataComponentNone; };
+constexpr auto userData = [](Setting& setting) { setting.isUserData = true; };
+constexpr auto secondFlag = [](Setting& setting) { setting.secondFlag = true; };
+
+constexpr Step numberStep(Builder::ValidatorBuilder builder, int first, int second)
+{
+    return {builder, Step::Parameters::numbers, {first, second}};
+}
+
+constexpr auto numberEnteredInDigits(Chain const& valueChain)
+{
+    return [valueChain](Setting& setting) {
+        setting.valueChain = valueChain;
+        setting.stringChain.first = Step{.builder = Builder::dataValidatorStringAllDigits};
+    };
+}
+
+constexpr auto range(int minimum, int maximum)
+{
+    return numberEnteredInDigits({numberStep(Builder::dataValidatorIntRange, minimum, maximum), {}});
+}
+
+constexpr auto evenRange(int minimum, int maximum)
+{
+    return numberEnteredInDigits({numberStep(Builder::dataValidatorBasePort, minimum, maximum), {}});
+}
+
+/// The second step stays without effect, which is required: the chain builder does not accept its validator.
+constexpr auto rangeThenNot(int minimum, int maximum, int first, int second)
+{
+    return numberEnteredInDigits({numberStep(Builder::dataValidatorIntRange, minimum, maximum),
+                                  numberStep(Builder::dataValidatorIntRangeNot, first, second)});
+}
+
+constexpr auto length(int minimum, int maximum)
+{
+    return [=](Setting& setting) {
+        setting.valueChain.first = numberStep(Builder::dataValidatorStringLength, minimum, maximum);
+    };
+}
+
+constexpr auto oneOf(char const* list, char const* separator)
+{
+    return [=](Setting& setting) {
+        setting.valueChain.first = {Builder::dataValidatorStringsAllowed, Step::Parameters::texts, {}, {list, separator}};
+    };
+}
+
+constexpr auto noWhiteSpace = [](Setting& setting) {
+    setting.valueChain.first = Step{.builder = Builder::dataValidatorStringNoWhitespace};
+};
+constexpr auto trueOrFalse = [](Setting& setting) {
+    setting.stringChain.first = Step{.builder = Builder::dataValidatorStringBoolean};
+};
+
+template <class... Options> constexpr Setting setting(eDataItemType type, std::string_view defaultText, Options... options)
+{
+    Setting result{.type = type, .defaultText = defaultText, .valueChain = {}, .stringChain = {}};
+    (options(result), ...);
+    return result;
+}
+
+constexpr Setting settings[] = {
+#define SETTING_ROW(number, name, type, ...) setting(eDataItemType##type, __VA_ARGS__),
+#include "Data/settings.def"
+};
+
+// Laws
+
+/// The rows in the order in which they are written.
+enum class Position : std::int32_t {
+#define SETTING_ROW(number, name, type, ...) name,
+#include "Data/settings.def"
+};
+
+constexpr bool isDecimalInt(std::string_view text)
+{
+    bool const negative = text.starts_with('-');
+    std::int64_t value = 0;
+    for (char const digit : text.substr(negative ? 1 : 0)) {
+        value = value * 10 + (digit - '0');
+        if (digit < '0' || digit > '9' || value > INT32_MAX)
+            return false;
+    }
+    return text.size() > (negative ? 1U : 0U);
+}
+
+constexpr bool defaultFitsType(Setting const& setting)
+{
+    switch (setting.type) {
+    case eDataItemTypeInt:
+        return setting.defaultText.empty() || isDecimalInt(setting.defaultText);
+    case eDataItemTypeBool:
+        return setting.defaultText.empty() || setting.defaultText == "true" || setting.defaultText == "false";
+    default:
+        return true;
+    }
+}
+
+/// A name and where it counts; an empty name is none.
+struct ScopedName {
+    std::string_view scope;
+    std::string_view name;
+    std::uint64_t hash = 0;
+
+    constexpr ScopedName() = default;
+    constexpr ScopedName(std::string_view scopeText, std::string_view nameText) : scope(scopeText), name(nameText)
+    {
+        for (std::string_view const part : {scope, name})
+            for (char const c : part)
+                hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211U; // FNV-1a: sorting compares numbers alone
+    }
+    constexpr bool operator==(ScopedName const& other) const
+    {
+        return hash == other.hash && scope == other.scope && name == other.name;
+    }
+};
+
+constexpr std::array<ScopedName, Builder::recordCount> elements{{
+#define SETTING_ELEMENT(number, name, schema, text, table) {#schema, text},
+#define SETTING_WHOLE_TABLE(number, name, schema) {#schema, "(whole)"},
+#define SETTING_NO_ELEMENT(number, name, table) {},
+#define SETTING_NO_SCHEMA(number, name) {},
+#include "Data/settings.def"
+}};
+
+constexpr std::array<ScopedName, Builder::recordCount> items{{
+#define SETTING_ITEM(number, name, text) {text, text},
+#define SETTING_SUB_ITEM(number, name, table, text) {#table, text},
+#define SETTING_NO_ITEM(number, name) {},
+#include "Data/settings.def"
+}};
+
+using RowSet = std::array<bool, Builder::recordCount>;
+
+constexpr RowSet findRepeated(std::array<ScopedName, Builder::recordCount> const& names)
+{
+    std::array<std::pair<std::uint64_t, std::size_t>, Builder::recordCount> sorted{};
+    for (std::size_t i = 0; i < names.size(); ++i)
+        sorted[i] = {names[i].hash, i};
+    std::sort(sorted.begin(), sorted.end());
+    RowSet repeated{};
+    for (std::size_t i = 1; i < sorted.size(); ++i) {
+        ScopedName const& name = names[sorted[i].second];
+        repeated[sorted[i].second] = !name.name.empty() && name == names[sorted[i - 1].second];
+    }
+    return repeated;
+}
+
+constexpr RowSet repeatedElements = findRepeated(elements);
+constexpr RowSet repeatedItems = findRepeated(items);
+
+static_assert(std::size(settings) == Builder::recordCount, "the row End does not have the highest number");
+
+#define SETTING_ROW(number, name, type, ...)                                                                                \
+    static_assert(static_cast<std::int32_t>(Position::name) == (number), "row " #name ": its place is not its tag");        \
+    static_assert(defaultFitsType(settings[static_cast<std::size_t>(Position::name)]), "row " #name ": default and type");  \
+    static_assert(!repeatedItems[static_cast<std::size_t>(Position::name)], "row " #name ": management item used twice");   \
+    static_assert(!repeatedElements[static_cast<std::size_t>(Position::name)],                                              \
+                  "row " #name ": schema and element used twice");
+#include "Data/settings.def"
+
+// Condensed rows
+
+constexpr std::size_t chainLimit = 64;
+
+struct Chains {
+    std::array<Chain, chainLimit> chains{}; ///< the first one is the empty chain
+    std::size_t count = 1;
+
+    constexpr std::uint8_t find(Chain const& chain) const
+    {
+        return static_cast<std::uint8_t>(std::find(chains.begin(), chains.begin() + count, chain) - chains.begin());
+    }
+    constexpr void add(Chain const& chain)
+    {
+        if (find(chain) == count)
+            chains.at(count++) = chain;
+    }
+};
+
+constexpr Chains distinctChains = [] {
+    Chains result;
+    for (Setting const& setting : settings) {
+        result.add(setting.valueChain);
+        result.add(setting.stringChain);
+    }
+    return result;
+}();
+
+struct Row {
+    std::array<char, 25> defaultText{};
+    std::uint8_t type = 0;
+    std::uint8_t component = 0;
+    bool isUserData = false;
+    bool secondFlag = false;
+    std::uint8_t valueChain = 0;
+    std::uint8_t stringChain = 0;
+};
+
+constexpr auto rows = [] {
+    std::array<Row, Builder::recordCount> result{};
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        Setting const& setting = settings[i];
+        result[i] = {.type = static_cast<std::uint8_t>(setting.type),
+                     .component = static_cast<std::uint8_t>(setting.component),
+                     .isUserData = setting.isUserData,
+                     .secondFlag = setting.secondFlag,
+                     .valueChain = distinctChains.find(setting.valueChain),
+                     .stringChain = distinctChains.find(setting.stringChain)};
+        for (std::size_t c = 0; c < setting.defaultText.size(); ++c)
+            result[i].defaultText.at(c) = setting.defaultText[c];
+        result[i].defaultText.at(setting.defaultText.size()) = '\0';
+    }
+    return result;
+}();
+
+// Records
+
+struct Catalogue {
+    Builder::ValidatorAndParams chains[distinctChains.count][2];
+    Builder::DataItemRecord records[Builder::recordCount];
+
+    Catalogue()
+    {
+        for (std::size_t i = 0; i < distinctChains.count; ++i) {
+            fillStep(chains[i][0], distinctChains.chains[i].first);
+            fillStep(chains[i][1], distinctChains.chains[i].second);
+        }
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            fillRecord(records[i], rows[i], static_cast<eDataTag>(i));
+    }
+
+private:
+    static void fillStep(Builder::ValidatorAndParams& target, Step const& step)
+    {
+        target.builder = step.builder;
+        for (std::size_t i = 0; i < 2; ++i) {
+            if (step.parameters == Step::Parameters::numbers)
+                target.params[i].text = std::to_string(step.numbers[i]);
+            if (step.parameters == Step::Parameters::texts)
+                target.params[i] = {eDataItemTypeString, step.texts[i]};
+        }
+    }
+
+    void fillRecord(Builder::DataItemRecord& record, Row const& row, eDataTag tag) const
+    {
+        record.tag = tag;
+        record.value = {static_cast<eDataItemType>(row.type), row.defaultText.data()};
+        record.component = static_cast<eDataComponent>(row.component);
+        record.isUserData = row.isUserData;
+        record.secondFlag = row.secondFlag;
+        record.valueChain = chains[row.valueChain];
+        record.stringChain = chains[row.stringChain];
+    }
+};
+
+/// Made before every other static object, so that each of them may use the records.
+[[gnu::init_priority(101)]] Catalogue const catalogue;
+
+} // namespace
+
+constinit DataCache::DataItemBuilder::DataItemRecord const (&DataCache::DataItemBuilder::dataItemDefaultTable)[recordCount] =
+    catalogue.records;
+
+} // namespace Data

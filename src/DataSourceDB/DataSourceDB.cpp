@@ -1,0 +1,265 @@
+#include "Data/DataSourceDB.h"
+
+#include "Data/DataItemBase.h"
+#include "Data/DataNames.h"
+#include "Data/DataTableHandler.h"
+
+#include "Log.h"
+
+#include "ClientUtils.h"
+#include "DasCrypt.h"
+#include "DataStorage.h"
+#include "SvcRTEContext.h"
+
+#include <string_view>
+#include <utility>
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataSourceDB";
+
+/// What the database answers when it cannot deliver a value.
+constexpr std::string_view failure = "failure";
+
+/// How the data access service is to read.
+constexpr int readWholeSchema = 0;
+constexpr int readOneElement = 1;
+
+/// The last row that verifyDataTable looks at is the one before the end marker's.
+constexpr std::size_t verifiedRows = eDataTagEnd;
+
+/// What bounds one stored row in the text of a table.
+struct FragmentMarks {
+    eDataTag table;
+    std::string_view opening;
+    std::string_view closing;
+};
+
+constexpr FragmentMarks fragmentMarks[]{
+    {eDataTagCodecSettings, "<CodecType>", "</CodecPacketSize>"},
+    {eDataTagSRTPEncryptionSettings, "<Method>", "</Allowed>"},
+    {eDataTagHeadsetPriorities, "<Type>", "</Allowed>"},
+    {eDataTagDistinctiveRinging, "<Entry>", "</Entry>"},
+};
+
+FragmentMarks findMarks(eDataTag table)
+{
+    for (auto const& marks : fragmentMarks) {
+        if (marks.table == table)
+            return marks;
+    }
+    LOG_ERROR(unit, "DataSourceDB::writeDataValue -> elements not defined for table %i \n", table);
+    return {table, "<", "</"};
+}
+
+/// The stored text in clear. What cannot be decrypted, or decrypts to nothing, is handed on as it is stored.
+std::string decrypted(std::string const& element, std::string stored)
+{
+    std::string plain;
+    if (!DasCrypt::fromEncryptedText(stored, plain)) {
+        LOG_AT(unit, 3, "DataSourceDB::readDataValue -> failed to decrypt tag %s\n", element.c_str());
+        return stored;
+    }
+    return plain.empty() ? stored : plain;
+}
+
+/// The text as it is stored. A failed encryption stores nothing rather than the plain text.
+std::string encrypted(std::string const& plain)
+{
+    std::string stored;
+    if (!DasCrypt::toEncryptedText(plain, stored))
+        stored.clear();
+    return stored;
+}
+
+} // namespace
+
+DataSourceDB::DataSourceDB(SvcRTEContext& context, std::list<eDataTag> const& tags, DataDBCallback* callback)
+    : m_callback(callback)
+{
+    verifyDataTable();
+    std::list<eDataTag> tableTags;
+    getTableItemTags(tags, tableTags);
+    m_tableHandler = std::make_unique<DataTableHandler>(tableTags, callback);
+    cleanStorageMap();
+    fillStorageMap(context, tags);
+}
+
+DataSourceDB::~DataSourceDB()
+{
+    m_tableHandler.reset();
+    cleanStorageMap();
+}
+
+bool DataSourceDB::verifyDataTable()
+{
+    bool matches = true;
+    for (std::size_t index = 0; index < verifiedRows; ++index) {
+        auto const tag = dataDbDescriptionTable[index].tag;
+        if (static_cast<std::size_t>(tag) == index)
+            continue;
+        LOG_ERROR(unit, "DataSourceDB::verifyDataTable - ERR - DB table mismatch: index %zu, tag %i\n", index, tag);
+        matches = false;
+    }
+    return matches;
+}
+
+void DataSourceDB::fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags)
+{
+    for (auto const tag : tags) {
+        auto const* const row = findDescription(tag);
+        if (!row || !row->schema || m_storages.contains(row->schema))
+            continue;
+        // A schema that is out of reach is tried again for each of its tags.
+        auto storage = std::make_unique<DataStorage>(context, *row->schema);
+        if (storage->findDataAccessService())
+            m_storages.emplace(row->schema, std::move(storage));
+    }
+}
+
+void DataSourceDB::cleanStorageMap()
+{
+    m_storages.clear();
+}
+
+DataSourceDB::DbDescription const* DataSourceDB::findDescription(eDataTag tag)
+{
+    auto const index = static_cast<std::size_t>(tag);
+    if (index >= rowCount || dataDbDescriptionTable[index].tag != tag)
+        return nullptr;
+    return &dataDbDescriptionTable[index];
+}
+
+void DataSourceDB::getTableItemTags(std::list<eDataTag> const& tags, std::list<eDataTag>& tableTags)
+{
+    for (auto const tag : tags) {
+        auto const* const row = findDescription(tag);
+        if (row && row->isTable)
+            tableTags.push_back(tag);
+    }
+}
+
+bool DataSourceDB::findTagInfo(eDataTag tag, DataStorage*& storage, std::string const*& element, bool& isTable,
+                               eDataTag& parentTable)
+{
+    storage = nullptr;
+    element = nullptr;
+    isTable = false;
+    parentTable = eDataTagNone;
+
+    auto const* const row = findDescription(tag);
+    if (!row) {
+        LOG_ERROR(unit, "DataSourceDB::findTagInfo - ERR item %i doesn't have database as source\n", tag);
+        return false;
+    }
+    element = row->element;
+    isTable = row->isTable;
+    parentTable = row->parentTable;
+    if (!row->schema)
+        return true;
+
+    auto const found = m_storages.find(row->schema);
+    if (found == m_storages.end()) {
+        LOG_ERROR(unit, "DataSourceDB::findTagInfo - schema '%s' not initialized/found in db storage\n", row->schema->c_str());
+        return false;
+    }
+    storage = found->second.get();
+    return true;
+}
+
+bool DataSourceDB::readDataValue(eDataTag tag, DataItemBase* item)
+{
+    DataStorage* storage = nullptr;
+    std::string const* element = nullptr;
+    bool isTable = false;
+    eDataTag parentTable = eDataTagNone;
+    if (!findTagInfo(tag, storage, element, isTable, parentTable))
+        return false;
+    if (!storage)
+        return true;
+
+    std::string text = storage->getDataItem(*element, isTable ? readWholeSchema : readOneElement);
+    if (!isTable && ClientUtils::isKnownPasswordDAS(*element))
+        text = decrypted(*element, std::move(text));
+    if (text == failure) {
+        if (m_callback)
+            m_callback->dbCBGetFailed(tag);
+        return false;
+    }
+
+    std::string reason;
+    if (item && item->setValueString(text, reason))
+        return true;
+    LOG_ERROR(unit, "DataSourceDB::readDataValue - validate error: %s\n", reason.c_str());
+    return false;
+}
+
+bool DataSourceDB::writeDataValue(eDataTag tag, DataItemBase const* item)
+{
+    if (!item)
+        return false;
+    DataStorage* storage = nullptr;
+    std::string const* element = nullptr;
+    bool isTable = false;
+    eDataTag parentTable = eDataTagNone;
+    if (!findTagInfo(tag, storage, element, isTable, parentTable))
+        return false;
+
+    bool const marked = parentTable == eDataTagNone || setTableChanged(parentTable);
+    if (!storage)
+        return marked;
+
+    std::string text;
+    if (!item->getValueString(text)) {
+        LOG_ERROR(unit, "DataSourceDB::writeDataValue - ERR can't convert to string for tag %i \n", tag);
+        return false;
+    }
+    bool stored = false;
+    if (isTable)
+        stored = writeTable(tag, *storage, text);
+    else
+        stored = storage->setDataItem(*element, ClientUtils::isKnownPasswordDAS(*element) ? encrypted(text) : text);
+    if (!stored)
+        LOG_AT(unit, 3, "DataSourceDB::writeDataValue failed to save tag %i into database\n", tag);
+    return stored;
+}
+
+bool DataSourceDB::writeTable(eDataTag tag, DataStorage& storage, std::string const& xml)
+{
+    auto const marks = findMarks(tag);
+    bool stored = true;
+    std::string_view rest = xml;
+    for (;;) {
+        auto const opening = rest.find(marks.opening);
+        auto const closing = rest.find(marks.closing);
+        if (opening == std::string_view::npos || closing == std::string_view::npos || opening >= closing)
+            return stored;
+        auto const end = closing + marks.closing.size();
+        // The loop goes on after a refused row, and the last row's result is the table's.
+        stored = storage.setDataItems(std::string(rest.substr(opening, end - opening)));
+        rest.remove_prefix(end);
+    }
+}
+
+void DataSourceDB::readDataFromTables(bool userDataOnly)
+{
+    if (m_tableHandler)
+        m_tableHandler->readDataFromTables(userDataOnly);
+}
+
+bool DataSourceDB::writeDataTables(DataTagValue_t& rejected)
+{
+    return m_tableHandler && m_tableHandler->writeTablesToDB(rejected);
+}
+
+bool DataSourceDB::setTableChanged(eDataTag table)
+{
+    if (!m_tableHandler)
+        return false;
+    m_tableHandler->setTableChanged(table);
+    return true;
+}
+
+} // namespace Data

@@ -1,0 +1,20 @@
+// The audio codecs in the order in which they are offered.
+#pragma once
+
+#include "DataSourceDBTables/RankedTable.h"
+
+namespace Data {
+
+/// Four types without repetition, four ranks without repetition, packet sizes in range, and at least one allowed type that the
+/// hardware can use. The hardware flags go by type, unlike those of the other ranked tables, which go by row.
+bool isCodecTableValid(DataTagValue_t const& values);
+
+/// Never asks for a reset: a stored table that does not pass is replaced by a default text while it is read.
+class DataSourceDB::DataTableHandler::DataTableCodecSetting : public RankedTable {
+public:
+    DataTableCodecSetting();
+    int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
+    void xmlToTableItems(DataTagValue_t& values, bool clearFiles) override;
+};
+
+} // namespace Data

@@ -1,0 +1,35 @@
+// Door openers: empties the items of one that is switched off, and links each camera with the opener that shows it.
+#pragma once
+
+#include "Data/DataTable.h"
+
+#include <array>
+#include <cstddef>
+#include <string>
+
+namespace Data {
+
+/// Stored as single values. Remembers the types, phone numbers and cameras of the four openers since the last check, and writes
+/// the cameras through the facade when one of them changed.
+class DataSourceDB::DataTableHandler::DataTableDoorOpenerTypeDependentTags : public DataTable {
+public:
+    /// Reads what it remembers from the cache; without cache it starts from 0 and empty texts.
+    DataTableDoorOpenerTypeDependentTags();
+    bool processReadData(DataTagValue_t& values, bool clearFiles) override;
+    /// Always 1; `toStore` is not used.
+    int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
+
+private:
+    static constexpr std::size_t openerCount = 4;
+
+    /// Remembers what `values` say; true when a check of the cameras is due. `cleared` tells which openers were switched off.
+    bool remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared);
+    static void clearOpener(DataTagValue_t& values, std::size_t opener);
+    static void updateDirectVideoTags(DataTagValue_t const& values);
+
+    std::array<int, openerCount> m_directVideo{};
+    std::array<std::string, openerCount> m_phoneNumber;
+    std::array<int, openerCount> m_type{};
+};
+
+} // namespace Data

@@ -1,0 +1,200 @@
+// The table handler: reads stored tables into their cells, writes changed tables back, resets what is corrupt.
+#include "Data/DataTableHandler.h"
+
+#include "ClientUtils.h"
+#include "Data/DataTable.h"
+#include "DataSourceDBTables/DataTableCodecSetting.h"
+#include "DataSourceDBTables/DataTableDistinctiveRinging.h"
+#include "DataSourceDBTables/DataTableDoorOpenerTypeDependentTags.h"
+#include "DataSourceDBTables/DataTableGroupPickupDependentTags.h"
+#include "DataSourceDBTables/DataTableHeadsetPriorities.h"
+#include "DataSourceDBTables/DataTableSRTPEncryptionSetting.h"
+#include "Log.h"
+#include "Media/MediaDataCache.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace Data {
+
+using Handler = DataSourceDB::DataTableHandler;
+
+namespace {
+
+constexpr char const* unit = "./src/DataSourceDBTables";
+
+template <class Table> std::unique_ptr<Handler::DataTable> makeTable()
+{
+    return std::make_unique<Table>();
+}
+
+struct TableClass {
+    eDataTag tag;
+    std::unique_ptr<Handler::DataTable> (*make)();
+};
+
+constexpr std::array tableClasses{
+    TableClass{eDataTagGroupPickup, makeTable<Handler::DataTableGroupPickupDependentTags>},
+    TableClass{eDataTagCodecSettings, makeTable<Handler::DataTableCodecSetting>},
+    TableClass{eDataTagDistinctiveRinging, makeTable<Handler::DataTableDistinctiveRinging>},
+    TableClass{eDataTagSRTPEncryptionSettings, makeTable<Handler::DataTableSRTPEncryptionSetting>},
+    TableClass{eDataTagHeadsetPriorities, makeTable<Handler::DataTableHeadsetPriorities>},
+    TableClass{eDataTagDoorOpeners, makeTable<Handler::DataTableDoorOpenerTypeDependentTags>},
+};
+
+template <class T> std::optional<T> currentValue(eDataTag tag)
+{
+    T value{};
+    return Media::MediaDataCache::getData(tag, value) ? std::optional<T>(std::move(value)) : std::nullopt;
+}
+
+std::optional<std::string> currentText(eDataTag tag)
+{
+    switch (Media::MediaDataCache::getItemType(tag)) {
+    case eDataItemTypeInt:
+        if (auto const number = currentValue<int>(tag))
+            return ClientUtils::itos(*number);
+        return std::nullopt;
+    case eDataItemTypeBool:
+        if (auto const flag = currentValue<bool>(tag))
+            return ClientUtils::btos(*flag);
+        return std::nullopt;
+    case eDataItemTypeString:
+    case eDataItemTypeComplex:
+        return currentValue<std::string>(tag);
+    default:
+        return std::nullopt;
+    }
+}
+
+/// Adds back, with its current value, each tag of `copy` that a reset has dropped from `values`.
+void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy)
+{
+    for (auto const& [tag, text] : copy)
+        if (!values.contains(tag))
+            if (auto current = currentText(tag))
+                values.emplace(tag, std::move(*current));
+}
+
+} // namespace
+
+Handler::DataTableHandler(std::list<eDataTag> const& tableTags, DataDBCallback* callback) : m_callback(callback)
+{
+    fillTableMap(tableTags);
+}
+
+Handler::~DataTableHandler() = default;
+
+void Handler::fillTableMap(std::list<eDataTag> const& tableTags)
+{
+    for (eDataTag const tag : tableTags) {
+        auto const* const tableClass = std::find_if(tableClasses.begin(), tableClasses.end(),
+                                                    [tag](TableClass const& candidate) { return candidate.tag == tag; });
+        if (tableClass == tableClasses.end())
+            continue;
+        auto table = tableClass->make();
+        table->initializeIndexMax();
+        m_tables.emplace(tag, std::move(table));
+    }
+}
+
+void Handler::setTableChanged(eDataTag table)
+{
+    auto const found = m_tables.find(table);
+    if (found != m_tables.end())
+        found->second->setChanged(true);
+}
+
+void Handler::readDataFromTables(bool userDataOnly)
+{
+    if (m_callback == nullptr)
+        return;
+    for (auto const& [tag, table] : m_tables)
+        if (!userDataOnly || m_callback->dbCBQueryIsTableUserData(tag))
+            readTable(*table);
+}
+
+void Handler::readTable(DataTable& table)
+{
+    DataTagValue_t values;
+    DataTagValue_t toStore;
+    table.getTableItemTags(values);
+    m_callback->dbCBGetDataValues(values);
+    table.processReadData(values, true);
+    switch (table.checkTableData(values, toStore)) {
+    case eTableValid:
+        // What was just read is not stored again: `toStore` is dropped.
+        m_callback->dbCBSetDataValues(values, false, false);
+        break;
+    case eTableCorrupt:
+        resetTable(table, values, toStore);
+        break;
+    default:
+        m_callback->dbCBSetDataValues(toStore, true, false);
+        m_callback->dbCBSetDataValues(values, false, false);
+        break;
+    }
+}
+
+bool Handler::writeTablesToDB(DataTagValue_t& rejected)
+{
+    if (m_callback == nullptr)
+        return true;
+    bool accepted = true;
+    for (auto const& [tag, table] : m_tables) {
+        if (!table->isChanged())
+            continue;
+        // Cleared before the check: a table that sets items while it is checked comes back here, and what is stored under
+        // some verdicts marks the table anew.
+        table->setChanged(false);
+        if (!writeTable(*table, rejected))
+            accepted = false;
+    }
+    return accepted;
+}
+
+bool Handler::writeTable(DataTable& table, DataTagValue_t& rejected)
+{
+    DataTagValue_t values;
+    DataTagValue_t toStore;
+    table.getTableItemTags(values);
+    m_callback->dbCBGetDataValues(values);
+    switch (table.checkTableData(values, toStore)) {
+    case eTableValid:
+        m_callback->dbCBSetDataValues(toStore, true, false);
+        return true;
+    case eTableStoreCells:
+        m_callback->dbCBSetDataValues(values, true, true);
+        return true;
+    case eTableCorrected:
+        m_callback->dbCBSetDataValues(values, false, false);
+        m_callback->dbCBSetDataValues(toStore, true, false);
+        return true;
+    case eTableRejected:
+        table.getTableItemTags(rejected);
+        m_callback->dbCBSetDataValues(values, false, false);
+        return false;
+    case eTableCorrupt:
+        table.getTableItemTags(rejected);
+        table.getTableItemTags(values);
+        resetTable(table, values, toStore);
+        return false;
+    default:
+        return true;
+    }
+}
+
+void Handler::resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore)
+{
+    DataTagValue_t const copy = values;
+    m_callback->dbCBResetSelectedToDefault(values);
+    if (values.size() != copy.size())
+        restoreMissingTableTags(values, copy);
+    if (table.checkTableData(values, toStore) != eTableValid)
+        LOG_ERROR(unit, "Could not reset table to default, check failed");
+    else
+        m_callback->dbCBSetDataValues(toStore, true, false);
+}
+
+} // namespace Data

@@ -1,0 +1,13 @@
+// The headset types in the order of preference.
+#pragma once
+
+#include "DataSourceDBTables/RankedTable.h"
+
+namespace Data {
+
+class DataSourceDB::DataTableHandler::DataTableHeadsetPriorities : public RankedTable {
+public:
+    DataTableHeadsetPriorities();
+};
+
+} // namespace Data

@@ -1,0 +1,172 @@
+// Reading, checking and writing of the ranked tables.
+#include "DataSourceDBTables/RankedTable.h"
+
+#include "ClientUtils.h"
+#include "DataSourceDBTables/TableCells.h"
+#include "Log.h"
+
+#include <set>
+
+namespace Data {
+
+using enum DataSourceDB::DataTableHandler::eTableCheck;
+
+namespace {
+
+constexpr char const* unit = "./src/DataSourceDBTables";
+
+} // namespace
+
+RankedTable::RankedTable(RankedTableData const& data)
+    : XmlTable(data.table, cellTag(data.firstFlag, -1), data.layout), m_data(data)
+{}
+
+void RankedTable::getTableItemTags(DataTagValue_t& values)
+{
+    XmlTable::getTableItemTags(values);
+    for (int row = 0; row < m_data.rows; ++row)
+        values[cellTag(m_data.firstFlag, row)].clear();
+}
+
+void RankedTable::initializeIndexMax()
+{
+    m_indexMax = m_data.rows - 1;
+}
+
+bool RankedTable::processReadData(DataTagValue_t& values, bool clearFiles)
+{
+    xmlToTableItems(values, clearFiles);
+    return true;
+}
+
+void RankedTable::xmlToTableItems(DataTagValue_t& values, bool /*clearFiles*/)
+{
+    if (!values.contains(m_firstTag))
+        return;
+    parse(values);
+    m_data.sort(values, m_indexMax + 1);
+}
+
+bool RankedTable::tableItemsToXml(DataTagValue_t& values)
+{
+    if (m_indexMax == 0) {
+        LOG_ERROR(unit, "%s", m_data.notIndexed);
+        return false;
+    }
+    return buildText(values);
+}
+
+int RankedTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
+{
+    DataTagValue_t previous = values;
+    xmlToTableItems(previous, false);
+    std::vector<Row> records;
+    if (checkSaneValues(values, records)) {
+        tableItemsToXml(values);
+        moveText(values, toStore);
+        return eTableValid;
+    }
+    if (checkSaneValues(previous, records)) {
+        LOG_ERROR(unit,
+                  "DataSourceDB::DataTableHandler::%s::checkTableData -> ocms set failed, restoring previous values \n",
+                  m_data.className);
+        moveText(previous, toStore);
+        values = std::move(previous);
+        return eTableRejected;
+    }
+    LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkTableData -> data corrupted, resetting table to default\n",
+              m_data.className);
+    return eTableCorrupt;
+}
+
+bool RankedTable::checkSaneValues(DataTagValue_t const& values, std::vector<Row>& records) const
+{
+    Lists lists;
+    records.assign(static_cast<std::size_t>(m_data.rows), Row{});
+    return readRows(values, records, lists) && checkRows(records, lists);
+}
+
+bool RankedTable::readRows(DataTagValue_t const& values, std::vector<Row>& records, Lists& lists) const
+{
+    // The cells lie column by column behind the table tag, with the flags as last column.
+    enum eColumn { eChoice, eRank, eAllowed, eFlag };
+    for (auto const& [tag, text] : values) {
+        if (tag == m_firstTag)
+            continue;
+        if (tag < m_firstTag || tag >= cellTag(m_data.firstFlag, m_data.rows)) {
+            LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received unknown tag in data %i \n",
+                      m_data.className, int{tag});
+            continue;
+        }
+        int const cell = tag - m_firstTag - 1;
+        auto const index = static_cast<std::size_t>(cell % m_data.rows);
+        Row& row = records[index];
+        switch (cell / m_data.rows) {
+        case eChoice:
+            row.choice = ClientUtils::stoi(text);
+            if (row.choice < 0 || row.choice > m_indexMax) {
+                LOG_ERROR(unit,
+                          "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received invalid %s %d at index %zu - "
+                          "restoring previous values\n",
+                          m_data.className, m_data.choice, row.choice, index);
+                return false;
+            }
+            lists.choices += " " + text;
+            break;
+        case eRank:
+            row.rank = ClientUtils::stoi(text);
+            if (row.rank < 1 || row.rank > m_indexMax + 1) {
+                LOG_ERROR(unit,
+                          "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received wrong rank %d at index %zu - "
+                          "restoring previous values\n",
+                          m_data.className, row.rank, index);
+                return false;
+            }
+            lists.ranks += " " + text;
+            break;
+        case eAllowed:
+            row.allowed = ClientUtils::stob(text);
+            break;
+        case eFlag:
+            row.hwAllowed = ClientUtils::stob(text);
+            break;
+        }
+    }
+    return true;
+}
+
+bool RankedTable::checkRows(std::vector<Row> const& records, Lists const& lists) const
+{
+    std::set<int> ranks;
+    std::set<int> choices;
+    std::size_t taken = 0;
+    bool anyAllowed = false;
+    for (Row const& row : records) {
+        if (!row.hwAllowed) {
+            LOG_AT(unit, 5, "checkSaneValues: ignoring non-hw allowed %s %s %d with rank %d", m_data.kind, m_data.choice,
+                   row.choice, row.rank);
+            continue;
+        }
+        ranks.insert(row.rank);
+        choices.insert(row.choice);
+        ++taken;
+        anyAllowed = anyAllowed || row.allowed;
+        LOG_AT(unit, 5, "checkSaneValues: adding %s %s %d with rank %d, allowed: %d", m_data.kind, m_data.choice, row.choice,
+               row.rank, int{row.allowed});
+    }
+    if (!anyAllowed) {
+        LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> all %s %ss are disabled\n", m_data.className,
+                  m_data.kind, m_data.choice);
+        return false;
+    }
+    if (taken != ranks.size() || taken != choices.size()) {
+        LOG_ERROR(unit,
+                  "DataSourceDB::DataTableHandler::%s::checkSaneValues received ranks (%s), %ss(%s) - some rank or %s is "
+                  "missing\n",
+                  m_data.className, lists.ranks.c_str(), m_data.choice, lists.choices.c_str(), m_data.choice);
+        return false;
+    }
+    return true;
+}
+
+} // namespace Data

@@ -1,0 +1,61 @@
+// The design that the codec, SRTP encryption and headset tables share: rows of a choice, its rank and whether it is allowed.
+// What differs between the three stands in a RankedTableData each; one piece of code serves them.
+#pragma once
+
+#include "DataSourceDBTables/XmlTable.h"
+
+#include <vector>
+
+namespace Data {
+
+struct RankedTableData {
+    eDataTag table;
+    eDataTag firstFlag; ///< the hardware flags, one per row, follow the last cell
+    int rows;
+    XmlLayout layout;
+    void (*sort)(DataTagValue_t& values, int count);
+    // Words in messages.
+    char const* className;
+    char const* kind;   ///< what is ranked: "encryption", "headset"
+    char const* choice; ///< how one is named: "method", "type"
+    char const* notIndexed;
+};
+
+class RankedTable : public XmlTable {
+public:
+    void getTableItemTags(DataTagValue_t& values) override;
+    bool processReadData(DataTagValue_t& values, bool clearFiles) override;
+    int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
+    void initializeIndexMax() override;
+
+    /// Parses the table tag's text, when `values` holds it, into cells in the order of their ranks.
+    virtual void xmlToTableItems(DataTagValue_t& values, bool clearFiles);
+    bool tableItemsToXml(DataTagValue_t& values);
+
+protected:
+    struct Row {
+        int choice = 0;
+        int rank = 0;
+        bool allowed = false;
+        bool hwAllowed = false;
+    };
+
+    /// The data is borrowed for the table's life.
+    explicit RankedTable(RankedTableData const& data);
+
+    /// Each choice and rank in range; among the rows that the hardware can use, one allowed and none named twice.
+    bool checkSaneValues(DataTagValue_t const& values, std::vector<Row>& records) const;
+
+private:
+    struct Lists {
+        std::string choices;
+        std::string ranks;
+    };
+
+    bool readRows(DataTagValue_t const& values, std::vector<Row>& records, Lists& lists) const;
+    bool checkRows(std::vector<Row> const& records, Lists const& lists) const;
+
+    RankedTableData const& m_data;
+};
+
+} // namespace Data

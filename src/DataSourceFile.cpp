@@ -1,0 +1,102 @@
+// Reads the flag file: one flag a line, a word and perhaps its value.
+#include "Data/DataSourceFile.h"
+
+#include "Log.h"
+
+#include "PlatformPath.h"
+
+#include <fstream>
+#include <sstream>
+
+#include <sys/stat.h>
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataSourceFile";
+
+std::string configFile()
+{
+    return platformPath("/data/database/media_config");
+}
+
+} // namespace
+
+DataSourceFile::DataSourceFile()
+{
+    buildFlag2TagMap();
+}
+
+DataSourceFile::~DataSourceFile() = default;
+
+bool DataSourceFile::isConfigFileChanged()
+{
+    FileTime const recorded = m_recorded;
+    if (FileTime present; readFileTime(present))
+        return present != recorded;
+    m_recorded = {};
+    return recorded != m_recorded;
+}
+
+void DataSourceFile::readConfigFile(DataTagValue_t& values)
+{
+    // Opening a pipe in the file's place would wait for its writer.
+    struct stat status {};
+    if (stat(configFile().c_str(), &status) != 0 || S_ISFIFO(status.st_mode))
+        return;
+    std::ifstream file(configFile());
+    if (!file.is_open())
+        return;
+
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string flag;
+        std::string value;
+        words >> flag >> value;
+        eDataTag const tag = findTagFor(flag);
+        if (tag == eDataTagNone) {
+            LOG_ERROR(unit, "DataSourceFile::readConfigFile -> unknown flag %s \n", flag.c_str());
+            continue;
+        }
+        if (value.empty())
+            value = "true";
+        LOG_AT(unit, 5, "DataSourceFile::readConfigFile -> flag %s tag %i param2 %s \n", flag.c_str(), static_cast<int>(tag),
+               value.c_str());
+        values[tag] = value;
+    }
+    file.close();
+    readFileTime(m_recorded);
+}
+
+eDataTag DataSourceFile::findTagFor(std::string const& flag)
+{
+    auto const found = m_flags.find(flag);
+    return found == m_flags.end() ? eDataTagNone : found->second;
+}
+
+bool DataSourceFile::readFileTime(FileTime& time)
+{
+    struct stat status {};
+    if (stat(configFile().c_str(), &status) != 0)
+        return false;
+    time = {static_cast<std::int32_t>(status.st_mtim.tv_sec), static_cast<std::int32_t>(status.st_mtim.tv_nsec)};
+    return true;
+}
+
+void DataSourceFile::buildFlag2TagMap()
+{
+    m_flags = {
+        {"opus_test", eDataTagOpusTest},
+        {"aes256_test", eDataTagAes256Test},
+        {"icelite_test", eDataTagIceliteTest},
+        {"rtcpmux_disabled", eDataTagRtcpmuxDisabled},
+        {"force_nte8_enabled", eDataTagForceNte8Enabled},
+        {"force_nte8_disabled", eDataTagForceNte8Disabled},
+        {"force_nte48_enabled", eDataTagForceNte48Enabled},
+        {"force_nte48_disabled", eDataTagForceNte48Disabled},
+        {"force_etsi", eDataTagForceEtsi},
+    };
+}
+
+} // namespace Data

@@ -1,0 +1,279 @@
+// The exchanges with the management service: set, get and change report on the way in, read and push on the way out.
+// Ranked tables are translated on the way (TableTranslation.cpp).
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "Log.h"
+
+#include "LocalMgmtIfc.h"
+#include "ManageableData.h"
+#include "SvcRTEContext.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataSourceOCMS";
+
+/// The end marker is left out of every walk over the rows.
+constexpr std::size_t usedRows = DataSourceOCMS::rowCount - 1;
+
+std::vector<std::string> rootIdsOf(ManageableData& record)
+{
+    std::vector<std::string> rootIds;
+    record.getRootIds(rootIds);
+    return rootIds;
+}
+
+} // namespace
+
+DataSourceOCMS::DataSourceOCMS(SvcRTEContext& context, eDataComponent, std::list<eDataTag> const& observedTags,
+                               std::list<eDataTag> const& ownedTags, DataOCMSCallback* cache, DataMobilityCallback* mobility)
+    : m_cache(cache), m_mobility(mobility)
+{
+    verifyDataTable();
+    buildOCMS2EnumMap();
+    // The first entry wins: a tag in both lists is observed.
+    addToHandlingMap(observedTags, OBSERVED);
+    addToHandlingMap(ownedTags, OWNED);
+    m_localMgmt = dynamic_cast<LocalMgmtIfc*>(context.findService("LocalMgmtIfc"));
+}
+
+DataSourceOCMS::~DataSourceOCMS() = default;
+
+bool DataSourceOCMS::verifyDataTable()
+{
+    bool ok = true;
+    for (std::size_t index = 0; index < usedRows; ++index) {
+        eDataTag const tag = dataOCMSDescriptionTable[index].tag;
+        if (static_cast<std::size_t>(tag) == index)
+            continue;
+        LOG_ERROR(unit, "DataSourceOCMS::verifyDataTable - error - OCMS table mismatch: index %zu, tag %i\n", index,
+                  static_cast<int>(tag));
+        ok = false;
+    }
+    return ok;
+}
+
+void DataSourceOCMS::buildOCMS2EnumMap()
+{
+    for (std::size_t index = 0; index < usedRows; ++index) {
+        auto const& [tag, item, subItem] = dataOCMSDescriptionTable[index];
+        if (item == nullptr)
+            continue;
+        auto const entry = m_names.try_emplace(*item, NamedItem{{}, tag}).first;
+        entry->second.subItems.try_emplace(subItem == nullptr ? *item : *subItem, tag);
+    }
+}
+
+void DataSourceOCMS::addToHandlingMap(std::list<eDataTag> const& tags, eDataHandling handling)
+{
+    for (eDataTag const tag : tags) {
+        if (!m_handling.try_emplace(tag, handling).second)
+            LOG_ERROR(unit, "DataSourceOCMS::addToHandlingMap - ERR while building handling map, there's collision between "
+                            "owned & observed\n");
+    }
+}
+
+void DataSourceOCMS::buildObservedList(std::list<eDataTag> const&, std::list<std::string>&) {}
+
+bool DataSourceOCMS::checkOCMSItemHandling(eDataTag tag, eDataHandling handling)
+{
+    auto const found = m_handling.find(tag);
+    return found != m_handling.end() && found->second == handling;
+}
+
+bool DataSourceOCMS::findStringsFor(eDataTag tag, std::string& itemName, std::string& subItemName)
+{
+    auto const index = static_cast<std::size_t>(tag); // a negative tag becomes a large index
+    if (index >= rowCount)
+        return false;
+    itemName.clear();
+    subItemName.clear();
+    OcmsDescription const& row = dataOCMSDescriptionTable[index];
+    if (row.tag != tag || row.item == nullptr)
+        return false;
+    itemName = *row.item;
+    subItemName = row.subItem == nullptr ? *row.item : *row.subItem;
+    return true;
+}
+
+bool DataSourceOCMS::findTagFor(std::string const& itemName, std::string const& subItemName, eDataTag& tag)
+{
+    auto const entry = m_names.find(itemName);
+    if (entry == m_names.end())
+        return false;
+    auto const& [subItems, itemTag] = entry->second;
+    auto const found = subItems.find(subItemName);
+    tag = found == subItems.end() ? itemTag : found->second;
+    return true;
+}
+
+void DataSourceOCMS::fillTagsAndValue(ManageableData& record, eDataHandling handling, bool withValues,
+                                      DataTagValue_t& values)
+{
+    for (std::string const& rootId : rootIdsOf(record)) {
+        auto const entry = m_names.find(rootId);
+        if (entry == m_names.end())
+            continue;
+        for (auto const& [subItemName, tag] : entry->second.subItems) {
+            std::string value;
+            if (!checkOCMSItemHandling(tag, handling) || (withValues && !record.interogate(rootId, subItemName, value)))
+                continue;
+            values.try_emplace(tag, value);
+        }
+    }
+}
+
+bool DataSourceOCMS::setData(ManageableData& record)
+{
+    DataTagValue_t values;
+    fillTagsAndValue(record, OWNED, true, values);
+    if (values.empty()) {
+        LOG_AT(unit, 3, "DataSourceOCMS::setData -> no tags found\n");
+        return true;
+    }
+    checkSpecificDataForSet(values);
+    if (m_cache == nullptr)
+        return true;
+
+    DataTagValue_t rejects;
+    bool const stored = m_cache->ocmsCBSetDataValues(values, rejects);
+    auto const unchanged = static_cast<std::size_t>(
+        std::count_if(rejects.begin(), rejects.end(), [](auto const& reject) { return reject.second.empty(); }));
+    LOG_AT(unit, 5, "DataSourceOCMS::setData -> amount of unchanged data %i / %i", static_cast<int>(unchanged),
+           static_cast<int>(values.size()));
+
+    // Unchanged values count as refused only when the whole request changes nothing.
+    bool const nothingTaken = unchanged == values.size();
+    bool refused = false;
+    std::string itemName;
+    std::string subItemName;
+    for (auto const& [tag, reason] : rejects) {
+        if (!findStringsFor(tag, itemName, subItemName))
+            continue;
+        if (nothingTaken)
+            record.addRejectReason(itemName, subItemName, "UNCHANGED_DATA: " + subItemName);
+        if (!reason.empty()) {
+            LOG_AT(unit, 5, "DataSourceOCMS::setData -> rejected for '%s'", subItemName.c_str());
+            record.addRejectReason(itemName, subItemName, reason);
+        }
+        refused = refused || nothingTaken || !reason.empty();
+    }
+    return !refused && stored;
+}
+
+bool DataSourceOCMS::getData(ManageableData& record)
+{
+    DataTagValue_t values;
+    fillTagsAndValue(record, OWNED, false, values);
+    if (m_cache != nullptr)
+        m_cache->ocmsCBGetDataValues(values);
+    checkSpecificDataForGet(values);
+    std::string itemName;
+    std::string subItemName;
+    for (auto const& [tag, value] : values) {
+        if (findStringsFor(tag, itemName, subItemName))
+            record.populate(itemName, subItemName, value);
+    }
+    return true;
+}
+
+void DataSourceOCMS::manageableDataChanged(ManageableData& record)
+{
+    if (m_cache == nullptr)
+        return;
+    DataTagValue_t values;
+    fillTagsAndValue(record, OBSERVED, true, values);
+    checkSpecificDataForChanged(values);
+    DataTagValue_t ignored; // a report cannot be refused
+    m_cache->ocmsCBSetDataValues(values, ignored);
+}
+
+bool DataSourceOCMS::resetUserData()
+{
+    if (m_cache == nullptr)
+        return false;
+    m_cache->ocmsCBResetToDefault();
+    return true;
+}
+
+void DataSourceOCMS::checkSpecificDataForSet(DataTagValue_t& values)
+{
+    if (m_cache == nullptr)
+        return;
+    processRequestToSetCodecs(values);
+    processRequestToSetEncryption(values);
+    processRequestToSetHeadsetPriority(values);
+}
+
+void DataSourceOCMS::checkSpecificDataForGet(DataTagValue_t& values)
+{
+    if (m_cache == nullptr)
+        return;
+    processRequestToGetCodecs(values);
+    processRequestToGetEncryption(values);
+    processRequestToGetHeadsetPriority(values);
+}
+
+void DataSourceOCMS::checkSpecificDataForChanged(DataTagValue_t& values)
+{
+    auto const announcement = values.find(eDataTagMobilityDataUpdate);
+    if (m_mobility != nullptr && announcement != values.end())
+        m_mobility->mobilityChanged(announcement->second);
+}
+
+bool DataSourceOCMS::getData(eDataTag tag, std::string& value)
+{
+    std::string itemName;
+    std::string subItemName;
+    if (m_localMgmt == nullptr || !findStringsFor(tag, itemName, subItemName))
+        return false;
+    ManageableData record;
+    record.setRootId(itemName, nullptr);
+    record.populate(itemName, subItemName);
+    // What the record holds afterwards is the answer, whatever the service says of the whole.
+    m_localMgmt->readData(record);
+    return record.interogate(itemName, subItemName, value);
+}
+
+bool DataSourceOCMS::setData(eDataTag tag, std::string const& value)
+{
+    std::string itemName;
+    std::string subItemName;
+    if (m_localMgmt == nullptr || !findStringsFor(tag, itemName, subItemName))
+        return false;
+    ManageableData record;
+    record.setRootId(itemName, nullptr);
+    record.populate(itemName, subItemName, value);
+    return checkOCMSItemHandling(tag, OWNED) ? m_localMgmt->reportChanged(record, rootIdsOf(record))
+                                             : m_localMgmt->requestSet(record);
+}
+
+bool DataSourceOCMS::setData(DataTagValue_t& values)
+{
+    if (m_localMgmt == nullptr)
+        return false;
+    ManageableData owned;
+    ManageableData others;
+    bool ok = true;
+    std::string itemName;
+    std::string subItemName;
+    for (auto const& [tag, value] : values) {
+        if (findStringsFor(tag, itemName, subItemName)) {
+            (checkOCMSItemHandling(tag, OWNED) ? owned : others).populate(itemName, subItemName, value);
+        } else {
+            LOG_ERROR(unit, "DataSourceOCMS::setData -> failed to find strings for tag %i \n", static_cast<int>(tag));
+            ok = false;
+        }
+    }
+    if (auto const rootIds = rootIdsOf(owned); !rootIds.empty())
+        ok = m_localMgmt->reportChanged(owned, rootIds) && ok;
+    if (!rootIdsOf(others).empty())
+        ok = m_localMgmt->requestSet(others) && ok;
+    return ok;
+}
+
+} // namespace Data

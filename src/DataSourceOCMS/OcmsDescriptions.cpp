@@ -1,0 +1,17 @@
+// The catalogue's view for the management service: item and sub-item of each tag. Holds addresses only, so that it is
+// complete before any code runs.
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "Data/DataNames.h"
+
+namespace Data {
+
+#define SETTING_ITEM(number, name, text) {static_cast<eDataTag>(number), &ocms##name, nullptr},
+#define SETTING_SUB_ITEM(number, name, table, text) {static_cast<eDataTag>(number), &ocms##table, &ocms##name},
+#define SETTING_NO_ITEM(number, name) {static_cast<eDataTag>(number), nullptr, nullptr},
+
+constinit DataSourceOCMS::OcmsDescription const DataSourceOCMS::dataOCMSDescriptionTable[rowCount] = {
+#include "Data/settings.def"
+};
+
+} // namespace Data
