@@ -1,0 +1,221 @@
+// The configuration database: single values, whole tables, and what a restart keeps.
+#include "DasCrypt.h"
+#include "PlatformUnderTest.h"
+#include "XmlParser.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+/// A table of the database: its rows as the library sends them, filled with `text` where a cell takes any text.
+struct TableCase {
+    char const* schema;
+    int rows;
+    std::string (*fragment)(int row, std::string const& text);
+};
+
+std::string element(std::string const& name, std::string const& text)
+{
+    return "<" + name + ">" + text + "</" + name + ">";
+}
+
+TableCase const tableCases[] = {
+    {"CodecSettings", 4,
+     [](int row, std::string const& text) {
+         return element("CodecType", text) + element("CodecRank", std::to_string(row + 1)) +
+                element("CodecAllowed", "true") + element("CodecPacketSize", "2");
+     }},
+    {"SRTPEncryptionSettings", 5,
+     [](int row, std::string const& text) {
+         return element("Method", text) + element("Rank", std::to_string(row + 1)) + element("Allowed", "true");
+     }},
+    {"HeadsetPriorities", 3,
+     [](int row, std::string const& text) {
+         return element("Type", text) + element("Rank", std::to_string(row + 1)) + element("Allowed", "false");
+     }},
+    {"DistinctiveRinging", 15,
+     [](int row, std::string const& text) {
+         return element("Entry", element("DistinctiveRingerIndex", std::to_string(row)) + element("AlertIdentifier", text) +
+                                     element("AlertDuration", "60"));
+     }},
+};
+
+/// The texts of an XML table, each led by the path of its elements: one way to write what every equal table has in common.
+std::string content(std::string const& xml)
+{
+    struct Reader {
+        std::string path;
+        std::string text;
+    } reader;
+    XmlParser parser(
+        &reader, [](void* r, char const* name, char const**) { static_cast<Reader*>(r)->path += "/" + std::string(name); },
+        [](void* r, char const*) {
+            Reader& self = *static_cast<Reader*>(r);
+            self.text += self.path.ends_with("/Entry") ? "\n" : "";
+            self.path.resize(self.path.rfind('/'));
+        },
+        [](void* r, char const* text, int length) {
+            Reader& self = *static_cast<Reader*>(r);
+            self.text += self.path + "=" + std::string(text, static_cast<std::size_t>(length)) + " ";
+        });
+    return parser.parseMessage(xml.data(), static_cast<int>(xml.size())) ? reader.text : "malformed: " + xml;
+}
+
+std::string expectedContent(TableCase const& table, std::string const& text)
+{
+    std::string xml;
+    for (int row = 0; row < table.rows; ++row) {
+        std::string const fragment = table.fragment(row, text);
+        xml += fragment.starts_with("<Entry>") ? fragment : element("Entry", fragment);
+    }
+    return content("<Schema name=\"" + std::string(table.schema) + "\">" + xml + "</Schema>");
+}
+
+/// Sends the first `rows` rows; the result is that of the last call.
+bool send(DataStorage& storage, TableCase const& table, std::string const& text, int rows)
+{
+    bool result = true;
+    for (int row = 0; row < rows; ++row)
+        result = storage.setDataItems(table.fragment(row, text));
+    return result;
+}
+
+} // namespace
+
+class Database : public testing::Test {
+protected:
+    std::string read(std::string const& schema, std::string const& name)
+    {
+        return platform->storage(schema)->getDataItem(name, 1);
+    }
+
+    std::unique_ptr<PlatformUnderTest> platform = PlatformUnderTest::make();
+};
+
+TEST_F(Database, AnswersFailureForWhatWasNeverStoredAndEmptyTextForEmptyText)
+{
+    EXPECT_TRUE(platform->storage("AudioSettings")->findDataAccessService());
+    EXPECT_EQ(read("AudioSettings", "RingerVolume"), "failure");
+    EXPECT_EQ(platform->storage("CodecSettings")->getDataItem("", 0), "failure");
+    EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem("RingerVolume", ""));
+    EXPECT_EQ(read("AudioSettings", "RingerVolume"), "");
+}
+
+TEST_F(Database, KeepsSchemasApart)
+{
+    EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem("Name", "audio"));
+    EXPECT_TRUE(platform->storage("OcmsSettings")->setDataItem("Name", "ocms"));
+    EXPECT_EQ(read("AudioSettings", "Name"), "audio");
+    EXPECT_EQ(read("OcmsSettings", "Name"), "ocms");
+}
+
+TEST_F(Database, KeepsEveryTextToTheByteAcrossReplacementAndRestart)
+{
+    std::vector<std::string> const texts{"5",
+                                         "",
+                                         " padded ",
+                                         "line\nfeed",
+                                         "'; DROP TABLE x; --",
+                                         "<b>&amp;",
+                                         "p\xc3\xb6t",
+                                         std::string("a\0b", 3),
+                                         std::string(64 * 1024, 'x')};
+    auto const name = [](std::size_t i) { return "Element" + std::to_string(i); };
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(i), "earlier"));
+        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(i), texts[i]));
+    }
+    platform->restart();
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        EXPECT_EQ(read("AudioSettings", name(i)), texts[i]) << i;
+}
+
+class DatabaseTable : public Database, public testing::WithParamInterface<TableCase> {
+protected:
+    TableCase const& table = GetParam();
+
+    std::string stored() { return content(platform->storage(table.schema)->getDataItem("", 0)); }
+};
+
+INSTANTIATE_TEST_SUITE_P(AllTables, DatabaseTable, testing::ValuesIn(tableCases),
+                         [](auto const& each) { return std::string(each.param.schema); });
+
+TEST_P(DatabaseTable, IsReplacedWholeAndReadAsOneTextInRowOrder)
+{
+    auto storage = platform->storage(table.schema);
+    EXPECT_TRUE(send(*storage, table, "1", table.rows));
+    EXPECT_TRUE(send(*storage, table, "2", table.rows));
+    std::string const xml = storage->getDataItem("", 0);
+    EXPECT_TRUE(xml.starts_with("<Schema name=\"" + std::string(table.schema) + "\">")) << xml;
+    EXPECT_EQ(content(xml), expectedContent(table, "2"));
+    storage.reset();
+    platform->restart();
+    EXPECT_EQ(stored(), expectedContent(table, "2"));
+}
+
+TEST_P(DatabaseTable, IsNeverSeenWithSomeOfItsRows)
+{
+    ASSERT_TRUE(send(*platform->storage(table.schema), table, "old", table.rows));
+    for (int rows = 1; rows < table.rows; ++rows) {
+        auto partial = platform->storage(table.schema);
+        send(*partial, table, "new", rows);
+        EXPECT_EQ(stored(), expectedContent(table, "old")) << rows << " rows sent";
+        partial.reset();
+        EXPECT_EQ(stored(), expectedContent(table, "old")) << rows << " rows sent, then abandoned";
+        platform->restart();
+        EXPECT_EQ(stored(), expectedContent(table, "old")) << rows << " rows sent, then restarted";
+    }
+    EXPECT_TRUE(send(*platform->storage(table.schema), table, "new", table.rows));
+    EXPECT_EQ(stored(), expectedContent(table, "new"));
+}
+
+TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
+{
+    ASSERT_TRUE(send(*platform->storage(table.schema), table, "old", table.rows));
+    for (std::string const text : {"<", "a & b", "&unknown;", "</Entry>", "<open>", "\xff"})
+        for (int bad : {0, 1, table.rows - 1}) {
+            auto storage = platform->storage(table.schema);
+            bool last = true;
+            for (int row = 0; row < table.rows; ++row) {
+                last = storage->setDataItems(table.fragment(row, row == bad ? text : "new"));
+                EXPECT_FALSE(row == bad && last) << text;
+            }
+            EXPECT_FALSE(last) << "row " << bad << " was refused, so that the table is not whole";
+            EXPECT_EQ(stored(), expectedContent(table, "old")) << text;
+        }
+    EXPECT_TRUE(send(*platform->storage(table.schema), table, "new", table.rows));
+    EXPECT_EQ(stored(), expectedContent(table, "new"));
+}
+
+TEST_F(Database, GivesSecretsBackAcrossRestart)
+{
+    for (std::string const plain : {"", "1234", "p\xc3\xb6t of <gold> & more", "failure"}) {
+        std::string stored;
+        std::string back = "something else";
+        ASSERT_TRUE(DasCrypt::toEncryptedText(plain, stored));
+        EXPECT_TRUE(plain.empty() || stored.find(plain) == std::string::npos);
+        for (char const c : stored)
+            EXPECT_TRUE(c > ' ' && c <= '~') << stored;
+        platform->restart();
+        EXPECT_TRUE(DasCrypt::fromEncryptedText(stored, back));
+        EXPECT_EQ(back, plain);
+    }
+}
+
+TEST_F(Database, RefusesASecretThatWasAlteredOrNeverEncrypted)
+{
+    std::string stored;
+    ASSERT_TRUE(DasCrypt::toEncryptedText("secret", stored));
+    std::vector<std::string> altered{"", "secret", stored.substr(1), stored.substr(0, stored.size() - 1), stored + "A"};
+    for (std::size_t i = 0; i < stored.size() * 7; ++i) {
+        altered.push_back(stored);
+        altered.back()[i / 7] = static_cast<char>(altered.back()[i / 7] ^ (1 << (i % 7)));
+    }
+    for (std::string const& text : altered) {
+        std::string plain = "untouched";
+        EXPECT_FALSE(DasCrypt::fromEncryptedText(text, plain)) << text;
+        EXPECT_EQ(plain, "") << text;
+    }
+}

@@ -1,0 +1,84 @@
+// The management record, and how the management service is found.
+#include "LocalMgmtIfc.h"
+#include "ManageableData.h"
+#include "PlatformPath.h"
+#include "PlatformUnderTest.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::vector<std::string> rootIds(ManageableData const& record)
+{
+    std::vector<std::string> ids;
+    record.getRootIds(ids);
+    return ids;
+}
+
+} // namespace
+
+TEST(ManagementRecord, RootIdsKeepTheOrderOfTheirFirstMention)
+{
+    ManageableData record;
+    record.populate("zeta", "zeta", "1");
+    record.setRootId("alpha", nullptr);
+    record.populate("codecSettings", "codec[1]/type");
+    record.populate("alpha", "alpha", "2");
+    record.setRootId("zeta", nullptr);
+    EXPECT_EQ(rootIds(record), (std::vector<std::string>{"zeta", "alpha", "codecSettings"}));
+}
+
+TEST(ManagementRecord, ASubItemHasAValueOnlyOnceOneWasStored)
+{
+    ManageableData record;
+    std::string value = "untouched";
+    record.setRootId("volume", nullptr);
+    record.populate("volume", "volume");
+    EXPECT_FALSE(record.interogate("volume", "volume", value));
+    EXPECT_FALSE(record.interogate("unknown", "unknown", value));
+    EXPECT_EQ(value, "untouched");
+
+    record.populate("volume", "volume", "");
+    EXPECT_TRUE(record.interogate("volume", "volume", value));
+    EXPECT_EQ(value, "");
+
+    record.populate("volume", "volume", "5");
+    record.populate("volume", "volume");
+    EXPECT_TRUE(record.interogate("volume", "volume", value));
+    EXPECT_EQ(value, "5") << "naming a sub-item keeps its value";
+    EXPECT_EQ(record.entries().size(), 1u);
+}
+
+TEST(ManagementRecord, RejectReasonsAreAllKeptInOrder)
+{
+    ManageableData record;
+    record.addRejectReason("volume", "volume", "first");
+    record.addRejectReason("volume", "volume", "second");
+    ASSERT_EQ(record.rejectReasons().size(), 2u);
+    EXPECT_EQ(record.rejectReasons()[0].reason, "first");
+    EXPECT_EQ(record.rejectReasons()[1].reason, "second");
+    EXPECT_EQ(rootIds(record), std::vector<std::string>{});
+}
+
+TEST(ManagementService, IsFoundByItsNameAndLeavesUnknownSubItemsWithoutValue)
+{
+    auto const platform = PlatformUnderTest::make();
+    EXPECT_EQ(platform->context().findService("NoSuchService"), nullptr);
+    auto* const service = dynamic_cast<LocalMgmtIfc*>(platform->context().findService("LocalMgmtIfc"));
+    ASSERT_NE(service, nullptr);
+
+    ManageableData record;
+    std::string value;
+    record.setRootId("no-such-item", nullptr);
+    record.populate("no-such-item", "no-such-item");
+    EXPECT_TRUE(service->readData(record));
+    EXPECT_FALSE(record.interogate("no-such-item", "no-such-item", value));
+}
+
+TEST(PlatformPath, PutsADirectoryOfThisMachineBeforeThePath)
+{
+    auto const platform = PlatformUnderTest::make();
+    std::string const place = platformPath("/data/database/media_config");
+    EXPECT_TRUE(place.starts_with("/") && place.ends_with("/data/database/media_config")) << place;
+    EXPECT_NE(place, "/data/database/media_config") << "a test must not touch the machine's own files";
+}

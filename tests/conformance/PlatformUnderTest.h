@@ -1,0 +1,26 @@
+// What the conformance suite needs to know of a platform. Each platform implements it once in its own adapter; the suite is
+// linked with one of them and otherwise uses the seam alone.
+#pragma once
+
+#include "DataStorage.h"
+#include "SvcRTEContext.h"
+
+#include <memory>
+#include <string>
+
+class PlatformUnderTest {
+public:
+    /// A fresh platform with an empty database; the only one until it is destroyed.
+    static std::unique_ptr<PlatformUnderTest> make();
+    virtual ~PlatformUnderTest() = default;
+
+    virtual SvcRTEContext& context() = 0;
+
+    /// Ends the platform and starts it again over what it keeps. Contexts and storages of before are gone.
+    virtual void restart() = 0;
+
+    std::unique_ptr<DataStorage> storage(std::string const& schema)
+    {
+        return std::make_unique<DataStorage>(context(), schema);
+    }
+};

@@ -1,0 +1,94 @@
+// The event parser: which events a text gives, and which texts are refused.
+#include "XmlParser.h"
+#include "PlatformUnderTest.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// The events of `xml`: "+name(attribute=value)", "'text'", "-name"; "refused" when the parser refuses it.
+std::string events(std::string const& xml)
+{
+    std::string log;
+    XmlParser parser(
+        &log,
+        [](void* user, char const* name, char const** attributes) {
+            std::string& text = *static_cast<std::string*>(user);
+            text += "+" + std::string(name);
+            for (; *attributes != nullptr; attributes += 2)
+                text += "(" + std::string(attributes[0]) + "=" + attributes[1] + ")";
+        },
+        [](void* user, char const* name) { *static_cast<std::string*>(user) += "-" + std::string(name); },
+        [](void* user, char const* text, int length) {
+            *static_cast<std::string*>(user) += "'" + std::string(text, static_cast<std::size_t>(length)) + "'";
+        });
+    return parser.parseMessage(xml.data(), static_cast<int>(xml.size())) ? log : "refused";
+}
+
+std::string nested(int depth)
+{
+    std::string open;
+    std::string close;
+    for (int i = 0; i < depth; ++i) {
+        open += "<e>";
+        close += "</e>";
+    }
+    return open + "x" + close;
+}
+
+std::string ofSize(std::size_t size)
+{
+    return "<e>" + std::string(size - std::string("<e></e>").size(), 'x') + "</e>";
+}
+
+} // namespace
+
+class XmlParserPromise : public testing::Test {
+    std::unique_ptr<PlatformUnderTest> m_platform = PlatformUnderTest::make();
+};
+
+TEST_F(XmlParserPromise, GivesEachElementItsTextOnceAndNothingBetweenElements)
+{
+    struct {
+        char const* xml;
+        char const* events;
+    } const cases[] = {
+        {"<a>1</a>", "+a'1'-a"},
+        {"<S name=\"N\"><E><A>1</A><B>true</B></E></S>", "+S(name=N)+E+A'1'-A+B'true'-B-E-S"},
+        {"<?xml version=\"1.0\"?>\n<S>\n  <A>1</A>\n\t<B>2</B>\r\n</S>\n", "+S+A'1'-A+B'2'-B-S"},
+        {"<A></A><B/><C>3</C>", "+A-A+B-B+C'3'-C"},
+        {"<E><A>1</A></E> \n <E><A>2</A></E>", "+E+A'1'-A-E+E+A'2'-A-E"},
+        {"<a>x&lt;y&amp;z&#65;</a>", "+a'x<y&zA'-a"},
+        {"<a>x<![CDATA[<y>]]>z</a>", "+a'x<y>z'-a"},
+        {"<a>one\ntwo</a>", "+a'one\ntwo'-a"},
+        {"<a>x<!-- remark -->y</a>", "+a'xy'-a"},
+        {"<a p='1' q='2'/>", "+a(p=1)(q=2)-a"},
+    };
+    for (auto const& c : cases)
+        EXPECT_EQ(events(c.xml), c.events) << c.xml;
+    std::string const longText(200000, 'x');
+    EXPECT_EQ(events("<a>" + longText + "</a>"), "+a'" + longText + "'-a");
+}
+
+TEST_F(XmlParserPromise, RefusesWhatIsNotWellFormed)
+{
+    for (std::string const xml : {"<a>", "</a>", "<a></b>", "<a><b></a></b>", "<a>&unknown;</a>", "<a>1 & 2</a>", "<a b=c/>",
+                                  "<a><", "<a/></root><root>", "<a>\xff</a>", "<a b='1' b='2'/>"})
+        EXPECT_EQ(events(xml), "refused") << xml;
+    EXPECT_EQ(events(std::string("<a>\0</a>", 8)), "refused");
+}
+
+TEST_F(XmlParserPromise, RefusesDocumentTypesDepthAndSize)
+{
+    EXPECT_EQ(events("<!DOCTYPE a><a>1</a>"), "refused");
+    EXPECT_EQ(events("<!DOCTYPE a [<!ENTITY x \"y\">]><a>&x;</a>"), "refused");
+    EXPECT_EQ(events("<?xml version=\"1.0\"?><!DOCTYPE a SYSTEM \"file:///etc/hostname\"><a/>"), "refused");
+
+    EXPECT_NE(events(nested(16)), "refused");
+    EXPECT_EQ(events(nested(17)), "refused");
+    EXPECT_EQ(events("<row>1</row>" + nested(17)), "refused");
+
+    constexpr std::size_t mebibyte = 1024 * 1024;
+    EXPECT_NE(events(ofSize(mebibyte)), "refused");
+    EXPECT_EQ(events(ofSize(mebibyte + 1)), "refused");
+}

@@ -1,0 +1,37 @@
+// The scripted platform under the conformance suite.
+#include "PlatformUnderTest.h"
+
+#include "ScriptedPlatform.h"
+
+namespace {
+
+class ScriptedUnderTest : public PlatformUnderTest {
+public:
+    ScriptedUnderTest() { start({}); }
+
+    SvcRTEContext& context() override { return *m_platform; }
+
+    void restart() override
+    {
+        Scripted::Stored const kept = m_platform->stored();
+        m_platform.reset();
+        start(kept);
+    }
+
+private:
+    void start(Scripted::Stored const& stored)
+    {
+        m_platform = std::make_unique<Scripted::Platform>(stored);
+        m_platform->emptyDatabase();
+        m_platform->managementAnswersNothing();
+    }
+
+    std::unique_ptr<Scripted::Platform> m_platform;
+};
+
+} // namespace
+
+std::unique_ptr<PlatformUnderTest> PlatformUnderTest::make()
+{
+    return std::make_unique<ScriptedUnderTest>();
+}

@@ -1,0 +1,94 @@
+// The whole library over the scripted platform: a database that starts empty, a management service that accepts everything.
+#pragma once
+
+#include "Data/BulkData.h"
+#include "Data/DataTypes.h"
+#include "Media/MediaDataCache.h"
+
+#include "ScriptedFixture.h"
+
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+/// What a client heard: one text per notification, "tag=value tag=value".
+class Listener : public DataUpdateCallback {
+public:
+    void onDataUpdate(Data::BulkData& changes) override
+    {
+        std::string text;
+        for (auto const& [tag, item] : changes.getTagsValues()) {
+            text += (text.empty() ? "" : " ") + std::to_string(tag) + "=";
+            text += item->itemType == Data::eDataItemTypeString ? item->stringValue
+                    : item->itemType == Data::eDataItemTypeBool ? (item->boolValue ? "true" : "false")
+                                                                : std::to_string(item->intValue);
+        }
+        heard.push_back(text);
+        lockDepths.push_back(Scripted::Platform::heldLocks());
+        if (onNews)
+            onNews();
+    }
+
+    std::vector<std::string> heard;
+    std::vector<int> lockDepths;
+    std::function<void()> onNews;
+};
+
+class LibraryTest : public ScriptedTest {
+protected:
+    using Cache = Media::MediaDataCache;
+    using Texts = std::vector<std::string>;
+
+    LibraryTest()
+    {
+        platform.emptyDatabase();
+        platform.managementAnswersNothing();
+        platform.managementAccepts(true);
+    }
+
+    void TearDown() override
+    {
+        Cache::terminate();
+        ScriptedTest::TearDown();
+    }
+
+    /// Starts the library and forgets the calls that takes.
+    void start()
+    {
+        Cache::init(platform);
+        platform.clearJournal();
+        platform.clearLogs();
+    }
+
+    void restart()
+    {
+        Cache::terminate();
+        start();
+    }
+
+    void listen(std::list<Data::eDataTag> const& tags) { EXPECT_TRUE(Cache::registerCallback(tags, &listener)); }
+
+    static int number(Data::eDataTag tag)
+    {
+        int value = -1;
+        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
+        return value;
+    }
+
+    static std::string text(Data::eDataTag tag)
+    {
+        std::string value;
+        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
+        return value;
+    }
+
+    static bool flag(Data::eDataTag tag)
+    {
+        bool value = false;
+        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
+        return value;
+    }
+
+    Listener listener;
+};

@@ -1,0 +1,349 @@
+// Single values through the facade: reading, validating, storing, restoring, reporting, announcing.
+#include "LibraryTest.h"
+
+#include "Data/DataCountry.h"
+#include "Data/DataItemBase.h"
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+
+#include "DasCrypt.h"
+
+#include <memory>
+#include <thread>
+
+using namespace Data;
+
+namespace {
+
+class CacheTest : public LibraryTest {};
+
+TEST_F(CacheTest, withoutAnInstanceEveryOperationAnswersItsFallback)
+{
+    int number = 7;
+    std::string text = "kept";
+    BulkData bulk;
+    ManageableData record;
+    EXPECT_FALSE(Cache::getData(eDataTagRingerVolume, number));
+    EXPECT_FALSE(Cache::setData(eDataTagRingerAudioFile, text, true));
+    EXPECT_EQ(number, 7);
+    EXPECT_FALSE(Cache::setDataBulk(bulk) || Cache::getDataBulk(bulk));
+    EXPECT_FALSE(Cache::getDataOcms(record) || Cache::setDataOcms(record) || Cache::manageableDataChanged(record));
+    EXPECT_EQ(Cache::getItemType(eDataTagRingerVolume), eDataItemTypeInvalid);
+    EXPECT_FALSE(Cache::registerCallback({}, &listener));
+    Cache::unregisterCallback(&listener);
+    Cache::readUserDataFromSourceDB();
+    Cache::resetDataSetUserAll();
+    EXPECT_EQ(Cache::getCountry(), eCountryUnknown);
+    EXPECT_EQ(Cache::getCountryRegion(), 1);
+    EXPECT_EQ(Cache::managementAgent(), nullptr);
+    EXPECT_FALSE(bulk.addTagValue(eDataTagRingerVolume, 3, false));
+}
+
+TEST_F(CacheTest, startUpReadsEverythingWritesNothingAndAnnouncesNothing)
+{
+    platform.database("AudioSettings", "RingerVolume", "7");
+    platform.database("AudioSettings", "HandsetVolume", "9");
+    std::string stored;
+    ASSERT_TRUE(DasCrypt::toEncryptedText("secret", stored));
+    platform.database("ICESettings", "IceServerPwd0", stored);
+    Cache::init(platform);
+    EXPECT_EQ(platform.calls({"setDataItem", "setDataItems"}).size(), 0U);
+    for (auto const& call : platform.calls({"findDataAccessService", "getDataItem", "findService"}))
+        EXPECT_EQ(call.lockDepth > 0, true) << call.text();
+    EXPECT_EQ(number(eDataTagRingerVolume), 7);
+    EXPECT_EQ(number(eDataTagHandsetVolume), 2) << "a stored value that the item refuses leaves the default";
+    EXPECT_EQ(text(eDataTagIceServerPwd0), "secret");
+    listen({eDataTagRingerVolume, eDataTagHeadsetVolume});
+    EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 5, false));
+    EXPECT_EQ(listener.heard, Texts{"51=5"});
+}
+
+TEST_F(CacheTest, aSecondInitKeepsTheFirstInstance)
+{
+    start();
+    Cache::init(platform);
+    EXPECT_EQ(platform.journal().size(), 0U);
+}
+
+/// One set of one value, and everything that can be seen of it.
+struct SetCase {
+    char const* name;
+    std::function<bool()> set;
+    bool result;
+    std::vector<std::string> calls;
+    std::vector<std::string> errors;
+    std::vector<std::string> heard;
+};
+
+void PrintTo(SetCase const& set, std::ostream* out)
+{
+    *out << set.name;
+}
+
+template <class T> std::function<bool()> setting(eDataTag tag, T value, bool toManagement)
+{
+    return [=] { return Media::MediaDataCache::setData<T>(tag, value, toManagement); };
+}
+
+class SetTest : public LibraryTest, public testing::WithParamInterface<SetCase> {};
+
+TEST_P(SetTest, storesReportsLogsAndAnnounces)
+{
+    auto const& expected = GetParam();
+    start();
+    listen({eDataTagRingerVolume, eDataTagRtpBasePort, eDataTagRingerEnabled, eDataTagQosStatistics, eDataTagCountry,
+            eDataTagOpusTest, eDataTagDoorOpener1Pin});
+    EXPECT_EQ(expected.set(), expected.result);
+    EXPECT_EQ(platform.lines({"setDataItem", "setDataItems", "reportChanged", "requestSet"}), expected.calls);
+    EXPECT_EQ(platform.logs(2), expected.errors);
+    EXPECT_EQ(listener.heard, expected.heard);
+}
+
+std::string const noItem = "DataCache::setDataValue - ERR failed to set OCMS value\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SetTest,
+    testing::Values(
+        SetCase{"new",
+                setting(eDataTagRingerVolume, 5, false),
+                true,
+                {"setDataItem AudioSettings RingerVolume 5 -> true"},
+                {},
+                {"61=5"}},
+        SetCase{
+            "reported",
+            setting(eDataTagRingerVolume, 5, true),
+            true,
+            {"setDataItem AudioSettings RingerVolume 5 -> true", "reportChanged ringer-volume=5 [ringer-volume] -> true"},
+            {},
+            {"61=5"}},
+        SetCase{"unchanged", setting(eDataTagRingerVolume, 3, true), true, {}, {}, {}},
+        SetCase{
+            "outOfRange",
+            setting(eDataTagRingerVolume, 9, true),
+            false,
+            {},
+            {"DataCache::setDataValues - ERR invalid value given! 'The provided value '9' is not in valid range 1..8'\n"},
+            {}},
+        SetCase{"odd",
+                setting(eDataTagRtpBasePort, 65121, false),
+                false,
+                {},
+                {"DataCache::setDataValues - ERR invalid value given! 'The provided value '65121' is not even.'\n"},
+                {}},
+        SetCase{"notAllowed",
+                setting(eDataTagRingerEnabled, std::string("Beep"), false),
+                false,
+                {},
+                {"DataCache::setDataValues - ERR invalid value given! 'The provided value 'Beep' is not supported! Allowed: "
+                 "true;false;beep;'\n"},
+                {}},
+        SetCase{"wrongType",
+                setting(eDataTagRingerVolume, true, false),
+                false,
+                {},
+                {"DataCache::setDataValue - ERR used wrong type in reading value for tag 61\n"},
+                {}},
+        SetCase{"actionUnchanged", setting(eDataTagQosStatistics, std::string(), false), true, {}, {}, {"37="}},
+        SetCase{"withoutName",
+                setting(eDataTagCodecHardwareAllowed0, false, true),
+                false,
+                {},
+                {"DataCache::setData - ERR failed to set OCMS value\n"},
+                {}},
+        SetCase{"observed",
+                setting(eDataTagCountry, std::string("DE"), false),
+                true,
+                {"requestSet country=DE -> true"},
+                {},
+                {"633=DE"}},
+        SetCase{"notHeld",
+                setting(eDataTagFunctionKeyDef32, std::string("x"), false),
+                true,
+                {"requestSet function-key-def-32=x -> true"},
+                {},
+                {}},
+        SetCase{"unknown", setting(static_cast<eDataTag>(-1), 1, false), false, {}, {noItem}, {}},
+        SetCase{"file",
+                setting(eDataTagOpusTest, true, true),
+                true,
+                {},
+                {"DataCache::setDataValue -> DATA_FILE not implemented \n"},
+                {"797=true"}},
+        SetCase{"groupPickup", setting(eDataTagGroupPickup, std::string("1"), true), true, {}, {}, {}},
+        SetCase{"secret",
+                setting(eDataTagDoorOpener1Pin, std::string("1234"), false),
+                true,
+                {"setDataItem OcmsSettings DoorOpener1Pin enc(31323334:fdc422fd) -> true"},
+                {},
+                {"424=1234"}}),
+    [](auto const& test) { return std::string(test.param.name); });
+
+TEST_F(CacheTest, aRefusedWriteRestoresAnnouncesTheOldValueAndFails)
+{
+    start();
+    listen({eDataTagRingerVolume});
+    platform.failCall(1);
+    EXPECT_FALSE(Cache::setData(eDataTagRingerVolume, 5, true));
+    EXPECT_EQ(number(eDataTagRingerVolume), 3);
+    EXPECT_EQ(platform.logs(2), Texts{"DataCache::setDataValue - ERR storing into db failed\n"});
+    EXPECT_EQ(listener.heard, Texts{"61=3"});
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, true));
+}
+
+TEST_F(CacheTest, aFailedEncryptionNeverStoresPlainText)
+{
+    start();
+    platform.failCall(1);
+    Cache::setData(eDataTagDoorOpener1Pin, std::string("1234"), false);
+    EXPECT_EQ(platform.databaseText("OcmsSettings", "DoorOpener1Pin").value_or("").find("1234"), std::string::npos);
+}
+
+TEST_F(CacheTest, aFailedReportIsToldThoughTheValueStays)
+{
+    platform.managementAccepts(false);
+    start();
+    EXPECT_FALSE(Cache::setData(eDataTagRingerVolume, 5, true));
+    EXPECT_EQ(number(eDataTagRingerVolume), 5);
+    EXPECT_EQ(platform.logs(2), Texts{"DataCache::setData - ERR failed to set OCMS value\n"});
+    EXPECT_FALSE(Cache::setData(eDataTagCountry, std::string("FR"), false));
+    EXPECT_EQ(text(eDataTagCountry), "FR");
+}
+
+TEST_F(CacheTest, aMissingSchemaFailsItsTagsAndNoOthers)
+{
+    platform.schemaMissing("SipBaseSettings");
+    Cache::init(platform);
+    EXPECT_EQ(platform.lines({"findDataAccessService"}).size(), 13U) << "asked again for each further tag of the schema";
+    platform.clearLogs();
+    EXPECT_FALSE(Cache::setData(eDataTagCryptoContextUpdate, 1, false));
+    EXPECT_EQ(platform.logs(2),
+              (Texts{"DataSourceDB::findTagInfo - schema 'SipBaseSettings' not initialized/found in db storage\n",
+                     "DataCache::setDataValue - ERR storing into db failed\n"}));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+}
+
+TEST_F(CacheTest, valuesItDoesNotHoldAreReadFromTheServiceEachTime)
+{
+    platform.management("function-key-def-100", "function-key-def-100", "dial");
+    start();
+    EXPECT_EQ(text(eDataTagFunctionKeyDef100), "dial");
+    int number = 7;
+    EXPECT_FALSE(Cache::getData(static_cast<eDataTag>(5000), number));
+    EXPECT_EQ(number, 0) << "a failed read of what is not held overwrites the value";
+    number = 7;
+    EXPECT_FALSE(Cache::getData(eDataTagRingerEnabled, number));
+    EXPECT_EQ(number, 7) << "a wrong type does not";
+}
+
+TEST_F(CacheTest, unregisteringReachesTheLowestTagOnly)
+{
+    start();
+    listen({eDataTagIceServerType, eDataTagRingerVolume});
+    EXPECT_FALSE(Cache::registerCallback({eDataTagFunctionKeyDef100, eDataTagHeadsetVolume}, &listener));
+    Cache::unregisterCallback(&listener);
+    EXPECT_TRUE(Cache::setData(eDataTagIceServerType, 1, false));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 5, false));
+    EXPECT_EQ(listener.heard, (Texts{"61=5", "51=5"}));
+}
+
+TEST_F(CacheTest, aCallbackMayUseTheCacheItWasCalledFrom)
+{
+    start();
+    listen({eDataTagRingerVolume, eDataTagHeadsetVolume});
+    listener.onNews = [this] {
+        EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, number(eDataTagRingerVolume), false));
+        EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 6, false));
+        Cache::unregisterCallback(&listener);
+        EXPECT_TRUE(Cache::registerCallback({eDataTagWarnToneVolume}, &listener));
+        BulkData bulk;
+        EXPECT_TRUE(bulk.setTag(eDataTagRingerVolume) && Cache::getDataBulk(bulk));
+        Cache::resetDataSetUserAudio();
+    };
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    EXPECT_EQ(listener.heard.front(), "61=5");
+    EXPECT_EQ(number(eDataTagRingerVolume), 3);
+}
+
+TEST_F(CacheTest, theCountryFollowsTheObservedItem)
+{
+    start();
+    EXPECT_EQ(Cache::getCountry(), eCountryUnknown);
+    struct {
+        char const* code;
+        int country;
+        int region;
+    } const cases[]{{"GB", 0, 1},  {"CA", 4, 0},  {"JP", 11, 0}, {"US", 19, 0},
+                    {"KR", 38, 0}, {"UA", 39, 1}, {"gb", 40, 1}, {"GBR", 40, 1}};
+    for (auto const& expected : cases) {
+        EXPECT_TRUE(Cache::setData(eDataTagCountry, std::string(expected.code), false));
+        EXPECT_EQ(Cache::getCountry(), expected.country) << expected.code;
+        EXPECT_EQ(Cache::getCountryRegion(), expected.region) << expected.code;
+    }
+    DataCountry other;
+    {
+        DataCountry emptiesTheSharedMap;
+    }
+    EXPECT_EQ(other.getCountry("DE"), eCountryUnknown);
+}
+
+/// A value other than the default that the item of this row takes, found by asking the item.
+std::string anotherValue(DataCache::DataItemBuilder::DataItemRecord const& record)
+{
+    auto const item = std::unique_ptr<DataItemBase>(DataCache::DataItemBuilder::createDataItem(record.tag, eDataSourceDB));
+    std::string reason;
+    for (std::string const candidate : {"0", "1", "2", "true", "false", "beep", "5006", "70", "25000", "1001", "150"}) {
+        if (candidate != record.value.text && item->setValueString(candidate, reason)) {
+            std::string stored;
+            item->getValueString(stored);
+            if (stored != record.value.text)
+                return stored;
+        }
+    }
+    return {};
+}
+
+TEST_F(CacheTest, everyValueTheDatabaseHoldsSurvivesARestart)
+{
+    start();
+    std::map<eDataTag, std::string> expected;
+    for (auto const& record : DataCache::DataItemBuilder::dataItemDefaultTable) {
+        auto const* const row = DataSourceDB::findDescription(record.tag);
+        if (!row->schema || row->isTable || row->parentTable != eDataTagNone || row->tag == eDataTagEnd)
+            continue;
+        auto const value = anotherValue(record);
+        ASSERT_FALSE(value.empty()) << record.tag;
+        expected[record.tag] = value;
+        bool const stored = record.value.type == eDataItemTypeInt    ? Cache::setData(record.tag, std::stoi(value), false)
+                            : record.value.type == eDataItemTypeBool ? Cache::setData(record.tag, value == "true", false)
+                                                                     : Cache::setData(record.tag, value, false);
+        EXPECT_TRUE(stored) << record.tag;
+    }
+    EXPECT_GT(expected.size(), 350U);
+    restart();
+    DataTagValue_t found;
+    for (auto const& [tag, value] : expected) {
+        BulkData bulk;
+        bulk.addTag(tag);
+        ASSERT_TRUE(Cache::getDataBulk(bulk)) << tag;
+        EXPECT_EQ(bulk.serialize(), "<item><tag>" + std::to_string(tag) + "</tag><value>" + value + "</value></item>");
+    }
+}
+
+TEST_F(CacheTest, twoThreadsWriteWithoutLosingAValue)
+{
+    start();
+    platform.keepJournal(false);
+    auto const write = [](eDataTag tag) {
+        for (int round = 0; round < 300; ++round)
+            EXPECT_TRUE(Media::MediaDataCache::setData(tag, 1 + round % 8, false));
+    };
+    std::thread other(write, eDataTagHandsetVolume);
+    write(eDataTagHeadsetVolume);
+    other.join();
+    EXPECT_EQ(platform.databaseText("AudioSettings", "HandsetVolume"), std::to_string(1 + 299 % 8));
+    EXPECT_EQ(number(eDataTagHandsetVolume), number(eDataTagHeadsetVolume));
+}
+
+} // namespace

@@ -1,0 +1,237 @@
+// Many values at once: the bulk container, bulk operations, resets, mobility and the flag file through the whole library.
+#include "LibraryTest.h"
+
+#include "MgmtAgentIfc.h"
+
+#include <thread>
+
+using namespace Data;
+
+namespace {
+
+class ExchangeTest : public LibraryTest {
+protected:
+    /// A change report of the management service.
+    static void report(std::string const& item, std::string const& value)
+    {
+        ManageableData record;
+        record.populate(item, item, value);
+        EXPECT_TRUE(Cache::manageableDataChanged(record));
+    }
+};
+
+TEST_F(ExchangeTest, aBulkHoldsOnlyValuesOfTheItemsOwnType)
+{
+    start();
+    BulkData bulk;
+    EXPECT_FALSE(bulk.addTagValue(eDataTagOpusFec, 1, false));
+    EXPECT_FALSE(bulk.setTag(eDataTagCodecSettings));
+    EXPECT_FALSE(bulk.setTag(eDataTagEnd));
+    EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerUsername0, std::string("<b>"), false));
+    EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerPort0, 1, true));
+    EXPECT_TRUE(bulk.setTagData(eDataTagIceServerPort0, 3, false));
+    EXPECT_TRUE(bulk.setTag(eDataTagOpusFec));
+    EXPECT_EQ(bulk.serialize(), "<item><tag>4</tag><value>3</value></item><item><tag>6</tag><value><b></value></item>");
+    EXPECT_EQ(bulk.getTags(), (std::set{eDataTagIceServerPort0, eDataTagIceServerUsername0, eDataTagOpusFec}));
+    EXPECT_EQ(bulk.getTagsNotSetInDb(), (std::set{eDataTagIceServerPort0, eDataTagIceServerUsername0}));
+
+    BulkData copy(bulk);
+    auto const& same = copy;
+    copy = same;
+    bulk.clear();
+    EXPECT_EQ(bulk.serialize(), "");
+    EXPECT_EQ(copy.getTags().size(), 3U);
+    int value = 0;
+    EXPECT_TRUE(copy.getTagValue(eDataTagIceServerPort0, value));
+    EXPECT_EQ(value, 3);
+}
+
+TEST_F(ExchangeTest, readingAMissingValueFromABulkKeepsItsLock)
+{
+    start();
+    BulkData bulk;
+    int value = 7;
+    EXPECT_FALSE(bulk.getTagValue(eDataTagIceServerPort0, value));
+    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(bulk.addTag(eDataTagIceServerPort0)) << "its own thread goes on";
+}
+
+TEST_F(ExchangeTest, aBulkSetStoresTheGoodReportsThemAndFlagsThem)
+{
+    start();
+    listen({eDataTagRingerVolume, eDataTagHeadsetVolume, eDataTagIceServerPort0});
+    BulkData bulk;
+    bulk.addTagValue(eDataTagRingerVolume, 5, false);
+    bulk.addTagValue(eDataTagHeadsetVolume, 9, false);
+    bulk.addTagValue(eDataTagIceServerPort0, 3478, false);
+    EXPECT_FALSE(Cache::setDataBulk(bulk));
+    EXPECT_EQ(bulk.getTagsNotSetInDb(), std::set{eDataTagHeadsetVolume});
+    EXPECT_EQ(platform.lines({"setDataItem", "reportChanged"}),
+              (Texts{"setDataItem AudioSettings RingerVolume 5 -> true",
+                     "reportChanged ringer-volume=5 [ringer-volume] -> true"}));
+    EXPECT_EQ(
+        platform.logs(2),
+        (Texts{"DataCache::setDataValues - ERR invalid value given! 'The provided value '9' is not in valid range 1..8'\n",
+               "DataCache::setData - failed to set tag 51 \n"}));
+    EXPECT_EQ(listener.heard, Texts{"61=5"});
+}
+
+TEST_F(ExchangeTest, aBulkReadFillsInWhatItCanAndSaysWhatItCannot)
+{
+    start();
+    BulkData bulk;
+    for (auto const tag : {eDataTagRingerVolume, eDataTagCodecSettings, eDataTagFunctionKeyDef100})
+        bulk.addTag(tag);
+    EXPECT_FALSE(Cache::getDataBulk(bulk));
+    EXPECT_EQ(bulk.serialize(), "<item><tag>61</tag><value>3</value></item>");
+    EXPECT_EQ(platform.logs(2), (Texts{"DataCache::getDataBulk - invalid entry tag 108 \n",
+                                       "DataCache::getDataBulk - failed to get tag 108 \n",
+                                       "DataCache::getDataBulk - failed to find tag 653\n"}));
+}
+
+TEST_F(ExchangeTest, theAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
+{
+    start();
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerMinimumVolume, 2, false));
+    listen({eDataTagRingerVolume, eDataTagRingerMinimumVolume});
+    platform.clearJournal();
+    Cache::resetDataSetUserAll();
+    EXPECT_EQ(platform.lines({"setDataItem"}), Texts{"setDataItem AudioSettings RingerVolume 3 -> true"});
+    EXPECT_EQ(number(eDataTagRingerMinimumVolume), 2) << "not one of the nineteen";
+    EXPECT_EQ(listener.heard, Texts{});
+    EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 4, false));
+    EXPECT_EQ(listener.heard, Texts{"61=3"});
+}
+
+TEST_F(ExchangeTest, aFailedWriteEndsABatchAndRestoresTheValue)
+{
+    start();
+    ManageableData record;
+    for (auto const* item : {"handset-volume", "headset-volume", "handsfree-volume"})
+        record.populate(item, item, "7");
+    platform.failCall(2);
+    EXPECT_FALSE(Cache::setDataOcms(record));
+    EXPECT_EQ(number(eDataTagHandsetVolume), 7);
+    EXPECT_EQ(number(eDataTagHeadsetVolume), 2);
+    EXPECT_EQ(number(eDataTagHandsfreeVolume), 2);
+    EXPECT_EQ(platform.logs(2),
+              Texts{"DataCache::setDataValues - ERR storing into db failed, restoring original value for tag 51\n"});
+    EXPECT_TRUE(record.rejectReasons().empty());
+}
+
+TEST_F(ExchangeTest, announcedMobilityPushesTheUsersChangesOnce)
+{
+    start();
+    report("mobility-user-data-update", "unmanaged");
+    platform.clearJournal();
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    // The announcement itself was used up by its own pass.
+    EXPECT_EQ(platform.lines({"reportChanged"}), Texts{});
+    report("mobility-user-data-update", "managed");
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 6, false));
+    EXPECT_TRUE(Cache::setData(eDataTagIceServerPort0, 77, false));
+    EXPECT_EQ(platform.lines({"reportChanged"}), Texts{}) << "managed data is collected and not sent";
+    report("mobility-user-data-update", "");
+    EXPECT_EQ(platform.lines({"reportChanged"}), Texts{"reportChanged ringer-volume=6 [ringer-volume] -> true"});
+    report("mobility-user-data-update", "All");
+    EXPECT_EQ(platform.logs(2).back(),
+              "DataMobility::mobilityChanged -> unknown value >All< for mobility data update tag\n");
+}
+
+TEST_F(ExchangeTest, announcedArrivalReadsTheUsersDataAgain)
+{
+    start();
+    listen({eDataTagRingerVolume, eDataTagIceServerPort0});
+    platform.database("AudioSettings", "RingerVolume", "8");
+    platform.database("ICESettings", "IceServerPort0", "99");
+    report("mobility-user-data-update", "all");
+    EXPECT_EQ(number(eDataTagRingerVolume), 8);
+    EXPECT_EQ(number(eDataTagIceServerPort0), 3478) << "not the user's";
+    EXPECT_EQ(listener.heard, Texts{"61=8"});
+    for (int const depth : listener.lockDepths)
+        EXPECT_EQ(depth, 0) << "a report's callbacks run outside the lock";
+}
+
+TEST_F(ExchangeTest, aUserReadWithoutStoredValueFallsBackAndStoresTheDefault)
+{
+    platform.database("AudioSettings", "RingerVolume", "8");
+    start();
+    platform.failCall(1, true);
+    Cache::readUserDataFromSourceDB();
+    platform.failCall(0);
+    EXPECT_EQ(number(eDataTagRingerVolume), 8) << "the default could not be stored either";
+}
+
+TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
+{
+    start();
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    EXPECT_TRUE(Cache::setData(eDataTagIceServerPort0, 99, false));
+    listen({eDataTagRingerVolume, eDataTagIceServerPort0});
+    platform.clearJournal();
+    EXPECT_TRUE(Cache::managementAgent()->resetUserData());
+    EXPECT_EQ(platform.lines({"setDataItem", "reportChanged"}),
+              (Texts{"setDataItem AudioSettings RingerVolume 3 -> true",
+                     "reportChanged ringer-volume=3 [ringer-volume] -> true"}));
+    EXPECT_EQ(platform.calls({"reportChanged"}).front().lockDepth, 0);
+    EXPECT_EQ(listener.heard, Texts{"61=3"});
+    EXPECT_EQ(number(eDataTagIceServerPort0), 99);
+}
+
+TEST_F(ExchangeTest, theServiceMayCallBackWhileItIsBeingCalled)
+{
+    start();
+    platform.onCall([](Scripted::Call const& call) {
+        bool const stored = call.name != "reportChanged" || Cache::setData(eDataTagHeadsetVolume, 8, false);
+        EXPECT_TRUE(stored);
+    });
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, true));
+    EXPECT_EQ(number(eDataTagHeadsetVolume), 8);
+}
+
+/// Start-up with a flag file, and what the derived flags are.
+struct FlagCase {
+    char const* file;
+    bool opusTest;
+    bool opusHardware;
+    char const* encryption; ///< the five hardware flags by row; methods 2, 4, 3, 1, 0
+};
+
+TEST_F(ExchangeTest, theFlagFileSetsItsFlagsAndTheHardwareFlagsThatHangOnThem)
+{
+    constexpr FlagCase cases[]{{"opus_test", true, true, "00011"},
+                               {"opus_test false\n", false, false, "00011"},
+                               {"opus_test FALSE\naes256_test true", false, true, "11111"},
+                               {"aes256_test TRUE\n", false, true, "00011"},
+                               {"opus_test maybe", false, true, "00011"},
+                               {"", false, true, "00011"}};
+    for (auto const& expected : cases) {
+        SCOPED_TRACE(expected.file);
+        Cache::terminate();
+        platform.flagFile(expected.file);
+        start();
+        EXPECT_EQ(flag(eDataTagOpusTest), expected.opusTest);
+        EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), expected.opusHardware);
+        std::string encryption;
+        for (int tag = eDataTagSRTPEncryptionHardwareAllowed1; tag <= eDataTagSRTPEncryptionHardwareAllowed5; ++tag)
+            encryption += flag(static_cast<eDataTag>(tag)) ? '1' : '0';
+        EXPECT_EQ(encryption, expected.encryption);
+    }
+}
+
+TEST_F(ExchangeTest, aFlagThatLeavesTheFileKeepsItsValueUntilTheNextStart)
+{
+    start();
+    listen({eDataTagForceEtsi, eDataTagCodecHardwareAllowed3});
+    platform.flagFile("force_etsi\nopus_test false\n");
+    EXPECT_TRUE(flag(eDataTagForceEtsi));
+    EXPECT_EQ(listener.heard, Texts{"128=false 805=true"});
+    platform.removeFlagFile();
+    EXPECT_TRUE(flag(eDataTagForceEtsi));
+    EXPECT_TRUE(flag(eDataTagCodecHardwareAllowed3)) << "derived again without the file";
+    restart();
+    EXPECT_FALSE(flag(eDataTagForceEtsi));
+}
+
+} // namespace

@@ -1,0 +1,207 @@
+// The management service's exchanges: what is owned and observed, reasons for refusals, pushes, reads, reports.
+#include "ManagementFixture.h"
+
+namespace {
+
+constexpr eDataTag volume = tag(61), melody = tag(62);
+
+ManageableData recordOf(std::vector<std::pair<std::string, std::string>> const& items)
+{
+    ManageableData record;
+    for (auto const& [item, value] : items)
+        record.populate(item, item, value);
+    return record;
+}
+
+Texts reasonsOf(ManageableData const& record)
+{
+    Texts reasons;
+    for (auto const& [item, subItem, reason] : record.rejectReasons())
+        reasons.push_back(item + "/" + subItem + ": " + reason);
+    return reasons;
+}
+
+Texts valuesOf(ManageableData const& record)
+{
+    Texts values;
+    for (auto const& entry : record.entries()) {
+        if (entry.hasValue)
+            values.push_back(entry.subItem + "=" + entry.value);
+    }
+    return values;
+}
+
+} // namespace
+
+TEST_F(Management, NamesATagThatIsOwnedAndObservedAsObservedAndLogsTheCollision)
+{
+    DataSourceOCMS source(platform, eDataComponentMedia, {country}, {volume, country}, &cache, &mobility);
+    EXPECT_TRUE(source.checkOCMSItemHandling(country, OBSERVED));
+    EXPECT_FALSE(source.checkOCMSItemHandling(country, OWNED));
+    EXPECT_TRUE(source.checkOCMSItemHandling(volume, OWNED));
+    EXPECT_FALSE(source.checkOCMSItemHandling(melody, OBSERVED));
+    EXPECT_EQ(platform.logs(2),
+              Texts{"DataSourceOCMS::addToHandlingMap - ERR while building handling map, there's collision "
+                    "between owned & observed\n"});
+}
+
+TEST_F(Management, FindsNamesByTagAndTagsByName)
+{
+    auto source = makeSource();
+    std::string item, subItem;
+    for (int number = -1; number <= 808; ++number) {
+        if (!source.findStringsFor(tag(number), item, subItem))
+            continue;
+        eDataTag found = eDataTagNone;
+        EXPECT_TRUE(source.findTagFor(item, subItem, found) && found == number) << number;
+    }
+    for (int const nameless : {-1, 0, 68, 108, 125, 806, 807})
+        EXPECT_FALSE(source.findStringsFor(tag(nameless), item, subItem)) << nameless;
+    ASSERT_TRUE(source.findStringsFor(tag(109), item, subItem));
+    EXPECT_EQ(item + " " + subItem, "codecSettings codec[1]/type");
+    eDataTag found = eDataTagNone;
+    EXPECT_TRUE(source.findTagFor("codecSettings", "codec[9]/type", found));
+    EXPECT_EQ(found, 109) << "an unknown sub-item stands for the item itself";
+    EXPECT_FALSE(source.findTagFor("codec", "codec[1]/type", found));
+}
+
+TEST_F(Management, AnswersASetRequestWithReasonsOnlyForRefusalsOrWhenNothingChangesAtAll)
+{
+    struct Case {
+        char const* what;
+        std::vector<std::pair<std::string, std::string>> request;
+        DataTagValue_t rejects;
+        bool stores;
+        bool result;
+        Texts reasons;
+        std::size_t batches;
+    };
+    Texts const bothUnchanged{"ringer-volume/ringer-volume: UNCHANGED_DATA: ringer-volume",
+                              "ringer-melody/ringer-melody: UNCHANGED_DATA: ringer-melody"};
+    Case const cases[] = {
+        {"all unchanged",
+         {{"ringer-volume", "3"}, {"ringer-melody", "0"}},
+         {{volume, ""}, {melody, ""}},
+         true,
+         false,
+         bothUnchanged,
+         1},
+        {"one unchanged", {{"ringer-volume", "3"}, {"ringer-melody", "4"}}, {{volume, ""}}, true, true, {}, 1},
+        {"one unchanged, one refused",
+         {{"ringer-volume", "3"}, {"ringer-melody", "9"}},
+         {{volume, ""}, {melody, "no"}},
+         false,
+         false,
+         {"ringer-melody/ringer-melody: no"},
+         1},
+        {"refused without a name", {{"ringer-volume", "3"}}, {{tag(125), "no"}}, true, true, {}, 1},
+        {"database fails", {{"ringer-volume", "4"}}, {}, false, false, {}, 1},
+        {"observed only", {{"country", "DE"}}, {}, true, true, {}, 0},
+        {"unknown root id", {{"ringer-colour", "1"}}, {}, true, true, {}, 0},
+    };
+    for (auto const& [what, request, rejects, stores, result, reasons, batches] : cases) {
+        SCOPED_TRACE(what);
+        auto source = makeSource();
+        platform.logLevel(3);
+        platform.clearLogs();
+        cache.taken.clear();
+        cache.rejects = rejects;
+        cache.stores = stores;
+        ManageableData record = recordOf(request);
+        EXPECT_EQ(source.setData(record), result);
+        EXPECT_EQ(reasonsOf(record), reasons);
+        EXPECT_EQ(cache.taken.size(), batches);
+        EXPECT_EQ(platform.logs(3), batches ? Texts{} : Texts{"DataSourceOCMS::setData -> no tags found\n"});
+    }
+}
+
+TEST_F(Management, TakesFromARecordOnlyTheCellsThatItHasAndAnswersAllOfATableNamedAlone)
+{
+    auto source = makeSource();
+    ManageableData request;
+    request.populate("codecSettings", "codec[2]/rank", "3");
+    EXPECT_TRUE(source.setData(request));
+    EXPECT_EQ(cache.taken.back(), (DataTagValue_t{{tag(114), "3"}}));
+
+    for (int number = 109; number <= 124; ++number)
+        cache.held[tag(number)] = std::to_string((number - 109) % 4);
+    ManageableData read;
+    read.setRootId("codecSettings", nullptr);
+    read.setRootId("country", nullptr);
+    EXPECT_TRUE(source.getData(read));
+    auto const values = valuesOf(read);
+    ASSERT_EQ(values.size(), 12u) << "codec 3 has no hardware here, and the country is not owned";
+    EXPECT_EQ(values[0], "codec[1]/type=0");
+    EXPECT_EQ(values[11], "codec[3]/packetSize=2");
+}
+
+TEST_F(Management, PassesAMobilityAnnouncementToMobilityFirstAndThenWithTheReportToTheCache)
+{
+    auto source = makeSource();
+    ManageableData record = recordOf({{"country", "DE"}, {"ringer-volume", "5"}, {"mobility-user-data-update", "all"}});
+    source.manageableDataChanged(record);
+    EXPECT_EQ(cache.order, (Texts{"mobility all", "set"}));
+    EXPECT_EQ(cache.taken.back(), (DataTagValue_t{{mobilityUpdate, "all"}, {country, "DE"}}));
+    EXPECT_TRUE(source.resetUserData());
+    EXPECT_EQ(cache.order.back(), "reset");
+}
+
+TEST_F(Management, WithoutACacheTakesAndAnswersNothing)
+{
+    DataSourceOCMS source(platform, eDataComponentMedia, {mobilityUpdate}, tagList(1, 629), nullptr, &mobility);
+    ManageableData record = recordOf({{"ringer-volume", "5"}, {"mobility-user-data-update", "all"}});
+    record.populate("codecSettings", "codec[1]/type", "1");
+    EXPECT_TRUE(source.setData(record));
+    EXPECT_TRUE(source.getData(record));
+    source.manageableDataChanged(record);
+    EXPECT_FALSE(source.resetUserData());
+    EXPECT_EQ(cache.order, Texts{});
+}
+
+TEST_F(Management, ReportsOwnedItemsAndRequestsAllOthersInOneCallEach)
+{
+    auto source = makeSource();
+    platform.managementAccepts(true);
+    platform.management("software-type", "software-type", "Norvane SIP");
+    platform.clearJournal();
+    std::string value;
+    EXPECT_TRUE(source.getData(tag(650), value));
+    EXPECT_EQ(value, "Norvane SIP");
+    EXPECT_TRUE(source.setData(volume, "5"));
+    EXPECT_TRUE(source.setData(country, "DE"));
+    DataTagValue_t batch{{volume, "4"}, {melody, "2"}, {tag(125), "true"}, {country, "FR"}, {tag(650), "x"}};
+    EXPECT_FALSE(source.setData(batch)) << "tag 125 has no name; all others are pushed";
+    EXPECT_EQ(platform.lines({"readData", "reportChanged", "requestSet"}),
+              (Texts{"readData software-type -> true", "reportChanged ringer-volume=5 [ringer-volume] -> true",
+                     "requestSet country=DE -> true",
+                     "reportChanged ringer-volume=4 ringer-melody=2 [ringer-volume,ringer-melody] -> true",
+                     "requestSet country=FR software-type=x -> true"}));
+    EXPECT_EQ(platform.logs(2), Texts{"DataSourceOCMS::setData -> failed to find strings for tag 125 \n"});
+}
+
+TEST_F(Management, APushThatFailsIsAFailureAndDoesNotKeepTheOtherOneBack)
+{
+    auto source = makeSource();
+    platform.managementAccepts(true);
+    DataTagValue_t batch{{volume, "4"}, {country, "FR"}};
+    for (std::size_t failing : {1u, 2u}) {
+        platform.clearJournal();
+        platform.failCall(failing);
+        EXPECT_FALSE(source.setData(batch));
+        EXPECT_EQ(platform.calls({"reportChanged", "requestSet"}).size(), 2u);
+    }
+    platform.failCall(0);
+    EXPECT_TRUE(source.setData(batch));
+}
+
+TEST_F(Management, WithoutTheServiceReadsAndPushesFailAtOnce)
+{
+    platform.managementMissing();
+    auto source = makeSource();
+    std::string value = "before";
+    DataTagValue_t batch{{volume, "4"}};
+    EXPECT_FALSE(source.getData(tag(650), value));
+    EXPECT_FALSE(source.setData(volume, "5"));
+    EXPECT_FALSE(source.setData(batch));
+    EXPECT_EQ(value, "before");
+}
