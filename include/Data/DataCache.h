@@ -41,6 +41,8 @@ public:
     /// borrowed and must outlive the cache.
     DataCache(SvcRTEContext& context, std::list<eDataTag> const& observedTags, eDataComponent component);
     ~DataCache() override;
+    DataCache(DataCache const&) = delete;
+    DataCache& operator=(DataCache const&) = delete;
 
     /// The current value; T is int, bool or std::string. A tag that the cache does not hold is read from the management
     /// service, and `value` is overwritten even when that fails; a wrong type leaves it untouched.
@@ -98,9 +100,9 @@ public:
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
 
-    template <class T> bool setDataValue(eDataTag tag, T const& value, DataTagValue_t& written);
-    template <class T> bool writeDataToSourceOCMS(eDataTag tag, T const& value);
-    template <class T> bool readDataFromSourceOCMS(eDataTag tag, T& value);
+    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, DataTagValue_t& written);
+    template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value);
+    template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value);
     bool readDataFromSourceDB(eDataTag tag, DataItemBase* item);
     bool writeDataToSourceDB(eDataTag tag, DataItemBase const* item);
     bool updateDataInSourceDB(DataTagValue_t& rejected);

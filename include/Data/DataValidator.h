@@ -35,7 +35,7 @@ protected:
     bool checkNextValidator(std::vector<DataObject*> const& value, std::string& reason) const;
 
 private:
-    template <class T> bool checkNext(T const& value, std::string& reason) const;
+    template <class T> MEDIADATA_HIDDEN bool checkNext(T const& value, std::string& reason) const;
 
     std::unique_ptr<DataValidator> m_next;
 };

@@ -72,6 +72,8 @@ public:
 private:
     explicit MediaDataCache(SvcRTEContext& context);
     ~MediaDataCache();
+    MediaDataCache(MediaDataCache const&) = delete;
+    MediaDataCache& operator=(MediaDataCache const&) = delete;
 
     static Data::DataCache* cache();
 

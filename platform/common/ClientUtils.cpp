@@ -12,13 +12,16 @@ namespace ClientUtils {
 namespace {
 
 constexpr std::array<std::string_view, 14> secretElements{
-    "IceServerPwd0",       "IceServerPwd1",       "Camera1Password",     "Camera2Password", "Camera3Password",
-    "Camera4Password",     "DoorOpener1Password", "DoorOpener2Password", "DoorOpener3Password",
-    "DoorOpener4Password", "DoorOpener1Pin",      "DoorOpener2Pin",      "DoorOpener3Pin",  "DoorOpener4Pin"};
+    "IceServerPwd0",   "IceServerPwd1",       "Camera1Password",     "Camera2Password",     "Camera3Password",
+    "Camera4Password", "DoorOpener1Password", "DoorOpener2Password", "DoorOpener3Password", "DoorOpener4Password",
+    "DoorOpener1Pin",  "DoorOpener2Pin",      "DoorOpener3Pin",      "DoorOpener4Pin"};
 
 } // namespace
 
-std::string itos(int value) { return std::to_string(value); }
+std::string itos(int value)
+{
+    return std::to_string(value);
+}
 
 int stoi(std::string const& text)
 {
@@ -34,7 +37,10 @@ int stoi(std::string const& text)
     return value;
 }
 
-std::string btos(bool const& value) { return value ? "true" : "false"; }
+std::string btos(bool const& value)
+{
+    return value ? "true" : "false";
+}
 
 bool stob(std::string const& text)
 {

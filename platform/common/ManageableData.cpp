@@ -33,7 +33,10 @@ bool ManageableData::interogate(std::string const& item, std::string const& subI
     return true;
 }
 
-void ManageableData::populate(std::string const& item, std::string const& subItem) { entry(item, subItem); }
+void ManageableData::populate(std::string const& item, std::string const& subItem)
+{
+    entry(item, subItem);
+}
 
 void ManageableData::populate(std::string const& item, std::string const& subItem, std::string const& value)
 {
@@ -42,7 +45,10 @@ void ManageableData::populate(std::string const& item, std::string const& subIte
     target.hasValue = true;
 }
 
-void ManageableData::setRootId(std::string const& item, LocalMgmtIfc* owner) { root(item).owner = owner; }
+void ManageableData::setRootId(std::string const& item, LocalMgmtIfc* owner)
+{
+    root(item).owner = owner;
+}
 
 void ManageableData::addRejectReason(std::string const& item, std::string const& subItem, std::string const& reason)
 {

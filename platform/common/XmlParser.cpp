@@ -113,8 +113,7 @@ bool XmlParser::Implementation::run(std::string_view text)
 
 XmlParser::XmlParser(void* userData, StartHandler start, EndHandler end, DataHandler data)
     : m_implementation(std::make_unique<Implementation>(Implementation{userData, start, end, data}))
-{
-}
+{}
 
 XmlParser::~XmlParser() = default;
 

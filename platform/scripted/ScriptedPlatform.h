@@ -114,8 +114,8 @@ public:
     /// What the library asked or did that no test scripted: empty at the end of every test.
     std::vector<std::string> unscripted() const;
 
-    /// Called on the calling thread during each call, after its journal entry and before its result is returned, with none of
-    /// the platform's own locks held. Calls made from within the hook do not call it again.
+    /// Called on the calling thread during each call, after its journal entry and before its result is returned, with none
+    /// of the platform's own locks held. Calls made from within the hook do not call it again.
     void onCall(std::function<void(Call const&)> hook);
 
     // --- Faults ---

@@ -1,5 +1,5 @@
-// The functions and classes of the seam, over the scripted platform. ClientUtils, ManageableData and XmlParser are those that
-// all platforms share.
+// The functions and classes of the seam, over the scripted platform. ClientUtils, ManageableData and XmlParser are those
+// that all platforms share.
 #include "AppLog.h"
 #include "DasCrypt.h"
 #include "DataStorage.h"
@@ -175,6 +175,9 @@ bool DataStorage::setDataItem(std::string const& element, std::string const& tex
 
 std::string Scripted::Platform::encrypted(std::string const& plain)
 {
+    // The library keeps the stored text where the decrypted one is empty, so an empty secret is stored as empty text.
+    if (plain.empty())
+        return "";
     constexpr std::uint32_t offset = 2166136261u;
     constexpr std::uint32_t prime = 16777619u;
     std::string hex;

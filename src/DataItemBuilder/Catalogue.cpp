@@ -14,18 +14,42 @@ namespace {
 
 using Builder = DataCache::DataItemBuilder;
 
+/// The validators, in the order of `validatorBuilders`: numbers, since compilers that check for undefined behaviour do not
+/// compare the addresses of functions while compiling.
+enum class Check : std::uint8_t {
+    none,
+    intRange,
+    basePort,
+    intRangeNot,
+    stringLength,
+    stringAllDigits,
+    stringNoWhitespace,
+    stringBoolean,
+    stringsAllowed
+};
+
+constexpr Builder::ValidatorBuilder validatorBuilders[] = {nullptr,
+                                                           Builder::dataValidatorIntRange,
+                                                           Builder::dataValidatorBasePort,
+                                                           Builder::dataValidatorIntRangeNot,
+                                                           Builder::dataValidatorStringLength,
+                                                           Builder::dataValidatorStringAllDigits,
+                                                           Builder::dataValidatorStringNoWhitespace,
+                                                           Builder::dataValidatorStringBoolean,
+                                                           Builder::dataValidatorStringsAllowed};
+
 /// A step of a chain; its parameters are numbers or texts, or there are none.
 struct Step {
-    enum class Parameters { none, numbers, texts };
+    enum class Parameters : std::uint8_t { none, numbers, texts };
 
-    Builder::ValidatorBuilder builder = nullptr;
+    Check check = Check::none;
     Parameters parameters = Parameters::none;
     int numbers[2] = {0, 0};
     char const* texts[2] = {"", ""};
 
     constexpr bool operator==(Step const& other) const
     {
-        return builder == other.builder && std::equal(numbers, numbers + 2, other.numbers) &&
+        return check == other.check && std::equal(numbers, numbers + 2, other.numbers) &&
                std::equal(texts, texts + 2, other.texts,
                           [](std::string_view own, std::string_view others) { return own == others; });
     }
@@ -55,56 +79,50 @@ constexpr auto observed = [](Setting& setting) { setting.component = eDataCompon
 constexpr auto userData = [](Setting& setting) { setting.isUserData = true; };
 constexpr auto secondFlag = [](Setting& setting) { setting.secondFlag = true; };
 
-constexpr Step numberStep(Builder::ValidatorBuilder builder, int first, int second)
+constexpr Step numberStep(Check check, int first, int second)
 {
-    return {builder, Step::Parameters::numbers, {first, second}};
+    return {check, Step::Parameters::numbers, {first, second}};
 }
 
 constexpr auto numberEnteredInDigits(Chain const& valueChain)
 {
     return [valueChain](Setting& setting) {
         setting.valueChain = valueChain;
-        setting.stringChain.first = Step{.builder = Builder::dataValidatorStringAllDigits};
+        setting.stringChain.first = Step{.check = Check::stringAllDigits};
     };
 }
 
 constexpr auto range(int minimum, int maximum)
 {
-    return numberEnteredInDigits({numberStep(Builder::dataValidatorIntRange, minimum, maximum), {}});
+    return numberEnteredInDigits({numberStep(Check::intRange, minimum, maximum), {}});
 }
 
 constexpr auto evenRange(int minimum, int maximum)
 {
-    return numberEnteredInDigits({numberStep(Builder::dataValidatorBasePort, minimum, maximum), {}});
+    return numberEnteredInDigits({numberStep(Check::basePort, minimum, maximum), {}});
 }
 
 /// The second step stays without effect, which is required: the chain builder does not accept its validator.
 constexpr auto rangeThenNot(int minimum, int maximum, int first, int second)
 {
-    return numberEnteredInDigits({numberStep(Builder::dataValidatorIntRange, minimum, maximum),
-                                  numberStep(Builder::dataValidatorIntRangeNot, first, second)});
+    return numberEnteredInDigits(
+        {numberStep(Check::intRange, minimum, maximum), numberStep(Check::intRangeNot, first, second)});
 }
 
 constexpr auto length(int minimum, int maximum)
 {
-    return [=](Setting& setting) {
-        setting.valueChain.first = numberStep(Builder::dataValidatorStringLength, minimum, maximum);
-    };
+    return [=](Setting& setting) { setting.valueChain.first = numberStep(Check::stringLength, minimum, maximum); };
 }
 
 constexpr auto oneOf(char const* list, char const* separator)
 {
     return [=](Setting& setting) {
-        setting.valueChain.first = {Builder::dataValidatorStringsAllowed, Step::Parameters::texts, {}, {list, separator}};
+        setting.valueChain.first = {Check::stringsAllowed, Step::Parameters::texts, {}, {list, separator}};
     };
 }
 
-constexpr auto noWhiteSpace = [](Setting& setting) {
-    setting.valueChain.first = Step{.builder = Builder::dataValidatorStringNoWhitespace};
-};
-constexpr auto trueOrFalse = [](Setting& setting) {
-    setting.stringChain.first = Step{.builder = Builder::dataValidatorStringBoolean};
-};
+constexpr auto noWhiteSpace = [](Setting& setting) { setting.valueChain.first = Step{.check = Check::stringNoWhitespace}; };
+constexpr auto trueOrFalse = [](Setting& setting) { setting.stringChain.first = Step{.check = Check::stringBoolean}; };
 
 template <class... Options> constexpr Setting setting(eDataItemType type, std::string_view defaultText, Options... options)
 {
@@ -207,7 +225,8 @@ static_assert(std::size(settings) == Builder::recordCount, "the row End does not
 
 #define SETTING_ROW(number, name, type, ...)                                                                                \
     static_assert(static_cast<std::int32_t>(Position::name) == (number), "row " #name ": its place is not its tag");        \
-    static_assert(defaultFitsType(settings[static_cast<std::size_t>(Position::name)]), "row " #name ": default and type");  \
+    static_assert(defaultFitsType(settings[static_cast<std::size_t>(Position::name)]),                                      \
+                  "row " #name ": default does not fit the type");                                                          \
     static_assert(!repeatedItems[static_cast<std::size_t>(Position::name)], "row " #name ": management item used twice");   \
     static_assert(!repeatedElements[static_cast<std::size_t>(Position::name)],                                              \
                   "row " #name ": schema and element used twice");
@@ -215,10 +234,8 @@ static_assert(std::size(settings) == Builder::recordCount, "the row End does not
 
 // Condensed rows
 
-constexpr std::size_t chainLimit = 64;
-
 struct Chains {
-    std::array<Chain, chainLimit> chains{}; ///< the first one is the empty chain
+    std::array<Chain, 64> chains{}; ///< the first one is the empty chain; too many do not compile
     std::size_t count = 1;
 
     constexpr std::uint8_t find(Chain const& chain) const
@@ -241,8 +258,12 @@ constexpr Chains distinctChains = [] {
     return result;
 }();
 
+constexpr std::size_t longestDefault = std::ranges::max_element(settings, {}, [](Setting const& setting) {
+                                           return setting.defaultText.size();
+                                       })->defaultText.size();
+
 struct Row {
-    std::array<char, 25> defaultText{};
+    std::array<char, longestDefault + 1> defaultText{};
     std::uint8_t type = 0;
     std::uint8_t component = 0;
     bool isUserData = false;
@@ -261,9 +282,7 @@ constexpr auto rows = [] {
                      .secondFlag = setting.secondFlag,
                      .valueChain = distinctChains.find(setting.valueChain),
                      .stringChain = distinctChains.find(setting.stringChain)};
-        for (std::size_t c = 0; c < setting.defaultText.size(); ++c)
-            result[i].defaultText.at(c) = setting.defaultText[c];
-        result[i].defaultText.at(setting.defaultText.size()) = '\0';
+        std::copy(setting.defaultText.begin(), setting.defaultText.end(), result[i].defaultText.begin());
     }
     return result;
 }();
@@ -287,7 +306,7 @@ struct Catalogue {
 private:
     static void fillStep(Builder::ValidatorAndParams& target, Step const& step)
     {
-        target.builder = step.builder;
+        target.builder = validatorBuilders[static_cast<std::size_t>(step.check)];
         for (std::size_t i = 0; i < 2; ++i) {
             if (step.parameters == Step::Parameters::numbers)
                 target.params[i].text = std::to_string(step.numbers[i]);

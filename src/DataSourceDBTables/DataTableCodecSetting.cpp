@@ -115,7 +115,7 @@ int CodecTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
     if (valid) {
         tableItemsToXml(values);
     } else {
-        LOG_ERROR(unit, "CodecTable::checkTableData -> ocms set failed, restoring "
+        LOG_ERROR(unit, "DataSourceDB::DataTableHandler::DataTableCodecSetting::checkTableData -> ocms set failed, restoring "
                         "previous values");
         xmlToTableItems(values, false);
     }

@@ -87,8 +87,7 @@ void XmlTable::takeText(std::string const& text)
     if (column == m_layout.columns.end() || m_target == nullptr)
         return;
     if (column->form == CellForm::rowIndex) {
-        int const row = ClientUtils::stoi(text);
-        m_rowIndex = row < 0 || row > m_indexMax ? -1 : row;
+        m_rowIndex = ClientUtils::stoi(text);
         return;
     }
     if (m_rowIndex < 0 || m_rowIndex > m_indexMax)

@@ -189,12 +189,37 @@ TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
     EXPECT_EQ(stored(), expectedContent(table, "new"));
 }
 
+TEST_F(Database, NoticesARowThatItsTextBrokeInTwo)
+{
+    TableCase const& ringing = tableCases[3];
+    ASSERT_TRUE(send(*platform->storage(ringing.schema), ringing, "old", ringing.rows));
+    std::string const breaking = "</AlertIdentifier></Entry><Entry><AlertIdentifier>";
+    for (int bad = 0; bad < ringing.rows; ++bad) {
+        auto storage = platform->storage(ringing.schema);
+        bool last = true;
+        for (int row = 0; row < ringing.rows; ++row) {
+            std::string const fragment = ringing.fragment(row, row == bad ? breaking : "new");
+            std::size_t const firstEnd = fragment.find("</Entry>") + std::string("</Entry>").size();
+            last = storage->setDataItems(fragment.substr(0, firstEnd));
+            if (firstEnd < fragment.size())
+                last = storage->setDataItems(fragment.substr(firstEnd));
+        }
+        ASSERT_FALSE(last) << bad;
+        // Broken in the last row, the table was complete before the second half came.
+        if (bad + 1 < ringing.rows) {
+            ASSERT_EQ(content(storage->getDataItem("", 0)), expectedContent(ringing, "old")) << bad;
+        }
+    }
+}
+
 TEST_F(Database, GivesSecretsBackAcrossRestart)
 {
     for (std::string const plain : {"", "1234", "p\xc3\xb6t of <gold> & more", "failure"}) {
         std::string stored;
         std::string back = "something else";
         ASSERT_TRUE(DasCrypt::toEncryptedText(plain, stored));
+        // A reader takes an empty decrypted text for none at all and keeps the stored one, so that must be empty as well.
+        EXPECT_EQ(stored.empty(), plain.empty());
         EXPECT_TRUE(plain.empty() || stored.find(plain) == std::string::npos);
         for (char const c : stored)
             EXPECT_TRUE(c > ' ' && c <= '~') << stored;
@@ -208,7 +233,7 @@ TEST_F(Database, RefusesASecretThatWasAlteredOrNeverEncrypted)
 {
     std::string stored;
     ASSERT_TRUE(DasCrypt::toEncryptedText("secret", stored));
-    std::vector<std::string> altered{"", "secret", stored.substr(1), stored.substr(0, stored.size() - 1), stored + "A"};
+    std::vector<std::string> altered{"secret", stored.substr(1), stored.substr(0, stored.size() - 1), stored + "A"};
     for (std::size_t i = 0; i < stored.size() * 7; ++i) {
         altered.push_back(stored);
         altered.back()[i / 7] = static_cast<char>(altered.back()[i / 7] ^ (1 << (i % 7)));

@@ -32,17 +32,16 @@ TEST_F(DoorOpeners, AreLinkedWithTheCamerasTheyShowAndTheHighestWins)
     set<std::string>(eDataTagDoorOpener1PhoneNumber, 1, "100");
     set<std::string>(eDataTagDoorOpener1PhoneNumber, 4, "400");
     show(1, 3);
-    EXPECT_EQ(cameras(), (Texts{"0:", "0:", "1:100", "0:"}));
+    set<std::string>(eDataTagDoorOpener1PhoneNumber, 1, "101");
+    EXPECT_EQ(cameras(), (Texts{"0:", "0:", "1:101", "0:"}));
     show(4, 3);
     EXPECT_EQ(cameras(), (Texts{"0:", "0:", "4:400", "0:"}));
-    set<std::string>(eDataTagDoorOpener1PhoneNumber, 4, "44");
-    EXPECT_EQ(cameras(), (Texts{"0:", "0:", "4:44", "0:"}));
     show(4, 1);
-    EXPECT_EQ(cameras(), (Texts{"4:44", "0:", "1:100", "0:"}));
+    EXPECT_EQ(cameras(), (Texts{"4:400", "0:", "1:101", "0:"}));
     EXPECT_EQ(platform.databaseText("DirectVideoSettings", "Camera1Dooropener"), "4");
-    EXPECT_EQ(platform.databaseText("DirectVideoSettings", "Camera3PhoneNumber"), "100");
+    EXPECT_EQ(platform.databaseText("DirectVideoSettings", "Camera3PhoneNumber"), "101");
     restart();
-    EXPECT_EQ(cameras(), (Texts{"4:44", "0:", "1:100", "0:"}));
+    EXPECT_EQ(cameras(), (Texts{"4:400", "0:", "1:101", "0:"}));
 }
 
 TEST_F(DoorOpeners, LoseTheirCameraWhenTheyAreSwitchedOff)

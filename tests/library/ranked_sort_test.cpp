@@ -139,7 +139,7 @@ TEST(RankedSortOfPartialTables, SkipsARowWithoutRankAndOrdersTheOthers)
     EXPECT_EQ(values.at(eDataTagHeadsetType2), "was " + std::to_string(eDataTagHeadsetType3));
 }
 
-TEST(RankedSortOfPartialTables, OrdersNoMoreRowsThanCounted)
+TEST(RankedSortOfPartialTables, OrdersNoMoreRowsThanCountedOrThanThereAre)
 {
     auto const before = tableWithRanks(tables[1], {1, 2, 3, 5, 4});
     for (int const count : {-1, 0, 3}) {
@@ -147,6 +147,10 @@ TEST(RankedSortOfPartialTables, OrdersNoMoreRowsThanCounted)
         Utils::sortSRTPEncryptionsByRank(after, count);
         EXPECT_EQ(after, before) << count;
     }
+    auto const inOrder = tableWithRanks(tables[1], {1, 2, 3, 4, 5});
+    auto after = inOrder;
+    Utils::sortSRTPEncryptionsByRank(after, 6);
+    EXPECT_EQ(after, inOrder);
 }
 
 } // namespace

@@ -195,7 +195,7 @@ Reading const readings[]{
     readCodecs("RowsBeyondTheLastAreIgnored", codecText({"11+2", "22+2", "03+2", "34+2", "09+9", "09+9"}), reversedTypes,
                false),
     readCodecs("UnknownElementsAndTextBeforeTheFirstRowAreIgnored",
-               "<Schema><CodecType>1</CodecType><Entry><Note>7</Note><CodecType>1</CodecType></Entry>"
+               "<Schema><CodecRank>9</CodecRank><Entry><Note>7</Note><CodecType>1</CodecType></Entry>"
                "<Entry><CodecType>0</CodecType></Entry></Schema>",
                {"1", "0", "2", "3"}, false),
     readCodecs("TwoCodecsOfOneTypeAreReplacedByTheDefault", codecText({"11+2", "12+2", "03+2", "34+2"}), defaultTypes, true),

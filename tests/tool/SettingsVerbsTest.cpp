@@ -128,10 +128,12 @@ TEST_F(SettingsVerbs, GiveTheLibrarysReasonToTheByteAndChangeNothing)
 
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
-    auto const answer = tool({"set", "--json", "ringer-volume=9", "handset-volume=2", "headset-volume=7", "moh-enabled=FALSE"});
+    auto const answer =
+        tool({"set", "--json", "ringer-volume=9", "handset-volume=2", "headset-volume=7", "moh-enabled=FALSE"});
     EXPECT_EQ(answer.status, 4);
     std::string results;
-    for (auto const& item : answer.json()["items"])
+    auto const json = answer.json();
+    for (auto const& item : json["items"])
         results += item["result"].get<std::string>() + " ";
     EXPECT_EQ(results, "refused unchanged stored stored ");
     EXPECT_EQ(value("51") + value("59"), "7\nfalse\n");
@@ -174,9 +176,12 @@ TEST_F(SettingsVerbs, ShowNoSecretAnywhere)
     for (auto const& one : cases) {
         std::string const item = one.item;
         std::vector<std::vector<std::string>> runs{
-            {"set", "--watch", item + "=" + one.accepted}, {"get", item},
-            {"list", item},                                {"describe", item},
-            {"set", item + "=" + one.accepted},            {"set", "--dry-run", item + "=" + one.accepted + "x"},
+            {"set", "--watch", item + "=" + one.accepted},
+            {"get", item},
+            {"list", item},
+            {"describe", item},
+            {"set", item + "=" + one.accepted},
+            {"set", "--dry-run", item + "=" + one.accepted + "x"},
         };
         if (one.refused)
             runs.push_back({"set", item + "=" + one.refused});
@@ -227,7 +232,8 @@ TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)
 {
     auto const names = [&](std::string const& pattern) {
         std::string text;
-        for (auto const& item : tool({"list", pattern, "--json"}).json()["items"])
+        auto const json = tool({"list", pattern, "--json"}).json();
+        for (auto const& item : json["items"])
             text += item["item"].get<std::string>() + " ";
         return text;
     };
@@ -239,7 +245,9 @@ TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)
 TEST_F(SettingsVerbs, AnswerEachQuestionInJsonThatParses)
 {
     std::vector<std::vector<std::string>> const questions{
-        {"list"}, {"get", "1", "57", "60", "108"}, {"set", "1=2"}, {"describe", "190"}, {"reset", "audio"}, {"catalogue"},
+        {"list"},           {"get", "1", "57", "60", "108"},
+        {"set", "1=2"},     {"describe", "190"},
+        {"reset", "audio"}, {"catalogue"},
         {"get", "nothing"},
     };
     for (auto words : questions) {

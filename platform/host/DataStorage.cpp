@@ -1,0 +1,75 @@
+// The data access service over the host's database.
+#include "DataStorage.h"
+
+#include "Database.h"
+#include "HostPlatform.h"
+#include "TableWrite.h"
+
+#include "HostLog.h"
+
+#define UNIT "DataStorage"
+
+namespace {
+
+char const* const failure = "failure";
+
+} // namespace
+
+struct DataStorage::Implementation {
+    Host::Database* database; // null: this context is not the host platform, or the schema is the platform's own
+    std::string schema;
+    Host::TableWrite table;
+};
+
+DataStorage::DataStorage(Context& context, std::string const& schemaName)
+{
+    auto* const platform = dynamic_cast<Host::Platform*>(&context);
+    bool const reachable = platform != nullptr && !schemaName.starts_with('@');
+    m_implementation = std::make_unique<Implementation>(
+        Implementation{reachable ? &platform->database() : nullptr, schemaName, Host::TableWrite(schemaName)});
+}
+
+DataStorage::~DataStorage() = default;
+
+bool DataStorage::findDataAccessService()
+{
+    m_implementation->table.abandon();
+    return m_implementation->database != nullptr;
+}
+
+bool DataStorage::setDataItems(std::string const& xmlFragment)
+{
+    Implementation& my = *m_implementation;
+    if (my.database == nullptr)
+        return false;
+    std::string text;
+    switch (my.table.add(xmlFragment, text)) {
+    case Host::TableWrite::Result::gathered:
+        return true;
+    case Host::TableWrite::Result::complete:
+        return my.database->write({my.schema, "", text});
+    case Host::TableWrite::Result::dropped:
+        return false;
+    case Host::TableWrite::Result::refused:
+        break;
+    }
+    HOST_LOG_ERROR(UNIT, "a row of the table " + my.schema + " was refused; the table stays as it was");
+    return false;
+}
+
+std::string DataStorage::getDataItem(std::string const& element, int flag)
+{
+    Implementation& my = *m_implementation;
+    my.table.abandon();
+    // Only a whole table has the name "".
+    if (my.database == nullptr || element.empty() != (flag == 0))
+        return failure;
+    return my.database->read(my.schema, element).value_or(failure);
+}
+
+bool DataStorage::setDataItem(std::string const& element, std::string const& text)
+{
+    Implementation& my = *m_implementation;
+    my.table.abandon();
+    return my.database != nullptr && !element.empty() && my.database->write({my.schema, element, text});
+}

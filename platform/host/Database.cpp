@@ -1,0 +1,264 @@
+// SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses every
+// statement but reading and changing rows of the two tables, and all statements are prepared once, from one fixed list.
+// One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no shared memory.
+#include "Database.h"
+
+#include "HostLog.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <string_view>
+
+#define UNIT "Database"
+
+namespace Host {
+
+namespace {
+
+// Entry i brings a file of version i to version i + 1. Entries are never changed: mending a file relies on the place of the
+// tables in it (DatabaseMending.cpp).
+constexpr std::array<char const*, 1> migrations{
+    "CREATE TABLE item (schema TEXT NOT NULL, element TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (schema, element)) "
+    "STRICT;"
+    "CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, kind TEXT NOT NULL, item TEXT NOT NULL,"
+    " value TEXT NOT NULL) STRICT;"
+    "PRAGMA user_version = 1;"};
+
+constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
+                                 "PRAGMA journal_mode = WAL;"
+                                 "PRAGMA wal_autocheckpoint = 128;"
+                                 "PRAGMA journal_size_limit = 1048576;"
+                                 "PRAGMA secure_delete = ON;"
+                                 "PRAGMA cell_size_check = ON;"
+                                 "PRAGMA mmap_size = 0;"
+                                 "PRAGMA temp_store = MEMORY;";
+
+int authorize(void*, int action, char const* subject, char const*, char const*, char const*)
+{
+    constexpr std::string_view tables[] = {"item", "journal"};
+    switch (action) {
+    case SQLITE_SELECT:
+    case SQLITE_FUNCTION:
+    case SQLITE_TRANSACTION:
+        return SQLITE_OK;
+    case SQLITE_READ:
+    case SQLITE_INSERT:
+    case SQLITE_UPDATE:
+    case SQLITE_DELETE:
+        return std::find(std::begin(tables), std::end(tables), subject) != std::end(tables) ? SQLITE_OK : SQLITE_DENY;
+    default:
+        return SQLITE_DENY;
+    }
+}
+
+int takeFirstColumn(void* target, int columns, char** values, char**)
+{
+    if (columns > 0 && values[0] != nullptr)
+        *static_cast<std::string*>(target) = values[0];
+    return 0;
+}
+
+bool meansDamage(int code)
+{
+    constexpr int codes[] = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_ERROR, SQLITE_SCHEMA, SQLITE_MISMATCH, SQLITE_FORMAT};
+    return std::find(std::begin(codes), std::end(codes), code & 0xff) != std::end(codes);
+}
+
+/// The end of the range of all texts that begin with `prefix`.
+std::string after(std::string prefix)
+{
+    if (!prefix.empty())
+        ++prefix.back();
+    return prefix;
+}
+
+} // namespace
+
+std::array<char const*, Database::statements> const Database::m_texts{
+    "SELECT value FROM item WHERE schema = ?1 AND element = ?2",
+    "INSERT INTO item (schema, element, value) VALUES (?1, ?2, ?3) "
+    "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value",
+    "SELECT schema, element, value FROM item WHERE schema >= ?1 AND (schema < ?2 OR ?1 = '') ORDER BY schema, element",
+    "SELECT count(*) FROM item WHERE value >= ?1 AND value < ?2",
+    "INSERT INTO journal (time, kind, item, value) VALUES (?1, ?2, ?3, ?4)",
+    "DELETE FROM journal WHERE id <= (SELECT max(id) FROM journal) - CAST(?1 AS INTEGER)",
+    "SELECT time, kind, item, value FROM journal ORDER BY id DESC LIMIT CAST(?1 AS INTEGER)",
+    "BEGIN IMMEDIATE",
+    "COMMIT",
+    "ROLLBACK"};
+
+std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault& fault, Durability durability)
+{
+    std::unique_ptr<Database> database(new Database);
+    return database->prepare(path, durability, fault) ? std::move(database) : nullptr;
+}
+
+Database::~Database()
+{
+    for (sqlite3_stmt* each : m_prepared)
+        sqlite3_finalize(each);
+    // The last connection's close is also the checkpoint.
+    if (sqlite3_close(m_handle) != SQLITE_OK)
+        HOST_LOG_ERROR(UNIT, std::string("the database did not close: ") + sqlite3_errmsg(m_handle));
+}
+
+bool Database::failed(DatabaseFault& fault, std::string const& action) const
+{
+    fault = {meansDamage(sqlite3_errcode(m_handle)), "database: " + action + ": " + sqlite3_errmsg(m_handle)};
+    return false;
+}
+
+bool Database::prepare(std::string const& path, Durability durability, DatabaseFault& fault)
+{
+    constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
+    if (sqlite3_open_v2(path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK)
+        return failed(fault, "cannot open " + path);
+    sqlite3_extended_result_codes(m_handle, 1);
+    sqlite3_busy_timeout(m_handle, 1000);
+    for (auto const& [option, on] : {std::pair{SQLITE_DBCONFIG_DEFENSIVE, 1}, std::pair{SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0},
+                                     std::pair{SQLITE_DBCONFIG_ENABLE_TRIGGER, 0}, std::pair{SQLITE_DBCONFIG_ENABLE_VIEW, 0},
+                                     std::pair{SQLITE_DBCONFIG_DQS_DML, 0}, std::pair{SQLITE_DBCONFIG_DQS_DDL, 0}})
+        sqlite3_db_config(m_handle, option, on, nullptr);
+    sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
+
+    char const* const sync = durability == Durability::full ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL";
+    if (sqlite3_exec(m_handle, settings, nullptr, nullptr, nullptr) != SQLITE_OK ||
+        sqlite3_exec(m_handle, sync, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return failed(fault, "cannot use " + path);
+    std::string verdict;
+    if (sqlite3_exec(m_handle, "PRAGMA journal_mode", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
+        return failed(fault, "cannot use " + path);
+    if (verdict != "wal") {
+        fault = {false, "database: " + path + " cannot be used with a write-ahead log"};
+        return false;
+    }
+    if (sqlite3_exec(m_handle, "PRAGMA integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
+        return failed(fault, "cannot check " + path);
+    if (verdict != "ok") {
+        fault = {true, "database: " + path + " fails its integrity check: " + verdict};
+        return false;
+    }
+    return migrate(fault) && prepareStatements(fault);
+}
+
+bool Database::migrate(DatabaseFault& fault)
+{
+    std::string found;
+    if (sqlite3_exec(m_handle, "PRAGMA user_version", takeFirstColumn, &found, nullptr) != SQLITE_OK)
+        return failed(fault, "cannot tell the version");
+    std::size_t version = static_cast<std::size_t>(std::strtoul(found.c_str(), nullptr, 10));
+    if (version > migrations.size()) {
+        fault = {false, "database: version " + found + " was made by a newer release; this one knows up to version " +
+                            std::to_string(migrations.size())};
+        return false;
+    }
+    for (; version < migrations.size(); ++version) {
+        std::string const step = std::string("BEGIN IMMEDIATE;") + migrations[version] + "COMMIT;";
+        if (sqlite3_exec(m_handle, step.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+            return failed(fault, "cannot be brought to version " + std::to_string(version + 1));
+    }
+    return true;
+}
+
+bool Database::prepareStatements(DatabaseFault& fault)
+{
+    sqlite3_set_authorizer(m_handle, authorize, nullptr);
+    for (std::size_t i = 0; i < statements; ++i)
+        if (sqlite3_prepare_v3(m_handle, m_texts[i], -1, SQLITE_PREPARE_PERSISTENT, &m_prepared[i], nullptr) != SQLITE_OK)
+            return failed(fault, "has not the tables it should have");
+    return true;
+}
+
+bool Database::run(Statement statement, std::span<std::string const> parameters, std::vector<Row>* rows)
+{
+    sqlite3_stmt* const prepared = m_prepared[statement];
+    int place = 0;
+    for (std::string const& each : parameters)
+        sqlite3_bind_text64(prepared, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
+    int code = sqlite3_step(prepared);
+    for (; code == SQLITE_ROW; code = sqlite3_step(prepared)) {
+        Row row;
+        for (int column = 0; rows != nullptr && column < sqlite3_column_count(prepared); ++column) {
+            auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(prepared, column));
+            row.emplace_back(text != nullptr ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(prepared, column)));
+        }
+        if (rows != nullptr)
+            rows->push_back(std::move(row));
+    }
+    if (code != SQLITE_DONE)
+        HOST_LOG_ERROR(UNIT, std::string("\"") + m_texts[statement] + "\" failed: " + sqlite3_errmsg(m_handle));
+    sqlite3_reset(prepared);
+    sqlite3_clear_bindings(prepared);
+    return code == SQLITE_DONE;
+}
+
+std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<Row> rows;
+    std::array const key{schema, element};
+    if (!run(readItem, key, &rows) || rows.empty())
+        return std::nullopt;
+    return rows.front().front();
+}
+
+bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
+    bool const itemsDone = std::all_of(items.begin(), items.end(), [&](StoredItem const& each) {
+        return run(writeItem, std::array{each.schema, each.element, each.value});
+    });
+    bool const journalDone = std::all_of(journal.begin(), journal.end(), [&](JournalEntry const& each) {
+        return run(addEntry, std::array{std::to_string(each.time), each.kind, each.item, each.value});
+    });
+    return itemsDone && journalDone && (journal.empty() || run(trimJournal, std::array{std::to_string(journalLimit)}));
+}
+
+bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
+    std::lock_guard const lock(m_mutex);
+    if (items.size() == 1 && journal.empty())
+        return runAll(items, journal); // a statement alone is a transaction
+    if (!run(begin))
+        return false;
+    if (runAll(items, journal) && run(commit))
+        return true;
+    // A full disk may have rolled back already.
+    if (sqlite3_get_autocommit(m_handle) == 0)
+        run(rollback);
+    return false;
+}
+
+std::vector<StoredItem> Database::list(std::string const& prefix)
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<Row> rows;
+    std::vector<StoredItem> result;
+    if (run(listItems, std::array{prefix, after(prefix)}, &rows))
+        for (Row& row : rows)
+            result.push_back({std::move(row[0]), std::move(row[1]), std::move(row[2])});
+    return result;
+}
+
+std::vector<JournalEntry> Database::journal(int limit)
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<Row> rows;
+    std::vector<JournalEntry> result;
+    if (run(readJournal, std::array{std::to_string(limit)}, &rows))
+        for (Row& row : rows)
+            result.push_back({std::strtoll(row[0].c_str(), nullptr, 10), row[1], row[2], row[3]});
+    std::reverse(result.begin(), result.end());
+    return result;
+}
+
+int Database::countValues(std::string const& prefix)
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<Row> rows;
+    if (!run(countItems, std::array{prefix, after(prefix)}, &rows) || rows.empty())
+        return 0;
+    return static_cast<int>(std::strtol(rows.front().front().c_str(), nullptr, 10));
+}
+
+} // namespace Host

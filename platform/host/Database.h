@@ -1,0 +1,105 @@
+// The configuration database of the host: one SQLite file with every value, and the journal of the management service.
+// All values are texts addressed by schema and element. A whole table is one text, too: the element "" of its schema. Schemas
+// that begin with "@" are the platform's own (the management service's items, the device profile).
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace Host {
+
+struct StoredItem {
+    std::string schema;
+    std::string element;
+    std::string value;
+};
+
+/// One exchange with the management service. The value of a secret is masked before it gets here.
+struct JournalEntry {
+    std::int64_t time = 0; // milliseconds since 1970
+    std::string kind;
+    std::string item;
+    std::string value;
+};
+
+/// Why a database could not be opened.
+struct DatabaseFault {
+    bool damaged = false; // the file's content is wrong; otherwise the machine did not let us
+    std::string text;
+};
+
+/// Safe from any thread: one mutex, held for one operation and never while anything else is called.
+class Database {
+public:
+    enum class Durability { full, relaxed };
+
+    /// The journal keeps this many entries.
+    static constexpr int journalLimit = 2000;
+
+    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database. Relaxed durability is
+    /// for proving that tests notice it: a power cut may then lose what was acknowledged.
+    static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault, Durability = Durability::full);
+
+    /// Carries the log over into the file, so that nothing but the file remains.
+    ~Database();
+    Database(Database const&) = delete;
+    Database& operator=(Database const&) = delete;
+
+    /// Nothing when it was never stored or the file cannot be read (the latter is logged).
+    std::optional<std::string> read(std::string const& schema, std::string const& element);
+
+    /// Stores everything or nothing; durable when true. False is logged.
+    bool write(StoredItem const& item) { return write({&item, 1}, {}); }
+    bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+
+    /// The values of all schemas that begin with `prefix`, in the order of schema and element.
+    std::vector<StoredItem> list(std::string const& prefix);
+
+    /// The last entries, oldest first.
+    std::vector<JournalEntry> journal(int limit);
+
+    /// How many values begin with `prefix`.
+    int countValues(std::string const& prefix);
+
+private:
+    enum Statement {
+        readItem,
+        writeItem,
+        listItems,
+        countItems,
+        addEntry,
+        trimJournal,
+        readJournal,
+        begin,
+        commit,
+        rollback
+    };
+    static constexpr std::size_t statements = rollback + 1;
+    using Row = std::vector<std::string>;
+
+    Database() = default;
+    bool prepare(std::string const& path, Durability, DatabaseFault& fault);
+    bool migrate(DatabaseFault& fault);
+    bool prepareStatements(DatabaseFault& fault);
+    bool failed(DatabaseFault& fault, std::string const& action) const;
+    bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+    bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+
+    static std::array<char const*, statements> const m_texts;
+
+    std::mutex m_mutex; // guards everything below once open() has returned
+    sqlite3* m_handle = nullptr;
+    std::array<sqlite3_stmt*, statements> m_prepared{};
+};
+
+} // namespace Host

@@ -1,0 +1,254 @@
+// The data directory and its files. Every open refuses links (O_NOFOLLOW) and does not wait for the other end of a FIFO
+// (O_NONBLOCK); what was opened is then looked at through its descriptor, so that nothing can be exchanged in between.
+#include "Files.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace Host {
+
+namespace {
+
+constexpr mode_t directoryMode = 0700;
+constexpr mode_t fileMode = 0600;
+constexpr mode_t othersMode = 0077;
+constexpr char const* lockName = "mediadata.lock";
+// A directory in which only such names stand may be closed to others without asking anybody.
+constexpr std::array<std::string_view, 2> ownPrefixes{"mediadata.", "secret.key"};
+constexpr std::string_view ownFolder = "data";
+
+std::string reason(int code)
+{
+    return std::generic_category().message(code);
+}
+
+/// What is wrong with the thing behind `status`; empty when it is a plain file of this user.
+std::string faultOf(struct stat const& status)
+{
+    if (!S_ISREG(status.st_mode))
+        return S_ISLNK(status.st_mode) ? "is a symbolic link" : "is not a regular file";
+    if (status.st_nlink > 1)
+        return "has further names (hard links)";
+    return status.st_uid == ::geteuid() ? "" : "belongs to another user";
+}
+
+bool isOwn(std::string_view name)
+{
+    return name == ownFolder || std::any_of(ownPrefixes.begin(), ownPrefixes.end(),
+                                            [&](std::string_view prefix) { return name.starts_with(prefix); });
+}
+
+bool holdsOnlyOwnFiles(std::string const& path)
+{
+    std::error_code fault;
+    fs::directory_iterator const entries(path, fault);
+    return !fault && std::all_of(begin(entries), end(entries),
+                                 [](fs::directory_entry const& each) { return isOwn(each.path().filename().string()); });
+}
+
+/// Makes the directory and its missing parents, each durable in its own parent.
+bool makeDirectories(fs::path const& path, std::string& error)
+{
+    std::error_code fault;
+    if (path.empty() || fs::symlink_status(path, fault).type() != fs::file_type::not_found)
+        return true;
+    if (!makeDirectories(path.parent_path(), error))
+        return false;
+    if (::mkdir(path.c_str(), directoryMode) != 0 && errno != EEXIST) {
+        error = "cannot make directory " + path.string() + ": " + reason(errno);
+        return false;
+    }
+    fs::path const parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    FileDescriptor const above(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (above)
+        ::fsync(above.get());
+    return true;
+}
+
+bool writeAll(int descriptor, std::string_view content)
+{
+    while (!content.empty()) {
+        ssize_t const written = ::write(descriptor, content.data(), content.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+std::string holderOf(int lock)
+{
+    std::array<char, 24> text{};
+    ssize_t const length = ::pread(lock, text.data(), text.size(), 0);
+    long holder = 0;
+    if (length > 0)
+        std::from_chars(text.data(), text.data() + length, holder);
+    return holder > 0 ? "process " + std::to_string(holder) : "another process";
+}
+
+} // namespace
+
+FileDescriptor::~FileDescriptor()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+}
+
+bool DataDirectory::open(std::string const& path, std::string& error)
+{
+    fs::path wanted = fs::path(path).lexically_normal();
+    if (!wanted.has_filename())
+        wanted = wanted.parent_path();
+    auto const refuse = [&](std::string const& why) {
+        error = "data directory " + wanted.string() + ": " + why;
+        return false;
+    };
+    if (wanted.empty())
+        return refuse("no path given");
+    if (!makeDirectories(wanted, error))
+        return false;
+    m_directory = FileDescriptor(::open(wanted.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!m_directory) {
+        int const code = errno;
+        std::error_code ignored;
+        return refuse(fs::is_symlink(wanted, ignored) ? "is a symbolic link" : reason(code));
+    }
+    std::error_code fault;
+    m_path = fs::canonical(wanted, fault).string();
+    struct stat status {};
+    if (fault || ::fstat(m_directory.get(), &status) != 0)
+        return refuse(fault ? fault.message() : reason(errno));
+    if (status.st_uid != ::geteuid())
+        return refuse("belongs to another user");
+    if ((status.st_mode & othersMode) != 0 && !holdsOnlyOwnFiles(m_path))
+        return refuse("is open to other users and holds files that are not the telephone's; close it (chmod 700) or take "
+                      "another");
+    if ((status.st_mode & 07777) != directoryMode && ::fchmod(m_directory.get(), directoryMode) != 0)
+        return refuse("cannot be closed to other users: " + reason(errno));
+    return takeLock(error);
+}
+
+bool DataDirectory::takeLock(std::string& error)
+{
+    m_lock = openFile(lockName, O_RDWR | O_CREAT, error);
+    if (!m_lock)
+        return false;
+    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        error = "data directory " + m_path + ": " +
+                (errno == EWOULDBLOCK ? "in use by " + holderOf(m_lock.get()) : "cannot be locked: " + reason(errno));
+        return false;
+    }
+    // The number is for the message only: a lock without it is as good.
+    if (::ftruncate(m_lock.get(), 0) == 0)
+        writeAll(m_lock.get(), std::to_string(::getpid()) + "\n");
+    return true;
+}
+
+DataDirectory::State DataDirectory::look(std::string const& name, std::string& error) const
+{
+    struct stat status {};
+    if (::fstatat(m_directory.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR)
+            return State::absent;
+        error = pathOf(name) + ": " + reason(errno);
+        return State::refused;
+    }
+    std::string const fault = faultOf(status);
+    if (fault.empty())
+        return State::present;
+    error = pathOf(name) + " " + fault;
+    return State::refused;
+}
+
+FileDescriptor DataDirectory::openFile(std::string const& name, int flags, std::string& error) const
+{
+    if (look(name, error) == State::refused)
+        return FileDescriptor();
+    FileDescriptor file(::openat(m_directory.get(), name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, fileMode));
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0) {
+        error = pathOf(name) + ": cannot be opened: " + reason(errno);
+        return FileDescriptor();
+    }
+    if (std::string const fault = faultOf(status); !fault.empty()) {
+        error = pathOf(name) + " " + fault;
+        return FileDescriptor();
+    }
+    if ((status.st_mode & 07777) != fileMode && ::fchmod(file.get(), fileMode) != 0) {
+        error = pathOf(name) + ": cannot be closed to other users: " + reason(errno);
+        return FileDescriptor();
+    }
+    return file;
+}
+
+bool DataDirectory::replaceFile(std::string const& name, std::string const& content, std::string& error) const
+{
+    std::string const draft = name + ".new";
+    FileDescriptor const file = openFile(draft, O_WRONLY | O_CREAT | O_TRUNC, error);
+    if (!file)
+        return false;
+    if (!writeAll(file.get(), content) || ::fsync(file.get()) != 0) {
+        error = pathOf(draft) + ": cannot be written: " + reason(errno);
+        remove(draft);
+        return false;
+    }
+    return rename(draft, name, error) && sync(error);
+}
+
+bool DataDirectory::rename(std::string const& from, std::string const& to, std::string& error) const
+{
+    if (::renameat(m_directory.get(), from.c_str(), m_directory.get(), to.c_str()) == 0)
+        return true;
+    error = pathOf(from) + ": cannot be renamed to " + to + ": " + reason(errno);
+    return false;
+}
+
+void DataDirectory::remove(std::string const& name) const
+{
+    ::unlinkat(m_directory.get(), name.c_str(), 0);
+}
+
+bool DataDirectory::sync(std::string& error) const
+{
+    if (::fsync(m_directory.get()) == 0)
+        return true;
+    error = m_path + ": cannot be synced: " + reason(errno);
+    return false;
+}
+
+bool DataDirectory::makeFolder(std::string const& relativePath, std::string& error) const
+{
+    int above = m_directory.get();
+    FileDescriptor here;
+    fs::path walked;
+    for (fs::path const& part : fs::path(relativePath)) {
+        walked /= part;
+        if (::mkdirat(above, part.c_str(), directoryMode) == 0)
+            ::fsync(above);
+        FileDescriptor next(::openat(above, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!next || ::fchmod(next.get(), directoryMode) != 0) {
+            error = "folder " + pathOf(walked.string()) + " cannot be used: " + reason(errno);
+            return false;
+        }
+        here = std::move(next);
+        above = here.get();
+    }
+    return true;
+}
+
+} // namespace Host

@@ -1,0 +1,68 @@
+// The data directory and the private files in it: made 0700 and 0600 whatever the umask, never reached through a link, and used
+// by one process at a time.
+#pragma once
+
+#include <string>
+#include <utility>
+
+namespace Host {
+
+/// Owns one file descriptor, or none (-1).
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor = -1) : m_descriptor(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept
+    {
+        std::swap(m_descriptor, other.m_descriptor);
+        return *this;
+    }
+    ~FileDescriptor();
+
+    int get() const { return m_descriptor; }
+    explicit operator bool() const { return m_descriptor >= 0; }
+
+private:
+    int m_descriptor;
+};
+
+/// A data directory that this process has for itself as long as the object lives.
+class DataDirectory {
+public:
+    /// Makes `path` and its missing parents, takes it into possession. False with `error` naming what is wrong: not a
+    /// directory, a link, another user's, somebody else's files in a directory open to others, in use (by which process).
+    bool open(std::string const& path, std::string& error);
+
+    /// The absolute path, free of links.
+    std::string const& path() const { return m_path; }
+    std::string pathOf(std::string const& name) const { return m_path + '/' + name; }
+
+    enum class State { absent, present, refused };
+
+    /// Looks whether the file is there. Refused with `error` when it is anything but a plain file of this user with one name.
+    State look(std::string const& name, std::string& error) const;
+
+    /// Opens a private file with the open(2) flags `flags`. No descriptor and `error` when it cannot be had or look() would
+    /// refuse it; a missing file without O_CREAT is an error, too.
+    FileDescriptor openFile(std::string const& name, int flags, std::string& error) const;
+
+    /// Replaces a file so that a power cut leaves the old or the new content: durable when true.
+    bool replaceFile(std::string const& name, std::string const& content, std::string& error) const;
+
+    /// Renames within the directory. Durable after sync().
+    bool rename(std::string const& from, std::string const& to, std::string& error) const;
+    void remove(std::string const& name) const;
+    bool sync(std::string& error) const;
+
+    /// Makes a folder below the directory, 0700, and its missing parents.
+    bool makeFolder(std::string const& relativePath, std::string& error) const;
+
+private:
+    bool takeLock(std::string& error);
+
+    std::string m_path;
+    FileDescriptor m_directory;
+    FileDescriptor m_lock;
+};
+
+} // namespace Host

@@ -1,0 +1,174 @@
+// Opens the parts of the host platform in the order in which they need each other, and answers the static functions of the seam
+// from the process's one platform.
+#include "HostPlatform.h"
+
+#include "ClientUtils.h"
+#include "DasCrypt.h"
+#include "Database.h"
+#include "DatabaseMending.h"
+#include "Files.h"
+#include "HardwareVersion.h"
+#include "HostLog.h"
+#include "ManagementService.h"
+#include "PlatformPath.h"
+#include "SecretBox.h"
+
+#include <fcntl.h>
+
+#include <array>
+#include <atomic>
+
+#define UNIT "HostPlatform"
+
+namespace Host {
+
+namespace {
+
+constexpr char const* flagFolder = "data/database";
+constexpr char const* flagFile = "data/database/media_config";
+std::string const deviceSchema = "@device";
+
+std::atomic<Platform*> g_current = nullptr;
+
+} // namespace
+
+Platform::Platform() : m_directory(std::make_unique<DataDirectory>()), m_secrets(std::make_unique<SecretBox>()) {}
+
+Platform::~Platform()
+{
+    Platform* self = this;
+    g_current.compare_exchange_strong(self, nullptr);
+}
+
+Platform* Platform::current()
+{
+    return g_current;
+}
+
+std::unique_ptr<Platform> Platform::open(Options const& options, std::string& error)
+{
+    std::unique_ptr<Platform> platform(new Platform);
+    if (options.logLevel)
+        setLogLevel(*options.logLevel);
+    if (!platform->take(options, error))
+        return nullptr;
+    Platform* none = nullptr;
+    if (!g_current.compare_exchange_strong(none, platform.get())) {
+        error = "this process already uses the data directory " + none->directory();
+        return nullptr;
+    }
+    return platform;
+}
+
+bool Platform::take(Options const& options, std::string& error)
+{
+    bool newKey = false;
+    if (!m_directory->open(options.directory, error) || !prepareFlagFile(error) ||
+        !m_secrets->open(*m_directory, newKey, error))
+        return false;
+    m_database = openDatabase(*m_directory, m_notices, error);
+    if (m_database == nullptr)
+        return false;
+    if (int const lost = newKey ? m_database->countValues(std::string(SecretBox::prefix)) : 0; lost > 0) {
+        m_notices.push_back("the key file was missing: " + std::to_string(lost) +
+                            " secrets can no longer be read and have to be set again");
+        HOST_LOG_ERROR(UNIT, m_notices.back());
+    }
+    m_management = std::make_unique<ManagementService>(*m_database, *m_secrets);
+    readDeviceProfile();
+    return true;
+}
+
+/// The folder exists, so that people can put the file there; the file itself need not.
+bool Platform::prepareFlagFile(std::string& error) const
+{
+    if (!m_directory->makeFolder(flagFolder, error))
+        return false;
+    DataDirectory::State const state = m_directory->look(flagFile, error);
+    return state == DataDirectory::State::absent ||
+           (state == DataDirectory::State::present && m_directory->openFile(flagFile, O_RDONLY, error));
+}
+
+Executable* Platform::findService(std::string const& name)
+{
+    return name == "LocalMgmtIfc" ? m_management.get() : nullptr;
+}
+
+std::string const& Platform::directory() const
+{
+    return m_directory->path();
+}
+
+std::string Platform::pathOf(std::string const& telephonePath) const
+{
+    return directory() + (telephonePath.starts_with('/') ? "" : "/") + telephonePath;
+}
+
+void Platform::readDeviceProfile()
+{
+    modelNamed(m_database->read(deviceSchema, "model").value_or(""), m_profile.model);
+    m_profile.usb = ClientUtils::stob(m_database->read(deviceSchema, "usb").value_or(ClientUtils::btos(m_profile.usb)));
+}
+
+DeviceProfile Platform::deviceProfile() const
+{
+    std::lock_guard const lock(m_mutex);
+    return m_profile;
+}
+
+DeviceProfile Platform::currentProfile()
+{
+    Platform const* const platform = g_current;
+    return platform != nullptr ? platform->deviceProfile() : DeviceProfile{DeviceProfile::Model::other, false};
+}
+
+bool Platform::setDeviceProfile(DeviceProfile const& profile)
+{
+    std::lock_guard const lock(m_mutex);
+    std::array<StoredItem, 2> const items{
+        {{deviceSchema, "model", modelName(profile.model)}, {deviceSchema, "usb", ClientUtils::btos(profile.usb)}}};
+    if (!m_database->write(items, {}))
+        return false;
+    m_profile = profile;
+    return true;
+}
+
+} // namespace Host
+
+std::string platformPath(std::string const& path)
+{
+    Host::Platform const* const platform = Host::Platform::current();
+    return platform != nullptr ? platform->pathOf(path) : path;
+}
+
+bool HardwareVersion::is_TL20()
+{
+    return Host::Platform::currentProfile().model == Host::DeviceProfile::Model::entry;
+}
+
+bool HardwareVersion::is_TL70()
+{
+    return Host::Platform::currentProfile().model == Host::DeviceProfile::Model::top;
+}
+
+bool HardwareVersion::is_USBSupported()
+{
+    return Host::Platform::currentProfile().usb;
+}
+
+// The library may hand over one string for both texts, hence the copies.
+bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
+{
+    std::string const text = plain;
+    stored.clear();
+    Host::Platform const* const platform = Host::Platform::current();
+    return platform != nullptr && platform->secrets().encrypt(text, stored);
+}
+
+bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
+{
+    std::string const text = stored;
+    plain.clear();
+    Host::Platform const* const platform = Host::Platform::current();
+    return platform != nullptr && platform->secrets().decrypt(text, plain);
+}

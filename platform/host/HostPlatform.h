@@ -1,0 +1,78 @@
+// The platform of a workstation: everything the library asks of a telephone, kept in one data directory.
+#pragma once
+
+#include "DeviceProfile.h"
+#include "SvcRTEContext.h"
+
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Host {
+
+class Database;
+class DataDirectory;
+class ManagementService;
+class SecretBox;
+
+struct Options {
+    std::string directory;
+    std::optional<int> logLevel; // default: the environment's MEDIADATA_LOG, or else errors only
+};
+
+/// The context to start the library with. One exists per process at a time, since the platform's static functions
+/// (platformPath, HardwareVersion, DasCrypt) answer for it. Destroy everything built from it first.
+class Platform : public SvcRTEContext {
+public:
+    /// Takes the data directory into possession, making what is missing. Null with `error` naming the thing that prevents it.
+    static std::unique_ptr<Platform> open(Options const& options, std::string& error);
+    ~Platform() override;
+    Platform(Platform const&) = delete;
+    Platform& operator=(Platform const&) = delete;
+
+    /// The process's platform, or null. The pointer is good until the platform is destroyed.
+    static Platform* current();
+
+    /// Knows "LocalMgmtIfc", which is management().
+    Executable* findService(std::string const& name) override;
+
+    Database& database() { return *m_database; }
+    ManagementService& management() { return *m_management; }
+    SecretBox const& secrets() const { return *m_secrets; }
+
+    /// The data directory's absolute path, and that of a telephone's file in it.
+    std::string const& directory() const;
+    std::string pathOf(std::string const& telephonePath) const;
+
+    /// What open() had to mend, in sentences for people.
+    std::vector<std::string> const& notices() const { return m_notices; }
+
+    DeviceProfile deviceProfile() const;
+
+    /// The profile of the process's platform; without one nothing that a telephone could have.
+    static DeviceProfile currentProfile();
+
+    /// Durable when true; false leaves the profile as it was. A running library derives its hardware flags anew as it does after
+    /// every change, not at once.
+    bool setDeviceProfile(DeviceProfile const& profile);
+
+private:
+    Platform();
+    bool take(Options const& options, std::string& error);
+    bool prepareFlagFile(std::string& error) const;
+    void readDeviceProfile();
+
+    std::vector<std::string> m_notices;
+    // In the order in which they need each other: the directory's lock goes last.
+    std::unique_ptr<DataDirectory> m_directory;
+    std::unique_ptr<SecretBox> m_secrets;
+    std::unique_ptr<Database> m_database;
+    std::unique_ptr<ManagementService> m_management;
+
+    mutable std::mutex m_mutex; // guards m_profile
+    DeviceProfile m_profile;
+};
+
+} // namespace Host

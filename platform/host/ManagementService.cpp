@@ -1,0 +1,214 @@
+// Items lie in the database under the schema "@management/" + item, with the sub-item as element; secret ones encrypted.
+// Requests are reported back to the library only on dispatch(): a request usually comes with the cache's lock held, in the middle
+// of an operation, and the other parts of a telephone take their time as well.
+#include "ManagementService.h"
+
+#include "ManageableData.h"
+#include "MgmtAgentIfc.h"
+#include "SecretBox.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <string_view>
+
+namespace Host {
+
+namespace {
+
+std::string const schemaPrefix = "@management/";
+constexpr std::size_t unsavedLimit = 100;
+constexpr char const* mask = "***";
+
+std::int64_t now()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+std::string fullName(ManageableData::Entry const& entry)
+{
+    return entry.item == entry.subItem ? entry.item : entry.item + "/" + entry.subItem;
+}
+
+} // namespace
+
+bool isSecretItem(std::string const& item)
+{
+    constexpr std::array<std::string_view, 3> words{"password", "pwd", "pin"};
+    std::string part;
+    for (char const each : item + "-") {
+        if ((each >= 'a' && each <= 'z') || (each >= 'A' && each <= 'Z')) {
+            part += static_cast<char>(each | 0x20);
+            continue;
+        }
+        if (std::find(words.begin(), words.end(), part) != words.end())
+            return true;
+        part.clear();
+    }
+    return false;
+}
+
+ManagementService::ManagementService(Database& database, SecretBox const& secrets) : m_database(database), m_secrets(secrets)
+{}
+
+ManagementService::~ManagementService()
+{
+    std::lock_guard const lock(m_mutex);
+    keepJournal();
+}
+
+void ManagementService::note(std::string const& kind, ManageableData const& record)
+{
+    for (ManageableData::Entry const& each : record.entries()) {
+        std::string const name = fullName(each);
+        m_unsaved.push_back({now(), kind, name, each.hasValue && isSecretItem(name) ? mask : each.value});
+    }
+    if (m_unsaved.size() >= unsavedLimit)
+        keepJournal();
+}
+
+bool ManagementService::keepJournal()
+{
+    bool const kept = m_unsaved.empty() || m_database.write({}, m_unsaved);
+    // A journal that cannot be kept must not grow without end.
+    m_unsaved.clear();
+    return kept;
+}
+
+bool ManagementService::store(ManageableData const& record)
+{
+    std::vector<StoredItem> stored;
+    for (ManageableData::Entry const& each : record.entries()) {
+        if (!each.hasValue)
+            continue;
+        StoredItem& item = stored.emplace_back(StoredItem{schemaPrefix + each.item, each.subItem, each.value});
+        if (isSecretItem(fullName(each)) && !m_secrets.encrypt(each.value, item.value))
+            return false;
+    }
+    if (!m_database.write(stored, m_unsaved))
+        return false;
+    m_unsaved.clear();
+    return true;
+}
+
+bool ManagementService::readData(ManageableData& record)
+{
+    std::lock_guard const lock(m_mutex);
+    std::vector<ManageableData::Entry> const asked = record.entries();
+    for (ManageableData::Entry const& each : asked) {
+        std::optional<std::string> value = m_database.read(schemaPrefix + each.item, each.subItem);
+        if (!value || (isSecretItem(fullName(each)) && !m_secrets.decrypt(std::string(*value), *value)))
+            continue;
+        record.populate(each.item, each.subItem, *value);
+    }
+    note("read", record);
+    return true;
+}
+
+bool ManagementService::reportChanged(ManageableData& record, std::vector<std::string> const&)
+{
+    std::lock_guard const lock(m_mutex);
+    note("reported", record);
+    return true;
+}
+
+bool ManagementService::requestSet(ManageableData& record)
+{
+    std::lock_guard const lock(m_mutex);
+    note("requested", record);
+    if (!store(record))
+        return false;
+    for (ManageableData::Entry const& each : record.entries())
+        if (each.hasValue)
+            m_requested.push_back({each.item, each.subItem, each.value});
+    return true;
+}
+
+void ManagementService::setAgent(MgmtAgentIfc* agent)
+{
+    std::lock_guard const lock(m_mutex);
+    m_agent = agent;
+}
+
+MgmtAgentIfc* ManagementService::agent()
+{
+    std::lock_guard const lock(m_mutex);
+    return m_agent;
+}
+
+bool ManagementService::change(ManageableData& record)
+{
+    {
+        std::lock_guard const lock(m_mutex);
+        if (!store(record))
+            return false;
+    }
+    if (MgmtAgentIfc* const library = agent())
+        library->manageableDataChanged(record);
+    return true;
+}
+
+void ManagementService::reportAll()
+{
+    ManageableData record;
+    for (Item const& each : items())
+        record.populate(each.item, each.subItem, each.value);
+    MgmtAgentIfc* const library = agent();
+    if (library != nullptr && !record.entries().empty())
+        library->manageableDataChanged(record);
+}
+
+void ManagementService::dispatch()
+{
+    std::vector<Item> requested;
+    {
+        std::lock_guard const lock(m_mutex);
+        requested.swap(m_requested);
+    }
+    ManageableData record;
+    for (Item const& each : requested)
+        record.populate(each.item, each.subItem, each.value);
+    MgmtAgentIfc* const library = agent();
+    if (library != nullptr && !requested.empty())
+        library->manageableDataChanged(record);
+}
+
+bool ManagementService::setOwned(ManageableData& record)
+{
+    MgmtAgentIfc* const library = agent();
+    return library != nullptr && library->setData(record);
+}
+
+bool ManagementService::getOwned(ManageableData& record)
+{
+    MgmtAgentIfc* const library = agent();
+    return library != nullptr && library->getData(record);
+}
+
+bool ManagementService::resetUserData()
+{
+    MgmtAgentIfc* const library = agent();
+    return library != nullptr && library->resetUserData();
+}
+
+std::vector<ManagementService::Item> ManagementService::items()
+{
+    std::vector<Item> result;
+    for (StoredItem& each : m_database.list(schemaPrefix)) {
+        Item item{each.schema.substr(schemaPrefix.size()), each.element, each.value};
+        std::string const name = item.item + "/" + item.subItem;
+        if (!isSecretItem(name) || m_secrets.decrypt(each.value, item.value))
+            result.push_back(std::move(item));
+    }
+    return result;
+}
+
+std::vector<JournalEntry> ManagementService::journal(int limit)
+{
+    std::lock_guard const lock(m_mutex);
+    keepJournal();
+    return m_database.journal(limit);
+}
+
+} // namespace Host

@@ -1,0 +1,79 @@
+// The management service of the host, in this process: it holds the items that other parts of the telephone own, answers and
+// takes what the library reads, reports and requests, and calls the library in the service's name.
+#pragma once
+
+#include "Database.h"
+#include "LocalMgmtIfc.h"
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+class MgmtAgentIfc;
+
+namespace Host {
+
+class SecretBox;
+
+/// True for names with a part "password", "pwd" or "pin", as in "door-opener-pin-1".
+bool isSecretItem(std::string const& item);
+
+/// Safe from any thread. Its mutex guards what it keeps in memory and is held neither while the library is called nor when the
+/// library calls with the cache's lock held for longer than one access to the database; it never waits for the cache's lock.
+class ManagementService : public LocalMgmtIfc {
+public:
+    struct Item {
+        std::string item;
+        std::string subItem;
+        std::string value;
+    };
+
+    ManagementService(Database& database, SecretBox const& secrets);
+    ~ManagementService() override;
+
+    bool readData(ManageableData& record) override;
+    bool reportChanged(ManageableData& record, std::vector<std::string> const& rootIds) override;
+
+    /// Takes the values as their owners would, durable when true; the library hears of them at the next dispatch().
+    bool requestSet(ManageableData& record) override;
+
+    /// Whom the service calls: the library's management source. Null takes it away, which must be done before it is destroyed and
+    /// while no call of this service runs.
+    void setAgent(MgmtAgentIfc* agent);
+
+    /// Other parts of the telephone changed these items: stores them, durable when true, and reports them to the library.
+    bool change(ManageableData& record);
+
+    /// Reports every item held, as a telephone's service does after start-up.
+    void reportAll();
+
+    /// Reports what requests have changed since the last dispatch.
+    void dispatch();
+
+    /// The library's own items: its answer, or false when there is no agent.
+    bool setOwned(ManageableData& record);
+    bool getOwned(ManageableData& record);
+    bool resetUserData();
+
+    /// What the service holds, by name.
+    std::vector<Item> items();
+
+    /// The last `limit` exchanges, oldest first. Secrets are masked.
+    std::vector<JournalEntry> journal(int limit = Database::journalLimit);
+
+private:
+    void note(std::string const& kind, ManageableData const& record);
+    bool keepJournal();
+    bool store(ManageableData const& record);
+    MgmtAgentIfc* agent();
+
+    Database& m_database;
+    SecretBox const& m_secrets;
+
+    std::mutex m_mutex; // guards everything below; taken before the database's
+    MgmtAgentIfc* m_agent = nullptr;
+    std::vector<JournalEntry> m_unsaved; // saved with the next durable change, when there are many, and at the end
+    std::vector<Item> m_requested;
+};
+
+} // namespace Host

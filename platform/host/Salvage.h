@@ -1,0 +1,52 @@
+// Reads what can still be read from a damaged database file.
+#pragma once
+
+#include "Database.h"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Host {
+
+/// Works on a copy of the file and of its log, and changes it. `firstPage` is the first page of an undamaged, empty database: it
+/// says where the tables lie, and replaces a first page that cannot be read.
+class Salvage {
+public:
+    Salvage(std::string path, std::string firstPage) : m_path(std::move(path)), m_firstPage(std::move(firstPage)) {}
+
+    void readAll();
+
+    std::vector<StoredItem> items() const;
+    std::vector<JournalEntry> journal() const;
+
+    /// What was brought over and what was lost, as sentences.
+    std::vector<std::string> report() const;
+
+private:
+    using Key = std::pair<std::string, std::string>;
+    using RowReader = std::function<void(sqlite3_stmt*)>;
+
+    bool readFile();
+    bool replaceFirstPage() const;
+    void readItems();
+    void readLeftOutItems(std::set<std::int64_t> rowids);
+    bool scan(char const* text, RowReader const& reader, std::int64_t parameter = 0);
+
+    std::string const m_path;
+    std::string const m_firstPage;
+    sqlite3* m_handle = nullptr;
+
+    std::map<Key, std::string> m_items;
+    std::map<std::int64_t, JournalEntry> m_journal;
+    std::set<Key> m_lost;
+    bool m_rowsFailed = false;
+    bool m_namesFailed = false;
+    bool m_journalFailed = false;
+};
+
+} // namespace Host

@@ -1,0 +1,167 @@
+// The lock of the host platform. One atomic word counts what is free, so that taking and giving without contention is one
+// exchange each, and a holder's further takes touch nothing shared. Under contention threads queue and a unit is handed to the
+// first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
+//
+// Locking: `m_queue` and the `granted` of its members are guarded by `m_mutex`. `depth` belongs to the owner. `word` is twice
+// the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
+#include "Semaphore.h"
+
+#include "LockMark.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+
+namespace {
+
+thread_local std::uint64_t t_taken = 0;
+
+/// The address of a thread's own variable names the thread and is cheaper to ask for than its id.
+void const* thisThread()
+{
+    return &t_taken;
+}
+
+struct Waiter {
+    void const* thread;
+    bool granted = false;
+    std::condition_variable wake;
+};
+
+constexpr unsigned queued = 1;
+constexpr unsigned unit = 2;
+
+} // namespace
+
+struct Semaphore::State {
+    State(int maximum, int initial, bool isRecursive)
+        : recursive(isRecursive), exclusive(isRecursive || maximum <= 1),
+          capacity(exclusive ? unit : unit * static_cast<unsigned>(maximum)),
+          word(std::min(capacity, unit * static_cast<unsigned>(std::max(initial, 0))))
+    {
+        if (exclusive && word == 0)
+            own(thisThread());
+    }
+
+    void own(void const* thread)
+    {
+        depth = 1;
+        owner.store(thread, std::memory_order_relaxed);
+    }
+
+    bool ownedHere() const { return owner.load(std::memory_order_relaxed) == thisThread(); }
+
+    bool tryTake()
+    {
+        unsigned now = word.load(std::memory_order_relaxed);
+        while (now >= unit && (now & queued) == 0)
+            if (word.compare_exchange_weak(now, now - unit, std::memory_order_acquire, std::memory_order_relaxed))
+                return true;
+        return false;
+    }
+
+    bool waitForTurn(int timeoutMs);
+    bool giveUnit();
+
+    bool const recursive;
+    bool const exclusive; // one unit, and only the thread that has it may give it
+    unsigned const capacity;
+    std::atomic<unsigned> word;
+    std::atomic<void const*> owner = nullptr; // only compared with the caller itself, which alone can have put itself there
+    int depth = 0;
+
+    std::mutex m_mutex;
+    std::deque<Waiter*> m_queue;
+};
+
+bool Semaphore::State::waitForTurn(int timeoutMs)
+{
+    std::unique_lock lock(m_mutex);
+    // Announce the waiter before looking once more: from here on nobody changes the word without the mutex.
+    unsigned const now = word.fetch_or(queued, std::memory_order_acquire);
+    if (m_queue.empty() && now >= unit) {
+        word.store((now & ~queued) - unit, std::memory_order_relaxed);
+        if (exclusive)
+            own(thisThread());
+        return true;
+    }
+    Waiter self{thisThread(), false, {}};
+    m_queue.push_back(&self);
+    auto const granted = [&] { return self.granted; };
+    if (timeoutMs < 0)
+        self.wake.wait(lock, granted);
+    else if (!self.wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs), granted))
+        m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &self));
+    return self.granted;
+}
+
+bool Semaphore::State::giveUnit()
+{
+    unsigned now = word.load(std::memory_order_relaxed);
+    while ((now & queued) == 0) {
+        if (now >= capacity)
+            return false;
+        if (word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
+            return true;
+    }
+    std::lock_guard const lock(m_mutex);
+    if (m_queue.empty()) { // those who waited gave up
+        now = word.load(std::memory_order_relaxed) & ~queued;
+        if (now >= capacity)
+            return false;
+        word.store(now + unit, std::memory_order_release);
+        return true;
+    }
+    Waiter& next = *m_queue.front();
+    m_queue.pop_front();
+    if (exclusive)
+        own(next.thread);
+    if (m_queue.empty())
+        word.fetch_and(~queued, std::memory_order_release);
+    next.granted = true;
+    next.wake.notify_one();
+    return true;
+}
+
+Semaphore::Semaphore(int maximum, int initial, bool recursive)
+    : m_state(std::make_unique<State>(maximum, initial, recursive))
+{}
+
+Semaphore::~Semaphore() = default;
+
+bool Semaphore::take(int timeoutMs)
+{
+    ++t_taken;
+    State& my = *m_state;
+    if (my.recursive && my.ownedHere()) {
+        ++my.depth;
+        return true;
+    }
+    if (my.tryTake()) {
+        if (my.exclusive)
+            my.own(thisThread());
+        return true;
+    }
+    return timeoutMs != 0 && my.waitForTurn(timeoutMs);
+}
+
+bool Semaphore::give()
+{
+    State& my = *m_state;
+    if (!my.exclusive)
+        return my.giveUnit();
+    if (!my.ownedHere())
+        return false;
+    if (--my.depth > 0)
+        return true;
+    my.owner.store(nullptr, std::memory_order_relaxed);
+    return my.giveUnit();
+}
+
+Host::LockMark Host::lockMark()
+{
+    return {std::this_thread::get_id(), t_taken};
+}

@@ -1,0 +1,61 @@
+// A fresh data directory for each test, and the host platform opened on it.
+#pragma once
+
+#include "DataStorage.h"
+#include "HostLog.h"
+#include "HostPlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+class HostTest : public testing::Test {
+protected:
+    HostTest()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "mediadata-host-XXXXXX").string();
+        m_parent = ::mkdtemp(pattern.data());
+        m_directory = m_parent + "/phone";
+        // What a test provokes is not for the eyes of who runs it.
+        Host::setLogSink([](Host::LogLine const&) {});
+    }
+
+    ~HostTest() override
+    {
+        m_platform.reset();
+        Host::setLogSink({});
+        std::filesystem::remove_all(m_parent);
+    }
+
+    bool open()
+    {
+        m_platform.reset();
+        m_error.clear();
+        m_platform = Host::Platform::open({m_directory, std::nullopt}, m_error);
+        return m_platform != nullptr;
+    }
+
+    void close() { m_platform.reset(); }
+
+    std::string pathOf(std::string const& name) const { return m_directory + "/" + name; }
+
+    std::string read(std::string const& schema, std::string const& element)
+    {
+        return DataStorage(*m_platform, schema).getDataItem(element, element.empty() ? 0 : 1);
+    }
+
+    bool write(std::string const& schema, std::string const& element, std::string const& text)
+    {
+        return DataStorage(*m_platform, schema).setDataItem(element, text);
+    }
+
+    std::string m_parent;
+    std::string m_directory;
+    std::string m_error;
+    std::unique_ptr<Host::Platform> m_platform;
+};

@@ -1,0 +1,236 @@
+// Who may reach the data directory, and what of it is secret.
+#include "HostTest.h"
+
+#include "AppLog.h"
+#include "DasCrypt.h"
+#include "Database.h"
+#include "ManageableData.h"
+#include "ManagementService.h"
+#include "MgmtAgentIfc.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class HostProtectionTest : public HostTest {};
+
+unsigned modeOf(fs::path const& path)
+{
+    struct stat status {};
+    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+std::string contentOf(fs::path const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+TEST_F(HostProtectionTest, everythingIsPrivateWhateverTheUmask)
+{
+    mode_t const before = ::umask(0);
+    EXPECT_TRUE(open()) << m_error;
+    EXPECT_TRUE(write("AudioSettings", "RingerVolume", "3")); // with the log file in place
+    ::umask(before);
+    int files = 0;
+    EXPECT_EQ(modeOf(m_directory), 0700U);
+    for (auto const& each : fs::recursive_directory_iterator(m_directory)) {
+        EXPECT_EQ(modeOf(each.path()), each.is_directory() ? 0700U : 0600U) << each.path();
+        files += each.is_directory() ? 0 : 1;
+    }
+    EXPECT_EQ(files, 4) << "database, its log, key and lock";
+}
+
+TEST_F(HostProtectionTest, aSecondOpenerIsToldWhoHoldsTheDirectory)
+{
+    ASSERT_TRUE(open()) << m_error;
+    pid_t const holder = ::getpid();
+    pid_t const child = ::fork();
+    if (child == 0) {
+        std::string error;
+        bool const opened = Host::Platform::open({m_directory, std::nullopt}, error) != nullptr;
+        bool const named = error.find("in use by process " + std::to_string(holder)) != std::string::npos;
+        ::_exit(!opened && named ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(write("AudioSettings", "RingerVolume", "3")) << "the holder is not disturbed";
+}
+
+TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
+{
+    struct Impostor {
+        char const* name;
+        void (*make)(fs::path const& place, fs::path const& elsewhere);
+    };
+    Impostor const impostors[] = {
+        {"symbolic link", [](fs::path const& place, fs::path const& elsewhere) { fs::create_symlink(elsewhere, place); }},
+        {"dangling link", [](fs::path const& place, fs::path const&) { fs::create_symlink("nowhere", place); }},
+        {"hard link", [](fs::path const& place, fs::path const& elsewhere) { fs::create_hard_link(elsewhere, place); }},
+        {"FIFO", [](fs::path const& place, fs::path const&) { ::mkfifo(place.c_str(), 0600); }},
+        {"directory", [](fs::path const& place, fs::path const&) { fs::create_directory(place); }},
+        {"device", [](fs::path const& place, fs::path const&) { fs::create_symlink("/dev/full", place); }}};
+    for (std::string const name :
+         {"mediadata.db", "mediadata.db-wal", "secret.key", "mediadata.lock", "data/database/media_config"})
+        for (Impostor const& impostor : impostors) {
+            ASSERT_TRUE(open()) << m_error;
+            ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
+            close();
+            fs::path const place = pathOf(name);
+            fs::path const elsewhere = m_parent + "/elsewhere";
+            std::ofstream(elsewhere) << "32 bytes of somebody else's data";
+            fs::path const saved = m_parent + "/saved";
+            if (fs::exists(place))
+                fs::rename(place, saved);
+            impostor.make(place, elsewhere);
+            EXPECT_FALSE(open()) << impostor.name << " as " << name;
+            EXPECT_NE(m_error.find(name), std::string::npos) << impostor.name << ": " << m_error;
+            EXPECT_EQ(contentOf(elsewhere), "32 bytes of somebody else's data");
+            fs::remove(place);
+            if (fs::exists(saved))
+                fs::rename(saved, place);
+            ASSERT_TRUE(open()) << m_error;
+            EXPECT_EQ(read("AudioSettings", "RingerVolume"), "3");
+        }
+}
+
+TEST_F(HostProtectionTest, aDirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRefused)
+{
+    fs::create_directory(m_parent + "/real");
+    fs::create_symlink("real", m_directory);
+    EXPECT_FALSE(open());
+    EXPECT_NE(m_error.find("symbolic link"), std::string::npos) << m_error;
+    m_directory = m_parent + "/real";
+    std::ofstream(pathOf("letter.txt")) << "private";
+    fs::permissions(m_directory, fs::perms(0755));
+    EXPECT_FALSE(open());
+    EXPECT_EQ(modeOf(m_directory), 0755U) << "a directory that is not ours is left as it is";
+    fs::remove(pathOf("letter.txt"));
+    EXPECT_TRUE(open()) << m_error;
+    EXPECT_EQ(modeOf(m_directory), 0700U);
+}
+
+TEST_F(HostProtectionTest, aSecretComesBackOnlyUnalteredAndUnderItsOwnKey)
+{
+    ASSERT_TRUE(open()) << m_error;
+    std::string stored;
+    std::string again;
+    std::string plain;
+    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", stored));
+    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", again));
+    EXPECT_NE(stored, again) << "equal secrets must not look equal";
+    ASSERT_TRUE(DasCrypt::fromEncryptedText(stored, plain));
+    EXPECT_EQ(plain, "open sesame");
+    for (std::size_t i = 0; i < stored.size(); ++i)
+        for (int bit = 0; bit < 8; ++bit) {
+            std::string altered = stored;
+            altered[i] = static_cast<char>(altered[i] ^ (1 << bit));
+            EXPECT_FALSE(DasCrypt::fromEncryptedText(altered, plain)) << i << " " << bit;
+            EXPECT_EQ(plain, "");
+        }
+    EXPECT_FALSE(DasCrypt::fromEncryptedText(stored + "A", plain));
+    EXPECT_FALSE(DasCrypt::fromEncryptedText("open sesame", plain));
+
+    ASSERT_TRUE(write("ICESettings", "IceServerPwd0", stored));
+    close();
+    fs::remove(pathOf("secret.key"));
+    ASSERT_TRUE(open()) << m_error;
+    EXPECT_FALSE(DasCrypt::fromEncryptedText(stored, plain));
+    EXPECT_EQ(m_platform->notices().size(), 1U) << "the loss is told";
+    close();
+    fs::resize_file(pathOf("secret.key"), 31);
+    EXPECT_FALSE(open());
+    EXPECT_NE(m_error.find("secret.key is damaged"), std::string::npos) << m_error;
+}
+
+namespace {
+
+/// A library that asks the service while the service is calling it.
+struct Agent : MgmtAgentIfc {
+    explicit Agent(Host::ManagementService& itsService) : service(itsService) {}
+    bool setData(ManageableData&) override { return true; }
+    bool getData(ManageableData&) override { return true; }
+    bool resetUserData() override { return true; }
+    void manageableDataChanged(ManageableData& record) override
+    {
+        for (ManageableData::Entry const& each : record.entries())
+            heard.push_back(each.item + "=" + each.value);
+        ManageableData inner;
+        inner.populate("system-identifier", "system-identifier", "from inside");
+        service.requestSet(inner);
+    }
+    Host::ManagementService& service;
+    std::vector<std::string> heard;
+};
+
+ManageableData record(std::string const& item, std::string const& value)
+{
+    ManageableData result;
+    result.populate(item, item, value);
+    return result;
+}
+
+} // namespace
+
+TEST_F(HostProtectionTest, theServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJournal)
+{
+    ASSERT_TRUE(open()) << m_error;
+    ManageableData country = record("country", "23");
+    ManageableData pin = record("other-pin-1", "8642");
+    ASSERT_TRUE(m_platform->management().change(country));
+    ASSERT_TRUE(m_platform->management().requestSet(pin));
+    ASSERT_TRUE(m_platform->management().reportChanged(pin, {"other-pin-1"}));
+    ASSERT_TRUE(open()) << m_error;
+
+    Host::ManagementService& service = m_platform->management();
+    Agent agent(service);
+    service.setAgent(&agent);
+    service.reportAll();
+    EXPECT_EQ(agent.heard, (std::vector<std::string>{"country=23", "other-pin-1=8642"}));
+    agent.heard.clear();
+    service.dispatch();
+    EXPECT_EQ(agent.heard, (std::vector<std::string>{"system-identifier=from inside"}));
+    service.setAgent(nullptr);
+
+    ManageableData asked;
+    asked.populate("country", "country");
+    asked.populate("nobody-has-it", "nobody-has-it");
+    ASSERT_TRUE(service.readData(asked));
+    std::string value;
+    EXPECT_TRUE(asked.interogate("country", "country", value) && value == "23");
+    EXPECT_FALSE(asked.interogate("nobody-has-it", "nobody-has-it", value));
+
+    std::string journal;
+    for (Host::JournalEntry const& each : service.journal())
+        journal += each.kind + " " + each.item + " " + each.value + "; ";
+    EXPECT_EQ(journal.find("requested other-pin-1 ***; reported other-pin-1 ***; requested system-identifier"), 0U)
+        << journal;
+    close();
+    for (auto const& each : fs::recursive_directory_iterator(m_directory))
+        EXPECT_TRUE(each.is_directory() || contentOf(each.path()).find("8642") == std::string::npos) << each.path();
+}
+
+TEST_F(HostProtectionTest, theDeviceProfileOutlivesTheProcess)
+{
+    ASSERT_TRUE(open()) << m_error;
+    ASSERT_TRUE(m_platform->setDeviceProfile({Host::DeviceProfile::Model::entry, false}));
+    ASSERT_TRUE(open()) << m_error;
+    EXPECT_EQ(m_platform->deviceProfile(), (Host::DeviceProfile{Host::DeviceProfile::Model::entry, false}));
+}
+
+TEST_F(HostProtectionTest, aLogMessageIsOneLineWhateverItQuotes)
+{
+    Host::setLogSink({});
+    testing::internal::CaptureStderr();
+    logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", "a\n2 forged\x1b[31m");
+    std::string const written = testing::internal::GetCapturedStderr();
+    EXPECT_NE(written.find(" 2 M ./src/Unit:7 refused: a\\x0a2 forged\\x1b[31m\n"), std::string::npos) << written;
+}

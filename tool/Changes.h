@@ -1,0 +1,28 @@
+// What a verb changed: all values that the cache holds, before and after.
+#pragma once
+
+#include "Report.h"
+
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+
+class Changes {
+public:
+    /// Keeps the present values.
+    explicit Changes(Session& session);
+
+    /// What differs from them now: item, old, new. Whole tables are left out, since their cells tell the same.
+    Section section(std::string name, std::string title = {}) const;
+
+private:
+    std::vector<Json> values() const;
+
+    Session& m_session;
+    std::vector<Json> m_before;
+};
+
+} // namespace Tool

@@ -1,0 +1,268 @@
+#include "Management.h"
+
+#include "Changes.h"
+#include "Items.h"
+#include "Session.h"
+
+#include "Data/DataItemBuilder.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Media/MediaDataCache.h"
+
+#include "ManageableData.h"
+#include "ManagementService.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+struct Names {
+    std::string item;
+    std::string subItem;
+};
+
+/// The management names of a tag; nothing when it has none.
+std::optional<Names> managementNames(eDataTag tag)
+{
+    auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[tag];
+    if (!row.item)
+        return std::nullopt;
+    return Names{*row.item, row.subItem ? *row.subItem : *row.item};
+}
+
+bool isOwned(eDataTag tag)
+{
+    return DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia;
+}
+
+/// The tags that a name stands for: all cells of a table's management item, otherwise one.
+std::vector<eDataTag> tagsOf(std::string const& name)
+{
+    std::vector<eDataTag> tags;
+    for (auto const tag : allTags()) {
+        auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[tag];
+        if (row.item && row.subItem && *row.item == name)
+            tags.push_back(tag);
+    }
+    if (tags.empty()) {
+        if (auto const tag = findItem(name))
+            tags.push_back(*tag);
+    }
+    return tags;
+}
+
+Problem noManagementItem(std::string const& name)
+{
+    return {name, "the management service has no item for it"};
+}
+
+/// A record of the assignments and their tags by management name. Problems mean that nothing is to be sent.
+struct Request {
+    ManageableData record;
+    std::vector<std::pair<eDataTag, std::string>> values;
+    Report report;
+};
+
+Request requestOf(Session& session, std::vector<Assignment> const& assignments)
+{
+    Request request;
+    for (auto const& [name, text] : assignments) {
+        auto const tag = findItem(name);
+        if (!tag) {
+            request.report.fail(exitUnknownItem, unknownItem(name).problems.front());
+            continue;
+        }
+        auto const names = managementNames(*tag);
+        if (!names) {
+            request.report.fail(exitUnknownItem, noManagementItem(name));
+            continue;
+        }
+        if (isSecret(*tag))
+            session.hideInLog(text);
+        request.record.populate(names->item, names->subItem, text);
+        request.values.emplace_back(*tag, text);
+    }
+    return request;
+}
+
+using Reasons = std::map<std::pair<std::string, std::string>, std::string>;
+
+Reasons reasonsOf(ManageableData const& record)
+{
+    Reasons reasons;
+    for (auto const& reject : record.rejectReasons()) {
+        auto& text = reasons[{reject.item, reject.subItem}];
+        text += (text.empty() ? "" : "; ") + reject.reason;
+    }
+    return reasons;
+}
+
+/// Local time to the second.
+std::string timeText(std::int64_t milliseconds)
+{
+    auto const seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm parts{};
+    ::localtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%F %T", &parts);
+    return text.data();
+}
+
+} // namespace
+
+Report managementGet(Session& session, std::vector<std::string> const& items)
+{
+    Report report;
+    ManageableData asked;
+    ManageableData observed;
+    std::vector<std::pair<eDataTag, Names>> wanted;
+    for (auto const& name : items) {
+        auto const tags = tagsOf(name);
+        if (tags.empty())
+            report.fail(exitUnknownItem, unknownItem(name).problems.front());
+        for (auto const tag : tags) {
+            if (auto const names = managementNames(tag)) {
+                (isOwned(tag) ? asked : observed).populate(names->item, names->subItem);
+                wanted.emplace_back(tag, *names);
+            } else {
+                report.fail(exitUnknownItem, noManagementItem(name));
+            }
+        }
+    }
+    session.service().getOwned(asked);
+    // What other components own, the service answers itself.
+    if (!observed.entries().empty())
+        session.service().readData(observed);
+    Section section{"items", Layout::Table, {"item", "sub-item", "value", "reason"}, {}};
+    for (auto const& [tag, names] : wanted) {
+        std::string text;
+        bool const known = (isOwned(tag) ? asked : observed).interogate(names.item, names.subItem, text);
+        auto const* const missing = isOwned(tag) ? "hidden: the hardware cannot use this row" : "the service has no value";
+        section.rows.push_back({names.item, names.subItem == names.item ? Json() : Json(names.subItem),
+                                known ? shown(tag, text, session.options().showSecrets) : Json(),
+                                known ? Json() : Json(missing)});
+    }
+    report.sections.push_back(std::move(section));
+    return report;
+}
+
+Report managementSet(Session& session, std::vector<Assignment> const& assignments)
+{
+    auto request = requestOf(session, assignments);
+    if (request.report.code != exitOk)
+        return std::move(request.report);
+    Changes const changes(session);
+    session.takeErrors();
+    bool const taken = session.service().setOwned(request.record);
+    auto const errors = session.takeErrors();
+    auto const logged = [&](char const* words) {
+        return std::any_of(errors.begin(), errors.end(),
+                           [=](std::string const& line) { return line.find(words) != std::string::npos; });
+    };
+    // A table's check refuses without giving a reason; the log is its only trace.
+    bool const tableRestored = logged("restoring previous values") || logged("resetting table to default");
+    auto const reasons = reasonsOf(request.record);
+    auto& report = request.report;
+    Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
+    for (auto const& [tag, text] : request.values) {
+        auto const names = *managementNames(tag);
+        auto const reason = reasons.find({names.item, names.subItem});
+        auto const* result = "taken";
+        Json why;
+        if (!isOwned(tag)) {
+            result = "ignored";
+            why = "belongs to another component: use mgmt changed";
+            report.raise(exitRefused);
+        } else if (reason != reasons.end()) {
+            result = "refused";
+            why = reason->second;
+        } else if (tableRestored && storedTableOf(tag) != eDataTagNone) {
+            result = "refused";
+            why = "the table's check rejected it, previous values restored";
+        }
+        section.rows.push_back({result, nameOf(tag), shown(tag, text, session.options().showSecrets), why});
+    }
+    report.sections.push_back(std::move(section));
+    report.sections.push_back(changes.section("changed", "\nChanged:"));
+    if (taken)
+        return std::move(report);
+    if (logged("storing into db failed"))
+        report.fail(exitStorage, {"", "the database did not store it"});
+    else
+        report.fail(exitRefused, {"", "the request was refused"});
+    return std::move(report);
+}
+
+Report managementChanged(Session& session, std::vector<Assignment> const& assignments)
+{
+    auto request = requestOf(session, assignments);
+    auto& report = request.report;
+    for (auto const& [tag, text] : request.values) {
+        if (isOwned(tag))
+            report.fail(exitRefused, {nameOf(tag), "belongs to the media component: use mgmt set"});
+    }
+    if (report.code != exitOk)
+        return std::move(report);
+    Changes const changes(session);
+    if (!session.service().change(request.record))
+        return failure(exitStorage, "", "the management service could not keep it");
+    report.sections.push_back(changes.section("changed", "Changed:"));
+    return std::move(report);
+}
+
+Report managementReset(Session& session)
+{
+    Changes const changes(session);
+    if (!session.service().resetUserData())
+        return failure(exitStorage, "", "the library did not reset the user's settings");
+    return {exitOk, {changes.section("changed", "Changed:")}};
+}
+
+Report managementJournal(Session& session)
+{
+    Section section{"journal", Layout::Table, {"time", "kind", "item", "value"}, {}};
+    for (auto const& entry : session.service().journal())
+        section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
+                                entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});
+    return {exitOk, {std::move(section)}};
+}
+
+Report country(Session& session, std::string const& code)
+{
+    Report report;
+    if (!code.empty()) {
+        report = managementChanged(session, {{nameOf(eDataTagCountry), code}});
+        if (report.code != exitOk)
+            return report;
+    }
+    auto const known = MediaDataCache::getCountry();
+    Section section{"country", Layout::Pairs, {"code", "number", "region"}, {{}}};
+    section.rows.front() = {readValue(eDataTagCountry).value_or(Json()),
+                            known == eCountryUnknown ? Json() : Json(static_cast<int>(known)),
+                            MediaDataCache::getCountryRegion()};
+    report.sections.push_back(std::move(section));
+    if (known == eCountryUnknown)
+        report.notes.emplace_back("This code is no known country.");
+    return report;
+}
+
+Report mobility(Session& session, std::string const& type)
+{
+    constexpr std::array<std::string_view, 4> known{"", "all", "managed", "unmanaged"};
+    if (std::find(known.begin(), known.end(), type) == known.end())
+        return failure(exitUsage, type, "is no mobility type: all, managed, unmanaged or the empty text");
+    return managementChanged(session, {{nameOf(eDataTagMobilityDataUpdate), type}});
+}
+
+} // namespace Tool

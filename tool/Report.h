@@ -1,0 +1,64 @@
+// What a verb answers: sections of rows, notes and problems, and the exit code. Every verb makes one of these; the one renderer
+// shows it as aligned text or as a JSON object, so that both always say the same.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tool {
+
+using Json = nlohmann::ordered_json;
+
+/// The process's exit status. Documented in the help text; the graver one counts when several apply.
+enum ExitCode : int { exitOk = 0, exitInternal = 1, exitUsage = 2, exitUnknownItem = 3, exitRefused = 4, exitStorage = 5 };
+
+enum class Layout {
+    Table,  ///< a header and aligned rows; columns without any value are left out
+    Beside, ///< as Table, but each row stands as a column beside the others
+    Pairs,  ///< one row, a line a column; an object in JSON
+    Values, ///< the last column alone for one row, otherwise "first = last" lines
+    Text    ///< one cell, written as it is
+};
+
+struct Section {
+    std::string name; ///< the key in JSON
+    Layout layout = Layout::Table;
+    std::vector<std::string> columns;
+    std::vector<std::vector<Json>> rows; ///< null: no value
+    std::string title = {};              ///< a line above the text; not in JSON
+};
+
+/// Something that went wrong, said on the error stream in text and under "errors" in JSON.
+struct Problem {
+    std::string item;
+    std::string reason;
+    std::vector<std::string> suggestions = {};
+};
+
+struct Report {
+    ExitCode code = exitOk;
+    std::vector<Section> sections = {};
+    std::vector<std::string> notes = {}; ///< lines below the text; not in JSON
+    std::vector<Problem> problems = {};
+
+    /// Keeps the graver of the present code and `other`.
+    void raise(ExitCode other);
+    void fail(ExitCode why, Problem problem);
+};
+
+/// What stands in the place of a secret.
+inline constexpr std::string_view masked = "********";
+
+Report failure(ExitCode code, std::string item, std::string reason, std::vector<std::string> suggestions = {});
+
+/// A cell as one line of text: control characters escaped, the empty text as "", no value as "-".
+std::string cellText(Json const& cell);
+
+void renderText(Report const& report, std::ostream& out, std::ostream& err);
+void renderJson(Report const& report, std::ostream& out);
+
+} // namespace Tool

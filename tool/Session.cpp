@@ -1,0 +1,156 @@
+#include "Session.h"
+
+#include "Items.h"
+
+#include "Data/BulkData.h"
+#include "Media/MediaDataCache.h"
+
+#include "HostLog.h"
+#include "HostPlatform.h"
+#include "ManagementService.h"
+
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <list>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+constexpr int errorLevel = 2;
+
+Json valueOf(BulkDataItem const& item)
+{
+    switch (item.itemType) {
+    case eDataItemTypeInt:
+        return item.intValue;
+    case eDataItemTypeBool:
+        return item.boolValue;
+    default:
+        return item.stringValue;
+    }
+}
+
+template <class T> std::optional<Json> readAs(eDataTag tag)
+{
+    T value{};
+    if (!MediaDataCache::getData(tag, value))
+        return std::nullopt;
+    return Json(std::move(value));
+}
+
+std::list<eDataTag> tagsThatAnnounce()
+{
+    std::list<eDataTag> tags;
+    for (auto const tag : allTags()) {
+        if (isHeld(tag) && typeOf(tag) != eDataItemTypeComplex)
+            tags.push_back(tag);
+    }
+    return tags;
+}
+
+} // namespace
+
+void Session::Callback::onDataUpdate(BulkData& changes)
+{
+    if (!listener)
+        return;
+    std::vector<HeardChange> heard;
+    for (auto const& [tag, item] : changes.getTagsValues()) {
+        if (item)
+            heard.push_back({tag, valueOf(*item)});
+    }
+    listener(heard);
+}
+
+Session::Session(Options options) : m_options(std::move(options)), m_callback(std::make_unique<Callback>())
+{
+    Host::setLogSink([this](Host::LogLine const& line) {
+        onLogLine(line.level, fmt::format("{}:{}", line.sourceFile, line.line), line.text);
+    });
+}
+
+std::unique_ptr<Session> Session::open(Options const& options, std::string& error)
+{
+    std::unique_ptr<Session> session(new Session(options));
+    session->m_platform = Host::Platform::open({options.dataDirectory.string(), options.logLevel}, error);
+    if (!session->m_platform)
+        return nullptr;
+    MediaDataCache::init(*session->m_platform);
+    for (auto const tag : allTags()) {
+        if (isSecret(tag))
+            session->hideInLog(readValue(tag).value_or(Json("")).get<std::string>());
+    }
+    session->service().setAgent(MediaDataCache::managementAgent());
+    session->service().reportAll();
+    MediaDataCache::registerCallback(tagsThatAnnounce(), session->m_callback.get());
+    return session;
+}
+
+Session::~Session()
+{
+    if (m_platform)
+        service().setAgent(nullptr);
+    MediaDataCache::terminate();
+    m_platform.reset();
+    Host::setLogSink({});
+}
+
+Host::ManagementService& Session::service()
+{
+    return m_platform->management();
+}
+
+Session::Listener Session::listen(Listener listener)
+{
+    return std::exchange(m_callback->listener, std::move(listener));
+}
+
+std::vector<std::string> Session::takeErrors()
+{
+    std::lock_guard const held(m_logMutex);
+    return std::exchange(m_errors, {});
+}
+
+void Session::hideInLog(std::string const& secret)
+{
+    std::lock_guard const held(m_logMutex);
+    if (!secret.empty())
+        m_secrets.push_back(secret);
+}
+
+void Session::onLogLine(int level, std::string const& place, std::string text)
+{
+    std::lock_guard const held(m_logMutex);
+    if (!m_options.showSecrets) {
+        for (auto const& secret : m_secrets) {
+            for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
+                text.replace(at, secret.size(), masked);
+        }
+    }
+    if (level <= errorLevel)
+        m_errors.push_back(text);
+    std::fputs(fmt::format("log {} {} {}\n", level, place, cellText(text)).c_str(), stderr);
+}
+
+std::optional<Json> readValue(eDataTag tag)
+{
+    switch (typeOf(tag)) {
+    case eDataItemTypeInt:
+        return readAs<int>(tag);
+    case eDataItemTypeBool:
+        return readAs<bool>(tag);
+    case eDataItemTypeString:
+    case eDataItemTypeComplex:
+        return readAs<std::string>(tag);
+    default:
+        return std::nullopt;
+    }
+}
+
+} // namespace Tool

@@ -1,0 +1,84 @@
+// One running library over one data directory: opened by the first verb that needs values, closed at the end of the process.
+#pragma once
+
+#include "Report.h"
+
+#include "Data/DataTypes.h"
+#include "Data/DataUpdateCallback.h"
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Host {
+class ManagementService;
+class Platform;
+} // namespace Host
+
+namespace Tool {
+
+struct Options {
+    std::filesystem::path dataDirectory;
+    int logLevel = 2;
+    bool showSecrets = false;
+};
+
+/// One value that a callback heard of, secrets not yet masked.
+struct HeardChange {
+    Data::eDataTag tag;
+    Json value;
+};
+
+class Session {
+public:
+    using Listener = std::function<void(std::vector<HeardChange> const&)>;
+
+    /// Starts the library. Null, with the reason in `error`, when the data directory cannot be used.
+    static std::unique_ptr<Session> open(Options const& options, std::string& error);
+    ~Session();
+    Session(Session const&) = delete;
+    Session& operator=(Session const&) = delete;
+
+    Options const& options() const { return m_options; }
+    void showSecrets(bool show) { m_options.showSecrets = show; }
+    Host::Platform& platform() { return *m_platform; }
+    Host::ManagementService& service();
+
+    /// What the registered callback hears from now on goes to `listener`, on the thread that made the change. Answers the
+    /// listener before it.
+    Listener listen(Listener listener);
+
+    /// The messages of the library's errors since the last call, secrets masked.
+    std::vector<std::string> takeErrors();
+
+    /// Keeps a secret out of the log lines, in which the library quotes values that it refuses.
+    void hideInLog(std::string const& secret);
+
+private:
+    /// The library reaches a removed callback still through all items but one, so it is registered once and lives longer than
+    /// the cache.
+    class Callback : public DataUpdateCallback {
+    public:
+        void onDataUpdate(Data::BulkData& changes) override;
+        Listener listener;
+    };
+
+    explicit Session(Options options);
+    void onLogLine(int level, std::string const& place, std::string text);
+
+    Options m_options;
+    std::unique_ptr<Host::Platform> m_platform;
+    std::unique_ptr<Callback> m_callback;
+    std::mutex m_logMutex; ///< guards the two lists: the library logs on the thread that works
+    std::vector<std::string> m_errors;
+    std::vector<std::string> m_secrets;
+};
+
+/// The current value by the item's own type; nothing when it cannot be read.
+std::optional<Json> readValue(Data::eDataTag tag);
+
+} // namespace Tool
