@@ -90,12 +90,13 @@ public:
     bool ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t& rejected) override;
     void ocmsCBResetToDefault() override;
     void readUserDataFromSourceDB() override;
-    void mobilityChanged(std::string const& value) override;
     void dbCBGetDataValues(DataTagValue_t& values) override;
     bool dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement) override;
     void dbCBGetFailed(eDataTag tag) override;
     void dbCBResetSelectedToDefault(DataTagValue_t& values) override;
     bool dbCBQueryIsTableUserData(eDataTag table) override;
+    /// Last, so that the slots of the operations above follow one another.
+    void mobilityChanged(std::string const& value) override;
 
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
@@ -108,6 +109,7 @@ private:
     bool updateDataInSourceDB(DataTagValue_t& rejected);
     bool updateDataInSourceDB();
 
+    bool applyChangedConfigFile();
     DataItemBase* findItem(eDataTag tag) const;
     void noteChange(eDataTag tag);
     void applyDefaults(DataTagValue_t const& defaults);

@@ -1,6 +1,7 @@
-// SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses every
-// statement but reading and changing rows of the two tables, and all statements are prepared once, from one fixed list.
-// One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no shared memory.
+// SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses
+// every statement but reading and changing rows of the two tables, and all statements are prepared once, from one fixed
+// list. One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no
+// shared memory.
 #include "Database.h"
 
 #include "HostLog.h"

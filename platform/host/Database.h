@@ -1,6 +1,6 @@
 // The configuration database of the host: one SQLite file with every value, and the journal of the management service.
-// All values are texts addressed by schema and element. A whole table is one text, too: the element "" of its schema. Schemas
-// that begin with "@" are the platform's own (the management service's items, the device profile).
+// All values are texts addressed by schema and element. A whole table is one text, too: the element "" of its schema.
+// Schemas that begin with "@" are the platform's own (the management service's items, the device profile).
 #pragma once
 
 #include <array>
@@ -46,8 +46,8 @@ public:
     /// The journal keeps this many entries.
     static constexpr int journalLimit = 2000;
 
-    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database. Relaxed durability is
-    /// for proving that tests notice it: a power cut may then lose what was acknowledged.
+    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database. Relaxed durability
+    /// is for proving that tests notice it: a power cut may then lose what was acknowledged.
     static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault, Durability = Durability::full);
 
     /// Carries the log over into the file, so that nothing but the file remains.

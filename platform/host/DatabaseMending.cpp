@@ -1,6 +1,7 @@
-// A new database always comes to its place the same way: it is built as "mediadata.db.new", renamed to "mediadata.db.mended",
-// which marks it as complete; then whatever bears the database's names is set aside, and the new file takes the place. A ".new"
-// found at start is unfinished and thrown away, a ".mended" found at start is carried to its place.
+// A new database always comes to its place the same way: it is built as "mediadata.db.new", renamed to
+// "mediadata.db.mended", which marks it as complete; then whatever bears the database's names is set aside, and the new file
+// takes the place. A ".new" found at start is unfinished and thrown away, a ".mended" found at start is carried to its
+// place.
 #include "DatabaseMending.h"
 
 #include "Database.h"

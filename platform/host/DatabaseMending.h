@@ -1,6 +1,6 @@
-// Makes the database file of a data directory, and mends one that is damaged: the file is set aside under a new name, every row
-// that can still be read is brought over into a new one, and what was lost is reported. Interrupted at any point, the next start
-// carries on where it stopped and loses nothing.
+// Makes the database file of a data directory, and mends one that is damaged: the file is set aside under a new name, every
+// row that can still be read is brought over into a new one, and what was lost is reported. Interrupted at any point, the
+// next start carries on where it stopped and loses nothing.
 #pragma once
 
 #include <memory>
@@ -12,8 +12,8 @@ namespace Host {
 class DataDirectory;
 class Database;
 
-/// Null with `error` when the file cannot be used for another reason than its content (a link, no permission, a newer version).
-/// What had to be mended is logged, and told in `notices`.
+/// Null with `error` when the file cannot be used for another reason than its content (a link, no permission, a newer
+/// version). What had to be mended is logged, and told in `notices`.
 std::unique_ptr<Database> openDatabase(DataDirectory const& directory, std::vector<std::string>& notices,
                                        std::string& error);
 

@@ -1,5 +1,5 @@
-// The data directory and the private files in it: made 0700 and 0600 whatever the umask, never reached through a link, and used
-// by one process at a time.
+// The data directory and the private files in it: made 0700 and 0600 whatever the umask, never reached through a link, and
+// used by one process at a time.
 #pragma once
 
 #include <string>
@@ -39,7 +39,8 @@ public:
 
     enum class State { absent, present, refused };
 
-    /// Looks whether the file is there. Refused with `error` when it is anything but a plain file of this user with one name.
+    /// Looks whether the file is there. Refused with `error` when it is anything but a plain file of this user with one
+    /// name.
     State look(std::string const& name, std::string& error) const;
 
     /// Opens a private file with the open(2) flags `flags`. No descriptor and `error` when it cannot be had or look() would

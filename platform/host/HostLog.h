@@ -19,8 +19,8 @@ struct LogLine {
 /// Messages up to `level` are written. At first it is the number in the environment's MEDIADATA_LOG, or else 2.
 void setLogLevel(int level);
 
-/// Hands every message to `sink` instead of standard error; an empty one goes back to standard error. The sink is called by one
-/// thread at a time and must not log.
+/// Hands every message to `sink` instead of standard error; an empty one goes back to standard error. The sink is called by
+/// one thread at a time and must not log.
 void setLogSink(std::function<void(LogLine const&)> sink);
 
 /// Logs an error of the host platform itself.

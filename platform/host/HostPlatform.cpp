@@ -1,5 +1,5 @@
-// Opens the parts of the host platform in the order in which they need each other, and answers the static functions of the seam
-// from the process's one platform.
+// Opens the parts of the host platform in the order in which they need each other, and answers the static functions of the
+// seam from the process's one platform.
 #include "HostPlatform.h"
 
 #include "ClientUtils.h"

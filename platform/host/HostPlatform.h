@@ -26,7 +26,8 @@ struct Options {
 /// (platformPath, HardwareVersion, DasCrypt) answer for it. Destroy everything built from it first.
 class Platform : public SvcRTEContext {
 public:
-    /// Takes the data directory into possession, making what is missing. Null with `error` naming the thing that prevents it.
+    /// Takes the data directory into possession, making what is missing. Null with `error` naming the thing that prevents
+    /// it.
     static std::unique_ptr<Platform> open(Options const& options, std::string& error);
     ~Platform() override;
     Platform(Platform const&) = delete;
@@ -54,8 +55,8 @@ public:
     /// The profile of the process's platform; without one nothing that a telephone could have.
     static DeviceProfile currentProfile();
 
-    /// Durable when true; false leaves the profile as it was. A running library derives its hardware flags anew as it does after
-    /// every change, not at once.
+    /// Durable when true; false leaves the profile as it was. A running library derives its hardware flags anew as it does
+    /// after every change, not at once.
     bool setDeviceProfile(DeviceProfile const& profile);
 
 private:

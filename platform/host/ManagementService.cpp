@@ -1,6 +1,6 @@
 // Items lie in the database under the schema "@management/" + item, with the sub-item as element; secret ones encrypted.
-// Requests are reported back to the library only on dispatch(): a request usually comes with the cache's lock held, in the middle
-// of an operation, and the other parts of a telephone take their time as well.
+// Requests are reported back to the library only on dispatch(): a request usually comes with the cache's lock held, in the
+// middle of an operation, and the other parts of a telephone take their time as well.
 #include "ManagementService.h"
 
 #include "ManageableData.h"

@@ -18,8 +18,8 @@ class SecretBox;
 /// True for names with a part "password", "pwd" or "pin", as in "door-opener-pin-1".
 bool isSecretItem(std::string const& item);
 
-/// Safe from any thread. Its mutex guards what it keeps in memory and is held neither while the library is called nor when the
-/// library calls with the cache's lock held for longer than one access to the database; it never waits for the cache's lock.
+/// Safe from any thread. Its mutex is held for its own data and the database only, never while the library is called, and it
+/// never waits for the cache's lock: the library may call with that lock held, also from inside a call of this service.
 class ManagementService : public LocalMgmtIfc {
 public:
     struct Item {
@@ -37,8 +37,8 @@ public:
     /// Takes the values as their owners would, durable when true; the library hears of them at the next dispatch().
     bool requestSet(ManageableData& record) override;
 
-    /// Whom the service calls: the library's management source. Null takes it away, which must be done before it is destroyed and
-    /// while no call of this service runs.
+    /// Whom the service calls: the library's management source. Null takes it away, which must be done before it is
+    /// destroyed and while no call of this service runs.
     void setAgent(MgmtAgentIfc* agent);
 
     /// Other parts of the telephone changed these items: stores them, durable when true, and reports them to the library.

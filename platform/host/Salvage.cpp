@@ -1,5 +1,5 @@
-// A table is read forwards up to the damage, backwards down to it, and in between row by row. The index, which repeats the names
-// of all values on other pages, tells which rows there should have been.
+// A table is read forwards up to the damage, backwards down to it, and in between row by row. The index, which repeats the
+// names of all values on other pages, tells which rows there should have been.
 #include "Salvage.h"
 
 #include <sqlite3.h>

@@ -13,8 +13,8 @@
 
 namespace Host {
 
-/// Works on a copy of the file and of its log, and changes it. `firstPage` is the first page of an undamaged, empty database: it
-/// says where the tables lie, and replaces a first page that cannot be read.
+/// Works on a copy of the file and of its log, and changes it. `firstPage` is the first page of an undamaged, empty
+/// database: it says where the tables lie, and replaces a first page that cannot be read.
 class Salvage {
 public:
     Salvage(std::string path, std::string firstPage) : m_path(std::move(path)), m_firstPage(std::move(firstPage)) {}

@@ -19,8 +19,8 @@ public:
     SecretBox(SecretBox const&) = delete;
     SecretBox& operator=(SecretBox const&) = delete;
 
-    /// Reads the key file, or makes it when there is none (then `made` is true). False with `error` when the file is not a plain
-    /// private file of this user or not a key.
+    /// Reads the key file, or makes it when there is none (then `made` is true). False with `error` when the file is not a
+    /// plain private file of this user or not a key.
     bool open(DataDirectory const& directory, bool& made, std::string& error);
 
     /// The printable encrypted form; an empty text stays empty. Empty and false without a key.

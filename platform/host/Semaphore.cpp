@@ -1,9 +1,9 @@
 // The lock of the host platform. One atomic word counts what is free, so that taking and giving without contention is one
-// exchange each, and a holder's further takes touch nothing shared. Under contention threads queue and a unit is handed to the
-// first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
+// exchange each, and a holder's further takes touch nothing shared. Under contention threads queue and a unit is handed to
+// the first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
 //
-// Locking: `m_queue` and the `granted` of its members are guarded by `m_mutex`. `depth` belongs to the owner. `word` is twice
-// the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
+// Locking: `m_queue` and the `granted` of its members are guarded by `m_mutex`. `depth` belongs to the owner. `word` is
+// twice the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
 #include "Semaphore.h"
 
 #include "LockMark.h"

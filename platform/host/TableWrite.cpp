@@ -65,8 +65,8 @@ std::string entryOf(std::string const& fragment)
     return parse(entry, shape) && shape.topElements == 1 && shape.inner > 0 ? entry : "";
 }
 
-/// A ringing row says which it is. Its identifier is free text, which may break the row into two that are each well-formed; then
-/// counting alone would lose the last row and call that success.
+/// A ringing row says which it is. Its identifier is free text, which may break the row into two that are each well-formed;
+/// then counting alone would lose the last row and call that success.
 bool standsAt(std::size_t position, std::string const& entry)
 {
     constexpr std::string_view open = "<DistinctiveRingerIndex>";

@@ -1,20 +1,20 @@
 // How a table is replaced whole.
 //
-// Rows arrive one call each and nothing says which is the last, so the host knows how many rows each table has. Rows before the
-// last are only gathered in memory: nothing of them reaches the file. With the last row the complete text is stored as one value
-// by one statement, which is one transaction and one sync of the write-ahead log. A crash, kill or power cut at any moment hence
-// leaves the previous table or the new one, and no state in between exists on disk. Mending a damaged file, too, finds a table
-// whole or not at all.
+// Rows arrive one call each and nothing says which is the last, so the host knows how many rows each table has. Rows before
+// the last are only gathered in memory: nothing of them reaches the file. With the last row the complete text is stored as
+// one value by one statement, which is one transaction and one sync of the write-ahead log. A crash, kill or power cut at
+// any moment hence leaves the previous table or the new one, and no state in between exists on disk. Mending a damaged file,
+// too, finds a table whole or not at all.
 //
-// A row's position is the number of rows received since the writing began. No cell is relied upon for it, since a rank need not
-// be the row's number; only a ringing row must hold its index, and the right one. A refused row spoils the writing: its remaining
-// rows are refused as well, so that their last cannot be mistaken for success and the next writing begins at its first row. A
-// writing ends, complete or not,
+// A row's position is the number of rows received since the writing began. No cell is relied upon for it, since a rank need
+// not be the row's number; only a ringing row must hold its index, and the right one. A refused row spoils the writing: its
+// remaining rows are refused as well, so that their last cannot be mistaken for success and the next writing begins at its
+// first row. A writing ends, complete or not,
 //   - with the last row's position,
 //   - when something else is asked of the schema's DataStorage,
-//   - when the thread has taken a lock since the previous row, or another thread writes: the rows of one table are stored within
-//     one hold of the cache's lock, one after the other, so that a lock taken in between belongs to a new operation. This is what
-//     finds the first row again after a text with too few rows.
+//   - when the thread has taken a lock since the previous row, or another thread writes.
+// All rows of one table are stored one after the other within one hold of the cache's lock, so that a lock taken in between
+// belongs to a new operation: this is what finds the first row again after a text with too few rows.
 #pragma once
 
 #include "LockMark.h"

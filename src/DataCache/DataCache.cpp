@@ -329,9 +329,15 @@ void DataCache::readUserDataFromSourceDB()
 
 void DataCache::readDataFromSourceFile()
 {
+    if (applyChangedConfigFile())
+        updateCallbacks();
+}
+
+bool DataCache::applyChangedConfigFile()
+{
     ScopedLock const held(*m_lock);
     if (!m_sourceFile || !m_sourceFile->isConfigFileChanged())
-        return;
+        return false;
 
     DataTagValue_t flags;
     for (auto item = m_dataMap.lower_bound(eDataTagOpusTest); item != m_dataMap.end(); ++item) {
@@ -363,7 +369,7 @@ void DataCache::readDataFromSourceFile()
     DataTagValue_t scratch;
     setDataValues(flags, scratch, false, false);
     updateDataInSourceDB();
-    updateCallbacks();
+    return true;
 }
 
 template bool DataCache::getData<int>(eDataTag, int&);

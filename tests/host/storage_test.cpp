@@ -1,4 +1,5 @@
-// What the host's storage promises beyond the conformance suite: tables whole through a kill at any row, damaged files mended.
+// What the host's storage promises beyond the conformance suite: tables whole through a kill at any row, damaged files
+// mended.
 #include "HostTest.h"
 
 #include "Database.h"

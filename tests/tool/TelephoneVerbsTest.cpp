@@ -1,0 +1,164 @@
+// The verbs about tables, the management service, the flag file, the device and the shell, run as a user runs them.
+#include "ToolRunner.h"
+
+#include <map>
+
+namespace ToolTest {
+
+class TelephoneVerbs : public ToolRunner {
+protected:
+    /// One column of a table, top to bottom.
+    std::string column(std::string const& table, std::string const& name) const
+    {
+        std::string text;
+        auto const json = tool({"table", table, "--json"}).json();
+        for (auto const& row : json[table])
+            text += row[name].dump() + " ";
+        return text;
+    }
+
+    std::string value(std::string const& item) const { return tool({"get", item}).out; }
+};
+
+TEST_F(TelephoneVerbs, ShowEachTableInText)
+{
+    for (auto const* const table : {"codec", "srtp", "headset", "ringing", "door-openers", "cameras", "group-pickup"}) {
+        auto const answer = tool({"table", table});
+        EXPECT_EQ(answer.status, 0) << table;
+        EXPECT_FALSE(answer.out.empty()) << table;
+        EXPECT_TRUE(tool({"table", table, "--json"}).json().contains(table));
+    }
+    EXPECT_EQ(tool({"table", "nonsense"}).status, 2);
+    EXPECT_EQ(column("codec", "type") + column("codec", "allowed"), "3 0 2 1 true true true false ");
+    EXPECT_EQ(column("srtp", "method"), "2 4 3 1 0 ");
+    EXPECT_EQ(column("headset", "rank"), "1 2 3 ");
+    EXPECT_EQ(column("door-openers", "name"), R"("DoorOpener 1" "DoorOpener 2" "DoorOpener 3" "DoorOpener 4" )");
+}
+
+TEST_F(TelephoneVerbs, TellTheCodecsVerdictByItsTypeNotByItsRow)
+{
+    ASSERT_EQ(tool({"flags", "opus_test=false"}).status, 0); // Takes the verdict of type 3 away.
+    EXPECT_EQ(column("codec", "hardware"), "false true true true ");
+    ASSERT_EQ(tool({"set", "codec[1]/type=0", "codec[2]/type=3"}).status, 0);
+    EXPECT_EQ(column("codec", "type") + column("codec", "hardware"), "0 3 2 1 true false true true ");
+}
+
+TEST_F(TelephoneVerbs, KeepADoorOpenerAndItsCameraTogether)
+{
+    ASSERT_EQ(tool({"set", "door-opener-type-2=1", "door-opener-phonenumber-2=77", "door-opener-directvideo-2=3"}).status,
+              0);
+    EXPECT_EQ(value("camera-door-opener-3") + value("camera-phone-number-3"), "2\n77\n");
+    EXPECT_EQ(column("door-openers", "camera"), R"(null "Camera 3" null null )");
+    ASSERT_EQ(tool({"set", "door-opener-type-2=0"}).status, 0);
+    EXPECT_EQ(value("camera-door-opener-3") + value("camera-phone-number-3"), "0\n\n");
+}
+
+TEST_F(TelephoneVerbs, FindTheRingingOfAnAlertIdentifier)
+{
+    auto const row = tool({"table", "ringing", "--alert", "Emergency.Call", "--json"}).json();
+    EXPECT_EQ(row["ringing"].size(), 1U);
+    EXPECT_EQ(row["ringing"][0]["row"], 13);
+    EXPECT_EQ(tool({"table", "ringing", "--alert", "Nobody.Calls"}).status, 3);
+    EXPECT_EQ(tool({"table", "codec", "--alert", "Emergency.Call"}).status, 2);
+}
+
+TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
+{
+    auto const answer = tool({"mgmt", "set", "--json", "ringer-volume=6", "moh-enabled=maybe", "country=DE"});
+    EXPECT_EQ(answer.status, 4);
+    std::map<std::string, std::string> results;
+    auto const json = answer.json();
+    for (auto const& item : json["items"])
+        results[item["item"]] = item["result"];
+    EXPECT_EQ(results["ringer-volume"], "taken");
+    EXPECT_EQ(results["moh-enabled"], "refused");
+    EXPECT_EQ(results["country"], "ignored");
+    EXPECT_EQ(json["items"][1]["reason"], "The provided value is not valid");
+    EXPECT_EQ(value("ringer-volume"), "6\n");
+    auto const unchanged = tool({"mgmt", "set", "--json", "ringer-volume=6"}).json();
+    EXPECT_EQ(unchanged["items"][0]["reason"], "UNCHANGED_DATA: ringer-volume");
+    EXPECT_EQ(unchanged["exit"], 4);
+}
+
+TEST_F(TelephoneVerbs, ShowNoSecretThatTheManagementServiceSets)
+{
+    for (auto const* const text : {"mgmt set camera-password-1=Zebra-secret", "mgmt get camera-password-1", "mgmt journal",
+                                   "mgmt set camera-password-1=Zebra-much-too-long-secret"}) {
+        auto const answer = tool({"--log-level=6", "shell"}, text);
+        EXPECT_EQ((answer.out + answer.err).find("Zebra"), std::string::npos) << text << answer.out << answer.err;
+    }
+    EXPECT_EQ(tool({"get", "--show-secrets", "camera-password-1"}).out, "Zebra-secret\n");
+}
+
+TEST_F(TelephoneVerbs, HideWhatTheDeviceCannotUse)
+{
+    struct Case {
+        std::vector<std::string> profile;
+        std::string root;
+        std::size_t hidden;
+    };
+    std::vector<Case> const cases{
+        {{"--model", "entry"}, "codecSettings", 8},
+        {{"--model", "top"}, "codecSettings", 4},
+        {{"--model", "top", "--usb", "yes"}, "headsetPriorities", 0},
+        {{"--model", "top", "--usb", "no"}, "headsetPriorities", 3},
+        {{"--model", "other", "--usb", "no"}, "headsetPriorities", 6},
+        {{"--model", "other"}, "SRTPEncryptionSettings", 9},
+    };
+    for (auto const& one : cases) {
+        auto words = one.profile;
+        words.insert(words.begin(), "device");
+        ASSERT_EQ(tool(words).status, 0);
+        std::size_t hidden = 0;
+        auto const json = tool({"mgmt", "get", one.root, "--json"}).json();
+        for (auto const& item : json["items"])
+            hidden += item["value"].is_null();
+        EXPECT_EQ(hidden, one.hidden) << one.root << ::testing::PrintToString(one.profile);
+    }
+}
+
+TEST_F(TelephoneVerbs, KeepWhatOtherComponentsReported)
+{
+    EXPECT_EQ(tool({"country", "--json"}).json()["country"]["number"], nullptr);
+    EXPECT_EQ(tool({"country", "KR"}).status, 0);
+    auto const korea = tool({"country", "--json"}).json();
+    EXPECT_EQ(korea["country"]["number"], 38);
+    EXPECT_EQ(korea["country"]["region"], 0);
+    EXPECT_EQ(tool({"mgmt", "changed", "function-key-def-100=line"}).status, 0);
+    EXPECT_EQ(value("function-key-def-100"), "line\n");
+    EXPECT_EQ(tool({"mgmt", "changed", "ringer-volume=2"}).status, 4);
+    for (auto const* const type : {"all", "managed", "unmanaged", ""})
+        EXPECT_EQ(tool({"mobility", type}).status, 0) << type;
+    EXPECT_EQ(tool({"mobility", "some"}).status, 2);
+}
+
+TEST_F(TelephoneVerbs, WriteTheFlagFileAsTheLibraryReadsIt)
+{
+    auto const file = dataDirectory() / "data/database/media_config";
+    EXPECT_EQ(tool({"flags", "force_etsi", "aes256_test=true"}).status, 0);
+    EXPECT_EQ(slurp(file), "force_etsi\naes256_test true\n");
+    EXPECT_EQ(value("805") + value("798") + value("799"), "true\ntrue\nfalse\n");
+    EXPECT_EQ(tool({"flags", "force_etsi", "no_such_flag"}).status, 3);
+    EXPECT_EQ(tool({"flags", "force_etsi=yes"}).status, 4);
+    EXPECT_EQ(slurp(file), "force_etsi\naes256_test true\n");
+    EXPECT_EQ(tool({"flags", "force_etsi="}).status, 0);
+    EXPECT_EQ(slurp(file), "aes256_test true\n");
+    EXPECT_EQ(tool({"flags", "aes256_test="}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_EQ(value("798"), "false\n");
+}
+
+TEST_F(TelephoneVerbs, RunInOneProcessThatTellsOfChangesAsTheyCome)
+{
+    auto const answer =
+        tool({"shell"}, "# a comment\n\nset 'ringer-volume=5'\nwatch handset*\nset headset-volume=5\n"
+                        "mgmt set handset-volume=4\nset ringer-volume=9\nget \"open\nexit\nset ringer-volume=1\n");
+    EXPECT_EQ(answer.status, 4);
+    EXPECT_NE(answer.out.find("* ringer-volume = 5\n"), std::string::npos);
+    EXPECT_EQ(answer.out.find("* headset-volume"), std::string::npos);
+    EXPECT_NE(answer.out.find("* handset-volume = 4\n"), std::string::npos);
+    EXPECT_NE(answer.err.find("a quote is not closed"), std::string::npos);
+    EXPECT_EQ(value("ringer-volume"), "5\n");
+}
+
+} // namespace ToolTest
