@@ -19,10 +19,9 @@ template <class T> constexpr auto field = &BulkDataItem::stringValue;
 template <> constexpr auto field<int> = &BulkDataItem::intValue;
 template <> constexpr auto field<bool> = &BulkDataItem::boolValue;
 
-template <class T>
-constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? eDataItemTypeInt
-                                 : std::is_same_v<T, bool> ? eDataItemTypeBool
-                                                           : eDataItemTypeString;
+template <class T> constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? eDataItemTypeInt
+                                                    : std::is_same_v<T, bool> ? eDataItemTypeBool
+                                                                              : eDataItemTypeString;
 
 } // namespace
 
@@ -194,11 +193,11 @@ std::string BulkData::serialize()
 }
 
 // Every typed operation exists for exactly the three types an item can hold.
-#define INSTANTIATE(T)                                                                                                         \
-    template MEDIADATA_EXPORT eDataItemType BulkData::checkTagType<T>(eDataTag, T const&) const;                               \
-    template MEDIADATA_EXPORT bool BulkData::addTagValue<T>(eDataTag, T const&, bool);                                         \
-    template MEDIADATA_EXPORT bool BulkData::setTagData<T>(eDataTag, T const&, bool);                                          \
-    template MEDIADATA_EXPORT bool BulkData::getTagValue<T>(eDataTag, T&);                                                     \
+#define INSTANTIATE(T)                                                                                                      \
+    template MEDIADATA_EXPORT eDataItemType BulkData::checkTagType<T>(eDataTag, T const&) const;                            \
+    template MEDIADATA_EXPORT bool BulkData::addTagValue<T>(eDataTag, T const&, bool);                                      \
+    template MEDIADATA_EXPORT bool BulkData::setTagData<T>(eDataTag, T const&, bool);                                       \
+    template MEDIADATA_EXPORT bool BulkData::getTagValue<T>(eDataTag, T&);                                                  \
     template MEDIADATA_EXPORT bool BulkData::getTagData<T>(eDataTag, T&);
 INSTANTIATE(int)
 INSTANTIATE(bool)

@@ -7,8 +7,8 @@
 #define LOG_ERROR(unit, ...) logAppUni("DataCache", unit, 2, __LINE__, __VA_ARGS__)
 
 /// A notice (3) or trace (5, 6), written only when somebody wants it.
-#define LOG_AT(unit, level, ...)                                                                                               \
-    do {                                                                                                                       \
-        if (loggingOnAppUni("DataCache", level))                                                                               \
-            logAppUni("DataCache", unit, level, __LINE__, __VA_ARGS__);                                                        \
+#define LOG_AT(unit, level, ...)                                                                                            \
+    do {                                                                                                                    \
+        if (loggingOnAppUni("DataCache", level))                                                                            \
+            logAppUni("DataCache", unit, level, __LINE__, __VA_ARGS__);                                                     \
     } while (false)

@@ -12,23 +12,19 @@ using namespace Data;
 namespace {
 
 /// What the component watches without owning it, kept current by the management service.
-constexpr eDataTag observedTags[]{eDataTagMobilityDataUpdate,
-                                  eDataTagIpAddress,
-                                  eDataTagIpv6AddressGlobal,
-                                  eDataTagServerType,
-                                  eDataTagSystemIdentifier,
-                                  eDataTagCountry,
-                                  eDataTagRelatedDeviceType,
-                                  eDataTagRelatedSoftwareVersion,
-                                  eDataTagSoftwareType};
+constexpr eDataTag observedTags[]{
+    eDataTagMobilityDataUpdate, eDataTagIpAddress, eDataTagIpv6AddressGlobal, eDataTagServerType,
+    eDataTagSystemIdentifier,   eDataTagCountry,   eDataTagRelatedDeviceType, eDataTagRelatedSoftwareVersion,
+    eDataTagSoftwareType};
 
 /// The user's audio settings, in the order in which they are reset.
-constexpr eDataTag userAudioTags[]{
-    eDataTagHandsetVolume,    eDataTagHeadsetVolume,       eDataTagHandsfreeVolume,   eDataTagOpenListeningVolume,
-    eDataTagSocketedHeadsetMode, eDataTagRoomCharacter,    eDataTagMohEnabled,        eDataTagRingerEnabled,
-    eDataTagRingerVolume,     eDataTagRingerMelody,        eDataTagRingerAudioFile,   eDataTagRingerToneSequence,
-    eDataTagLineRolloverVolume, eDataTagAlertBeepVolume,   eDataTagCallWaitingToneVolume, eDataTagWarnToneVolume,
-    eDataTagKeyClickVolume,   eDataTagClickKeys,           eDataTagDistinctiveRingerMode};
+constexpr eDataTag userAudioTags[]{eDataTagHandsetVolume,        eDataTagHeadsetVolume,       eDataTagHandsfreeVolume,
+                                   eDataTagOpenListeningVolume,  eDataTagSocketedHeadsetMode, eDataTagRoomCharacter,
+                                   eDataTagMohEnabled,           eDataTagRingerEnabled,       eDataTagRingerVolume,
+                                   eDataTagRingerMelody,         eDataTagRingerAudioFile,     eDataTagRingerToneSequence,
+                                   eDataTagLineRolloverVolume,   eDataTagAlertBeepVolume,     eDataTagCallWaitingToneVolume,
+                                   eDataTagWarnToneVolume,       eDataTagKeyClickVolume,      eDataTagClickKeys,
+                                   eDataTagDistinctiveRingerMode};
 
 constexpr int regionOfUnknownCountry = 1;
 

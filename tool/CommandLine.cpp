@@ -308,7 +308,7 @@ int Command::run(std::vector<std::string> words)
         }
         return render(m_action());
     } catch (OpenFailure const& failed) {
-        return render(failure(exitStorage, m_workbench.options.dataDirectory.string(), failed.reason));
+        return render(failure(exitStorage, "", failed.reason));
     }
 }
 

@@ -85,7 +85,7 @@ Report apply(std::vector<std::string> const& changes, std::vector<Line>& lines)
         if (!reason.empty())
             report.fail(exitRefused, {word, reason});
         else if (!value.empty())
-            lines.push_back({word, word + " " + value});
+            lines.push_back({word, fmt::format("{} {}", word, value)});
     }
     return report;
 }

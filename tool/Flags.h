@@ -13,8 +13,8 @@ class Session;
 /// The words of the flag file, in the order of their tags.
 std::vector<std::string> flagNames();
 
-/// Shows the flags. Each change is FLAG (a line without a value), FLAG=VALUE or FLAG= (the line goes away); the file is replaced
-/// as a whole, and removed when no line is left or `clear` is set. Lines that it does not know stay.
+/// Shows the flags. Each change is FLAG (a line without a value), FLAG=VALUE or FLAG= (the line goes away); the file is
+/// replaced as a whole, and removed when no line is left or `clear` is set. Lines that it does not know stay.
 Report flags(Session& session, std::vector<std::string> const& changes, bool clear);
 
 } // namespace Tool

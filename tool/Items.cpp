@@ -100,7 +100,7 @@ bool isObserved(eDataTag tag)
         Media::MediaDataCache::getObservedTags(tags);
         return std::set<eDataTag>(tags.begin(), tags.end());
     }();
-    return observed.count(tag) != 0;
+    return observed.contains(tag);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// What a verb answers: sections of rows, notes and problems, and the exit code. Every verb makes one of these; the one renderer
-// shows it as aligned text or as a JSON object, so that both always say the same.
+// What a verb answers: sections of rows, notes and problems, and the exit code. Every verb makes one of these; the one
+// renderer shows it as aligned text or as a JSON object, so that both always say the same.
 #pragma once
 
 #include <nlohmann/json.hpp>

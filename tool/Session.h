@@ -59,8 +59,8 @@ public:
     void hideInLog(std::string const& secret);
 
 private:
-    /// The library reaches a removed callback still through all items but one, so it is registered once and lives longer than
-    /// the cache.
+    /// The library reaches a removed callback still through all items but one, so it is registered once and lives longer
+    /// than the cache.
     class Callback : public DataUpdateCallback {
     public:
         void onDataUpdate(Data::BulkData& changes) override;

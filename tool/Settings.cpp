@@ -12,6 +12,8 @@
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
 
+#include "ManagementService.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -68,6 +70,11 @@ void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
         bulk.addTagValue<std::string>(tag, value.get<std::string>(), false);
 }
 
+bool isStorageError(std::string const& line)
+{
+    return line.find("storing into db failed") != std::string::npos;
+}
+
 /// These take effect each time they are written, also with the value they have.
 bool alwaysWritten(eDataTag tag)
 {
@@ -105,6 +112,8 @@ void settle(Outcome& outcome, bool taken, bool databaseFailed)
         outcome.result = "stored";
         if (after != outcome.wanted)
             outcome.reason = "a dependent rule made it " + cellText(after);
+        else if (outcome.tag >= eDataTagCodecRank1 && outcome.tag <= eDataTagCodecRank4)
+            outcome.reason = "until the next start: codecs are stored in row order, to re-rank them exchange their types";
     }
 }
 
@@ -128,7 +137,7 @@ void store(Session& session, std::vector<Outcome>& outcomes)
     auto const notTaken = bulk.getTagsNotSetInDb();
     for (auto& outcome : outcomes) {
         if (outcome.result == "would store")
-            settle(outcome, notTaken.count(outcome.tag) == 0, databaseFailed && storedTableOf(outcome.tag) != eDataTagNone);
+            settle(outcome, !notTaken.contains(outcome.tag), databaseFailed && storedTableOf(outcome.tag) != eDataTagNone);
     }
 }
 
@@ -203,6 +212,15 @@ char const* ownerOf(eDataTag tag)
     return "media";
 }
 
+/// What the management service holds. A list asks for it as a whole: reading one by one would fill the service's journal.
+std::map<std::string, std::string> valuesOfOthers(Session& session)
+{
+    std::map<std::string, std::string> values;
+    for (auto const& item : session.service().items())
+        values.emplace(item.subItem, item.value);
+    return values;
+}
+
 Json orNull(std::string text)
 {
     return text == "-" ? Json() : Json(std::move(text));
@@ -249,10 +267,16 @@ Report list(Session& session, std::string const& pattern)
         return failure(exitUnknownItem, pattern, "matches no item", namesNear(pattern));
     Report report;
     Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
+    auto const others = valuesOfOthers(session);
     for (auto const tag : tags) {
         if (!exists(tag))
             continue;
-        auto const value = shown(tag, readValue(tag).value_or(Json()), session.options().showSecrets);
+        auto const other = others.find(nameOf(tag));
+        std::string ignored;
+        auto const known = isHeld(tag)             ? readValue(tag).value_or(Json())
+                           : other == others.end() ? Json()
+                                                   : validate(tag, other->second, ignored);
+        auto const value = shown(tag, known, session.options().showSecrets);
         section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)), value});
     }
     report.sections.push_back(std::move(section));
@@ -341,6 +365,9 @@ Report set(Session& session, std::vector<Assignment> const& assignments, bool dr
         store(session, outcomes);
     }
     report = account(outcomes, session.options().showSecrets);
+    auto const isTableCell = [](Outcome const& outcome) { return storedTableOf(outcome.tag) != eDataTagNone; };
+    if (dryRun && std::any_of(outcomes.begin(), outcomes.end(), isTableCell))
+        report.notes.emplace_back("The checks of whole tables run only when their cells are set.");
     if (watch)
         report.sections.push_back(heardSection(heard, session.options().showSecrets));
     return report;
@@ -353,8 +380,10 @@ Report resetAudio(Session& session)
     MediaDataCache::resetDataSetUserAudio();
     Report report{exitOk, {changes.section("items")}};
     report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
-    for (auto const& error : session.takeErrors())
-        report.fail(exitStorage, {"", error});
+    for (auto const& error : session.takeErrors()) {
+        if (isStorageError(error))
+            report.fail(exitStorage, {"", error});
+    }
     return report;
 }
 

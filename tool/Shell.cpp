@@ -78,7 +78,7 @@ char** complete(char const* text, int start, int)
     splitWords(std::string(rl_line_buffer, static_cast<std::size_t>(start)), before);
     offered = completions(before, text);
     // A value follows at once after "ITEM=", a blank after everything else.
-    rl_completion_append_character = !offered.empty() && offered.front().back() == '=' ? '\0' : ' ';
+    rl_completion_append_character = !offered.empty() && offered.front().ends_with('=') ? 0 : static_cast<int>(' ');
     rl_attempted_completion_over = 1;
     return rl_completion_matches(text, nextOffer);
 }

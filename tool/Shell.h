@@ -12,7 +12,7 @@ namespace Tool {
 /// Answers the gravest exit status of the commands.
 int runShell(Workbench& workbench);
 
-/// Cuts a line into words: blanks separate, quotes ('...' or "...") and a backslash keep them. False when a quote stays open.
+/// Cuts a line into words: blanks separate, quotes ('...' or "...") and a backslash keep them. False when one stays open.
 bool splitWords(std::string const& line, std::vector<std::string>& words);
 
 /// What may stand in place of `word`, the last of `words` of a line: a verb, an item's name, or a legal value after "=".

@@ -54,6 +54,7 @@ struct Group {
 std::vector<Column> consecutive(eDataTag first, std::vector<char const*> const& names)
 {
     std::vector<Column> columns;
+    columns.reserve(names.size());
     for (auto const* const name : names)
         columns.push_back({name, static_cast<eDataTag>(first + static_cast<int>(columns.size()))});
     return columns;

@@ -203,7 +203,8 @@ bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& reje
         if (!persist || !m_initialised || item->source() != eDataSourceDB)
             continue;
         if (!writeDataToSourceDB(tag, item)) {
-            LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n", tag);
+            LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n",
+                      tag);
             item->setValueString(present, reason);
             return false;
         }
@@ -363,7 +364,8 @@ bool DataCache::applyChangedConfigFile()
         int method = 0;
         convertFromString(text, method);
         if (method >= 2 && method <= 4)
-            flags.emplace(static_cast<eDataTag>(tag + fromMethodToFlag), says(eDataTagAes256Test, "true") ? "true" : "false");
+            flags.emplace(static_cast<eDataTag>(tag + fromMethodToFlag),
+                          says(eDataTagAes256Test, "true") ? "true" : "false");
     }
 
     DataTagValue_t scratch;

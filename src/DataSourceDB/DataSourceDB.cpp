@@ -162,7 +162,8 @@ bool DataSourceDB::findTagInfo(eDataTag tag, DataStorage*& storage, std::string 
 
     auto const found = m_storages.find(row->schema);
     if (found == m_storages.end()) {
-        LOG_ERROR(unit, "DataSourceDB::findTagInfo - schema '%s' not initialized/found in db storage\n", row->schema->c_str());
+        LOG_ERROR(unit, "DataSourceDB::findTagInfo - schema '%s' not initialized/found in db storage\n",
+                  row->schema->c_str());
         return false;
     }
     storage = found->second.get();

@@ -115,8 +115,9 @@ int CodecTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
     if (valid) {
         tableItemsToXml(values);
     } else {
-        LOG_ERROR(unit, "DataSourceDB::DataTableHandler::DataTableCodecSetting::checkTableData -> ocms set failed, restoring "
-                        "previous values");
+        LOG_ERROR(unit,
+                  "DataSourceDB::DataTableHandler::DataTableCodecSetting::checkTableData -> ocms set failed, restoring "
+                  "previous values");
         xmlToTableItems(values, false);
     }
     moveText(values, toStore);
