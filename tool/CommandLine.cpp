@@ -21,10 +21,11 @@ namespace Tool {
 
 namespace {
 
-constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error, 2 wrong usage, 3 unknown item, 4 value refused, "
-                                  "5 not stored\nor data directory not usable. The gravest counts when several apply.\n"
-                                  "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
-                                  "schema/element (AudioSettings/RingerVolume).";
+constexpr char const* exitCodes =
+    "Exit status: 0 done, 1 internal error or answer not written, 2 wrong usage, 3 unknown "
+    "item, 4 value\nrefused, 5 not stored or data directory not usable. The gravest counts when several apply.\n"
+    "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
+    "schema/element (AudioSettings/RingerVolume).";
 
 std::filesystem::path defaultDataDirectory()
 {
@@ -71,7 +72,7 @@ private:
     CLI::App m_app{"See, change and exercise the settings of a telephone's media process.", "mediadata"};
     std::function<Report()> m_action;
     bool m_runsShell = false;
-    bool m_json = false;
+    bool m_json;
     bool m_dryRun = false;
     bool m_watch = false;
     bool m_clear = false;
@@ -83,7 +84,7 @@ private:
     CatalogueFormat m_format = CatalogueFormat::Tsv;
 };
 
-Command::Command(Workbench& workbench) : m_workbench(workbench)
+Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbench.options.json)
 {
     m_app.require_subcommand(1);
     m_app.fallthrough();
@@ -274,6 +275,7 @@ Session& Command::session()
 {
     if (!m_workbench.session) {
         std::string reason;
+        m_workbench.options.dryRun = m_dryRun;
         m_workbench.session = Session::open(m_workbench.options, reason);
         if (!m_workbench.session)
             throw OpenFailure{reason};
@@ -293,15 +295,23 @@ int Command::render(Report const& report) const
 
 int Command::run(std::vector<std::string> words)
 {
+    bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
     std::reverse(words.begin(), words.end()); // The parser takes its words from the end.
     try {
         m_app.parse(std::move(words));
     } catch (CLI::ParseError const& error) {
-        return m_app.exit(error, std::cout, std::cerr) == 0 ? exitOk : exitUsage;
+        if (error.get_exit_code() == 0) // The help was asked for.
+            return m_app.exit(error, std::cout, std::cerr);
+        m_json = m_json || wantsJson; // The parser takes options over only when all words are in order.
+        auto const unexpected = m_app.remaining(true);
+        return render(failure(exitUsage, unexpected.empty() ? "" : unexpected.front(),
+                              std::string(unexpected.empty() ? error.what() : "is not expected here") + "; see --help"));
     }
     try {
-        if (!m_workbench.inShell)
+        if (!m_workbench.inShell) {
             m_workbench.options.showSecrets = m_showSecrets;
+            m_workbench.options.json = m_json;
+        }
         if (m_runsShell) {
             session();
             return runShell(m_workbench);
@@ -325,7 +335,11 @@ std::vector<std::string> verbNames()
 
 int runCommand(Workbench& workbench, std::vector<std::string> words)
 {
-    return Command(workbench).run(std::move(words));
+    int const code = Command(workbench).run(std::move(words));
+    if (std::cout.flush())
+        return code;
+    std::cerr << "mediadata: the answer could not be written\n";
+    return std::max<int>(code, exitInternal);
 }
 
 } // namespace Tool

@@ -19,6 +19,7 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -46,6 +47,10 @@ struct Line {
 std::vector<Line> readLines(std::filesystem::path const& path)
 {
     std::vector<Line> lines;
+    // Opening a pipe in the file's place would wait for its writer.
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored))
+        return lines;
     std::ifstream file(path);
     for (std::string text; std::getline(file, text);) {
         Line line{{}, text};

@@ -145,15 +145,18 @@ std::vector<std::string> namesNear(std::string const& name)
 {
     constexpr std::size_t enough = 3;
     auto const wanted = lowerCase(name);
+    auto const farthest = std::max<std::size_t>(2, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> found;
     for (auto const& [candidate, tag] : names().byName) {
         if (names().byName.count(candidate) > 1)
             continue;
         auto const lower = lowerCase(candidate);
-        auto away = distance(wanted, lower);
-        if (wanted.size() > 2 && lower.find(wanted) != std::string::npos)
-            away = std::min<std::size_t>(away, 2);
-        if (away <= std::max<std::size_t>(2, wanted.size() / 3))
+        bool const isPart = wanted.size() > 2 && lower.find(wanted) != std::string::npos;
+        // The lengths alone rule most names out: a word of any length is answered at once.
+        if (!isPart && std::max(wanted.size(), lower.size()) - std::min(wanted.size(), lower.size()) > farthest)
+            continue;
+        auto const away = std::min(distance(wanted, lower), isPart ? std::size_t{2} : std::string::npos);
+        if (away <= farthest)
             found.emplace_back(away, candidate);
     }
     std::stable_sort(found.begin(), found.end(), [](auto const& a, auto const& b) { return a.first < b.first; });

@@ -88,6 +88,11 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
             request.report.fail(exitUnknownItem, noManagementItem(name));
             continue;
         }
+        if (std::any_of(request.values.begin(), request.values.end(),
+                        [&](auto const& each) { return each.first == *tag; })) {
+            request.report.fail(exitUsage, {name, "given twice"});
+            continue;
+        }
         if (isSecret(*tag))
             session.hideInLog(text);
         request.record.populate(names->item, names->subItem, text);

@@ -18,16 +18,20 @@ constexpr char const* uncutColumn = "reason";
 std::string escaped(std::string const& text)
 {
     std::string line;
+    unsigned char previous = 0;
     for (char const c : text) {
         auto const byte = static_cast<unsigned char>(c);
+        // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
+        bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
         if (c == '\n')
             line += "\\n";
         else if (c == '\t')
             line += "\\t";
-        else if (byte < 0x20 || byte == 0x7f)
+        else if (isControl)
             line += fmt::format("\\x{:02x}", byte);
         else
             line += c;
+        previous = byte;
     }
     return line;
 }

@@ -12,7 +12,9 @@
 #include <fmt/format.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <list>
+#include <system_error>
 #include <utility>
 
 namespace Tool {
@@ -54,6 +56,14 @@ std::list<eDataTag> tagsThatAnnounce()
     return tags;
 }
 
+/// A new directory; empty when none can be made.
+std::filesystem::path scratchDirectory()
+{
+    std::error_code ignored;
+    auto name = (std::filesystem::temp_directory_path(ignored) / "mediadata.XXXXXX").string();
+    return ::mkdtemp(name.data()) ? name : "";
+}
+
 } // namespace
 
 void Session::Callback::onDataUpdate(BulkData& changes)
@@ -78,7 +88,12 @@ Session::Session(Options options) : m_options(std::move(options)), m_callback(st
 std::unique_ptr<Session> Session::open(Options const& options, std::string& error)
 {
     std::unique_ptr<Session> session(new Session(options));
-    session->m_platform = Host::Platform::open({options.dataDirectory.string(), options.logLevel}, error);
+    auto directory = options.dataDirectory;
+    std::error_code ignored;
+    if (options.dryRun &&
+        std::filesystem::symlink_status(directory, ignored).type() == std::filesystem::file_type::not_found)
+        directory = session->m_scratch = scratchDirectory();
+    session->m_platform = Host::Platform::open({directory.string(), options.logLevel}, error);
     if (!session->m_platform)
         return nullptr;
     MediaDataCache::init(*session->m_platform);
@@ -99,6 +114,8 @@ Session::~Session()
     MediaDataCache::terminate();
     m_platform.reset();
     Host::setLogSink({});
+    std::error_code ignored;
+    std::filesystem::remove_all(m_scratch, ignored);
 }
 
 Host::ManagementService& Session::service()

@@ -25,6 +25,8 @@ struct Options {
     std::filesystem::path dataDirectory;
     int logLevel = 2;
     bool showSecrets = false;
+    bool json = false;
+    bool dryRun = false; ///< a data directory that is missing is not made
 };
 
 /// One value that a callback heard of, secrets not yet masked.
@@ -71,6 +73,7 @@ private:
     void onLogLine(int level, std::string const& place, std::string text);
 
     Options m_options;
+    std::filesystem::path m_scratch; ///< stands for the missing data directory of a dry run
     std::unique_ptr<Host::Platform> m_platform;
     std::unique_ptr<Callback> m_callback;
     std::mutex m_logMutex; ///< guards the two lists: the library logs on the thread that works

@@ -81,9 +81,30 @@ bool alwaysWritten(eDataTag tag)
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
 }
 
-Outcome check(eDataTag tag, std::string const& text)
+/// What the management service holds, by name.
+using ServiceValues = std::map<std::string, std::string>;
+
+/// Taken as a whole: reading one by one would fill the service's journal.
+ServiceValues serviceValues(Session& session)
 {
-    Outcome outcome{tag, text, readValue(tag).value_or(Json()), {}, "refused", {}};
+    ServiceValues values;
+    for (auto const& item : session.service().items())
+        values.emplace(item.subItem, item.value);
+    return values;
+}
+
+Json knownValue(eDataTag tag, ServiceValues const& others)
+{
+    if (isHeld(tag))
+        return readValue(tag).value_or(Json());
+    auto const other = others.find(nameOf(tag));
+    std::string ignored;
+    return other == others.end() ? Json() : validate(tag, other->second, ignored);
+}
+
+Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others)
+{
+    Outcome outcome{tag, text, knownValue(tag, others), {}, "refused", {}};
     if (!exists(tag))
         outcome.reason = "the catalogue has this item switched off";
     else if (typeOf(tag) == eDataItemTypeComplex)
@@ -105,9 +126,10 @@ void settle(Outcome& outcome, bool taken, bool databaseFailed)
                                      nameOf(storedTableOf(outcome.tag)));
     } else if (!taken || databaseFailed) {
         outcome.result = "failed";
-        outcome.reason = !isHeld(outcome.tag) || DataSourceDB::dataDbDescriptionTable[outcome.tag].schema == nullptr
-                             ? "the management service did not take it"
-                             : "the database did not store it, the previous value stands";
+        bool const isStored = isHeld(outcome.tag) && (storedTableOf(outcome.tag) != eDataTagNone ||
+                                                      DataSourceDB::dataDbDescriptionTable[outcome.tag].schema != nullptr);
+        outcome.reason =
+            isStored ? "the database did not store it, the previous value stands" : "the management service did not take it";
     } else {
         outcome.result = "stored";
         if (after != outcome.wanted)
@@ -212,15 +234,6 @@ char const* ownerOf(eDataTag tag)
     return "media";
 }
 
-/// What the management service holds. A list asks for it as a whole: reading one by one would fill the service's journal.
-std::map<std::string, std::string> valuesOfOthers(Session& session)
-{
-    std::map<std::string, std::string> values;
-    for (auto const& item : session.service().items())
-        values.emplace(item.subItem, item.value);
-    return values;
-}
-
 Json orNull(std::string text)
 {
     return text == "-" ? Json() : Json(std::move(text));
@@ -257,6 +270,8 @@ Report readAssignments(std::istream& input, std::string const& fileName, std::ve
         }
         assignments.push_back({trimmed(assignment.item), unquoted(trimmed(assignment.value))});
     }
+    if (input.bad())
+        report.fail(exitUsage, {fileName, "cannot be read"});
     return report;
 }
 
@@ -267,16 +282,11 @@ Report list(Session& session, std::string const& pattern)
         return failure(exitUnknownItem, pattern, "matches no item", namesNear(pattern));
     Report report;
     Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
-    auto const others = valuesOfOthers(session);
+    auto const others = serviceValues(session);
     for (auto const tag : tags) {
         if (!exists(tag))
             continue;
-        auto const other = others.find(nameOf(tag));
-        std::string ignored;
-        auto const known = isHeld(tag)             ? readValue(tag).value_or(Json())
-                           : other == others.end() ? Json()
-                                                   : validate(tag, other->second, ignored);
-        auto const value = shown(tag, known, session.options().showSecrets);
+        auto const value = shown(tag, knownValue(tag, others), session.options().showSecrets);
         section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)), value});
     }
     report.sections.push_back(std::move(section));
@@ -349,11 +359,12 @@ Report set(Session& session, std::vector<Assignment> const& assignments, bool dr
     auto report = resolve(assignments, tags);
     if (report.code != exitOk)
         return report;
+    auto const others = serviceValues(session);
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < tags.size(); ++index) {
         if (isSecret(tags[index]))
             session.hideInLog(assignments[index].value);
-        outcomes.push_back(check(tags[index], assignments[index].value));
+        outcomes.push_back(check(tags[index], assignments[index].value, others));
     }
     std::vector<HeardChange> heard;
     if (!dryRun && watch) {

@@ -4,8 +4,26 @@
 #include <exception>
 #include <iostream>
 
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+/// A standard stream that the caller closed must not become a file of the data directory: reads from it find the end, writes
+/// fail.
+void holdStandardStreams()
+{
+    int file = STDIN_FILENO;
+    while (file >= STDIN_FILENO && file <= STDERR_FILENO)
+        file = ::open("/dev/null", O_RDONLY);
+    ::close(file);
+}
+
+} // namespace
+
 int main(int count, char** words)
 {
+    holdStandardStreams();
     try {
         Tool::Workbench workbench;
         return Tool::runCommand(workbench, {words + (count > 0 ? 1 : 0), words + count});

@@ -101,7 +101,7 @@ public:
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
 
-    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, DataTagValue_t& written);
+    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, DataTagValue_t* written);
     template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value);
     template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value);
     bool readDataFromSourceDB(eDataTag tag, DataItemBase* item);

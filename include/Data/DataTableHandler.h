@@ -49,6 +49,7 @@ private:
 
     DataDBCallback* m_callback;
     std::map<eDataTag, std::unique_ptr<DataTable>> m_tables;
+    int m_changedTables = 0; ///< how many tables are marked as changed
 };
 
 } // namespace Data

@@ -24,6 +24,9 @@ namespace Media {
 /// Locking is the cache's; `init` and `terminate` are not guarded and belong to start-up and shut-down.
 class MEDIADATA_EXPORT MediaDataCache {
 public:
+    MediaDataCache(MediaDataCache const&) = delete;
+    MediaDataCache& operator=(MediaDataCache const&) = delete;
+
     /// Builds the cache and reads everything stored before it returns; a second call does nothing. The context is borrowed and
     /// must outlive the cache.
     static void init(SvcRTEContext& context);
@@ -72,8 +75,6 @@ public:
 private:
     explicit MediaDataCache(SvcRTEContext& context);
     ~MediaDataCache();
-    MediaDataCache(MediaDataCache const&) = delete;
-    MediaDataCache& operator=(MediaDataCache const&) = delete;
 
     static Data::DataCache* cache();
 

@@ -78,6 +78,7 @@ std::string after(std::string prefix)
 
 std::array<char const*, Database::statements> const Database::m_texts{
     "SELECT value FROM item WHERE schema = ?1 AND element = ?2",
+    "SELECT schema, element, value FROM item",
     "INSERT INTO item (schema, element, value) VALUES (?1, ?2, ?3) "
     "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value",
     "SELECT schema, element, value FROM item WHERE schema >= ?1 AND (schema < ?2 OR ?1 = '') ORDER BY schema, element",
@@ -180,6 +181,7 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
     int code = sqlite3_step(prepared);
     for (; code == SQLITE_ROW; code = sqlite3_step(prepared)) {
         Row row;
+        row.reserve(3);
         for (int column = 0; rows != nullptr && column < sqlite3_column_count(prepared); ++column) {
             auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(prepared, column));
             row.emplace_back(text != nullptr ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(prepared, column)));
@@ -194,9 +196,22 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
     return code == SQLITE_DONE;
 }
 
+/// The first reader is the start-up, which asks for every value once: one statement gets them all.
+void Database::readAhead()
+{
+    std::vector<Row> rows;
+    if (std::exchange(m_readAhead, true) || !run(readItems, {}, &rows))
+        return;
+    for (Row& row : rows)
+        m_ahead.emplace(std::pair(std::move(row[0]), std::move(row[1])), std::move(row[2]));
+}
+
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
 {
     std::lock_guard const lock(m_mutex);
+    readAhead();
+    if (auto const node = m_ahead.extract({schema, element}))
+        return std::move(node.mapped());
     std::vector<Row> rows;
     std::array const key{schema, element};
     if (!run(readItem, key, &rows) || rows.empty())
@@ -218,6 +233,7 @@ bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry 
 bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     std::lock_guard const lock(m_mutex);
+    m_ahead.clear();
     if (items.size() == 1 && journal.empty())
         return runAll(items, journal); // a statement alone is a transaction
     if (!run(begin))

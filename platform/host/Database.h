@@ -5,12 +5,14 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 struct sqlite3;
@@ -74,6 +76,7 @@ public:
 private:
     enum Statement {
         readItem,
+        readItems,
         writeItem,
         listItems,
         countItems,
@@ -93,6 +96,7 @@ private:
     bool prepareStatements(DatabaseFault& fault);
     bool failed(DatabaseFault& fault, std::string const& action) const;
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+    void readAhead();
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
     static std::array<char const*, statements> const m_texts;
@@ -100,6 +104,8 @@ private:
     std::mutex m_mutex; // guards everything below once open() has returned
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
+    bool m_readAhead = false;
+    std::map<std::pair<std::string, std::string>, std::string> m_ahead; // what was read ahead and not asked for yet
 };
 
 } // namespace Host

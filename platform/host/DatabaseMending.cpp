@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdint>
 #include <filesystem>
 
 #define UNIT "DatabaseMending"
@@ -41,7 +42,7 @@ public:
 
 private:
     bool lookAtAll();
-    bool isEmpty() const;
+    bool isCutOff() const;
     std::unique_ptr<Database> makeNew();
     bool readFirstPage(std::string& page);
     bool build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal);
@@ -75,10 +76,12 @@ bool Mending::lookAtAll()
     return true;
 }
 
-bool Mending::isEmpty() const
+/// Shorter than the header of a database: SQLite may take such a file for a new one.
+bool Mending::isCutOff() const
 {
+    constexpr std::uintmax_t headerSize = 100;
     std::error_code ignored;
-    return std::filesystem::file_size(m_directory.pathOf(databaseName), ignored) == 0;
+    return std::filesystem::file_size(m_directory.pathOf(databaseName), ignored) < headerSize;
 }
 
 std::unique_ptr<Database> Mending::makeNew()
@@ -209,9 +212,9 @@ std::unique_ptr<Database> Mending::open()
     if (m_directory.look(databaseName, m_error) == State::absent) {
         if (!build({}, {}))
             return nullptr;
-    } else if (isEmpty()) {
-        // A new file is never empty when it comes to its place.
-        fault = {true, "database: " + m_directory.pathOf(databaseName) + " is empty"};
+    } else if (isCutOff()) {
+        // A new file is never so short when it comes to its place.
+        fault = {true, "database: " + m_directory.pathOf(databaseName) + " is cut off"};
     }
     for (bool mended = false;; mended = true) {
         if (!fault.damaged) {

@@ -109,6 +109,13 @@ FileDescriptor::~FileDescriptor()
         ::close(m_descriptor);
 }
 
+// A directory that was only read is afterwards what it was before, to the byte.
+DataDirectory::~DataDirectory()
+{
+    if (m_lock) [[maybe_unused]]
+        auto const emptied = ::ftruncate(m_lock.get(), 0);
+}
+
 bool DataDirectory::open(std::string const& path, std::string& error)
 {
     fs::path wanted = fs::path(path).lexically_normal();
@@ -145,14 +152,15 @@ bool DataDirectory::open(std::string const& path, std::string& error)
 
 bool DataDirectory::takeLock(std::string& error)
 {
-    m_lock = openFile(lockName, O_RDWR | O_CREAT, error);
-    if (!m_lock)
+    FileDescriptor lock = openFile(lockName, O_RDWR | O_CREAT, error);
+    if (!lock)
         return false;
-    if (::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
         error = "data directory " + m_path + ": " +
-                (errno == EWOULDBLOCK ? "in use by " + holderOf(m_lock.get()) : "cannot be locked: " + reason(errno));
+                (errno == EWOULDBLOCK ? "in use by " + holderOf(lock.get()) : "cannot be locked: " + reason(errno));
         return false;
     }
+    m_lock = std::move(lock);
     // The number is for the message only: a lock without it is as good.
     if (::ftruncate(m_lock.get(), 0) == 0)
         writeAll(m_lock.get(), std::to_string(::getpid()) + "\n");

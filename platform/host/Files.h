@@ -11,6 +11,8 @@ namespace Host {
 class FileDescriptor {
 public:
     explicit FileDescriptor(int descriptor = -1) : m_descriptor(descriptor) {}
+    FileDescriptor(FileDescriptor const&) = delete;
+    FileDescriptor& operator=(FileDescriptor const&) = delete;
     FileDescriptor(FileDescriptor&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept
     {
@@ -29,6 +31,11 @@ private:
 /// A data directory that this process has for itself as long as the object lives.
 class DataDirectory {
 public:
+    DataDirectory() = default;
+    ~DataDirectory();
+    DataDirectory(DataDirectory const&) = delete;
+    DataDirectory& operator=(DataDirectory const&) = delete;
+
     /// Makes `path` and its missing parents, takes it into possession. False with `error` naming what is wrong: not a
     /// directory, a link, another user's, somebody else's files in a directory open to others, in use (by which process).
     bool open(std::string const& path, std::string& error);

@@ -156,19 +156,21 @@ bool HardwareVersion::is_USBSupported()
     return Host::Platform::currentProfile().usb;
 }
 
-// The library may hand over one string for both texts, hence the copies.
+// The library may hand over one string for both texts, hence a result apart.
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
 {
-    std::string const text = plain;
-    stored.clear();
+    std::string result;
     Host::Platform const* const platform = Host::Platform::current();
-    return platform != nullptr && platform->secrets().encrypt(text, stored);
+    bool const done = platform != nullptr && platform->secrets().encrypt(plain, result);
+    stored = done ? std::move(result) : std::string();
+    return done;
 }
 
 bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
 {
-    std::string const text = stored;
-    plain.clear();
+    std::string result;
     Host::Platform const* const platform = Host::Platform::current();
-    return platform != nullptr && platform->secrets().decrypt(text, plain);
+    bool const done = platform != nullptr && platform->secrets().decrypt(stored, result);
+    plain = done ? std::move(result) : std::string();
+    return done;
 }

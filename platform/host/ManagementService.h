@@ -30,6 +30,8 @@ public:
 
     ManagementService(Database& database, SecretBox const& secrets);
     ~ManagementService() override;
+    ManagementService(ManagementService const&) = delete;
+    ManagementService& operator=(ManagementService const&) = delete;
 
     bool readData(ManageableData& record) override;
     bool reportChanged(ManageableData& record, std::vector<std::string> const& rootIds) override;

@@ -181,7 +181,10 @@ std::vector<std::string> Salvage::report() const
     for (auto const& [schema, element] : m_lost) {
         if (++told > maximumNames)
             break;
-        result.push_back(element.empty() ? "lost: the table " + schema : "lost: " + schema + "/" + element);
+        std::string& line = result.emplace_back(element.empty() ? "lost: the table " : "lost: ");
+        line += schema;
+        if (!element.empty())
+            line.append("/").append(element);
     }
     if (told > maximumNames)
         result.push_back("lost: " + std::to_string(m_lost.size() - maximumNames) + " further values");

@@ -35,7 +35,7 @@ private:
     bool replaceFirstPage() const;
     void readItems();
     void readLeftOutItems(std::set<std::int64_t> rowids);
-    bool scan(char const* text, RowReader const& reader, std::int64_t parameter = 0);
+    bool scan(char const* query, RowReader const& reader, std::int64_t parameter = 0);
 
     std::string const m_path;
     std::string const m_firstPage;

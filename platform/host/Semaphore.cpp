@@ -2,8 +2,11 @@
 // exchange each, and a holder's further takes touch nothing shared. Under contention threads queue and a unit is handed to
 // the first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
 //
-// Locking: `m_queue` and the `granted` of its members are guarded by `m_mutex`. `depth` belongs to the owner. `word` is
-// twice the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
+// A waiter first looks out for its turn for some microseconds, since most holds are over by then and sleeping costs more.
+//
+// Locking: the queue is guarded by `m_mutex`. A waiter leaves its place on the stack as soon as it sees `granted`, so that
+// setting it is the last that others do there. `depth` belongs to the owner. `word` is twice the number of free units, plus 1
+// while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
 #include "Semaphore.h"
 
 #include "LockMark.h"
@@ -12,12 +15,12 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <mutex>
 
 namespace {
 
-thread_local std::uint64_t t_taken = 0;
+// Of the initial-exec model, since a call for its address would be a good part of what taking the lock costs.
+[[gnu::tls_model("initial-exec")]] thread_local std::uint64_t t_taken = 0;
 
 /// The address of a thread's own variable names the thread and is cheaper to ask for than its id.
 void const* thisThread()
@@ -26,9 +29,55 @@ void const* thisThread()
 }
 
 struct Waiter {
-    void const* thread;
-    bool granted = false;
+    explicit Waiter(void const* waiting) : thread(waiting) {}
+
+    /// Looks out for the turn without sleeping.
+    bool spin() const
+    {
+        for (int i = 0; i < spins && !granted.load(std::memory_order_acquire); ++i)
+            std::atomic_signal_fence(std::memory_order_seq_cst);
+        return granted.load(std::memory_order_acquire);
+    }
+
+    static constexpr int spins = 4000;
+
+    void const* const thread;
+    std::atomic<bool> granted = false;
     std::condition_variable wake;
+    Waiter* next = nullptr;
+};
+
+/// Waiters in order of arrival.
+class WaitingLine {
+public:
+    bool empty() const { return m_first == nullptr; }
+
+    void push(Waiter& waiter)
+    {
+        *m_end = &waiter;
+        m_end = &waiter.next;
+    }
+
+    Waiter& pop()
+    {
+        Waiter& first = *m_first;
+        remove(first);
+        return first;
+    }
+
+    void remove(Waiter const& waiter)
+    {
+        Waiter** place = &m_first;
+        while (*place != &waiter)
+            place = &(*place)->next;
+        *place = waiter.next;
+        if (waiter.next == nullptr)
+            m_end = place;
+    }
+
+private:
+    Waiter* m_first = nullptr;
+    Waiter** m_end = &m_first;
 };
 
 constexpr unsigned queued = 1;
@@ -74,7 +123,7 @@ struct Semaphore::State {
     int depth = 0;
 
     std::mutex m_mutex;
-    std::deque<Waiter*> m_queue;
+    WaitingLine m_queue;
 };
 
 bool Semaphore::State::waitForTurn(int timeoutMs)
@@ -88,14 +137,20 @@ bool Semaphore::State::waitForTurn(int timeoutMs)
             own(thisThread());
         return true;
     }
-    Waiter self{thisThread(), false, {}};
-    m_queue.push_back(&self);
-    auto const granted = [&] { return self.granted; };
-    if (timeoutMs < 0)
+    Waiter self(thisThread());
+    m_queue.push(self);
+    auto const granted = [&] { return self.granted.load(std::memory_order_acquire); };
+    if (timeoutMs < 0) {
+        lock.unlock();
+        if (self.spin())
+            return true;
+        lock.lock();
         self.wake.wait(lock, granted);
-    else if (!self.wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs), granted))
-        m_queue.erase(std::find(m_queue.begin(), m_queue.end(), &self));
-    return self.granted;
+    } else if (!self.wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs),
+                                     granted)) {
+        m_queue.remove(self);
+    }
+    return granted();
 }
 
 bool Semaphore::State::giveUnit()
@@ -115,14 +170,13 @@ bool Semaphore::State::giveUnit()
         word.store(now + unit, std::memory_order_release);
         return true;
     }
-    Waiter& next = *m_queue.front();
-    m_queue.pop_front();
+    Waiter& next = m_queue.pop();
     if (exclusive)
         own(next.thread);
     if (m_queue.empty())
         word.fetch_and(~queued, std::memory_order_release);
-    next.granted = true;
     next.wake.notify_one();
+    next.granted.store(true, std::memory_order_release);
     return true;
 }
 

@@ -48,7 +48,7 @@ bool parse(std::string const& text, Shape& shape)
     };
     auto const end = [](void* data, char const*) { --static_cast<Shape*>(data)->depth; };
     auto const data = [](void*, char const*, int) {};
-    constexpr std::size_t limit = 1024 * 1024;
+    constexpr std::size_t limit = std::size_t{1024} * 1024;
     return text.size() <= limit &&
            XmlParser(&shape, start, end, data).parseMessage(text.data(), static_cast<int>(text.size()));
 }

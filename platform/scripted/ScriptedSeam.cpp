@@ -115,9 +115,11 @@ struct DataStorage::Implementation {
             return false;
         bool good = pending.append(*shape, fragment, delivered);
         if (pending.complete(*shape)) {
-            good = pending.whole();
+            // What a reader could not take in again as a whole must not replace what can be read.
+            std::string const xml = pending.xml(*shape);
+            good = pending.whole() && Row(xml, "").wellFormed;
             if (good)
-                Seam::replaceTable(schema, pending.xml(*shape));
+                Seam::replaceTable(schema, xml);
             pending.abandon();
         }
         return good;
@@ -210,10 +212,11 @@ bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
         std::string found;
         std::string const prefix = "enc(";
         for (std::size_t i = prefix.size(); i + 1 < text.size() && text[i] != ':'; i += 2) {
-            unsigned byte = 0;
-            if (std::sscanf(text.substr(i, 2).c_str(), "%2x", &byte) != 1)
+            std::string const digits = text.substr(i, 2);
+            char* end = nullptr;
+            found += static_cast<char>(std::strtoul(digits.c_str(), &end, 16));
+            if (end != digits.c_str() + digits.size())
                 return false;
-            found += static_cast<char>(byte);
         }
         if (text != Scripted::Platform::encrypted(found))
             return false;

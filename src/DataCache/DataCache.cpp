@@ -121,17 +121,18 @@ template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool to
 {
     ScopedLock const held(*m_lock);
     DataTagValue_t written;
-    bool stored = setDataValue(tag, value, written) && updateDataInSourceDB();
+    bool stored = setDataValue(tag, value, toManagement ? &written : nullptr) && updateDataInSourceDB();
     if (toManagement && stored && !written.empty()) {
         stored = writeDataToSourceOCMS(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
     }
-    updateCallbacks();
+    if (m_changed) // asked here, too, since an unchanged value is set often
+        updateCallbacks();
     return stored;
 }
 
-template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, DataTagValue_t& written)
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, DataTagValue_t* written)
 {
     ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);
@@ -163,7 +164,8 @@ template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, Da
     switch (item->source()) {
     case eDataSourceDB:
         if (writeDataToSourceDB(tag, item)) {
-            written[tag] = convertToString(value);
+            if (written)
+                (*written)[tag] = convertToString(value);
             return true;
         }
         LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
@@ -380,9 +382,9 @@ template bool DataCache::getData<std::string>(eDataTag, std::string&);
 template bool DataCache::setData<int>(eDataTag, int const&, bool);
 template bool DataCache::setData<bool>(eDataTag, bool const&, bool);
 template bool DataCache::setData<std::string>(eDataTag, std::string const&, bool);
-template bool DataCache::setDataValue<int>(eDataTag, int const&, DataTagValue_t&);
-template bool DataCache::setDataValue<bool>(eDataTag, bool const&, DataTagValue_t&);
-template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, DataTagValue_t&);
+template bool DataCache::setDataValue<int>(eDataTag, int const&, DataTagValue_t*);
+template bool DataCache::setDataValue<bool>(eDataTag, bool const&, DataTagValue_t*);
+template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, DataTagValue_t*);
 template bool DataCache::writeDataToSourceOCMS<std::string>(eDataTag, std::string const&);
 
 } // namespace Data

@@ -124,13 +124,13 @@ bool DataCache::setDataBulk(BulkData& bulk)
         bool set = false;
         switch (item->itemType) {
         case eDataItemTypeInt:
-            set = setDataValue(tag, item->intValue, written);
+            set = setDataValue(tag, item->intValue, &written);
             break;
         case eDataItemTypeBool:
-            set = setDataValue(tag, item->boolValue, written);
+            set = setDataValue(tag, item->boolValue, &written);
             break;
         case eDataItemTypeString:
-            set = setDataValue(tag, item->stringValue, written);
+            set = setDataValue(tag, item->stringValue, &written);
             break;
         default:
             LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
@@ -163,15 +163,12 @@ bool DataCache::getDataBulk(BulkData& bulk)
     ScopedLock const held(*m_lock);
     bool complete = true;
     for (auto const tag : bulk.getTags()) {
-        auto const found = m_dataMap.find(tag);
-        if (found == m_dataMap.end()) {
-            LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
-            complete = false;
-            continue;
-        }
-        auto const* const item = found->second;
+        auto const* const item = findItem(tag);
         if (!item) {
-            LOG_ERROR(unit, "DataCache::getDataBulk -> no data stored for tag %i \n", tag);
+            if (m_dataMap.contains(tag))
+                LOG_ERROR(unit, "DataCache::getDataBulk -> no data stored for tag %i \n", tag);
+            else
+                LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
             complete = false;
             continue;
         }

@@ -102,8 +102,10 @@ void Handler::fillTableMap(std::list<eDataTag> const& tableTags)
 void Handler::setTableChanged(eDataTag table)
 {
     auto const found = m_tables.find(table);
-    if (found != m_tables.end())
-        found->second->setChanged(true);
+    if (found == m_tables.end() || found->second->isChanged())
+        return;
+    found->second->setChanged(true);
+    ++m_changedTables;
 }
 
 void Handler::readDataFromTables(bool userDataOnly)
@@ -139,7 +141,7 @@ void Handler::readTable(DataTable& table)
 
 bool Handler::writeTablesToDB(DataTagValue_t& rejected)
 {
-    if (m_callback == nullptr)
+    if (m_callback == nullptr || m_changedTables == 0)
         return true;
     bool accepted = true;
     for (auto const& [tag, table] : m_tables) {
@@ -148,6 +150,7 @@ bool Handler::writeTablesToDB(DataTagValue_t& rejected)
         // Cleared before the check: a table that sets items while it is checked comes back here, and what is stored under
         // some verdicts marks the table anew.
         table->setChanged(false);
+        --m_changedTables;
         if (!writeTable(*table, rejected))
             accepted = false;
     }
