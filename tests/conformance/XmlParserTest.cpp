@@ -92,3 +92,42 @@ TEST_F(XmlParserPromise, RefusesDocumentTypesDepthAndSize)
     EXPECT_NE(events(ofSize(mebibyte)), "refused");
     EXPECT_EQ(events(ofSize(mebibyte + 1)), "refused");
 }
+
+/// What is made to exhaust a parser: refused wherever it comes, below the limit of size and beyond it.
+TEST_F(XmlParserPromise, RefusesWhatIsMadeToExhaustIt)
+{
+    auto const repeated = [](int count, auto const& part) {
+        std::string text;
+        for (int i = 0; i < count; ++i)
+            text += part(i);
+        return text;
+    };
+    auto const chain = [&](int links) {
+        return "<!DOCTYPE a [<!ENTITY e0 \"x\">" +
+               repeated(links,
+                        [](int i) { return "<!ENTITY e" + std::to_string(i + 1) + " \"&e" + std::to_string(i) + ";\">"; }) +
+               "]><a>&e" + std::to_string(links) + ";</a>";
+    };
+    auto const opened = [&](int depth) { return repeated(depth, [](int) { return "<e>"; }); };
+    auto const attribute = [](std::size_t size) { return "<e a='" + std::string(size, 'x') + "'/>"; };
+    constexpr std::size_t mebibyte = 1024 * 1024;
+    struct {
+        char const* name;
+        std::string xml;
+    } const cases[] = {
+        {"an entity chain of 60,000 links", chain(60000)},
+        {"an entity chain within the limit of size", chain(20000)},
+        {"the chain behind an element", "<a/>" + chain(20000)},
+        {"a DOCTYPE inside the declaration", "<?xml version='1.0' <!DOCTYPE a [<!ENTITY e 'x'>]> ?><a>&e;</a>"},
+        {"a parameter entity", "<!DOCTYPE a [<!ENTITY % p SYSTEM 'file:///etc/hostname'> %p;]><a/>"},
+        {"1,000,000 nested elements", nested(1000000)},
+        {"1,000,000 opened elements", opened(1000000)},
+        {"opened elements within the limit of size", opened(300000)},
+        {"an attribute of 8 MiB", attribute(8 * mebibyte)},
+        {"an attribute without end within the limit of size", attribute(mebibyte / 2).substr(0, mebibyte / 2)},
+        {"1,000,000 attributes", "<e" + repeated(1000000, [](int i) { return " a" + std::to_string(i) + "=''"; }) + "/>"},
+        {"the end of our own root", "</sequence><sequence>" + opened(17)},
+    };
+    for (auto const& c : cases)
+        EXPECT_EQ(events(c.xml), "refused") << c.name;
+}

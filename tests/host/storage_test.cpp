@@ -209,6 +209,7 @@ INSTANTIATE_TEST_SUITE_P(
                                },
                                300},
                     DamageCase{"empty", [](std::string const& path) { std::filesystem::resize_file(path, 0); }, 400},
+                    DamageCase{"oneByte", [](std::string const& path) { std::filesystem::resize_file(path, 1); }, 400},
                     DamageCase{"anotherFormat", [](std::string const& path) { std::ofstream(path) << "volume=5\n"; }, 400}),
     [](auto const& each) { return each.param.name; });
 

@@ -12,6 +12,13 @@
 #include <string>
 #include <vector>
 
+inline std::string valueText(Data::BulkDataItem const& item)
+{
+    return item.itemType == Data::eDataItemTypeString ? item.stringValue
+           : item.itemType == Data::eDataItemTypeBool ? (item.boolValue ? "true" : "false")
+                                                      : std::to_string(item.intValue);
+}
+
 /// What a client heard: one text per notification, "tag=value tag=value".
 class Listener : public DataUpdateCallback {
 public:
@@ -19,10 +26,7 @@ public:
     {
         std::string text;
         for (auto const& [tag, item] : changes.getTagsValues()) {
-            text += (text.empty() ? "" : " ") + std::to_string(tag) + "=";
-            text += item->itemType == Data::eDataItemTypeString ? item->stringValue
-                    : item->itemType == Data::eDataItemTypeBool ? (item->boolValue ? "true" : "false")
-                                                                : std::to_string(item->intValue);
+            text += (text.empty() ? "" : " ") + std::to_string(tag) + "=" + valueText(*item);
         }
         heard.push_back(text);
         lockDepths.push_back(Scripted::Platform::heldLocks());

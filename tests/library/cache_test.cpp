@@ -2,14 +2,8 @@
 #include "LibraryTest.h"
 
 #include "Data/DataCountry.h"
-#include "Data/DataItemBase.h"
-#include "Data/DataItemBuilder.h"
-#include "Data/DataSourceDB.h"
 
 #include "DasCrypt.h"
-
-#include <memory>
-#include <thread>
 
 using namespace Data;
 
@@ -248,24 +242,6 @@ TEST_F(CacheTest, unregisteringReachesTheLowestTagOnly)
     EXPECT_EQ(listener.heard, (Texts{"61=5", "51=5"}));
 }
 
-TEST_F(CacheTest, aCallbackMayUseTheCacheItWasCalledFrom)
-{
-    start();
-    listen({eDataTagRingerVolume, eDataTagHeadsetVolume});
-    listener.onNews = [this] {
-        EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, number(eDataTagRingerVolume), false));
-        EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 6, false));
-        Cache::unregisterCallback(&listener);
-        EXPECT_TRUE(Cache::registerCallback({eDataTagWarnToneVolume}, &listener));
-        BulkData bulk;
-        EXPECT_TRUE(bulk.setTag(eDataTagRingerVolume) && Cache::getDataBulk(bulk));
-        Cache::resetDataSetUserAudio();
-    };
-    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
-    EXPECT_EQ(listener.heard.front(), "61=5");
-    EXPECT_EQ(number(eDataTagRingerVolume), 3);
-}
-
 TEST_F(CacheTest, theCountryFollowsTheObservedItem)
 {
     start();
@@ -286,64 +262,6 @@ TEST_F(CacheTest, theCountryFollowsTheObservedItem)
         DataCountry emptiesTheSharedMap;
     }
     EXPECT_EQ(other.getCountry("DE"), eCountryUnknown);
-}
-
-/// A value other than the default that the item of this row takes, found by asking the item.
-std::string anotherValue(DataCache::DataItemBuilder::DataItemRecord const& record)
-{
-    auto const item = std::unique_ptr<DataItemBase>(DataCache::DataItemBuilder::createDataItem(record.tag, eDataSourceDB));
-    std::string reason;
-    for (std::string const candidate : {"0", "1", "2", "true", "false", "beep", "5006", "70", "25000", "1001", "150"}) {
-        if (candidate != record.value.text && item->setValueString(candidate, reason)) {
-            std::string stored;
-            item->getValueString(stored);
-            if (stored != record.value.text)
-                return stored;
-        }
-    }
-    return {};
-}
-
-TEST_F(CacheTest, everyValueTheDatabaseHoldsSurvivesARestart)
-{
-    start();
-    std::map<eDataTag, std::string> expected;
-    for (auto const& record : DataCache::DataItemBuilder::dataItemDefaultTable) {
-        auto const* const row = DataSourceDB::findDescription(record.tag);
-        if (!row->schema || row->isTable || row->parentTable != eDataTagNone || row->tag == eDataTagEnd)
-            continue;
-        auto const value = anotherValue(record);
-        ASSERT_FALSE(value.empty()) << record.tag;
-        expected[record.tag] = value;
-        bool const stored = record.value.type == eDataItemTypeInt    ? Cache::setData(record.tag, std::stoi(value), false)
-                            : record.value.type == eDataItemTypeBool ? Cache::setData(record.tag, value == "true", false)
-                                                                     : Cache::setData(record.tag, value, false);
-        EXPECT_TRUE(stored) << record.tag;
-    }
-    EXPECT_GT(expected.size(), 350U);
-    restart();
-    DataTagValue_t found;
-    for (auto const& [tag, value] : expected) {
-        BulkData bulk;
-        bulk.addTag(tag);
-        ASSERT_TRUE(Cache::getDataBulk(bulk)) << tag;
-        EXPECT_EQ(bulk.serialize(), "<item><tag>" + std::to_string(tag) + "</tag><value>" + value + "</value></item>");
-    }
-}
-
-TEST_F(CacheTest, twoThreadsWriteWithoutLosingAValue)
-{
-    start();
-    platform.keepJournal(false);
-    auto const write = [](eDataTag tag) {
-        for (int round = 0; round < 300; ++round)
-            EXPECT_TRUE(Media::MediaDataCache::setData(tag, 1 + round % 8, false));
-    };
-    std::thread other(write, eDataTagHandsetVolume);
-    write(eDataTagHeadsetVolume);
-    other.join();
-    EXPECT_EQ(platform.databaseText("AudioSettings", "HandsetVolume"), std::to_string(1 + 299 % 8));
-    EXPECT_EQ(number(eDataTagHandsetVolume), number(eDataTagHeadsetVolume));
 }
 
 } // namespace

@@ -37,6 +37,8 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
         {{"set", "ringer-volume=1", "61=2"}, 2},
         {{"set", "--file", bad}, 2},
         {{"set", "--file", "/no/such/file"}, 2},
+        {{"set", "--file", "/"}, 2},
+        {{"mgmt", "set", "ringer-volume=1", "61=2"}, 2},
         {{"reset", "everything"}, 2},
         {{"catalogue", "--format", "xml"}, 2},
         {{"get", "ringer-volumes"}, 3},
@@ -141,6 +143,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 
 TEST_F(SettingsVerbs, WriteNothingOnADryRun)
 {
+    ASSERT_EQ(tool({"set", "--dry-run", "ringer-volume=7"}).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(dataDirectory()));
     auto const before = tool({"list", "--json"}).out;
     auto const answer = tool({"set", "--dry-run", "--json", "ringer-volume=7", "rtp-base-port=1", "handset-volume=2"});
     EXPECT_EQ(answer.status, 4);
@@ -248,7 +252,8 @@ TEST_F(SettingsVerbs, AnswerEachQuestionInJsonThatParses)
         {"list"},           {"get", "1", "57", "60", "108"},
         {"set", "1=2"},     {"describe", "190"},
         {"reset", "audio"}, {"catalogue"},
-        {"get", "nothing"},
+        {"get", "nothing"}, {"get"},
+        {"frobnicate"},
     };
     for (auto words : questions) {
         words.emplace_back("--json");
