@@ -1,0 +1,66 @@
+// What the sweeps share: every item that the cache holds at once, and where the database keeps it.
+#pragma once
+
+#include "LibraryTest.h"
+
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+
+#include <string>
+
+/// The tags that the cache holds: its own and the observed ones.
+inline std::list<Data::eDataTag> heldTags()
+{
+    std::list<Data::eDataTag> tags;
+    Data::DataCache::DataItemBuilder::getComponentTagList(Data::eDataComponentMedia, tags);
+    Media::MediaDataCache::getObservedTags(tags);
+    return tags;
+}
+
+inline Data::DataSourceDB::DbDescription const& databaseRow(Data::eDataTag tag)
+{
+    return Data::DataSourceDB::dataDbDescriptionTable[tag];
+}
+
+/// The schema that keeps the tag, as an element or as a cell of its table; null when the database does not keep it.
+inline std::string const* keepingSchema(Data::eDataTag tag)
+{
+    auto const& row = databaseRow(tag);
+    return row.schema ? row.schema : databaseRow(row.parentTable).schema;
+}
+
+/// The present text of a tag that the cache holds.
+inline std::string presentText(Data::eDataTag tag)
+{
+    using Cache = Media::MediaDataCache;
+    int number = 0;
+    bool flag = false;
+    std::string text;
+    auto const type = Data::DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.type;
+    EXPECT_TRUE(type == Data::eDataItemTypeInt    ? Cache::getData(tag, number)
+                : type == Data::eDataItemTypeBool ? Cache::getData(tag, flag)
+                                                  : Cache::getData(tag, text))
+        << tag;
+    return type == Data::eDataItemTypeInt    ? std::to_string(number)
+           : type == Data::eDataItemTypeBool ? (flag ? "true" : "false")
+                                             : text;
+}
+
+/// The present texts of the tags that the cache holds, of tables only their cells: what a table keeps of its own is the
+/// text that the library made of it last.
+inline Data::DataTagValue_t snapshot()
+{
+    Data::DataTagValue_t texts;
+    for (auto const tag : heldTags()) {
+        if (!databaseRow(tag).isTable)
+            texts[tag] = presentText(tag);
+    }
+    return texts;
+}
+
+/// Those of a snapshot that the database keeps.
+inline Data::DataTagValue_t kept(Data::DataTagValue_t texts)
+{
+    std::erase_if(texts, [](auto const& entry) { return !keepingSchema(entry.first); });
+    return texts;
+}

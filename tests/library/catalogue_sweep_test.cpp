@@ -1,0 +1,263 @@
+// Every item times the values that break things: accepted or refused as its catalogue row says, what is refused changes
+// nothing, what is accepted is there to the byte after a restart. What the rows say is worked out here from their texts.
+#include "Sweep.h"
+
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "ClientUtils.h"
+
+#include <algorithm>
+#include <climits>
+#include <iostream>
+
+using namespace Data;
+
+namespace {
+
+using Builder = DataCache::DataItemBuilder;
+using Record = Builder::DataItemRecord;
+
+Record const& record(eDataTag tag)
+{
+    return Builder::dataItemDefaultTable[tag];
+}
+
+/// The row's bounds, of a number or of a length; the whole range of int where it has none.
+std::pair<int, int> bounds(Record const& row)
+{
+    auto const& [first, second] = row.valueChain[0].params;
+    if (row.valueChain[0].builder == nullptr || first.type != eDataItemTypeInt || first.text.empty())
+        return {INT_MIN, INT_MAX};
+    return {std::stoi(first.text), std::stoi(second.text)};
+}
+
+bool within(std::pair<int, int> range, long value)
+{
+    return range.first <= value && value <= range.second;
+}
+
+bool rowAccepts(Record const& row, int value)
+{
+    bool const evenOnly = row.valueChain[0].builder == Builder::dataValidatorBasePort;
+    return within(bounds(row), value) && (!evenOnly || value % 2 == 0);
+}
+
+bool rowAccepts(Record const& row, std::string const& value)
+{
+    auto const builder = row.valueChain[0].builder;
+    if (builder == Builder::dataValidatorStringLength)
+        return within(bounds(row), static_cast<long>(value.size()));
+    if (builder == Builder::dataValidatorStringNoWhitespace)
+        return value.find_first_of(" \t\n\v\f\r") == std::string::npos;
+    if (builder == Builder::dataValidatorStringsAllowed)
+        return !value.empty() && ("," + row.valueChain[0].params[0].text + ",").find("," + value + ",") != std::string::npos;
+    return builder == nullptr;
+}
+
+/// Whether a text may be entered for the item, and the text that it then has.
+bool rowAcceptsText(Record const& row, std::string const& text, std::string& result)
+{
+    result = text;
+    if (row.value.type >= eDataItemTypeString)
+        return rowAccepts(row, text);
+    std::string lower = text;
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    if (row.value.type == eDataItemTypeBool) {
+        result = lower == "true" ? "true" : "false";
+        return row.stringChain[0].builder == nullptr || lower == "true" || lower == "false";
+    }
+    int const value = ClientUtils::stoi(text);
+    result = std::to_string(value);
+    bool const digits = text.find_first_not_of("0123456789") == std::string::npos;
+    return (digits || row.stringChain[0].builder == nullptr) && rowAccepts(row, value);
+}
+
+constexpr int numberCount = 10;
+/// The i-th number to try on the row.
+int offeredNumber(Record const& row, int i)
+{
+    auto const [least, most] = bounds(row);
+    int const numbers[numberCount]{least == INT_MIN ? 1 : least - 1,
+                                   least,
+                                   least == INT_MIN ? 3 : least + 1,
+                                   most == INT_MAX ? 5 : most - 1,
+                                   most,
+                                   most == INT_MAX ? 7 : most + 1,
+                                   INT_MIN,
+                                   INT_MAX,
+                                   0,
+                                   -1};
+    return numbers[i];
+}
+
+using namespace std::string_literals;
+std::string const texts[]{"",
+                          "1",
+                          "-1",
+                          "+1",
+                          "007",
+                          " 1",
+                          "a b\t",
+                          "true",
+                          "TRUE",
+                          "beep",
+                          "\"quote'",
+                          "<a&b>",
+                          "x\0y"s,
+                          "\xff\xfe",
+                          "99999999999999999999",
+                          "Internal.Call",
+                          std::string(65536, '&')};
+
+/// The i-th text to try: those above, then texts at the bounds of the row's lengths or numbers.
+constexpr int textCount = static_cast<int>(std::size(texts)) + 4;
+std::string offeredText(Record const& row, int i)
+{
+    if (i < static_cast<int>(std::size(texts)))
+        return texts[i];
+    int const value = offeredNumber(row, std::array{0, 1, 4, 5}[static_cast<std::size_t>(i) - std::size(texts)]);
+    bool const isLength = row.valueChain[0].builder == Builder::dataValidatorStringLength;
+    return isLength ? std::string(static_cast<std::size_t>(std::max(value, 0)), 'l') : std::to_string(value);
+}
+
+/// Items of tables and those that their checks set answer for one another: what a row takes the table may still refuse.
+bool dependsOnOthers(eDataTag tag)
+{
+    return databaseRow(tag).parentTable != eDataTagNone || databaseRow(tag).isTable ||
+           (tag >= eDataTagCamera1Name && tag <= eDataTagCamera4PhoneNumber);
+}
+
+class CatalogueSweep : public LibraryTest {
+protected:
+    CatalogueSweep()
+    {
+        start();
+        m_before = snapshot();
+        platform.onCall([this](Scripted::Call const& call) { m_writes += call.name.starts_with("setDataItem"); });
+        platform.keepJournal(false);
+    }
+
+    /// Offers one value: `set` tells whether it was taken, `expected` is what the item then holds.
+    void offer(eDataTag tag, bool accepted, std::string const& expected, std::function<bool()> const& set)
+    {
+        auto const before = presentText(tag);
+        m_writes = 0;
+        bool const answer = set();
+        auto const now = presentText(tag);
+        ++m_offered;
+        m_accepted += accepted;
+        if (!accepted) {
+            EXPECT_TRUE(!answer && now == before && m_writes == 0) << tag << " should refuse " << expected.substr(0, 80);
+        } else if (dependsOnOthers(tag)) {
+            EXPECT_TRUE(now == expected || now == before || !answer) << tag << " became " << now.substr(0, 80);
+        } else {
+            EXPECT_TRUE(answer && now == expected) << tag << " should take " << expected.substr(0, 80);
+            EXPECT_TRUE(m_writes == 1 || now == before || databaseRow(tag).schema == nullptr) << tag;
+        }
+        if (!dependsOnOthers(tag))
+            m_expected[tag] = accepted ? expected : before;
+    }
+
+    /// What was set is there, nothing else was, and the database brings it all back.
+    void restartAndCompare()
+    {
+        auto const now = snapshot();
+        for (auto const& [tag, expected] : m_expected)
+            EXPECT_TRUE(now.at(tag) == expected) << tag << " became " << now.at(tag).substr(0, 80);
+        restart();
+        auto const again = snapshot();
+        for (auto const& [tag, text] : kept(now)) {
+            // As required: a ringing table that XML cannot express is not stored and nobody is told, so that the cell stays
+            // old; an empty element leaves the default, and so does a start in rows that follow the general ringer.
+            bool const isRinging = databaseRow(tag).parentTable == eDataTagDistinctiveRinging;
+            auto const& came = again.at(tag);
+            EXPECT_TRUE(came == text || (isRinging && (came == m_before.at(tag) || came == record(tag).value.text)))
+                << tag << " was " << text.substr(0, 80) << " and came back " << again.at(tag).substr(0, 80);
+        }
+        m_before = again;
+        m_expected.clear();
+        platform.clearLogs();
+    }
+
+    static std::list<eDataTag> ownTags()
+    {
+        std::list<eDataTag> tags;
+        Builder::getComponentTagList(eDataComponentMedia, tags);
+        return tags;
+    }
+
+    void report(char const* way) const
+    {
+        std::cout << "catalogue sweep, " << way << ": " << m_offered << " values offered, " << m_accepted << " accepted\n";
+    }
+
+    int m_writes = 0;
+    int m_offered = 0;
+    int m_accepted = 0;
+    DataTagValue_t m_before; ///< what was held when the round began
+    DataTagValue_t m_expected;
+};
+
+TEST_F(CatalogueSweep, typedValuesAreTakenAsTheRowSaysAndSurviveARestart)
+{
+    for (int round = 0; round < textCount; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        for (auto const tag : heldTags()) {
+            auto const& row = record(tag);
+            int const value = offeredNumber(row, round % numberCount);
+            auto const string = offeredText(row, round);
+            bool const flag = round % 2 == 0;
+            if (row.value.type == eDataItemTypeInt)
+                offer(tag, rowAccepts(row, value), std::to_string(value), [&] { return Cache::setData(tag, value, false); });
+            else if (row.value.type == eDataItemTypeBool)
+                offer(tag, true, flag ? "true" : "false", [&] { return Cache::setData(tag, flag, false); });
+            else if (!databaseRow(tag).isTable)
+                offer(tag, rowAccepts(row, string), string, [&] { return Cache::setData(tag, string, false); });
+            // A value of another type is never taken.
+            EXPECT_FALSE(row.value.type == eDataItemTypeInt ? Cache::setData(tag, flag, false)
+                                                            : Cache::setData(tag, value, false))
+                << tag;
+        }
+        // What the cache does not hold goes to the management service, which answers for it.
+        for (int number = 1; number < eDataTagEnd; ++number) {
+            auto const tag = static_cast<eDataTag>(number);
+            if (m_before.contains(tag) || databaseRow(tag).isTable)
+                continue;
+            m_writes = 0;
+            bool const named = DataSourceOCMS::dataOCMSDescriptionTable[tag].item != nullptr;
+            EXPECT_EQ(Cache::setData(tag, offeredText(record(tag), round), false), named) << tag;
+            EXPECT_EQ(m_writes, 0) << tag;
+            ++m_offered;
+            m_accepted += named;
+        }
+        restartAndCompare();
+    }
+    report("typed values");
+}
+
+TEST_F(CatalogueSweep, textsOfTheManagementServiceAreTakenAsTheRowSaysAndSurviveARestart)
+{
+    for (int round = 0; round < textCount; ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        for (auto const tag : ownTags()) {
+            auto const& [managedTag, item, subItem] = DataSourceOCMS::dataOCMSDescriptionTable[tag];
+            // The sub-items of tables are completed to whole tables before they are set.
+            if (item == nullptr || subItem != nullptr)
+                continue;
+            auto const offered = offeredText(record(tag), round);
+            std::string expected;
+            bool const accepted = rowAcceptsText(record(tag), offered, expected);
+            offer(tag, accepted, expected, [&, name = *item] {
+                ManageableData request;
+                request.populate(name, name, offered);
+                bool const taken = Cache::setDataOcms(request);
+                auto const& reasons = request.rejectReasons();
+                return taken || (reasons.size() == 1 && reasons[0].reason == "UNCHANGED_DATA: " + name);
+            });
+        }
+        restartAndCompare();
+    }
+    report("texts of the management service");
+}
+
+} // namespace
