@@ -1,12 +1,12 @@
 # The front door: every job of this repository by one word. `make help` lists them.
 JOBS ?= $(shell nproc)
 MAKEFLAGS += --no-print-directory
-FORMATTED = find include src platform tool tests fuzz bench \( -name '*.h' -o -name '*.cpp' \) -print0
+FORMATTED = find . -path ./build -prune -o \( -name '*.h' -o -name '*.cpp' \) -print0
 # The thread sanitizer wants a plain memory layout.
 PLAIN_LAYOUT = $(shell setarch -R true 2>/dev/null && echo setarch -R)
 
 .DEFAULT_GOAL := help
-.PHONY: help run test format lint sanitize symbols install clean
+.PHONY: help run test format lint sanitize symbols bench install clean
 .SECONDARY:
 
 help: ## say what can be made
@@ -28,6 +28,9 @@ sanitize: test-asan test-tsan ## run all tests under the address, undefined-beha
 
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so
+
+bench: install-bench build-bench ## compare with other stores and write docs/performance.md; takes five minutes
+	@bench/run build/bench
 
 install: build-release ## install below DESTDIR
 	@cmake --install build/release

@@ -66,6 +66,12 @@ bool meansDamage(int code)
     return std::find(std::begin(codes), std::end(codes), code & 0xff) != std::end(codes);
 }
 
+std::string textOf(sqlite3_stmt* row, int column)
+{
+    auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(row, column));
+    return {text != nullptr ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(row, column))};
+}
+
 /// The end of the range of all texts that begin with `prefix`.
 std::string after(std::string prefix)
 {
@@ -181,11 +187,8 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
     int code = sqlite3_step(prepared);
     for (; code == SQLITE_ROW; code = sqlite3_step(prepared)) {
         Row row;
-        row.reserve(3);
-        for (int column = 0; rows != nullptr && column < sqlite3_column_count(prepared); ++column) {
-            auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(prepared, column));
-            row.emplace_back(text != nullptr ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(prepared, column)));
-        }
+        for (int column = 0; rows != nullptr && column < sqlite3_column_count(prepared); ++column)
+            row.push_back(textOf(prepared, column));
         if (rows != nullptr)
             rows->push_back(std::move(row));
     }
@@ -196,14 +199,16 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
     return code == SQLITE_DONE;
 }
 
-/// The first reader is the start-up, which asks for every value once: one statement gets them all.
+/// The first reader is the start-up, which asks for every value once: one statement gets them all. What it does not get is
+/// read one by one.
 void Database::readAhead()
 {
-    std::vector<Row> rows;
-    if (std::exchange(m_readAhead, true) || !run(readItems, {}, &rows))
+    if (std::exchange(m_readAhead, true))
         return;
-    for (Row& row : rows)
-        m_ahead.emplace(std::pair(std::move(row[0]), std::move(row[1])), std::move(row[2]));
+    sqlite3_stmt* const all = m_prepared[readItems];
+    while (sqlite3_step(all) == SQLITE_ROW)
+        m_ahead.emplace(std::pair(textOf(all, 0), textOf(all, 1)), textOf(all, 2));
+    sqlite3_reset(all);
 }
 
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
