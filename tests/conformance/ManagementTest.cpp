@@ -49,17 +49,6 @@ TEST(ManagementRecord, ASubItemHasAValueOnlyOnceOneWasStored)
     EXPECT_EQ(record.entries().size(), 1u);
 }
 
-TEST(ManagementRecord, RejectReasonsAreAllKeptInOrder)
-{
-    ManageableData record;
-    record.addRejectReason("volume", "volume", "first");
-    record.addRejectReason("volume", "volume", "second");
-    ASSERT_EQ(record.rejectReasons().size(), 2u);
-    EXPECT_EQ(record.rejectReasons()[0].reason, "first");
-    EXPECT_EQ(record.rejectReasons()[1].reason, "second");
-    EXPECT_EQ(rootIds(record), std::vector<std::string>{});
-}
-
 TEST(ManagementService, IsFoundByItsNameAndLeavesUnknownSubItemsWithoutValue)
 {
     auto const platform = PlatformUnderTest::make();

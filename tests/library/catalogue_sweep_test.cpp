@@ -77,16 +77,9 @@ constexpr int numberCount = 10;
 int offeredNumber(Record const& row, int i)
 {
     auto const [least, most] = bounds(row);
-    int const numbers[numberCount]{least == INT_MIN ? 1 : least - 1,
-                                   least,
-                                   least == INT_MIN ? 3 : least + 1,
-                                   most == INT_MAX ? 5 : most - 1,
-                                   most,
-                                   most == INT_MAX ? 7 : most + 1,
-                                   INT_MIN,
-                                   INT_MAX,
-                                   0,
-                                   -1};
+    int const below = least == INT_MIN ? 1 : least - 1, next = least == INT_MIN ? 3 : least + 1;
+    int const last = most == INT_MAX ? 5 : most - 1, above = most == INT_MAX ? 7 : most + 1;
+    int const numbers[numberCount]{below, least, next, last, most, above, INT_MIN, INT_MAX, 0, -1};
     return numbers[i];
 }
 

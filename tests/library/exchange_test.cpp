@@ -3,8 +3,6 @@
 
 #include "MgmtAgentIfc.h"
 
-#include <thread>
-
 using namespace Data;
 
 namespace {
@@ -14,9 +12,8 @@ protected:
     /// A change report of the management service.
     static void report(std::string const& item, std::string const& value)
     {
-        ManageableData record;
-        record.populate(item, item, value);
-        EXPECT_TRUE(Cache::manageableDataChanged(record));
+        auto change = record(item, value);
+        EXPECT_TRUE(Cache::manageableDataChanged(change));
     }
 };
 
@@ -153,16 +150,6 @@ TEST_F(ExchangeTest, announcedArrivalReadsTheUsersDataAgain)
         EXPECT_EQ(depth, 0) << "a report's callbacks run outside the lock";
 }
 
-TEST_F(ExchangeTest, aUserReadWithoutStoredValueFallsBackAndStoresTheDefault)
-{
-    platform.database("AudioSettings", "RingerVolume", "8");
-    start();
-    platform.failCall(1, true);
-    Cache::readUserDataFromSourceDB();
-    platform.failCall(0);
-    EXPECT_EQ(number(eDataTagRingerVolume), 8) << "the default could not be stored either";
-}
-
 TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
 {
     start();
@@ -177,17 +164,6 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
     EXPECT_EQ(platform.calls({"reportChanged"}).front().lockDepth, 0);
     EXPECT_EQ(listener.heard, Texts{"61=3"});
     EXPECT_EQ(number(eDataTagIceServerPort0), 99);
-}
-
-TEST_F(ExchangeTest, theServiceMayCallBackWhileItIsBeingCalled)
-{
-    start();
-    platform.onCall([](Scripted::Call const& call) {
-        bool const stored = call.name != "reportChanged" || Cache::setData(eDataTagHeadsetVolume, 8, false);
-        EXPECT_TRUE(stored);
-    });
-    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, true));
-    EXPECT_EQ(number(eDataTagHeadsetVolume), 8);
 }
 
 /// Start-up with a flag file, and what the derived flags are.

@@ -28,28 +28,16 @@ bool set(eDataTag tag, char const* text, bool toManagement = false)
     return Cache::setData(tag, std::string(text), toManagement);
 }
 
-ManageableData record(std::vector<std::array<char const*, 3>> const& values)
-{
-    ManageableData result;
-    for (auto const& [item, subItem, value] : values)
-        result.populate(item, subItem, value);
-    return result;
-}
-
-ManageableData mobility(char const* type)
-{
-    return record({{"mobility-user-data-update", "mobility-user-data-update", type}});
-}
-
 bool writeSingleValues()
 {
-    bool ok = set(eDataTagRingerVolume, 6, true);
-    ok = set(eDataTagMohEnabled, false) && ok;
-    ok = set(eDataTagCamera1Url, "/new") && ok;
-    ok = set(eDataTagIceServerPwd0, "new secret") && ok;
-    ok = set(eDataTagQosStatistics, "report", true) && ok;
-    ok = set(eDataTagCountry, "DE") && ok;
-    return set(eDataTagFunctionKeyDef100, "dial") && ok;
+    std::array const answers{set(eDataTagRingerVolume, 6, true),
+                             set(eDataTagMohEnabled, false),
+                             set(eDataTagCamera1Url, "/new"),
+                             set(eDataTagIceServerPwd0, "new secret"),
+                             set(eDataTagQosStatistics, "report", true),
+                             set(eDataTagCountry, "DE"),
+                             set(eDataTagFunctionKeyDef100, "dial")};
+    return std::find(answers.begin(), answers.end(), false) == answers.end();
 }
 
 bool readValues()
@@ -89,7 +77,7 @@ bool setByManagement()
                            {"codecSettings", "codec[1]/allowed", "false"},
                            {"SRTPEncryptionSettings", "SRTPEncryption[1]/allowed", "false"},
                            {"headsetPriorities", "headset[3]/allowed", "false"}});
-    auto another = record({{"headset-volume", "headset-volume", "7"}});
+    auto another = record("headset-volume", "7");
     bool const ok = Cache::setDataOcms(request);
     return Cache::managementAgent()->setData(another) && ok;
 }
@@ -104,12 +92,12 @@ bool readByManagement()
 
 bool userDataArrives()
 {
-    auto unmanaged = mobility("unmanaged");
+    auto unmanaged = record("mobility-user-data-update", "unmanaged");
     Cache::manageableDataChanged(unmanaged);
     Scripted::Platform::current().database("AudioSettings", "RingerVolume", "8");
     Cache::readUserDataFromSourceDB();
     set(eDataTagHeadsetVolume, 8);
-    auto end = mobility("");
+    auto end = record("mobility-user-data-update", "");
     Cache::managementAgent()->manageableDataChanged(end);
     return true;
 }

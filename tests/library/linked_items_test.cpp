@@ -44,18 +44,6 @@ TEST_F(DoorOpeners, AreLinkedWithTheCamerasTheyShowAndTheHighestWins)
     EXPECT_EQ(cameras(), (Texts{"4:400", "0:", "1:101", "0:"}));
 }
 
-TEST_F(DoorOpeners, LoseTheirCameraWhenTheyAreSwitchedOff)
-{
-    set(eDataTagDoorOpener1Type, 2, 3);
-    set<std::string>(eDataTagDoorOpener1PhoneNumber, 2, "200");
-    show(2, 4);
-    EXPECT_EQ(cameras(), (Texts{"0:", "0:", "0:", "2:200"}));
-    set(eDataTagDoorOpener1Type, 2, 0);
-    EXPECT_EQ(cameras(), (Texts{"0:", "0:", "0:", "0:"}));
-    EXPECT_EQ(platform.databaseText("OcmsSettings", "DoorOpener2Directvideo"), "0");
-    EXPECT_EQ(platform.databaseText("OcmsSettings", "DoorOpener2Phonenumber"), "");
-}
-
 TEST_F(DoorOpeners, CarryTheCameraOfTheThirdOverToWhatIsRememberedOfTheFourth)
 {
     show(3, 2);
@@ -64,13 +52,6 @@ TEST_F(DoorOpeners, CarryTheCameraOfTheThirdOverToWhatIsRememberedOfTheFourth)
     EXPECT_TRUE(Cache::setData(eDataTagCamera2DoorOpener, 1, false));
     set<std::string>(eDataTagDoorOpener1Name, 1, "Gate");
     EXPECT_EQ(cameras(), (Texts{"0:", "3:", "0:", "0:"}));
-}
-
-TEST_F(DoorOpeners, LeaveTheCamerasAloneWhenNothingAboutThemChanged)
-{
-    EXPECT_TRUE(Cache::setData(eDataTagCamera2DoorOpener, 1, false));
-    set<std::string>(eDataTagDoorOpener1Name, 1, "Gate");
-    EXPECT_EQ(cameras(), (Texts{"0:", "1:", "0:", "0:"}));
 }
 
 using Ringing = LibraryTest;

@@ -5,60 +5,43 @@ namespace {
 
 using namespace Data;
 
-std::string codecText(std::vector<std::string> const& rows)
+std::string cellText(char letter)
 {
-    std::string xml = "<Schema name=\"CodecSettings\">";
+    return letter == '+' ? "true" : letter == '-' ? "false" : std::string(1, letter);
+}
+
+/// A row is one letter per column: a digit, '+' for true, '-' for false.
+std::string tableText(std::string const& schema, std::vector<std::string> const& columns,
+                      std::vector<std::string> const& rows)
+{
+    std::string xml = "<Schema name=\"" + schema + "\">";
     for (std::string const& row : rows) {
-        xml += "<Entry><CodecType>" + row.substr(0, 1) + "</CodecType><CodecRank>" + row.substr(1, 1);
-        xml += std::string("</CodecRank><CodecAllowed>") + (row[2] == '+' ? "true" : "false");
-        xml += "</CodecAllowed><CodecPacketSize>" + row.substr(3, 1) + "</CodecPacketSize></Entry>";
+        xml += "<Entry>";
+        for (std::size_t i = 0; i < row.size(); ++i)
+            xml += "<" + columns[i] + ">" + cellText(row[i]) + "</" + columns[i] + ">";
+        xml += "</Entry>";
     }
     return xml + "</Schema>";
 }
 
-/// "Method" for SRTP, "Type" for headsets.
-std::string rankedText(std::string const& schema, std::string const& choice, std::vector<std::string> const& rows)
+std::string codecText(std::vector<std::string> const& rows)
 {
-    std::string xml = "<Schema name=\"" + schema + "\">";
-    for (std::string const& row : rows) {
-        xml += "<Entry><" + choice + ">" + row.substr(0, 1) + "</" + choice + "><Rank>" + row.substr(1, 1);
-        xml += std::string("</Rank><Allowed>") + (row[2] == '+' ? "true" : "false") + "</Allowed></Entry>";
-    }
-    return xml + "</Schema>";
+    return tableText("CodecSettings", {"CodecType", "CodecRank", "CodecAllowed", "CodecPacketSize"}, rows);
 }
 
 std::string srtpText(std::vector<std::string> const& rows)
 {
-    return rankedText("SRTPEncryptionSettings", "Method", rows);
-}
-
-std::string headsetText(std::vector<std::string> const& rows)
-{
-    return rankedText("HeadsetPriorities", "Type", rows);
+    return tableText("SRTPEncryptionSettings", {"Method", "Rank", "Allowed"}, rows);
 }
 
 struct Change {
     char const* name;
     eDataTag table;
-    eDataTag lastCell;
     DataTagValue_t cells;
     bool accepted;
 };
 
-Change codec(char const* name, DataTagValue_t cells, bool accepted)
-{
-    return {name, eDataTagCodecSettings, eDataTagCodecPacketSize4, std::move(cells), accepted};
-}
-
-Change srtp(char const* name, DataTagValue_t cells, bool accepted)
-{
-    return {name, eDataTagSRTPEncryptionSettings, eDataTagSRTPEncryptionAllowed5, std::move(cells), accepted};
-}
-
-Change headset(char const* name, DataTagValue_t cells, bool accepted)
-{
-    return {name, eDataTagHeadsetPriorities, eDataTagHeadsetAllowed3, std::move(cells), accepted};
-}
+constexpr auto codec = eDataTagCodecSettings, srtp = eDataTagSRTPEncryptionSettings, headset = eDataTagHeadsetPriorities;
 
 DataTagValue_t column(eDataTag first, std::vector<std::string> const& texts)
 {
@@ -68,59 +51,56 @@ DataTagValue_t column(eDataTag first, std::vector<std::string> const& texts)
     return cells;
 }
 
-DataTagValue_t both(DataTagValue_t first, DataTagValue_t second)
-{
-    first.merge(second);
-    return first;
-}
-
-std::vector<std::string> const no3{"false", "false", "false"};
 std::vector<std::string> const no5{"false", "false", "false", "false", "false"};
 
 Change const changes[]{
-    codec("TwoCodecsOfOneType", {{eDataTagCodecType2, "3"}}, false),
-    codec("CodecTypeAbove3", {{eDataTagCodecType1, "4"}}, false),
-    codec("NegativeCodecType", {{eDataTagCodecType1, "-1"}}, false),
-    codec("TwoCodecsOfOneRank", {{eDataTagCodecRank2, "1"}}, false),
-    codec("CodecRank0", {{eDataTagCodecRank1, "0"}}, false),
-    codec("CodecRank5", {{eDataTagCodecRank4, "5"}}, false),
-    codec("EmptyCodecRank", {{eDataTagCodecRank4, ""}}, false),
-    codec("CodecPacketSize6", {{eDataTagCodecPacketSize4, "6"}}, false),
-    codec("CodecPacketSize5", {{eDataTagCodecPacketSize4, "5"}}, true),
-    codec("NoCodecAllowed", column(eDataTagCodecAllowed1, {"false", "false", "false", "false"}), false),
+    {"TwoCodecsOfOneType", codec, {{eDataTagCodecType2, "3"}}, false},
+    {"CodecTypeAbove3", codec, {{eDataTagCodecType1, "4"}}, false},
+    {"NegativeCodecType", codec, {{eDataTagCodecType1, "-1"}}, false},
+    {"TwoCodecsOfOneRank", codec, {{eDataTagCodecRank2, "1"}}, false},
+    {"CodecRank5", codec, {{eDataTagCodecRank4, "5"}}, false},
+    {"EmptyCodecRank", codec, {{eDataTagCodecRank4, ""}}, false},
+    {"CodecPacketSize6", codec, {{eDataTagCodecPacketSize4, "6"}}, false},
+    {"CodecPacketSize5", codec, {{eDataTagCodecPacketSize4, "5"}}, true},
+    {"NoCodecAllowed", codec, column(eDataTagCodecAllowed1, {"false", "false", "false", "false"}), false},
     // Row 4 is the one with type 1, which is not allowed.
-    codec("EveryAllowedCodecWithoutHardware", column(eDataTagCodecHardwareAllowed0, {"false", "true", "false", "false"}),
-          false),
-    codec("OneAllowedCodecWithHardware", column(eDataTagCodecHardwareAllowed0, {"false", "false", "true", "false"}), true),
-    srtp("TwoRowsOfOneMethod", {{eDataTagSRTPEncryptionMethod2, "2"}}, false),
-    srtp("TwoRowsOfOneMethodButOneWithoutHardware",
-         {{eDataTagSRTPEncryptionMethod2, "2"}, {eDataTagSRTPEncryptionHardwareAllowed2, "false"}}, true),
-    srtp("Method5", {{eDataTagSRTPEncryptionMethod3, "5"}}, false),
-    srtp("Method5WithoutHardware", {{eDataTagSRTPEncryptionMethod3, "5"}, {eDataTagSRTPEncryptionHardwareAllowed3, "false"}},
-         false),
-    srtp("TwoMethodsOfOneRank", {{eDataTagSRTPEncryptionRank2, "1"}}, false),
-    srtp("TwoMethodsOfOneRankButOneWithoutHardware",
-         {{eDataTagSRTPEncryptionRank2, "1"}, {eDataTagSRTPEncryptionHardwareAllowed1, "false"}}, true),
-    srtp("MethodRank0", {{eDataTagSRTPEncryptionRank1, "0"}}, false),
-    srtp("MethodRank6", {{eDataTagSRTPEncryptionRank5, "6"}}, false),
-    srtp("NoMethodAllowed", column(eDataTagSRTPEncryptionAllowed1, no5), false),
-    srtp("OnlyAllowedMethodWithoutHardware",
-         both(column(eDataTagSRTPEncryptionAllowed1, {"true", "false", "false", "false", "false"}),
-              {{eDataTagSRTPEncryptionHardwareAllowed1, "false"}}),
-         false),
-    headset("TwoHeadsetsOfOneType", {{eDataTagHeadsetType2, "2"}}, false),
-    headset("HeadsetType3", {{eDataTagHeadsetType1, "3"}}, false),
-    headset("TwoHeadsetsOfOneRank", {{eDataTagHeadsetRank3, "2"}}, false),
-    headset("HeadsetRank4", {{eDataTagHeadsetRank3, "4"}}, false),
-    headset("NoHeadsetAllowed", column(eDataTagHeadsetAllowed1, no3), false),
-    headset("OneHeadsetWithHardware", column(eDataTagHeadsetHardwareAllowed1, {"false", "false", "true"}), true),
-};
+    {"EveryAllowedCodecWithoutHardware", codec, column(eDataTagCodecHardwareAllowed0, {"false", "true", "false", "false"}),
+     false},
+    {"OneAllowedCodecWithHardware", codec, column(eDataTagCodecHardwareAllowed0, {"false", "false", "true", "false"}), true},
+    {"TwoRowsOfOneMethod", srtp, {{eDataTagSRTPEncryptionMethod2, "2"}}, false},
+    {"TwoRowsOfOneMethodButOneWithoutHardware",
+     srtp,
+     {{eDataTagSRTPEncryptionMethod2, "2"}, {eDataTagSRTPEncryptionHardwareAllowed2, "false"}},
+     true},
+    {"Method5", srtp, {{eDataTagSRTPEncryptionMethod3, "5"}}, false},
+    {"Method5WithoutHardware",
+     srtp,
+     {{eDataTagSRTPEncryptionMethod3, "5"}, {eDataTagSRTPEncryptionHardwareAllowed3, "false"}},
+     false},
+    {"TwoMethodsOfOneRank", srtp, {{eDataTagSRTPEncryptionRank2, "1"}}, false},
+    {"TwoMethodsOfOneRankButOneWithoutHardware",
+     srtp,
+     {{eDataTagSRTPEncryptionRank2, "1"}, {eDataTagSRTPEncryptionHardwareAllowed1, "false"}},
+     true},
+    {"MethodRank6", srtp, {{eDataTagSRTPEncryptionRank5, "6"}}, false},
+    {"NoMethodAllowed", srtp, column(eDataTagSRTPEncryptionAllowed1, no5), false},
+    // The five cells from Allowed2 end with HardwareAllowed1.
+    {"OnlyAllowedMethodWithoutHardware", srtp, column(eDataTagSRTPEncryptionAllowed2, no5), false},
+    {"TwoHeadsetsOfOneType", headset, {{eDataTagHeadsetType2, "2"}}, false},
+    {"HeadsetType3", headset, {{eDataTagHeadsetType1, "3"}}, false},
+    {"TwoHeadsetsOfOneRank", headset, {{eDataTagHeadsetRank3, "2"}}, false},
+    {"HeadsetRank4", headset, {{eDataTagHeadsetRank3, "4"}}, false},
+    {"NoHeadsetAllowed", headset, column(eDataTagHeadsetAllowed1, {"false", "false", "false"}), false},
+    {"OneHeadsetWithHardware", headset, column(eDataTagHeadsetHardwareAllowed1, {"false", "false", "true"}), true}};
 
 class RankedTableChange : public TablesTest, public testing::WithParamInterface<Change> {};
 
 TEST_P(RankedTableChange, IsStoredOrBringsThePreviousCellsBack)
 {
-    auto const& [name, table, lastCell, changedCells, accepted] = GetParam();
+    auto const& [name, table, changedCells, accepted] = GetParam();
+    auto const lastCell = table == codec  ? eDataTagCodecPacketSize4
+                          : table == srtp ? eDataTagSRTPEncryptionAllowed5
+                                          : eDataTagHeadsetAllowed3;
     ASSERT_TRUE(write(table));
     auto const before = range(table, lastCell);
 
@@ -152,28 +132,17 @@ TEST_F(TablesTest, WritesCodecRanksByRowAndTheOtherRanksFromTheirCells)
     write(eDataTagSRTPEncryptionSettings);
     EXPECT_EQ(store.stored(eDataTagSRTPEncryptionSettings), std::vector{srtpText({"22+", "41+", "33+", "15+", "04+"})});
     write(eDataTagHeadsetPriorities);
-    EXPECT_EQ(store.stored(eDataTagHeadsetPriorities), std::vector{headsetText({"23+", "11+", "02+"})});
+    EXPECT_EQ(store.stored(eDataTagHeadsetPriorities),
+              std::vector{tableText("HeadsetPriorities", {"Type", "Rank", "Allowed"}, {"23+", "11+", "02+"})});
 }
 
 struct Reading {
     char const* name;
     eDataTag table;
     std::string xml;
-    eDataTag firstChoice;
     std::vector<std::string> choices; ///< after the read
     bool corrupt;
 };
-
-Reading readCodecs(char const* name, std::string xml, std::vector<std::string> types, bool corrupt)
-{
-    return {name, eDataTagCodecSettings, std::move(xml), eDataTagCodecType1, std::move(types), corrupt};
-}
-
-Reading readSrtp(char const* name, std::string xml, std::vector<std::string> methods, bool corrupt)
-{
-    return {name,   eDataTagSRTPEncryptionSettings, std::move(xml), eDataTagSRTPEncryptionMethod1, std::move(methods),
-            corrupt};
-}
 
 std::string const swapped = codecText({"02+2", "31+2", "14-2", "23+2"});
 std::vector<std::string> const swappedTypes{"3", "0", "2", "1"};
@@ -184,39 +153,39 @@ std::vector<std::string> const defaultTypes{"3", "0", "2", "1"};
 std::vector<std::string> const defaultMethods{"2", "4", "3", "1", "0"};
 
 Reading const readings[]{
-    readCodecs("CodecRowsInAnyOrderAreSorted", swapped, swappedTypes, false),
-    readCodecs("AnEmptyCodecTextLeavesGoodCellsAlone", "", cachedTypes, false),
-    readCodecs("ATextWithoutRowsLeavesGoodCellsAlone", "<Schema name=\"CodecSettings\"></Schema>", cachedTypes, false),
-    readCodecs("EmptyElementsLeaveTheirCells", "<Schema><Entry><CodecType></CodecType><CodecRank/></Entry></Schema>",
-               cachedTypes, false),
-    readCodecs("ATextThatBreaksOffAfterOneRowMeetsTheCachedOnes", reversed.substr(0, reversed.find("</Entry>") + 9),
-               defaultTypes, true),
-    readCodecs("ATextThatBreaksOffAtItsEndIsWhole", reversed.substr(0, reversed.size() - 5), reversedTypes, false),
-    readCodecs("RowsBeyondTheLastAreIgnored", codecText({"11+2", "22+2", "03+2", "34+2", "09+9", "09+9"}), reversedTypes,
-               false),
-    readCodecs("UnknownElementsAndTextBeforeTheFirstRowAreIgnored",
-               "<Schema><CodecRank>9</CodecRank><Entry><Note>7</Note><CodecType>1</CodecType></Entry>"
-               "<Entry><CodecType>0</CodecType></Entry></Schema>",
-               {"1", "0", "2", "3"}, false),
-    readCodecs("TwoCodecsOfOneTypeAreReplacedByTheDefault", codecText({"11+2", "12+2", "03+2", "34+2"}), defaultTypes, true),
-    readCodecs("CodecRanksOutOfRangeAreReplacedByTheDefault", codecText({"15+2", "22+2", "03+2", "30+2"}), defaultTypes,
-               true),
-    readSrtp("MethodsInAnyOrderAreSorted", srtpText({"15+", "04+", "23+", "42+", "31-"}), {"3", "4", "2", "0", "1"}, false),
-    readSrtp("AMethod5ResetsTheTable", srtpText({"51+", "42+", "33+", "14+", "05+"}), defaultMethods, true),
-    readSrtp("AMethodRankOf9ResetsTheTable", srtpText({"21+", "42+", "33+", "14+", "09+"}), defaultMethods, true),
-};
+    {"CodecRowsInAnyOrderAreSorted", codec, swapped, swappedTypes, false},
+    {"AnEmptyCodecTextLeavesGoodCellsAlone", codec, "", cachedTypes, false},
+    {"ATextWithoutRowsLeavesGoodCellsAlone", codec, "<Schema name=\"CodecSettings\"></Schema>", cachedTypes, false},
+    {"EmptyElementsLeaveTheirCells", codec, "<Schema><Entry><CodecType></CodecType><CodecRank/></Entry></Schema>",
+     cachedTypes, false},
+    {"ATextThatBreaksOffAfterOneRowMeetsTheCachedOnes", codec, reversed.substr(0, reversed.find("</Entry>") + 9),
+     defaultTypes, true},
+    {"ATextThatBreaksOffAtItsEndIsWhole", codec, reversed.substr(0, reversed.size() - 5), reversedTypes, false},
+    {"RowsBeyondTheLastAreIgnored", codec, codecText({"11+2", "22+2", "03+2", "34+2", "09+9", "09+9"}), reversedTypes,
+     false},
+    {"UnknownElementsAndTextBeforeTheFirstRowAreIgnored",
+     codec,
+     "<Schema><CodecRank>9</CodecRank><Entry><Note>7</Note><CodecType>1</CodecType></Entry>"
+     "<Entry><CodecType>0</CodecType></Entry></Schema>",
+     {"1", "0", "2", "3"},
+     false},
+    {"TwoCodecsOfOneTypeAreReplacedByTheDefault", codec, codecText({"11+2", "12+2", "03+2", "34+2"}), defaultTypes, true},
+    {"CodecRanksOutOfRangeAreReplacedByTheDefault", codec, codecText({"15+2", "22+2", "03+2", "30+2"}), defaultTypes, true},
+    {"MethodsInAnyOrderAreSorted", srtp, srtpText({"15+", "04+", "23+", "42+", "31-"}), {"3", "4", "2", "0", "1"}, false},
+    {"AMethod5ResetsTheTable", srtp, srtpText({"51+", "42+", "33+", "14+", "05+"}), defaultMethods, true},
+    {"AMethodRankOf9ResetsTheTable", srtp, srtpText({"21+", "42+", "33+", "14+", "09+"}), defaultMethods, true}};
 
 class RankedTableReading : public TablesTest, public testing::WithParamInterface<Reading> {};
 
 TEST_P(RankedTableReading, FillsTheCells)
 {
     auto const& reading = GetParam();
-    if (reading.table == eDataTagCodecSettings)
+    auto const first = reading.table == codec ? eDataTagCodecType1 : eDataTagSRTPEncryptionMethod1;
+    if (reading.table == codec)
         set(column(eDataTagCodecType1, cachedTypes));
     read(reading.table, reading.xml);
-    EXPECT_EQ(range(reading.firstChoice,
-                    static_cast<eDataTag>(reading.firstChoice + static_cast<int>(reading.choices.size()) - 1)),
-              column(reading.firstChoice, reading.choices));
+    auto const last = static_cast<eDataTag>(first + static_cast<int>(reading.choices.size()) - 1);
+    EXPECT_EQ(range(first, last), column(first, reading.choices));
     EXPECT_EQ(!platform.logs(2).empty(), reading.corrupt);
     // What passes as it was read is not stored again; a codec table that was replaced counts as such.
     bool const reset = reading.corrupt && reading.table != eDataTagCodecSettings;
@@ -225,16 +194,6 @@ TEST_P(RankedTableReading, FillsTheCells)
 
 INSTANTIATE_TEST_SUITE_P(Texts, RankedTableReading, testing::ValuesIn(readings),
                          [](auto const& tested) { return std::string(tested.param.name); });
-
-TEST_F(TablesTest, KeepsHardwareFlagsOfCodecsByTypeAndLetsThoseOfMethodsTravelWithTheirRows)
-{
-    set({{eDataTagCodecHardwareAllowed0, "false"}, {eDataTagSRTPEncryptionHardwareAllowed1, "false"}});
-    read(eDataTagCodecSettings, swapped);
-    EXPECT_EQ(store.cells.at(eDataTagCodecHardwareAllowed0), "false");
-    read(eDataTagSRTPEncryptionSettings, srtpText({"22+", "41+", "33+", "14+", "05+"}));
-    EXPECT_EQ(store.cells.at(eDataTagSRTPEncryptionHardwareAllowed1), "true");
-    EXPECT_EQ(store.cells.at(eDataTagSRTPEncryptionHardwareAllowed2), "false");
-}
 
 TEST_F(TablesTest, SaysWhyATableIsRefusedAndReset)
 {

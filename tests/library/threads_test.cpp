@@ -19,13 +19,6 @@ namespace {
 
 using Cache = Media::MediaDataCache;
 
-ManageableData record(std::string const& item, std::string const& subItem, std::string const& value)
-{
-    ManageableData result;
-    result.populate(item, subItem, value);
-    return result;
-}
-
 /// Uses the cache from within its notifications.
 class Meddler : public DataUpdateCallback {
 public:
@@ -78,9 +71,9 @@ Operation const operations[]{
      }},
     {"management set",
      [](auto&, int random) {
-         auto volume = record("headset-volume", "headset-volume", std::to_string(random % 9));
+         auto volume = record("headset-volume", std::to_string(random % 9));
          Cache::setDataOcms(volume);
-         auto rank = record("codecSettings", "codec[1]/rank", std::to_string(1 + random % 4));
+         auto rank = record({{"codecSettings", "codec[1]/rank", std::to_string(1 + random % 4)}});
          Cache::managementAgent()->setData(rank);
      }},
     {"management get",
@@ -92,14 +85,13 @@ Operation const operations[]{
      }},
     {"change report",
      [](auto&, int random) {
-         auto report = record("country", "country", random % 2 == 0 ? "DE" : "CA");
+         auto report = record("country", random % 2 == 0 ? "DE" : "CA");
          Cache::manageableDataChanged(report);
      }},
     {"mobility",
      [](auto&, int random) {
          constexpr std::array types{"all", "managed", "unmanaged", "", "unknown"};
-         auto report = record("mobility-user-data-update", "mobility-user-data-update",
-                              types[static_cast<std::size_t>(random) % types.size()]);
+         auto report = record("mobility-user-data-update", types[static_cast<std::size_t>(random) % types.size()]);
          Cache::managementAgent()->manageableDataChanged(report);
      }},
     {"flag file",
@@ -207,7 +199,7 @@ TEST_P(Callback, mayDoThisOnTheCacheThatCalledIt)
 
 void pushHeadsetVolume()
 {
-    auto volume = record("headset-volume", "headset-volume", "6");
+    auto volume = record("headset-volume", "6");
     EXPECT_TRUE(Cache::managementAgent()->setData(volume));
 }
 
