@@ -50,6 +50,7 @@ TEST_F(ExchangeTest, readingAMissingValueFromABulkKeepsItsLock)
     int value = 7;
     EXPECT_FALSE(bulk.getTagValue(eDataTagIceServerPort0, value));
     EXPECT_EQ(value, 7);
+    EXPECT_EQ(Scripted::Platform::heldLocks(), 1);
     EXPECT_TRUE(bulk.addTag(eDataTagIceServerPort0)) << "its own thread goes on";
 }
 
