@@ -1,20 +1,11 @@
 #include "CommandLine.h"
 
-#include "Catalogue.h"
-#include "Device.h"
-#include "Flags.h"
-#include "Management.h"
-#include "Settings.h"
+#include "Command.h"
 #include "Shell.h"
-#include "Tables.h"
-
-#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iostream>
-#include <map>
+#include <ostream>
 #include <utility>
 
 namespace Tool {
@@ -37,52 +28,7 @@ std::filesystem::path defaultDataDirectory()
     return std::filesystem::path(home ? home : ".") / ".local/share/mediadata";
 }
 
-/// One command while it is parsed and run. The options live here because the parser writes into them.
-class Command {
-public:
-    explicit Command(Workbench& workbench);
-    int run(std::vector<std::string> words);
-    std::vector<std::string> verbs();
-
-private:
-    using Verb = std::function<Report(Session&)>;
-
-    CLI::App* add(std::string const& name, std::string const& help);
-    /// A verb that needs the library.
-    void onSession(CLI::App* verb, Verb action);
-    void addGlobalOptions();
-    void addSettings();
-    void addCatalogue();
-    void addManagement();
-    void addTelephone();
-    void addShell();
-
-    Report assign(Session& session);
-    /// The words ITEM=VALUE and what is wrong with them.
-    Report assignments(std::vector<Assignment>& result) const;
-    Report withAssignments(std::function<Report(std::vector<Assignment> const&)> const& action) const;
-    Session& session();
-    int render(Report const& report) const;
-
-    struct OpenFailure {
-        std::string reason;
-    };
-
-    Workbench& m_workbench;
-    CLI::App m_app{"See, change and exercise the settings of a telephone's media process.", "mediadata"};
-    std::function<Report()> m_action;
-    bool m_runsShell = false;
-    bool m_json;
-    bool m_dryRun = false;
-    bool m_watch = false;
-    bool m_clear = false;
-    bool m_showSecrets = false;
-    std::string m_item;
-    std::string m_file;
-    std::string m_word;
-    std::vector<std::string> m_items;
-    CatalogueFormat m_format = CatalogueFormat::Tsv;
-};
+} // namespace
 
 Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbench.options.json)
 {
@@ -95,16 +41,6 @@ Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbenc
     addManagement();
     addTelephone();
     addShell();
-}
-
-CLI::App* Command::add(std::string const& name, std::string const& help)
-{
-    return m_app.add_subcommand(name, help);
-}
-
-void Command::onSession(CLI::App* verb, Verb action)
-{
-    verb->callback([this, action = std::move(action)] { m_action = [this, action] { return action(session()); }; });
 }
 
 void Command::addGlobalOptions()
@@ -124,151 +60,12 @@ void Command::addGlobalOptions()
         ->capture_default_str();
 }
 
-void Command::addSettings()
-{
-    auto* const listing = add("list", "List items with their values");
-    listing->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
-    onSession(listing, [this](Session& session) { return list(session, m_item); });
-
-    auto* const reading = add("get", "Print values");
-    reading->add_option("ITEM", m_items)->required();
-    onSession(reading, [this](Session& session) { return get(session, m_items); });
-
-    auto* const writing = add("set", "Set values, all in one bulk set");
-    writing->add_option("ITEM=VALUE", m_items);
-    writing->add_option("--file", m_file, "Read ITEM=VALUE lines from a file, - for standard input");
-    writing->add_flag("--dry-run", m_dryRun, "Check the values and write nothing");
-    writing->add_flag("--watch", m_watch, "Show what a registered callback heard");
-    onSession(writing, [this](Session& session) { return assign(session); });
-
-    auto* const describing = add("describe", "Show everything the catalogue says about an item");
-    describing->add_option("ITEM", m_item)->required();
-    onSession(describing, [this](Session& session) { return describe(session, m_item); });
-
-    auto* const resetting = add("reset", "Reset a set of settings to their defaults");
-    resetting->add_option("SET", m_word, "audio: the user's audio settings")->required()->check(CLI::IsMember({"audio"}));
-    onSession(resetting, resetAudio);
-}
-
-void Command::addCatalogue()
-{
-    std::map<std::string, CatalogueFormat> const formats{
-        {"tsv", CatalogueFormat::Tsv}, {"json", CatalogueFormat::Objects}, {"markdown", CatalogueFormat::Markdown}};
-    auto* const verb = add("catalogue", "Print the table of all settings");
-    verb->add_option("--format", m_format, "tsv, json or markdown")->transform(CLI::CheckedTransformer(formats));
-    verb->callback([this] {
-        m_action = [this] {
-            m_json = m_json || m_format == CatalogueFormat::Objects;
-            return catalogue(m_json ? CatalogueFormat::Objects : m_format);
-        };
-    });
-}
-
-void Command::addManagement()
-{
-    auto* const verb = add("mgmt", "Act as the management service");
-    verb->require_subcommand(1);
-    auto* const reading = verb->add_subcommand("get", "Read items as the service reads them");
-    reading->add_option("ITEM", m_items, "An item, or a table such as codecSettings")->required();
-    onSession(reading, [this](Session& session) { return managementGet(session, m_items); });
-
-    auto* const writing = verb->add_subcommand("set", "Set items of the media component, with reject reasons");
-    writing->add_option("ITEM=VALUE", m_items)->required();
-    onSession(writing, [this](Session& session) {
-        return withAssignments([&](auto const& values) { return managementSet(session, values); });
-    });
-
-    auto* const changed = verb->add_subcommand("changed", "Report that items of other components changed");
-    changed->add_option("ITEM=VALUE", m_items)->required();
-    onSession(changed, [this](Session& session) {
-        return withAssignments([&](auto const& values) { return managementChanged(session, values); });
-    });
-    onSession(verb->add_subcommand("reset-user-data", "Order a reset of the user's settings"), managementReset);
-    onSession(verb->add_subcommand("journal", "Show what the library read, reported and requested"), managementJournal);
-}
-
-void Command::addTelephone()
-{
-    auto* const showing = add("table", "Show a table as people read it");
-    showing->add_option("NAME", m_word, "The table")->required()->check(CLI::IsMember(tableNames()));
-    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier");
-    onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
-
-    auto* const where = add("country", "Show the country, or report a new one");
-    where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
-    onSession(where, [this](Session& session) { return country(session, m_word); });
-
-    auto* const moving = add("mobility", "Announce how the user's data is handled");
-    moving->add_option("TYPE", m_word, "all, managed, unmanaged or an empty text")->required();
-    onSession(moving, [this](Session& session) { return mobility(session, m_word); });
-
-    auto* const options = add("flags", "Show or change the flag file");
-    options->add_option("FLAG[=VALUE]", m_items, "FLAG alone means true, FLAG= takes its line away");
-    options->add_flag("--clear", m_clear, "Remove the file");
-    onSession(options, [this](Session& session) { return flags(session, m_items, m_clear); });
-
-    auto* const profile = add("device", "Show or change the device profile");
-    profile->add_option("--model", m_word)->check(CLI::IsMember({"entry", "top", "other"}));
-    profile->add_option("--usb", m_item)->check(CLI::IsMember({"yes", "no"}));
-    onSession(profile, [this](Session& session) { return device(session, m_word, m_item); });
-}
-
-void Command::addShell()
-{
-    if (m_workbench.inShell)
-        return;
-    add("shell", "All verbs in one running process; commands from a pipe when there is no terminal")->callback([this] {
-        m_runsShell = true;
-    });
-}
-
 std::vector<std::string> Command::verbs()
 {
     std::vector<std::string> names;
     for (auto const* const verb : m_app.get_subcommands([](CLI::App const*) { return true; }))
         names.push_back(verb->get_name());
     return names;
-}
-
-Report Command::assignments(std::vector<Assignment>& result) const
-{
-    Report report;
-    for (auto const& text : m_items) {
-        Assignment assignment;
-        if (parseAssignment(text, assignment))
-            result.push_back(std::move(assignment));
-        else
-            report.fail(exitUsage, {text, "expected ITEM=VALUE"});
-    }
-    return report;
-}
-
-Report Command::withAssignments(std::function<Report(std::vector<Assignment> const&)> const& action) const
-{
-    std::vector<Assignment> values;
-    auto report = assignments(values);
-    return report.code == exitOk ? action(values) : report;
-}
-
-Report Command::assign(Session& session)
-{
-    std::vector<Assignment> values;
-    if (!m_file.empty()) {
-        std::ifstream file;
-        if (m_file != "-")
-            file.open(m_file);
-        if (m_file != "-" && !file)
-            return failure(exitUsage, m_file, "cannot be read");
-        auto report = readAssignments(m_file == "-" ? std::cin : file, m_file, values);
-        if (report.code != exitOk)
-            return report;
-    }
-    auto report = assignments(values);
-    if (report.code != exitOk)
-        return report;
-    if (values.empty())
-        return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
-    return set(session, values, m_dryRun, m_watch);
 }
 
 Session& Command::session()
@@ -287,9 +84,9 @@ Session& Command::session()
 int Command::render(Report const& report) const
 {
     if (m_json)
-        renderJson(report, std::cout);
+        renderJson(report, m_workbench.console->out);
     else
-        renderText(report, std::cout, std::cerr);
+        renderText(report, m_workbench.console->out, m_workbench.console->err);
     return report.code;
 }
 
@@ -301,7 +98,7 @@ int Command::run(std::vector<std::string> words)
         m_app.parse(std::move(words));
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) // The help was asked for.
-            return m_app.exit(error, std::cout, std::cerr);
+            return m_app.exit(error, m_workbench.console->out, m_workbench.console->err);
         m_json = m_json || wantsJson; // The parser takes options over only when all words are in order.
         auto const unexpected = m_app.remaining(true);
         return render(failure(exitUsage, unexpected.empty() ? "" : unexpected.front(),
@@ -322,8 +119,6 @@ int Command::run(std::vector<std::string> words)
     }
 }
 
-} // namespace
-
 std::vector<std::string> verbNames()
 {
     Workbench shell;
@@ -336,9 +131,10 @@ std::vector<std::string> verbNames()
 int runCommand(Workbench& workbench, std::vector<std::string> words)
 {
     int const code = Command(workbench).run(std::move(words));
-    if (std::cout.flush())
+    auto const& console = *workbench.console;
+    if (console.out.flush())
         return code;
-    std::cerr << "mediadata: the answer could not be written\n";
+    console.err << "mediadata: the answer could not be written\n";
     return std::max<int>(code, exitInternal);
 }
 

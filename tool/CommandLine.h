@@ -1,10 +1,9 @@
 // The verbs and options of the command line; the same words serve a process of their own and a line of the shell.
 #pragma once
 
+#include "Console.h"
 #include "Session.h"
 
-#include <functional>
-#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +12,7 @@ namespace Tool {
 
 /// What the verbs of one process share. The library is started by the first verb that needs it.
 struct Workbench {
+    Console* console = &standardConsole();
     Options options;
     std::unique_ptr<Session> session;
     bool inShell = false;

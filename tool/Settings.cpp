@@ -18,10 +18,10 @@
 
 #include <algorithm>
 #include <array>
-#include <istream>
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <utility>
 
 namespace Tool {
@@ -255,9 +255,10 @@ bool parseAssignment(std::string const& text, Assignment& assignment)
     return true;
 }
 
-Report readAssignments(std::istream& input, std::string const& fileName, std::vector<Assignment>& assignments)
+Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments)
 {
     Report report;
+    std::istringstream input(content);
     std::string line;
     for (int number = 1; std::getline(input, line); ++number) {
         auto const text = trimmed(line);
@@ -270,8 +271,6 @@ Report readAssignments(std::istream& input, std::string const& fileName, std::ve
         }
         assignments.push_back({trimmed(assignment.item), unquoted(trimmed(assignment.value))});
     }
-    if (input.bad())
-        report.fail(exitUsage, {fileName, "cannot be read"});
     return report;
 }
 

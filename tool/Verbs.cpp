@@ -1,0 +1,160 @@
+// The verbs and their options.
+#include "Command.h"
+#include "Device.h"
+#include "Flags.h"
+#include "Management.h"
+#include "Tables.h"
+
+#include <map>
+#include <utility>
+
+namespace Tool {
+
+CLI::App* Command::add(std::string const& name, std::string const& help)
+{
+    return m_app.add_subcommand(name, help);
+}
+
+void Command::onSession(CLI::App* verb, Verb action)
+{
+    verb->callback([this, action = std::move(action)] { m_action = [this, action] { return action(session()); }; });
+}
+
+void Command::addSettings()
+{
+    auto* const listing = add("list", "List items with their values");
+    listing->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
+    onSession(listing, [this](Session& session) { return list(session, m_item); });
+
+    auto* const reading = add("get", "Print values");
+    reading->add_option("ITEM", m_items)->required();
+    onSession(reading, [this](Session& session) { return get(session, m_items); });
+
+    auto* const writing = add("set", "Set values, all in one bulk set");
+    writing->add_option("ITEM=VALUE", m_items);
+    writing->add_option("--file", m_file, "Read ITEM=VALUE lines from a file, - for standard input");
+    writing->add_flag("--dry-run", m_dryRun, "Check the values and write nothing");
+    writing->add_flag("--watch", m_watch, "Show what a registered callback heard");
+    onSession(writing, [this](Session& session) { return assign(session); });
+
+    auto* const describing = add("describe", "Show everything the catalogue says about an item");
+    describing->add_option("ITEM", m_item)->required();
+    onSession(describing, [this](Session& session) { return describe(session, m_item); });
+
+    auto* const resetting = add("reset", "Reset a set of settings to their defaults");
+    resetting->add_option("SET", m_word, "audio: the user's audio settings")->required()->check(CLI::IsMember({"audio"}));
+    onSession(resetting, resetAudio);
+}
+
+void Command::addCatalogue()
+{
+    std::map<std::string, CatalogueFormat> const formats{
+        {"tsv", CatalogueFormat::Tsv}, {"json", CatalogueFormat::Objects}, {"markdown", CatalogueFormat::Markdown}};
+    auto* const verb = add("catalogue", "Print the table of all settings");
+    verb->add_option("--format", m_format, "tsv, json or markdown")->transform(CLI::CheckedTransformer(formats));
+    verb->callback([this] {
+        m_action = [this] {
+            m_json = m_json || m_format == CatalogueFormat::Objects;
+            return catalogue(m_json ? CatalogueFormat::Objects : m_format);
+        };
+    });
+}
+
+void Command::addManagement()
+{
+    auto* const verb = add("mgmt", "Act as the management service");
+    verb->require_subcommand(1);
+    auto* const reading = verb->add_subcommand("get", "Read items as the service reads them");
+    reading->add_option("ITEM", m_items, "An item, or a table such as codecSettings")->required();
+    onSession(reading, [this](Session& session) { return managementGet(session, m_items); });
+
+    auto* const writing = verb->add_subcommand("set", "Set items of the media component, with reject reasons");
+    writing->add_option("ITEM=VALUE", m_items)->required();
+    onSession(writing, [this](Session& session) {
+        return withAssignments([&](auto const& values) { return managementSet(session, values); });
+    });
+
+    auto* const changed = verb->add_subcommand("changed", "Report that items of other components changed");
+    changed->add_option("ITEM=VALUE", m_items)->required();
+    onSession(changed, [this](Session& session) {
+        return withAssignments([&](auto const& values) { return managementChanged(session, values); });
+    });
+    onSession(verb->add_subcommand("reset-user-data", "Order a reset of the user's settings"), managementReset);
+    onSession(verb->add_subcommand("journal", "Show what the library read, reported and requested"), managementJournal);
+}
+
+void Command::addTelephone()
+{
+    auto* const showing = add("table", "Show a table as people read it");
+    showing->add_option("NAME", m_word, "The table")->required()->check(CLI::IsMember(tableNames()));
+    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier");
+    onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
+
+    auto* const where = add("country", "Show the country, or report a new one");
+    where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
+    onSession(where, [this](Session& session) { return country(session, m_word); });
+
+    auto* const moving = add("mobility", "Announce how the user's data is handled");
+    moving->add_option("TYPE", m_word, "all, managed, unmanaged or an empty text")->required();
+    onSession(moving, [this](Session& session) { return mobility(session, m_word); });
+
+    auto* const options = add("flags", "Show or change the flag file");
+    options->add_option("FLAG[=VALUE]", m_items, "FLAG alone means true, FLAG= takes its line away");
+    options->add_flag("--clear", m_clear, "Remove the file");
+    onSession(options, [this](Session& session) { return flags(session, m_items, m_clear); });
+
+    auto* const profile = add("device", "Show or change the device profile");
+    profile->add_option("--model", m_word)->check(CLI::IsMember({"entry", "top", "other"}));
+    profile->add_option("--usb", m_item)->check(CLI::IsMember({"yes", "no"}));
+    onSession(profile, [this](Session& session) { return device(session, m_word, m_item); });
+}
+
+void Command::addShell()
+{
+    if (m_workbench.inShell)
+        return;
+    add("shell", "All verbs in one running process; commands from a pipe when there is no terminal")->callback([this] {
+        m_runsShell = true;
+    });
+}
+
+Report Command::assignments(std::vector<Assignment>& result) const
+{
+    Report report;
+    for (auto const& text : m_items) {
+        Assignment assignment;
+        if (parseAssignment(text, assignment))
+            result.push_back(std::move(assignment));
+        else
+            report.fail(exitUsage, {text, "expected ITEM=VALUE"});
+    }
+    return report;
+}
+
+Report Command::withAssignments(std::function<Report(std::vector<Assignment> const&)> const& action) const
+{
+    std::vector<Assignment> values;
+    auto report = assignments(values);
+    return report.code == exitOk ? action(values) : report;
+}
+
+Report Command::assign(Session& session)
+{
+    std::vector<Assignment> values;
+    if (!m_file.empty()) {
+        std::string text;
+        if (!m_workbench.console->read(m_file, text))
+            return failure(exitUsage, m_file, "cannot be read");
+        auto report = readAssignments(text, m_file, values);
+        if (report.code != exitOk)
+            return report;
+    }
+    auto report = assignments(values);
+    if (report.code != exitOk)
+        return report;
+    if (values.empty())
+        return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
+    return set(session, values, m_dryRun, m_watch);
+}
+
+} // namespace Tool
