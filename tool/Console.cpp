@@ -1,8 +1,8 @@
 #include "Console.h"
 
+#include <array>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 
 namespace Tool {
 
@@ -12,8 +12,12 @@ bool Console::read(std::string const& file, std::string& text) const
     if (file != "-")
         opened.open(directory / file, std::ios::binary);
     auto& input = file == "-" ? in : opened;
-    text.assign(std::istreambuf_iterator<char>(input), {});
-    return !input.bad() && (file == "-" || opened.is_open());
+    // Read in pieces: a stream that cannot be read, such as a directory, says so only there.
+    text.clear();
+    std::array<char, 4096> piece;
+    while (input.read(piece.data(), piece.size()) || input.gcount() > 0)
+        text.append(piece.data(), static_cast<std::size_t>(input.gcount()));
+    return input.eof() && !input.bad();
 }
 
 Console& standardConsole()
