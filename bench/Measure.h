@@ -160,7 +160,7 @@ template <class Store, class Done> void startUp(Setup const& setup, Done done)
     done();
 }
 
-/// Arguments: variant, directory, what to do (fill, all, start, memory, count OPERATION N). `start` prints the time of the
+/// Arguments: variant, directory, what to do (fill, all, start, memory, count OPERATION N, trace OPERATION N). `start` prints the time of the
 /// monotonic clock when the first value was there.
 template <class Store> int measure(int argc, char** argv)
 {
@@ -185,7 +185,7 @@ template <class Store> int measure(int argc, char** argv)
     }
     std::thread([] {}).join(); // a process that never had a second thread gets cheaper locks
     pin(0);
-    Runner runner(argc > 5 ? argv[4] : "", argc > 5 ? static_cast<std::size_t>(std::atol(argv[5])) : 0);
+    Runner runner(argc > 5 ? argv[4] : "", argc > 5 ? static_cast<std::size_t>(std::atol(argv[5])) : 0, job == "trace");
     runner.operation("start-up and shut-down in process", 0.2, [&](std::size_t) { startUp<Store>(setup, [] {}); });
     Store store(setup);
     if constexpr (!Store::persists)

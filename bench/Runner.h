@@ -59,7 +59,10 @@ private:
 class Runner {
 public:
     /// `count` 0: all operations are timed. Otherwise only `operation` runs, that often.
-    Runner(std::string operation, std::size_t count) : m_only(std::move(operation)), m_count(count) {}
+    /// With `marksEach` each call begins with a mark, too, for telling which system calls belong to it.
+    Runner(std::string operation, std::size_t count, bool marksEach = false)
+        : m_only(std::move(operation)), m_count(count), m_marksEach(marksEach)
+    {}
 
     bool wants(std::string const& name) const { return m_only.empty() || m_only == name; }
 
@@ -71,8 +74,13 @@ public:
         if (m_count > 0) {
             call(0);
             mark("begin");
-            for (std::size_t i = 1; i <= m_count; ++i)
+            CALLGRIND_TOGGLE_COLLECT;
+            for (std::size_t i = 1; i <= m_count; ++i) {
+                if (m_marksEach)
+                    mark("call");
                 call(i);
+            }
+            CALLGRIND_TOGGLE_COLLECT;
             mark("end");
             return;
         }
@@ -98,14 +106,11 @@ private:
         return seconds(Clock::now() - start);
     }
 
-    static void mark(std::string const& name)
-    {
-        CALLGRIND_TOGGLE_COLLECT;
-        [[maybe_unused]] auto const refused = write(-1, name.data(), name.size());
-    }
+    static void mark(std::string const& name) { [[maybe_unused]] auto const refused = write(-1, name.data(), name.size()); }
 
     std::string m_only;
     std::size_t m_count;
+    bool m_marksEach;
 };
 
 /// One figure of /proc/self, in kB.

@@ -39,43 +39,33 @@ BulkData& BulkData::operator=(BulkData const& other)
     // The source is copied under its own lock alone and swapped in under ours alone: two objects assigned to each other by two
     // threads never wait for one another.
     Items items;
-    std::set<eDataTag> tags;
     {
         ScopedLock const held(*other.m_lock);
         deepCopyMap(other.m_items, items);
-        tags = other.m_tags;
     }
-    {
-        ScopedLock const held(*m_lock);
-        m_items.swap(items);
-        m_tags.swap(tags);
-    }
-    deleteItems(items);
+    ScopedLock const held(*m_lock);
+    m_items.swap(items);
     return *this;
 }
 
-BulkData::~BulkData()
-{
-    deleteItems(m_items);
-}
+BulkData::~BulkData() = default;
 
 void BulkData::deepCopyMap(Items const& source, Items& target)
 {
-    for (auto const& [tag, item] : source)
-        target.emplace(tag, item ? new BulkDataItem(*item) : nullptr);
+    target = source;
 }
 
-void BulkData::deleteItems(Items& items)
+/// Null for a tag without a value.
+BulkDataItem* BulkData::findItem(eDataTag tag)
 {
-    for (auto const& entry : items)
-        delete entry.second;
-    items.clear();
+    auto const found = m_items.find(tag);
+    return found != m_items.end() && found->second ? &*found->second : nullptr;
 }
 
 bool BulkData::addTag(eDataTag tag)
 {
     ScopedLock const held(*m_lock);
-    m_tags.insert(tag);
+    m_items.try_emplace(tag);
     return true;
 }
 
@@ -99,11 +89,9 @@ template <class T> bool BulkData::addTagValue(eDataTag tag, T const& value, bool
         return false;
     ScopedLock const held(*m_lock);
     auto& item = m_items[tag];
-    if (!item) {
-        item = new BulkDataItem;
-        m_tags.insert(tag);
-    }
-    item->*field<T> = value;
+    if (!item)
+        item.emplace();
+    (*item).*field<T> = value;
     item->itemType = type;
     item->writtenToDb = writtenToDb;
     return true;
@@ -117,10 +105,10 @@ template <class T> bool BulkData::setTagData(eDataTag tag, T const& value, bool 
 template <class T> bool BulkData::getTagValue(eDataTag tag, T& value)
 {
     m_lock->take(-1);
-    auto const found = m_items.find(tag);
-    if (found == m_items.end() || !found->second)
+    auto const* const item = findItem(tag);
+    if (!item)
         return false; // The lock stays held: required behaviour, felt only by other threads that use the same object.
-    value = found->second->*field<T>;
+    value = item->*field<T>;
     m_lock->give();
     return true;
 }
@@ -133,9 +121,8 @@ template <class T> bool BulkData::getTagData(eDataTag tag, T& value)
 void BulkData::setTagWrittenToDb(eDataTag tag, bool written)
 {
     ScopedLock const held(*m_lock);
-    auto const found = m_items.find(tag);
-    if (found != m_items.end() && found->second)
-        found->second->writtenToDb = written;
+    if (auto* const item = findItem(tag))
+        item->writtenToDb = written;
 }
 
 std::set<eDataTag> BulkData::getTagsNotSetInDb()
@@ -151,19 +138,34 @@ std::set<eDataTag> BulkData::getTagsNotSetInDb()
 
 std::set<eDataTag> BulkData::getTags() const
 {
-    return m_tags;
+    auto const tags = listTags();
+    return {tags.begin(), tags.end()};
+}
+
+std::vector<eDataTag> BulkData::listTags() const
+{
+    std::vector<eDataTag> tags;
+    tags.reserve(m_items.size());
+    for (auto const& entry : m_items)
+        tags.push_back(entry.first);
+    return tags;
 }
 
 std::map<eDataTag, BulkDataItem*> BulkData::getTagsValues() const
 {
-    return m_items;
+    // Who may change the values is up to the holder of the object, whose own they stay.
+    std::map<eDataTag, BulkDataItem*> values;
+    for (auto const& [tag, item] : m_items) {
+        if (item)
+            values.emplace_hint(values.end(), tag, const_cast<BulkDataItem*>(&*item));
+    }
+    return values;
 }
 
 void BulkData::clear()
 {
     ScopedLock const held(*m_lock);
-    deleteItems(m_items);
-    m_tags.clear();
+    m_items.clear();
 }
 
 std::string BulkData::serialize()

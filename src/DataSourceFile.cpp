@@ -41,9 +41,9 @@ bool DataSourceFile::isConfigFileChanged()
 
 void DataSourceFile::readConfigFile(DataTagValue_t& values)
 {
-    // Opening a pipe in the file's place would wait for its writer.
+    // In the file's place a pipe would wait for its writer, and a device might never end.
     struct stat status {};
-    if (stat(configFile().c_str(), &status) != 0 || S_ISFIFO(status.st_mode))
+    if (stat(configFile().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
         return;
     std::ifstream file(configFile());
     if (!file.is_open())

@@ -6,8 +6,10 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 class Semaphore;
 
@@ -59,13 +61,16 @@ public:
     std::string serialize();
 
 private:
-    using Items = std::map<eDataTag, BulkDataItem*>;
+    friend class DataCache; ///< reads the tags without the set
 
-    static void deepCopyMap(Items const& source, Items& target);
-    static void deleteItems(Items& items);
+    /// All tags asked for, those with a value with their item: one node a tag instead of a map and a set.
+    using Items = std::map<eDataTag, std::optional<BulkDataItem>>;
 
-    Items m_items; ///< owned
-    std::set<eDataTag> m_tags;
+    MEDIADATA_HIDDEN static void deepCopyMap(Items const& source, Items& target);
+    MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag);
+    MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const;
+
+    Items m_items;
     std::unique_ptr<Semaphore> m_lock;
 };
 

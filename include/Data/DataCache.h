@@ -109,12 +109,14 @@ private:
     bool updateDataInSourceDB(DataTagValue_t& rejected);
     bool updateDataInSourceDB();
 
-    bool applyChangedConfigFile();
-    DataItemBase* findItem(eDataTag tag) const;
-    void noteChange(eDataTag tag);
-    void applyDefaults(DataTagValue_t const& defaults);
-    void collectChanges(std::map<DataUpdateCallback*, BulkData>& changes);
-    void pushUserData(DataTagValue_t pending, unsigned int announcement);
+    MEDIADATA_HIDDEN bool applyChangedConfigFile();
+    MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const;
+    MEDIADATA_HIDDEN void touch(eDataTag tag);
+    MEDIADATA_HIDDEN void forgetTouched();
+    MEDIADATA_HIDDEN void noteChange(eDataTag tag);
+    MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults);
+    MEDIADATA_HIDDEN void collectChanges(std::map<DataUpdateCallback*, BulkData>& changes);
+    MEDIADATA_HIDDEN void pushUserData(DataTagValue_t pending, unsigned int announcement);
 
     eDataComponent m_component;
     bool m_initialised = false;
@@ -126,6 +128,8 @@ private:
     std::unique_ptr<DataSourceFile> m_sourceFile;
     std::array<DataItemBase*, tagCount> m_index{}; ///< the map's items by tag, for look-ups in constant time
     std::bitset<tagCount> m_touched;               ///< the tags whose changed mark may be set
+    std::size_t m_touchedBegin = tagCount;         ///< no touched tag is lower
+    std::size_t m_touchedEnd = 0;                  ///< all touched tags are lower
 };
 
 } // namespace Data

@@ -8,6 +8,8 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 class DataUpdateCallback;
 
@@ -54,6 +56,10 @@ public:
     eDataTag tag() const { return m_tag; }
     eDataSource source() const { return m_source; }
     bool isChanged() const { return m_changed; }
+    /// Takes the change without its callbacks: true when there was one.
+    bool takeChange() { return std::exchange(m_changed, false); }
+    /// In the order of their addresses.
+    std::vector<DataUpdateCallback*> const& callbacks() const { return m_callbacks; }
 
 protected:
     void markChanged() { m_changed = true; }
@@ -63,7 +69,7 @@ private:
     eDataSource m_source;
     std::unique_ptr<DataValidator> m_stringChain;
     std::unique_ptr<DataValidator> m_valueChain;
-    std::set<DataUpdateCallback*> m_callbacks;
+    std::vector<DataUpdateCallback*> m_callbacks; ///< sorted; most items have none
     bool m_changed = false;
 };
 

@@ -63,7 +63,7 @@ public:
 private:
     void fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags);
     void cleanStorageMap();
-    bool writeTable(eDataTag tag, DataStorage& storage, std::string const& xml);
+    MEDIADATA_HIDDEN bool writeTable(eDataTag tag, DataStorage& storage, std::string const& xml);
 
     /// By the address of the schema's name constant.
     std::map<std::string const*, std::unique_ptr<DataStorage>> m_storages;

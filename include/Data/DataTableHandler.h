@@ -43,9 +43,9 @@ public:
 
 private:
     void fillTableMap(std::list<eDataTag> const& tableTags);
-    void readTable(DataTable& table);
-    bool writeTable(DataTable& table, DataTagValue_t& rejected);
-    void resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore);
+    MEDIADATA_HIDDEN void readTable(DataTable& table);
+    MEDIADATA_HIDDEN bool writeTable(DataTable& table, DataTagValue_t& rejected);
+    MEDIADATA_HIDDEN void resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore);
 
     DataDBCallback* m_callback;
     std::map<eDataTag, std::unique_ptr<DataTable>> m_tables;

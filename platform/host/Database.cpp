@@ -1,6 +1,6 @@
 // SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses
-// every statement but reading and changing rows of the two tables, and all statements are prepared once, from one fixed
-// list. One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no
+// every statement but reading and changing rows of the two tables, and each statement is prepared once, from one fixed
+// list, when it is first needed. One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no
 // shared memory.
 #include "Database.h"
 
@@ -28,11 +28,13 @@ constexpr std::array<char const*, 1> migrations{
 
 constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
                                  "PRAGMA journal_mode = WAL;"
+                                 "PRAGMA synchronous = FULL;"
                                  "PRAGMA wal_autocheckpoint = 128;"
                                  "PRAGMA journal_size_limit = 1048576;"
                                  "PRAGMA secure_delete = ON;"
                                  "PRAGMA cell_size_check = ON;"
                                  "PRAGMA mmap_size = 0;"
+                                 "PRAGMA cache_size = 20;" // pages, what SQLite allots at once; the values in use lie in items
                                  "PRAGMA temp_store = MEMORY;";
 
 int authorize(void*, int action, char const* subject, char const*, char const*, char const*)
@@ -60,16 +62,27 @@ int takeFirstColumn(void* target, int columns, char** values, char**)
     return 0;
 }
 
+std::string fileOf(sqlite3* handle)
+{
+    return sqlite3_db_filename(handle, "main");
+}
+
 bool meansDamage(int code)
 {
     constexpr int codes[] = {SQLITE_CORRUPT, SQLITE_NOTADB, SQLITE_ERROR, SQLITE_SCHEMA, SQLITE_MISMATCH, SQLITE_FORMAT};
     return std::find(std::begin(codes), std::end(codes), code & 0xff) != std::end(codes);
 }
 
-std::string textOf(sqlite3_stmt* row, int column)
+/// Valid until the statement's next step.
+std::string_view viewOf(sqlite3_stmt* row, int column)
 {
     auto const* const text = reinterpret_cast<char const*>(sqlite3_column_text(row, column));
     return {text != nullptr ? text : "", static_cast<std::size_t>(sqlite3_column_bytes(row, column))};
+}
+
+std::string textOf(sqlite3_stmt* row, int column)
+{
+    return std::string(viewOf(row, column));
 }
 
 /// The end of the range of all texts that begin with `prefix`.
@@ -96,10 +109,10 @@ std::array<char const*, Database::statements> const Database::m_texts{
     "COMMIT",
     "ROLLBACK"};
 
-std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault& fault, Durability durability)
+std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault& fault)
 {
     std::unique_ptr<Database> database(new Database);
-    return database->prepare(path, durability, fault) ? std::move(database) : nullptr;
+    return database->prepare(path, fault) ? std::move(database) : nullptr;
 }
 
 Database::~Database()
@@ -117,7 +130,7 @@ bool Database::failed(DatabaseFault& fault, std::string const& action) const
     return false;
 }
 
-bool Database::prepare(std::string const& path, Durability durability, DatabaseFault& fault)
+bool Database::prepare(std::string const& path, DatabaseFault& fault)
 {
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
     if (sqlite3_open_v2(path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK)
@@ -129,10 +142,9 @@ bool Database::prepare(std::string const& path, Durability durability, DatabaseF
                                      std::pair{SQLITE_DBCONFIG_DQS_DML, 0}, std::pair{SQLITE_DBCONFIG_DQS_DDL, 0}})
         sqlite3_db_config(m_handle, option, on, nullptr);
     sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_LOOKASIDE, nullptr, 0, 0); // memory for many statements; here are few
 
-    char const* const sync = durability == Durability::full ? "PRAGMA synchronous = FULL" : "PRAGMA synchronous = NORMAL";
-    if (sqlite3_exec(m_handle, settings, nullptr, nullptr, nullptr) != SQLITE_OK ||
-        sqlite3_exec(m_handle, sync, nullptr, nullptr, nullptr) != SQLITE_OK)
+    if (sqlite3_exec(m_handle, settings, nullptr, nullptr, nullptr) != SQLITE_OK)
         return failed(fault, "cannot use " + path);
     std::string verdict;
     if (sqlite3_exec(m_handle, "PRAGMA journal_mode", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
@@ -154,7 +166,7 @@ bool Database::migrate(DatabaseFault& fault)
 {
     std::string found;
     if (sqlite3_exec(m_handle, "PRAGMA user_version", takeFirstColumn, &found, nullptr) != SQLITE_OK)
-        return failed(fault, "cannot tell the version");
+        return failed(fault, "cannot tell the version of " + fileOf(m_handle));
     std::size_t version = static_cast<std::size_t>(std::strtoul(found.c_str(), nullptr, 10));
     if (version > migrations.size()) {
         fault = {false, "database: version " + found + " was made by a newer release; this one knows up to version " +
@@ -164,7 +176,7 @@ bool Database::migrate(DatabaseFault& fault)
     for (; version < migrations.size(); ++version) {
         std::string const step = std::string("BEGIN IMMEDIATE;") + migrations[version] + "COMMIT;";
         if (sqlite3_exec(m_handle, step.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
-            return failed(fault, "cannot be brought to version " + std::to_string(version + 1));
+            return failed(fault, fileOf(m_handle) + " cannot be brought to version " + std::to_string(version + 1));
     }
     return true;
 }
@@ -172,30 +184,43 @@ bool Database::migrate(DatabaseFault& fault)
 bool Database::prepareStatements(DatabaseFault& fault)
 {
     sqlite3_set_authorizer(m_handle, authorize, nullptr);
-    for (std::size_t i = 0; i < statements; ++i)
-        if (sqlite3_prepare_v3(m_handle, m_texts[i], -1, SQLITE_PREPARE_PERSISTENT, &m_prepared[i], nullptr) != SQLITE_OK)
-            return failed(fault, "has not the tables it should have");
+    // One of each table tells whether it is as it should be.
+    for (Statement const each : {readItems, addEntry})
+        if (prepared(each) == nullptr)
+            return failed(fault, fileOf(m_handle) + " has not the tables it should have");
     return true;
+}
+
+sqlite3_stmt* Database::prepared(Statement statement)
+{
+    sqlite3_stmt*& prepared = m_prepared[statement];
+    if (prepared == nullptr)
+        sqlite3_prepare_v3(m_handle, m_texts[statement], -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+    return prepared;
 }
 
 bool Database::run(Statement statement, std::span<std::string const> parameters, std::vector<Row>* rows)
 {
-    sqlite3_stmt* const prepared = m_prepared[statement];
+    sqlite3_stmt* const text = prepared(statement);
+    if (text == nullptr) {
+        HOST_LOG_ERROR(UNIT, std::string("\"") + m_texts[statement] + "\" cannot be prepared: " + sqlite3_errmsg(m_handle));
+        return false;
+    }
     int place = 0;
     for (std::string const& each : parameters)
-        sqlite3_bind_text64(prepared, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
-    int code = sqlite3_step(prepared);
-    for (; code == SQLITE_ROW; code = sqlite3_step(prepared)) {
+        sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
+    int code = sqlite3_step(text);
+    for (; code == SQLITE_ROW; code = sqlite3_step(text)) {
         Row row;
-        for (int column = 0; rows != nullptr && column < sqlite3_column_count(prepared); ++column)
-            row.push_back(textOf(prepared, column));
+        for (int column = 0; rows != nullptr && column < sqlite3_column_count(text); ++column)
+            row.push_back(textOf(text, column));
         if (rows != nullptr)
             rows->push_back(std::move(row));
     }
     if (code != SQLITE_DONE)
-        HOST_LOG_ERROR(UNIT, std::string("\"") + m_texts[statement] + "\" failed: " + sqlite3_errmsg(m_handle));
-    sqlite3_reset(prepared);
-    sqlite3_clear_bindings(prepared);
+        HOST_LOG_ERROR(UNIT, fileOf(m_handle) + ": " + sqlite3_errmsg(m_handle) + " (" + m_texts[statement] + ")");
+    sqlite3_reset(text);
+    sqlite3_clear_bindings(text);
     return code == SQLITE_DONE;
 }
 
@@ -203,20 +228,27 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
 /// read one by one.
 void Database::readAhead()
 {
-    if (std::exchange(m_readAhead, true))
-        return;
-    sqlite3_stmt* const all = m_prepared[readItems];
-    while (sqlite3_step(all) == SQLITE_ROW)
-        m_ahead.emplace(std::pair(textOf(all, 0), textOf(all, 1)), textOf(all, 2));
-    sqlite3_reset(all);
+    sqlite3_stmt* const all = prepared(readItems);
+    m_ahead.emplace();
+    int code = sqlite3_step(all);
+    for (; code == SQLITE_ROW; code = sqlite3_step(all))
+        m_ahead->add(viewOf(all, 0), viewOf(all, 1), viewOf(all, 2));
+    m_ahead->close(code == SQLITE_DONE);
+    sqlite3_finalize(std::exchange(m_prepared[readItems], nullptr)); // its pages and memory are needed no more
 }
 
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
 {
     std::lock_guard const lock(m_mutex);
-    readAhead();
-    if (auto const node = m_ahead.extract({schema, element}))
-        return std::move(node.mapped());
+    if (!std::exchange(m_readAhead, true))
+        readAhead();
+    if (std::string value; m_ahead) {
+        auto const result = m_ahead->find(schema, element, value);
+        if (result == ReadAhead::Result::found)
+            return value;
+        if (result == ReadAhead::Result::absent)
+            return std::nullopt;
+    }
     std::vector<Row> rows;
     std::array const key{schema, element};
     if (!run(readItem, key, &rows) || rows.empty())
@@ -238,7 +270,7 @@ bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry 
 bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     std::lock_guard const lock(m_mutex);
-    m_ahead.clear();
+    m_ahead.reset();
     if (items.size() == 1 && journal.empty())
         return runAll(items, journal); // a statement alone is a transaction
     if (!run(begin))

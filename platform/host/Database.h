@@ -3,9 +3,11 @@
 // Schemas that begin with "@" are the platform's own (the management service's items, the device profile).
 #pragma once
 
+#include "JournalEntry.h"
+#include "ReadAhead.h"
+
 #include <array>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -26,14 +28,6 @@ struct StoredItem {
     std::string value;
 };
 
-/// One exchange with the management service. The value of a secret is masked before it gets here.
-struct JournalEntry {
-    std::int64_t time = 0; // milliseconds since 1970
-    std::string kind;
-    std::string item;
-    std::string value;
-};
-
 /// Why a database could not be opened.
 struct DatabaseFault {
     bool damaged = false; // the file's content is wrong; otherwise the machine did not let us
@@ -43,14 +37,8 @@ struct DatabaseFault {
 /// Safe from any thread: one mutex, held for one operation and never while anything else is called.
 class Database {
 public:
-    enum class Durability { full, relaxed };
-
-    /// The journal keeps this many entries.
-    static constexpr int journalLimit = 2000;
-
-    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database. Relaxed durability
-    /// is for proving that tests notice it: a power cut may then lose what was acknowledged.
-    static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault, Durability = Durability::full);
+    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database.
+    static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault);
 
     /// Carries the log over into the file, so that nothing but the file remains.
     ~Database();
@@ -91,11 +79,12 @@ private:
     using Row = std::vector<std::string>;
 
     Database() = default;
-    bool prepare(std::string const& path, Durability, DatabaseFault& fault);
+    bool prepare(std::string const& path, DatabaseFault& fault);
     bool migrate(DatabaseFault& fault);
     bool prepareStatements(DatabaseFault& fault);
     bool failed(DatabaseFault& fault, std::string const& action) const;
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+    sqlite3_stmt* prepared(Statement);
     void readAhead();
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
@@ -105,7 +94,7 @@ private:
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
     bool m_readAhead = false;
-    std::map<std::pair<std::string, std::string>, std::string> m_ahead; // what was read ahead and not asked for yet
+    std::optional<ReadAhead> m_ahead; // from the first read to the first write or the end of the start-up
 };
 
 } // namespace Host

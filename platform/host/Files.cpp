@@ -142,6 +142,8 @@ bool DataDirectory::open(std::string const& path, std::string& error)
         return refuse(fault ? fault.message() : reason(errno));
     if (status.st_uid != ::geteuid())
         return refuse("belongs to another user");
+    if ((status.st_mode & directoryMode) != directoryMode)
+        return refuse("is read-only, or closed to its own user (chmod 700)");
     if ((status.st_mode & othersMode) != 0 && !holdsOnlyOwnFiles(m_path))
         return refuse("is open to other users and holds files that are not the telephone's; close it (chmod 700) or take "
                       "another");
@@ -156,8 +158,9 @@ bool DataDirectory::takeLock(std::string& error)
     if (!lock)
         return false;
     if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        m_inUse = errno == EWOULDBLOCK;
         error = "data directory " + m_path + ": " +
-                (errno == EWOULDBLOCK ? "in use by " + holderOf(lock.get()) : "cannot be locked: " + reason(errno));
+                (m_inUse ? "in use by " + holderOf(lock.get()) : "cannot be locked: " + reason(errno));
         return false;
     }
     m_lock = std::move(lock);

@@ -40,6 +40,9 @@ public:
     /// directory, a link, another user's, somebody else's files in a directory open to others, in use (by which process).
     bool open(std::string const& path, std::string& error);
 
+    /// open() failed since another process has the directory.
+    bool isInUse() const { return m_inUse; }
+
     /// The absolute path, free of links.
     std::string const& path() const { return m_path; }
     std::string pathOf(std::string const& name) const { return m_path + '/' + name; }
@@ -71,6 +74,7 @@ private:
     std::string m_path;
     FileDescriptor m_directory;
     FileDescriptor m_lock;
+    bool m_inUse = false;
 };
 
 } // namespace Host

@@ -45,12 +45,15 @@ Platform* Platform::current()
     return g_current;
 }
 
-std::unique_ptr<Platform> Platform::open(Options const& options, std::string& error)
+std::unique_ptr<Platform> Platform::open(Options const& options, std::string& error, bool* inUse)
 {
     std::unique_ptr<Platform> platform(new Platform);
     if (options.logLevel)
         setLogLevel(*options.logLevel);
-    if (!platform->take(options, error))
+    bool const taken = platform->take(options, error);
+    if (inUse != nullptr)
+        *inUse = platform->m_directory->isInUse();
+    if (!taken)
         return nullptr;
     Platform* none = nullptr;
     if (!g_current.compare_exchange_strong(none, platform.get())) {

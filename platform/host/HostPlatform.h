@@ -27,8 +27,8 @@ struct Options {
 class Platform : public SvcRTEContext {
 public:
     /// Takes the data directory into possession, making what is missing. Null with `error` naming the thing that prevents
-    /// it.
-    static std::unique_ptr<Platform> open(Options const& options, std::string& error);
+    /// it; `inUse`, when given, tells whether that is another process that has the directory.
+    static std::unique_ptr<Platform> open(Options const& options, std::string& error, bool* inUse = nullptr);
     ~Platform() override;
     Platform(Platform const&) = delete;
     Platform& operator=(Platform const&) = delete;
@@ -42,6 +42,7 @@ public:
     Database& database() { return *m_database; }
     ManagementService& management() { return *m_management; }
     SecretBox const& secrets() const { return *m_secrets; }
+    DataDirectory const& files() const { return *m_directory; }
 
     /// The data directory's absolute path, and that of a telephone's file in it.
     std::string const& directory() const;

@@ -3,6 +3,7 @@
 // middle of an operation, and the other parts of a telephone take their time as well.
 #include "ManagementService.h"
 
+#include "Database.h"
 #include "ManageableData.h"
 #include "MgmtAgentIfc.h"
 #include "SecretBox.h"

@@ -2,7 +2,7 @@
 // takes what the library reads, reports and requests, and calls the library in the service's name.
 #pragma once
 
-#include "Database.h"
+#include "JournalEntry.h"
 #include "LocalMgmtIfc.h"
 
 #include <mutex>
@@ -13,6 +13,7 @@ class MgmtAgentIfc;
 
 namespace Host {
 
+class Database;
 class SecretBox;
 
 /// True for names with a part "password", "pwd" or "pin", as in "door-opener-pin-1".
@@ -61,7 +62,7 @@ public:
     std::vector<Item> items();
 
     /// The last `limit` exchanges, oldest first. Secrets are masked.
-    std::vector<JournalEntry> journal(int limit = Database::journalLimit);
+    std::vector<JournalEntry> journal(int limit = journalLimit);
 
 private:
     void note(std::string const& kind, ManageableData const& record);

@@ -60,10 +60,9 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     readDataFromSourceFile();
 
     // What was read at start-up is nobody's news.
-    std::set<DataUpdateCallback*> discarded;
     for (auto const& entry : m_dataMap)
-        entry.second->getCallbacks(discarded);
-    m_touched.reset();
+        entry.second->takeChange();
+    forgetTouched();
 
     m_initialised = true;
     m_lock->give();
@@ -86,7 +85,7 @@ void DataCache::clearDataMap()
         delete entry.second;
     m_dataMap.clear();
     m_index.fill(nullptr);
-    m_touched.reset();
+    forgetTouched();
 }
 
 DataItemBase* DataCache::findItem(eDataTag tag) const
@@ -95,10 +94,25 @@ DataItemBase* DataCache::findItem(eDataTag tag) const
     return index < m_index.size() ? m_index[index] : nullptr;
 }
 
+void DataCache::touch(eDataTag tag)
+{
+    auto const index = static_cast<std::size_t>(tag);
+    m_touched.set(index);
+    m_touchedBegin = std::min(m_touchedBegin, index);
+    m_touchedEnd = std::max(m_touchedEnd, index + 1);
+}
+
+void DataCache::forgetTouched()
+{
+    m_touched.reset();
+    m_touchedBegin = tagCount;
+    m_touchedEnd = 0;
+}
+
 void DataCache::noteChange(eDataTag tag)
 {
     m_changed = true;
-    m_touched.set(static_cast<std::size_t>(tag));
+    touch(tag);
 }
 
 eDataItemType DataCache::getItemType(eDataTag tag)
@@ -120,9 +134,11 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
     ScopedLock const held(*m_lock);
-    DataTagValue_t written;
-    bool stored = setDataValue(tag, value, toManagement ? &written : nullptr) && updateDataInSourceDB();
-    if (toManagement && stored && !written.empty()) {
+    DataTagValue_t scratch;
+    bool stored = setDataValue(tag, value, toManagement ? &scratch : nullptr);
+    bool const written = !scratch.empty();
+    stored = stored && updateDataInSourceDB(scratch); // which tags a table's check refused is not asked here
+    if (stored && written) {
         stored = writeDataToSourceOCMS(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
@@ -273,7 +289,7 @@ MgmtAgentIfc& DataCache::managementAgent()
 
 bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
 {
-    m_touched.set(static_cast<std::size_t>(tag));
+    touch(tag);
     return m_sourceDB && m_sourceDB->readDataValue(tag, item);
 }
 

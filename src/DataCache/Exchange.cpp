@@ -30,12 +30,11 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
     return read;
 }
 
-template <class T> void addChange(DataItemBase const& item, std::set<DataUpdateCallback*> const& callbacks,
-                                  std::map<DataUpdateCallback*, BulkData>& changes)
+template <class T> void addChange(DataItemBase const& item, std::map<DataUpdateCallback*, BulkData>& changes)
 {
     T value{};
     item.getValue(value);
-    for (auto* const callback : callbacks)
+    for (auto* const callback : item.callbacks())
         changes[callback].setTagData(item.tag(), value, false);
 }
 
@@ -44,35 +43,34 @@ template <class T> void addChange(DataItemBase const& item, std::set<DataUpdateC
 void DataCache::collectChanges(std::map<DataUpdateCallback*, BulkData>& changes)
 {
     m_changed = false;
-    std::set<DataUpdateCallback*> callbacks;
-    for (std::size_t index = m_touched._Find_first(); index < m_touched.size(); index = m_touched._Find_next(index)) {
-        auto* const item = m_index[index];
-        if (!item || !item->isChanged())
+    for (std::size_t index = m_touchedBegin; index < m_touchedEnd; ++index) {
+        auto* const item = m_touched[index] ? m_index[index] : nullptr;
+        if (!item || !item->takeChange())
             continue;
         auto const tag = item->tag();
         auto const type = DataItemBuilder::getItemType(tag);
         if (m_mobilityType != eMobilityNone && DataItemBuilder::isUserData(tag) && type != eDataItemTypeComplex &&
             m_sourceOCMS && m_sourceOCMS->checkOCMSItemHandling(tag, OWNED))
             item->getValueString(m_pendingUserData[tag]);
-        if (!item->getCallbacks(callbacks))
+        if (item->callbacks().empty())
             continue;
         switch (type) {
         case eDataItemTypeInt:
-            addChange<int>(*item, callbacks, changes);
+            addChange<int>(*item, changes);
             break;
         case eDataItemTypeBool:
-            addChange<bool>(*item, callbacks, changes);
+            addChange<bool>(*item, changes);
             break;
         case eDataItemTypeString:
-            addChange<std::string>(*item, callbacks, changes);
+            addChange<std::string>(*item, changes);
             break;
         default:
-            for (std::size_t count = callbacks.size(); count > 0; --count)
+            for (std::size_t count = item->callbacks().size(); count > 0; --count)
                 LOG_AT(unit, 3, "DataCache::updateCallbacks - invalid entry - tag %i \n", tag);
             break;
         }
     }
-    m_touched.reset();
+    forgetTouched();
 }
 
 void DataCache::pushUserData(DataTagValue_t pending, unsigned int announcement)
@@ -162,7 +160,7 @@ bool DataCache::getDataBulk(BulkData& bulk)
 {
     ScopedLock const held(*m_lock);
     bool complete = true;
-    for (auto const tag : bulk.getTags()) {
+    for (auto const tag : bulk.listTags()) {
         auto const* const item = findItem(tag);
         if (!item) {
             if (m_dataMap.contains(tag))

@@ -1,5 +1,5 @@
 // The catalogue's records. The rows of settings.def are checked and condensed while compiling (equal chains become one and
-// texts move into the rows, so that nothing is left to relocate) and unfolded into the records when the library loads.
+// texts into one, so that nothing is left to relocate) and unfolded into the records when the library loads.
 #include "Data/DataItemBuilder.h"
 
 #include <algorithm>
@@ -258,12 +258,16 @@ constexpr Chains distinctChains = [] {
     return result;
 }();
 
-constexpr std::size_t longestDefault = std::ranges::max_element(settings, {}, [](Setting const& setting) {
-                                           return setting.defaultText.size();
-                                       })->defaultText.size();
+/// Of all default texts, each with the zero that ends it.
+constexpr std::size_t textsSize = [] {
+    std::size_t result = 0;
+    for (Setting const& setting : settings)
+        result += setting.defaultText.size() + 1;
+    return result;
+}();
 
 struct Row {
-    std::array<char, longestDefault + 1> defaultText{};
+    std::uint16_t defaultText = 0; ///< where it begins
     std::uint8_t type = 0;
     std::uint8_t component = 0;
     bool isUserData = false;
@@ -272,17 +276,26 @@ struct Row {
     std::uint8_t stringChain = 0;
 };
 
-constexpr auto rows = [] {
-    std::array<Row, Builder::recordCount> result{};
-    for (std::size_t i = 0; i < result.size(); ++i) {
+struct Rows {
+    std::array<Row, Builder::recordCount> rows{};
+    std::array<char, textsSize> texts{};
+};
+static_assert(textsSize <= UINT16_MAX);
+
+constexpr Rows condensed = [] {
+    Rows result;
+    std::size_t end = 0;
+    for (std::size_t i = 0; i < result.rows.size(); ++i) {
         Setting const& setting = settings[i];
-        result[i] = {.type = static_cast<std::uint8_t>(setting.type),
-                     .component = static_cast<std::uint8_t>(setting.component),
-                     .isUserData = setting.isUserData,
-                     .secondFlag = setting.secondFlag,
-                     .valueChain = distinctChains.find(setting.valueChain),
-                     .stringChain = distinctChains.find(setting.stringChain)};
-        std::copy(setting.defaultText.begin(), setting.defaultText.end(), result[i].defaultText.begin());
+        result.rows[i] = {.defaultText = static_cast<std::uint16_t>(end),
+                          .type = static_cast<std::uint8_t>(setting.type),
+                          .component = static_cast<std::uint8_t>(setting.component),
+                          .isUserData = setting.isUserData,
+                          .secondFlag = setting.secondFlag,
+                          .valueChain = distinctChains.find(setting.valueChain),
+                          .stringChain = distinctChains.find(setting.stringChain)};
+        std::copy(setting.defaultText.begin(), setting.defaultText.end(), &result.texts[end]);
+        end += setting.defaultText.size() + 1;
     }
     return result;
 }();
@@ -299,8 +312,8 @@ struct Catalogue {
             fillStep(chains[i][0], distinctChains.chains[i].first);
             fillStep(chains[i][1], distinctChains.chains[i].second);
         }
-        for (std::size_t i = 0; i < rows.size(); ++i)
-            fillRecord(records[i], rows[i], static_cast<eDataTag>(i));
+        for (std::size_t i = 0; i < condensed.rows.size(); ++i)
+            fillRecord(records[i], condensed.rows[i], static_cast<eDataTag>(i));
     }
 
 private:
@@ -318,7 +331,8 @@ private:
     void fillRecord(Builder::DataItemRecord& record, Row const& row, eDataTag tag) const
     {
         record.tag = tag;
-        record.value = {static_cast<eDataItemType>(row.type), row.defaultText.data()};
+        record.value.type = static_cast<eDataItemType>(row.type);
+        record.value.text = &condensed.texts[row.defaultText];
         record.component = static_cast<eDataComponent>(row.component);
         record.isUserData = row.isUserData;
         record.secondFlag = row.secondFlag;

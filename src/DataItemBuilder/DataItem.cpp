@@ -1,6 +1,8 @@
 // The data items: validation, the changed mark, the callbacks, and the typed values with their texts.
 #include "Data/DataItem.h"
 
+#include <algorithm>
+#include <functional>
 #include <type_traits>
 
 #include "ClientUtils.h"
@@ -85,22 +87,21 @@ void DataItemBase::setValueChain(DataValidator* chain)
 
 void DataItemBase::addCallback(DataUpdateCallback* callback)
 {
-    m_callbacks.insert(callback);
+    auto const place = std::ranges::lower_bound(m_callbacks, callback, std::less<>());
+    if (place == m_callbacks.end() || *place != callback)
+        m_callbacks.insert(place, callback);
 }
 
 void DataItemBase::removeCallback(DataUpdateCallback* callback)
 {
-    m_callbacks.erase(callback);
+    std::erase(m_callbacks, callback);
 }
 
 bool DataItemBase::getCallbacks(std::set<DataUpdateCallback*>& out)
 {
-    if (!m_changed)
+    if (!takeChange() || m_callbacks.empty())
         return false;
-    m_changed = false;
-    if (m_callbacks.empty())
-        return false;
-    out = m_callbacks;
+    out = {m_callbacks.begin(), m_callbacks.end()};
     return true;
 }
 

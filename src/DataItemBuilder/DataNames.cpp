@@ -1,19 +1,34 @@
-// The name constants, made before every other static object of the library.
+// The name constants, made before every other static object of the library: one text holds all names, one loop makes the
+// strings, and the exported references need no code at all.
 #include "Data/DataNames.h"
+
+#include "DataItemBuilder/NameTable.h"
 
 namespace Data {
 
 namespace {
 
-/// Out of line, since it is called once for each of more than a thousand names.
-[[gnu::noinline]] std::string makeName(char const* text)
-{
-    return text;
-}
+/// Each name with the zero that ends it.
+constexpr char texts[] =
+#define SETTING_NAME(constant, text) text "\0"
+#include "Data/settings.def"
+    ;
 
 } // namespace
 
-#define SETTING_NAME(constant, text) [[gnu::init_priority(101)]] std::string const constant = makeName(text);
+NameTable::NameTable()
+{
+    char const* next = texts;
+    for (std::string& name : names) {
+        name = next;
+        next += name.size() + 1;
+    }
+}
+
+[[gnu::init_priority(101)]] NameTable const nameTable;
+
+#define SETTING_NAME(constant, text)                                                                                        \
+    constinit std::string const& constant = nameTable.names[static_cast<std::size_t>(Name::constant)];
 #include "Data/settings.def"
 
 } // namespace Data

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <sstream>
 
 #include "ClientUtils.h"
 
@@ -172,9 +171,11 @@ DataValidatorStringsAllowed::DataValidatorStringsAllowed(std::string const& list
                                                          DataValidator* next)
     : DataValidator(next)
 {
-    std::istringstream stream(list);
-    for (std::string piece; std::getline(stream, piece, separator[0]);)
-        m_allowed.push_back(piece);
+    for (std::size_t begin = 0; begin < list.size();) {
+        std::size_t const end = std::min(list.find(separator[0], begin), list.size());
+        m_allowed.push_back(list.substr(begin, end - begin));
+        begin = end + 1;
+    }
 }
 
 bool DataValidatorStringsAllowed::validate(std::string const& value, std::string& reason) const

@@ -2,8 +2,8 @@
 #include "DataSourceDBTables/DataTableCodecSetting.h"
 
 #include "ClientUtils.h"
-#include "Data/DataNames.h"
 #include "Data/RankedTables.h"
+#include "DataItemBuilder/NameTable.h"
 #include "DataSourceDBTables/TableCells.h"
 #include "Log.h"
 
@@ -21,17 +21,17 @@ constexpr int rows = 4;
 
 // The rank that is written is the row's place: rows are in the order of their ranks.
 constexpr std::array columns{
-    XmlColumn{&dasCodecType, eDataTagCodecType1},
-    XmlColumn{&dasCodecRank, eDataTagCodecRank1, CellForm::rowRank},
-    XmlColumn{&dasCodecAllowed, eDataTagCodecAllowed1},
-    XmlColumn{&dasCodecPacketSize, eDataTagCodecPacketSize1},
+    XmlColumn{addressOf(Name::dasCodecType), eDataTagCodecType1},
+    XmlColumn{addressOf(Name::dasCodecRank), eDataTagCodecRank1, CellForm::rowRank},
+    XmlColumn{addressOf(Name::dasCodecAllowed), eDataTagCodecAllowed1},
+    XmlColumn{addressOf(Name::dasCodecPacketSize), eDataTagCodecPacketSize1},
 };
 
 constexpr RankedTableData codecTable{
     .table = eDataTagCodecSettings,
     .firstFlag = eDataTagCodecHardwareAllowed0,
     .rows = rows,
-    .layout = {.schema = &dasCodecSettingsSchema, .columns = columns, .entryBeginsRow = true},
+    .layout = {.schema = addressOf(Name::dasCodecSettingsSchema), .columns = columns, .entryBeginsRow = true},
     .sort = Utils::sortCodecsByRank,
     .className = "DataTableCodecSetting",
     .kind = "codec",

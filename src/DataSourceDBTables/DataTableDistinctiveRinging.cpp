@@ -2,7 +2,7 @@
 #include "DataSourceDBTables/DataTableDistinctiveRinging.h"
 
 #include "ClientUtils.h"
-#include "Data/DataNames.h"
+#include "DataItemBuilder/NameTable.h"
 #include "DataSourceDBTables/TableCells.h"
 #include "Media/MediaDataCache.h"
 
@@ -19,13 +19,13 @@ namespace {
 constexpr int lastRow = 14;
 
 constexpr std::array columns{
-    XmlColumn{&dasDistinctiveRingerIndex, eDataTagNone, CellForm::rowIndex},
-    XmlColumn{&dasDistinctiveAlertIdentifier, eDataTagAlertIdentifier0, CellForm::escaped},
-    XmlColumn{&dasDistinctiveAlertType, eDataTagAlertType0},
-    XmlColumn{&dasDistinctiveRingerMelody, eDataTagRingerMelody0},
-    XmlColumn{&dasDistinctiveRingerTone, eDataTagRingerTone0},
-    XmlColumn{&dasDistinctiveAlertRingerFile, eDataTagRingerFile0, CellForm::escaped},
-    XmlColumn{&dasDistinctiveAlertDuration, eDataTagAlertDuration0},
+    XmlColumn{addressOf(Name::dasDistinctiveRingerIndex), eDataTagNone, CellForm::rowIndex},
+    XmlColumn{addressOf(Name::dasDistinctiveAlertIdentifier), eDataTagAlertIdentifier0, CellForm::escaped},
+    XmlColumn{addressOf(Name::dasDistinctiveAlertType), eDataTagAlertType0},
+    XmlColumn{addressOf(Name::dasDistinctiveRingerMelody), eDataTagRingerMelody0},
+    XmlColumn{addressOf(Name::dasDistinctiveRingerTone), eDataTagRingerTone0},
+    XmlColumn{addressOf(Name::dasDistinctiveAlertRingerFile), eDataTagRingerFile0, CellForm::escaped},
+    XmlColumn{addressOf(Name::dasDistinctiveAlertDuration), eDataTagAlertDuration0},
 };
 
 // Rows name themselves, and no element stands around them.

@@ -1,8 +1,8 @@
 // The headset table: its data.
 #include "DataSourceDBTables/DataTableHeadsetPriorities.h"
 
-#include "Data/DataNames.h"
 #include "Data/RankedTables.h"
+#include "DataItemBuilder/NameTable.h"
 
 #include <array>
 
@@ -13,16 +13,16 @@ using HeadsetTable = DataSourceDB::DataTableHandler::DataTableHeadsetPriorities;
 namespace {
 
 constexpr std::array columns{
-    XmlColumn{&dasHeadsetType, eDataTagHeadsetType1},
-    XmlColumn{&dasHeadsetRank, eDataTagHeadsetRank1},
-    XmlColumn{&dasHeadsetAllowed, eDataTagHeadsetAllowed1},
+    XmlColumn{addressOf(Name::dasHeadsetType), eDataTagHeadsetType1},
+    XmlColumn{addressOf(Name::dasHeadsetRank), eDataTagHeadsetRank1},
+    XmlColumn{addressOf(Name::dasHeadsetAllowed), eDataTagHeadsetAllowed1},
 };
 
 constexpr RankedTableData headsetTable{
     .table = eDataTagHeadsetPriorities,
     .firstFlag = eDataTagHeadsetHardwareAllowed1,
     .rows = 3,
-    .layout = {.schema = &dasHeadsetPrioritiesSchema, .columns = columns, .entryBeginsRow = true},
+    .layout = {.schema = addressOf(Name::dasHeadsetPrioritiesSchema), .columns = columns, .entryBeginsRow = true},
     .sort = Utils::sortHeadsetsByRank,
     .className = "DataTableHeadsetPriorities",
     .kind = "headset",
@@ -34,5 +34,7 @@ constexpr RankedTableData headsetTable{
 } // namespace
 
 HeadsetTable::DataTableHeadsetPriorities() : RankedTable(headsetTable) {}
+
+HeadsetTable::~DataTableHeadsetPriorities() = default;
 
 } // namespace Data

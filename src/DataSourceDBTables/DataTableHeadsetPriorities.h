@@ -8,6 +8,7 @@ namespace Data {
 class DataSourceDB::DataTableHandler::DataTableHeadsetPriorities : public RankedTable {
 public:
     DataTableHeadsetPriorities();
+    ~DataTableHeadsetPriorities() override; ///< in the source, and with it the class's table of operations
 };
 
 } // namespace Data

@@ -1,8 +1,8 @@
 // The SRTP encryption table: its data.
 #include "DataSourceDBTables/DataTableSRTPEncryptionSetting.h"
 
-#include "Data/DataNames.h"
 #include "Data/RankedTables.h"
+#include "DataItemBuilder/NameTable.h"
 
 #include <array>
 
@@ -13,16 +13,16 @@ using SRTPEncryptionTable = DataSourceDB::DataTableHandler::DataTableSRTPEncrypt
 namespace {
 
 constexpr std::array columns{
-    XmlColumn{&dasSRTPEncryptionMethod, eDataTagSRTPEncryptionMethod1},
-    XmlColumn{&dasSRTPEncryptionRank, eDataTagSRTPEncryptionRank1},
-    XmlColumn{&dasSRTPEncryptionAllowed, eDataTagSRTPEncryptionAllowed1},
+    XmlColumn{addressOf(Name::dasSRTPEncryptionMethod), eDataTagSRTPEncryptionMethod1},
+    XmlColumn{addressOf(Name::dasSRTPEncryptionRank), eDataTagSRTPEncryptionRank1},
+    XmlColumn{addressOf(Name::dasSRTPEncryptionAllowed), eDataTagSRTPEncryptionAllowed1},
 };
 
 constexpr RankedTableData srtpEncryptionTable{
     .table = eDataTagSRTPEncryptionSettings,
     .firstFlag = eDataTagSRTPEncryptionHardwareAllowed1,
     .rows = 5,
-    .layout = {.schema = &dasSRTPEncryptionSettingsSchema, .columns = columns, .entryBeginsRow = true},
+    .layout = {.schema = addressOf(Name::dasSRTPEncryptionSettingsSchema), .columns = columns, .entryBeginsRow = true},
     .sort = Utils::sortSRTPEncryptionsByRank,
     .className = "DataTableSRTPEncryptionSetting",
     .kind = "encryption",
@@ -34,5 +34,7 @@ constexpr RankedTableData srtpEncryptionTable{
 } // namespace
 
 SRTPEncryptionTable::DataTableSRTPEncryptionSetting() : RankedTable(srtpEncryptionTable) {}
+
+SRTPEncryptionTable::~DataTableSRTPEncryptionSetting() = default;
 
 } // namespace Data

@@ -8,6 +8,7 @@ namespace Data {
 class DataSourceDB::DataTableHandler::DataTableSRTPEncryptionSetting : public RankedTable {
 public:
     DataTableSRTPEncryptionSetting();
+    ~DataTableSRTPEncryptionSetting() override; ///< in the source, and with it the class's table of operations
 };
 
 } // namespace Data

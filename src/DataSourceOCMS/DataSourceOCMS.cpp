@@ -9,7 +9,8 @@
 #include "SvcRTEContext.h"
 
 #include <algorithm>
-#include <vector>
+#include <functional>
+#include <tuple>
 
 namespace Data {
 
@@ -19,6 +20,18 @@ constexpr char const* unit = "./src/DataSourceOCMS";
 
 /// The end marker is left out of every walk over the rows.
 constexpr std::size_t usedRows = DataSourceOCMS::rowCount - 1;
+
+/// The names of a tag that has an item.
+std::string const& itemOf(eDataTag tag)
+{
+    return *DataSourceOCMS::dataOCMSDescriptionTable[tag].item;
+}
+
+std::string const& subItemOf(eDataTag tag)
+{
+    auto const* const subItem = DataSourceOCMS::dataOCMSDescriptionTable[tag].subItem;
+    return subItem == nullptr ? itemOf(tag) : *subItem;
+}
 
 std::vector<std::string> rootIdsOf(ManageableData& record)
 {
@@ -59,19 +72,39 @@ bool DataSourceOCMS::verifyDataTable()
 
 void DataSourceOCMS::buildOCMS2EnumMap()
 {
+    m_names.clear();
+    m_names.reserve(usedRows);
     for (std::size_t index = 0; index < usedRows; ++index) {
-        auto const& [tag, item, subItem] = dataOCMSDescriptionTable[index];
-        if (item == nullptr)
-            continue;
-        auto const entry = m_names.try_emplace(*item, NamedItem{{}, tag}).first;
-        entry->second.subItems.try_emplace(subItem == nullptr ? *item : *subItem, tag);
+        if (auto const& [tag, item, subItem] = dataOCMSDescriptionTable[index]; item != nullptr)
+            m_names.push_back({std::hash<std::string>()(*item), tag});
     }
+    // Numbers are compared much faster than texts, which decide only within an item or between items of the same hash.
+    std::sort(m_names.begin(), m_names.end(), [](NamedRow const& left, NamedRow const& right) {
+        if (left.hash != right.hash)
+            return left.hash < right.hash;
+        return std::tie(itemOf(left.tag), subItemOf(left.tag)) < std::tie(itemOf(right.tag), subItemOf(right.tag));
+    });
+}
+
+std::span<DataSourceOCMS::NamedRow const> DataSourceOCMS::findRows(std::string const& itemName) const
+{
+    std::size_t const hash = std::hash<std::string>()(itemName);
+    auto const isOther = [&](NamedRow const& row) { return row.hash != hash || itemOf(row.tag) != itemName; };
+    auto first = std::lower_bound(m_names.begin(), m_names.end(), hash,
+                                  [](NamedRow const& row, std::size_t wanted) { return row.hash < wanted; });
+    while (first != m_names.end() && first->hash == hash && isOther(*first))
+        ++first;
+    return {first, std::find_if(first, m_names.end(), isOther)};
 }
 
 void DataSourceOCMS::addToHandlingMap(std::list<eDataTag> const& tags, eDataHandling handling)
 {
+    m_handling.reserve(m_handling.size() + tags.size());
     for (eDataTag const tag : tags) {
-        if (!m_handling.try_emplace(tag, handling).second)
+        auto const place = findHandling(tag);
+        if (place == m_handling.end() || place->tag != tag)
+            m_handling.insert(place, {tag, handling});
+        else
             LOG_ERROR(unit, "DataSourceOCMS::addToHandlingMap - ERR while building handling map, there's collision between "
                             "owned & observed\n");
     }
@@ -81,8 +114,15 @@ void DataSourceOCMS::buildObservedList(std::list<eDataTag> const&, std::list<std
 
 bool DataSourceOCMS::checkOCMSItemHandling(eDataTag tag, eDataHandling handling)
 {
-    auto const found = m_handling.find(tag);
-    return found != m_handling.end() && found->second == handling;
+    auto const found = findHandling(tag);
+    return found != m_handling.end() && found->tag == tag && found->handling == handling;
+}
+
+/// The tag's place: where it is or would be.
+std::vector<DataSourceOCMS::Handling>::const_iterator DataSourceOCMS::findHandling(eDataTag tag) const
+{
+    return std::lower_bound(m_handling.begin(), m_handling.end(), tag,
+                            [](Handling const& entry, eDataTag wanted) { return entry.tag < wanted; });
 }
 
 bool DataSourceOCMS::findStringsFor(eDataTag tag, std::string& itemName, std::string& subItemName)
@@ -95,19 +135,20 @@ bool DataSourceOCMS::findStringsFor(eDataTag tag, std::string& itemName, std::st
     OcmsDescription const& row = dataOCMSDescriptionTable[index];
     if (row.tag != tag || row.item == nullptr)
         return false;
-    itemName = *row.item;
-    subItemName = row.subItem == nullptr ? *row.item : *row.subItem;
+    itemName = itemOf(tag);
+    subItemName = subItemOf(tag);
     return true;
 }
 
 bool DataSourceOCMS::findTagFor(std::string const& itemName, std::string const& subItemName, eDataTag& tag)
 {
-    auto const entry = m_names.find(itemName);
-    if (entry == m_names.end())
+    auto const rows = findRows(itemName);
+    if (rows.empty())
         return false;
-    auto const& [subItems, itemTag] = entry->second;
-    auto const found = subItems.find(subItemName);
-    tag = found == subItems.end() ? itemTag : found->second;
+    auto const found =
+        std::find_if(rows.begin(), rows.end(), [&](NamedRow const& row) { return subItemOf(row.tag) == subItemName; });
+    // A sub-item that the item does not have gets the item's first row.
+    tag = found != rows.end() ? found->tag : std::ranges::min_element(rows, {}, &NamedRow::tag)->tag;
     return true;
 }
 
@@ -115,12 +156,9 @@ void DataSourceOCMS::fillTagsAndValue(ManageableData& record, eDataHandling hand
                                       DataTagValue_t& values)
 {
     for (std::string const& rootId : rootIdsOf(record)) {
-        auto const entry = m_names.find(rootId);
-        if (entry == m_names.end())
-            continue;
-        for (auto const& [subItemName, tag] : entry->second.subItems) {
+        for (auto const& [hash, tag] : findRows(rootId)) {
             std::string value;
-            if (!checkOCMSItemHandling(tag, handling) || (withValues && !record.interogate(rootId, subItemName, value)))
+            if (!checkOCMSItemHandling(tag, handling) || (withValues && !record.interogate(rootId, subItemOf(tag), value)))
                 continue;
             values.try_emplace(tag, value);
         }

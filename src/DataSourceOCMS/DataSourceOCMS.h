@@ -10,8 +10,9 @@
 
 #include <cstddef>
 #include <list>
-#include <map>
+#include <span>
 #include <string>
+#include <vector>
 
 class LocalMgmtIfc;
 class ManageableData;
@@ -88,17 +89,26 @@ public:
                             eDataTag hardwareTag, eDataTag extraTag);
 
 private:
-    struct NamedItem {
-        std::map<std::string, eDataTag> subItems;
+    /// A row of the description table under the hash of its item's name.
+    struct NamedRow {
+        std::size_t hash;
         eDataTag tag;
     };
 
-    void completeTable(ManagedTable const& table, DataTagValue_t& values);
-    void hideTableRows(ManagedTable const& table, DataTagValue_t& values);
+    struct Handling {
+        eDataTag tag;
+        eDataHandling handling;
+    };
 
-    std::map<std::string, NamedItem> m_names;
+    /// The rows of one item in the order of their sub-items' names; empty when no row has this item.
+    MEDIADATA_HIDDEN std::span<NamedRow const> findRows(std::string const& itemName) const;
+    MEDIADATA_HIDDEN std::vector<Handling>::const_iterator findHandling(eDataTag tag) const;
+    MEDIADATA_HIDDEN void completeTable(ManagedTable const& table, DataTagValue_t& values);
+    MEDIADATA_HIDDEN void hideTableRows(ManagedTable const& table, DataTagValue_t& values);
+
+    std::vector<NamedRow> m_names; ///< by hash, item and sub-item
     LocalMgmtIfc* m_localMgmt = nullptr;
-    std::map<eDataTag, eDataHandling> m_handling;
+    std::vector<Handling> m_handling; ///< by tag
     DataOCMSCallback* m_cache;
     DataMobilityCallback* m_mobility;
 };

@@ -2,12 +2,13 @@
 // complete before any code runs.
 #include "DataSourceOCMS/DataSourceOCMS.h"
 
-#include "Data/DataNames.h"
+#include "DataItemBuilder/NameTable.h"
 
 namespace Data {
 
-#define SETTING_ITEM(number, name, text) {static_cast<eDataTag>(number), &ocms##name, nullptr},
-#define SETTING_SUB_ITEM(number, name, table, text) {static_cast<eDataTag>(number), &ocms##table, &ocms##name},
+#define SETTING_ITEM(number, name, text) {static_cast<eDataTag>(number), addressOf(Name::ocms##name), nullptr},
+#define SETTING_SUB_ITEM(number, name, table, text)                                                                         \
+    {static_cast<eDataTag>(number), addressOf(Name::ocms##table), addressOf(Name::ocms##name)},
 #define SETTING_NO_ITEM(number, name) {static_cast<eDataTag>(number), nullptr, nullptr},
 
 constinit DataSourceOCMS::OcmsDescription const DataSourceOCMS::dataOCMSDescriptionTable[rowCount] = {

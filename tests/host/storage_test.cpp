@@ -197,3 +197,19 @@ TEST_F(HostStorageTest, anInterruptedMendingIsCarriedOn)
     EXPECT_EQ(read("SRTPEncryptionSettings", ""), table(1));
     EXPECT_TRUE(std::filesystem::exists(pathOf("mediadata.db.damaged-1")));
 }
+
+TEST_F(HostStorageTest, whatIsReadAheadAtStartIsNeitherStaleNorForgotten)
+{
+    ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
+    m_table.reset();
+    for (int writes = 0; writes < 2;
+         ++writes) { // one start that only reads, more often than there are rows; one that writes
+        ASSERT_TRUE(open()) << m_error;
+        for (int reads = 0; reads < 5; ++reads) {
+            EXPECT_EQ(read("AudioSettings", "RingerVolume"), writes > 0 && reads > 0 ? "4" : "3");
+            EXPECT_EQ(read("AudioSettings", "RingerMelody"), writes > 0 && reads > 0 ? "5" : "failure");
+            ASSERT_TRUE(writes == 0 ||
+                        (write("AudioSettings", "RingerVolume", "4") && write("AudioSettings", "RingerMelody", "5")));
+        }
+    }
+}
