@@ -9,7 +9,7 @@ namespace Tool {
 
 Changes::Changes(Session& session) : m_session(session), m_before(values()) {}
 
-std::vector<Json> Changes::values() const
+std::vector<Json> Changes::values()
 {
     // Reading a flag applies the flag file, which may change items with lower tags.
     readValue(Data::eDataTagOpusTest);

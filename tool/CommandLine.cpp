@@ -1,10 +1,12 @@
 #include "CommandLine.h"
 
 #include "Command.h"
+#include "Help.h"
 #include "Shell.h"
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -12,11 +14,11 @@ namespace Tool {
 
 namespace {
 
-constexpr char const* exitCodes =
-    "Exit status: 0 done, 1 internal error or answer not written, 2 wrong usage, 3 unknown "
-    "item, 4 value\nrefused, 5 not stored or data directory not usable. The gravest counts when several apply.\n"
-    "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
-    "schema/element (AudioSettings/RingerVolume).";
+constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answer not written, 2 wrong usage,\n"
+                                  "3 unknown item, 4 value refused, 5 not stored or data directory not usable.\n"
+                                  "The gravest counts when several apply.\n"
+                                  "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
+                                  "schema/element (AudioSettings/RingerVolume).";
 
 std::filesystem::path defaultDataDirectory()
 {
@@ -32,6 +34,7 @@ std::filesystem::path defaultDataDirectory()
 
 Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbench.options.json)
 {
+    m_app.formatter(helpFormatter()); // The verbs take it over when they are added.
     m_app.require_subcommand(1);
     m_app.fallthrough();
     m_app.footer(exitCodes);
@@ -40,7 +43,7 @@ Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbenc
     addCatalogue();
     addManagement();
     addTelephone();
-    addShell();
+    addHolders();
 }
 
 void Command::addGlobalOptions()
@@ -49,18 +52,25 @@ void Command::addGlobalOptions()
     m_app.add_flag("--show-secrets", m_showSecrets, "Show passwords and PINs instead of stars");
     if (m_workbench.inShell)
         return;
+    m_app.set_version_flag("--version", "mediadata " MEDIADATA_VERSION, "Print the version and exit");
+    m_app.add_option("--color", m_colour, "auto (at a terminal, unless NO_COLOR is set), always or never")
+        ->check(CLI::IsMember({"auto", "always", "never"}))
+        ->option_text("WHEN");
     auto& options = m_workbench.options;
     options.dataDirectory = defaultDataDirectory();
-    m_app.add_option("--data-dir", options.dataDirectory, "Data directory")->envname("MEDIADATA_DIR")->capture_default_str();
+    m_app.add_option("--data-dir", options.dataDirectory, "Data directory instead of " + options.dataDirectory.string())
+        ->envname("MEDIADATA_DIR")
+        ->option_text("DIRECTORY");
     m_app
         .add_option("--log-level", options.logLevel,
-                    "Log to the error stream up to this level: 2 errors, 3 notices, 5 and 6 traces")
+                    "Log up to this level: 2 errors (default), 3 notices, 5 and 6 traces; of a process that holds the "
+                    "data directory its own counts")
         ->check(CLI::Range(0, 6))
         ->envname("MEDIADATA_LOG")
-        ->capture_default_str();
+        ->option_text("LEVEL");
 }
 
-std::vector<std::string> Command::verbs()
+std::vector<std::string> Command::verbs() const
 {
     std::vector<std::string> names;
     for (auto const* const verb : m_app.get_subcommands([](CLI::App const*) { return true; }))
@@ -68,15 +78,31 @@ std::vector<std::string> Command::verbs()
     return names;
 }
 
+std::vector<OptionName> Command::options(std::vector<std::string> const& verbs) const
+{
+    std::vector<OptionName> names;
+    auto const take = [&](CLI::App const& app) {
+        for (auto const* const option : app.get_options()) {
+            for (auto const& name : option->get_lnames())
+                names.push_back({"--" + name, option->get_expected_max() > 0});
+        }
+    };
+    take(m_app);
+    auto const* app = &m_app;
+    for (auto const& verb : verbs) {
+        auto const found = app->get_subcommands([&](CLI::App const* each) { return each->get_name() == verb; });
+        if (found.empty())
+            continue;
+        app = found.front();
+        take(*app);
+    }
+    return names;
+}
+
 Session& Command::session()
 {
-    if (!m_workbench.session) {
-        std::string reason;
-        m_workbench.options.dryRun = m_dryRun;
-        m_workbench.session = Session::open(m_workbench.options, reason);
-        if (!m_workbench.session)
-            throw OpenFailure{reason};
-    }
+    if (!m_workbench.session)
+        reach();
     m_workbench.session->showSecrets(m_showSecrets || m_workbench.options.showSecrets);
     return *m_workbench.session;
 }
@@ -86,12 +112,16 @@ int Command::render(Report const& report) const
     if (m_json)
         renderJson(report, m_workbench.console->out);
     else
-        renderText(report, m_workbench.console->out, m_workbench.console->err);
+        renderText(report, *m_workbench.console);
     return report.code;
 }
 
 int Command::run(std::vector<std::string> words)
 {
+    m_words = words;
+    bool const isOwn = !m_workbench.inShell && !m_workbench.isRemote;
+    if (isOwn)
+        chooseColours(*m_workbench.console, m_colour);
     bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
     std::reverse(words.begin(), words.end()); // The parser takes its words from the end.
     try {
@@ -109,27 +139,46 @@ int Command::run(std::vector<std::string> words)
             m_workbench.options.showSecrets = m_showSecrets;
             m_workbench.options.json = m_json;
         }
-        if (m_runsShell) {
-            session();
-            return runShell(m_workbench);
-        }
-        return render(m_action());
+        if (isOwn)
+            chooseColours(*m_workbench.console, m_colour);
+        if (m_holds && m_workbench.isRemote)
+            return render(failure(exitUsage, "", "this verb runs in a process of its own"));
+        if (m_process)
+            return m_process();
+        std::optional<ProgressLine> progress;
+        if (!m_workbench.isRemote)
+            progress.emplace(*m_workbench.console);
+        auto const report = m_action();
+        progress.reset();
+        return render(report);
+    } catch (Answered const& answered) {
+        return answered.status;
     } catch (OpenFailure const& failed) {
         return render(failure(exitStorage, "", failed.reason));
     }
 }
 
-std::vector<std::string> verbNames()
+std::vector<std::string> verbNames(bool inShell)
 {
-    Workbench shell;
-    shell.inShell = true;
-    auto names = Command(shell).verbs();
-    names.insert(names.end(), {"watch", "help", "exit"});
+    Workbench workbench;
+    workbench.inShell = inShell;
+    auto names = Command(workbench).verbs();
+    if (inShell)
+        names.insert(names.end(), {"watch", "help", "exit"});
     return names;
+}
+
+std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool inShell)
+{
+    Workbench workbench;
+    workbench.inShell = inShell;
+    return Command(workbench).options(verbs);
 }
 
 int runCommand(Workbench& workbench, std::vector<std::string> words)
 {
+    if (!workbench.inShell && !workbench.isRemote && !words.empty() && words.front() == "complete")
+        return complete({words.begin() + 1, words.end()}, workbench.console->out);
     int const code = Command(workbench).run(std::move(words));
     auto const& console = *workbench.console;
     if (console.out.flush())

@@ -1,14 +1,13 @@
 // Completion of verbs, names and legal values.
+#include "Accepted.h"
 #include "Flags.h"
 #include "Items.h"
 #include "Shell.h"
 #include "Tables.h"
 
-#include "Data/DataItemBuilder.h"
-
 #include <algorithm>
 #include <map>
-#include <sstream>
+#include <ostream>
 #include <utility>
 
 namespace Tool {
@@ -17,33 +16,7 @@ using namespace Data;
 
 namespace {
 
-/// Longer ranges are no help to anybody.
-constexpr int mostValues = 20;
-
 using Words = std::vector<std::string>;
-
-Words legalValues(eDataTag tag)
-{
-    using Builder = DataCache::DataItemBuilder;
-    if (typeOf(tag) == eDataItemTypeBool)
-        return {"true", "false"};
-    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
-    if (!chain)
-        return {};
-    auto const& [builder, parameters] = chain[0];
-    Words values;
-    if (builder == &Builder::dataValidatorStringsAllowed) {
-        std::istringstream list(parameters[0].text);
-        for (std::string value; std::getline(list, value, parameters[1].text.front());)
-            values.push_back(value);
-    } else if (builder == &Builder::dataValidatorIntRange) {
-        int const first = std::stoi(parameters[0].text);
-        int const last = std::stoi(parameters[1].text);
-        for (int value = first; last - first < mostValues && value <= last; ++value)
-            values.push_back(std::to_string(value));
-    }
-    return values;
-}
 
 /// Every name of every item, each followed by `after`.
 Words itemNames(char const* after = "")
@@ -60,7 +33,7 @@ Words itemNames(char const* after = "")
 Words wordsOf(std::string const& verb)
 {
     static std::map<std::string, Words> const fixed{
-        {"reset", {"audio"}},
+        {"reset", {"audio", "user-data"}},
         {"table", tableNames()},
         {"flags", flagNames()},
         {"mobility", {"all", "managed", "unmanaged"}},
@@ -79,10 +52,24 @@ bool takesValues(Words const& words)
            (words.front() == "mgmt" && words.size() > 1 && (words[1] == "set" || words[1] == "changed"));
 }
 
+/// What stands behind an option that takes a value.
+Words valuesOf(std::string const& option)
+{
+    static std::map<std::string, Words> const fixed{
+        {"--color", {"auto", "always", "never"}},
+        {"--format", {"tsv", "json", "markdown"}},
+        {"--log-level", {"0", "2", "3", "5", "6"}},
+        {"--model", {"entry", "top", "other"}},
+        {"--usb", {"yes", "no"}},
+        {"--file", {":file"}},
+        {"--data-dir", {":directory"}},
+    };
+    auto const found = fixed.find(option);
+    return found == fixed.end() ? Words{} : found->second;
+}
+
 Words candidates(Words const& words, std::string const& word)
 {
-    if (words.empty())
-        return verbNames();
     if (!takesValues(words)) {
         bool const isManagement = words.front() == "mgmt" && words.size() > 1;
         return isManagement && words[1] == "get" ? itemNames() : isManagement ? Words{} : wordsOf(words.front());
@@ -98,15 +85,77 @@ Words candidates(Words const& words, std::string const& word)
     return values;
 }
 
+/// The line without its options.
+struct Line {
+    Words verbs;
+    std::string openOption; ///< the last word is an option that waits for its value
+};
+
+Line withoutOptions(Words const& words, std::vector<OptionName> const& known)
+{
+    Line line;
+    for (auto const& word : words) {
+        if (!std::exchange(line.openOption, "").empty())
+            continue;
+        if (!word.starts_with('-'))
+            line.verbs.push_back(word);
+        else if (std::any_of(known.begin(), known.end(),
+                             [&](auto const& each) { return each.takesValue && each.name == word; }))
+            line.openOption = word;
+    }
+    return line;
+}
+
+Words allCandidates(Words const& words, std::string const& word, bool inShell)
+{
+    auto const line = withoutOptions(words, optionNames(words, inShell));
+    if (!line.openOption.empty())
+        return valuesOf(line.openOption);
+    if (word.starts_with('-')) {
+        Words names;
+        auto const equals = word.find('=');
+        for (auto const& value : equals != std::string::npos ? valuesOf(word.substr(0, equals)) : Words{})
+            names.push_back(value.starts_with(':') ? value : word.substr(0, equals + 1) + value);
+        if (equals != std::string::npos)
+            return names;
+        for (auto const& [name, takesValue] : optionNames(line.verbs, inShell))
+            names.push_back(name);
+        return names;
+    }
+    return line.verbs.empty() ? verbNames(inShell) : candidates(line.verbs, word);
+}
+
 } // namespace
 
-Words completions(Words const& words, std::string const& word)
+Words completions(Words const& words, std::string const& word, bool inShell)
 {
-    auto result = candidates(words, word);
-    std::erase_if(result, [&](std::string const& candidate) { return candidate.rfind(word, 0) != 0; });
+    auto result = allCandidates(words, word, inShell);
+    if (result.size() == 1 && result.front().starts_with(':'))
+        return result;
+    std::erase_if(result, [&](std::string const& candidate) { return !candidate.starts_with(word); });
     std::sort(result.begin(), result.end());
     result.erase(std::unique(result.begin(), result.end()), result.end());
     return result;
+}
+
+int complete(Words words, std::ostream& out)
+{
+    if (words.size() == 2 && words.front() == "--line") {
+        bool const isNewWord = words[1].empty() || words[1].ends_with(' ') || words[1].ends_with('\t');
+        splitWords(std::string(words[1]), words);
+        words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1)); // The program's name.
+        if (isNewWord)
+            words.emplace_back();
+    } else if (!words.empty() && words.front() == "--") {
+        words.erase(words.begin());
+    }
+    if (words.empty())
+        words.emplace_back();
+    auto const word = words.back();
+    words.pop_back();
+    for (auto const& each : completions(words, word, false))
+        out << each << '\n';
+    return exitOk;
 }
 
 } // namespace Tool

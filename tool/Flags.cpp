@@ -134,6 +134,20 @@ std::vector<std::string> flagNames()
     return {flagWords.begin(), flagWords.end()};
 }
 
+std::map<std::string, std::string> flagFileValues()
+{
+    std::map<std::string, std::string> values;
+    for (auto const& line : readLines(platformPath(flagFile))) {
+        if (std::find(flagWords.begin(), flagWords.end(), line.flag) == flagWords.end())
+            continue;
+        std::istringstream words(line.text);
+        std::string value;
+        words >> value >> value;
+        values[line.flag] = value == line.flag ? "true" : value;
+    }
+    return values;
+}
+
 Report flags(Session& session, std::vector<std::string> const& changes, bool clear)
 {
     std::filesystem::path const path = platformPath(flagFile);
@@ -145,6 +159,8 @@ Report flags(Session& session, std::vector<std::string> const& changes, bool cle
         return report;
     if (clear || !changes.empty()) {
         Changes const before(session);
+        for (int tag = eDataTagOpusTest; tag < eDataTagEnd; ++tag)
+            session.history().ask(static_cast<eDataTag>(tag));
         std::error_code error;
         std::filesystem::create_directories(path.parent_path(), error);
         bool const done = lines.empty() ? ::unlink(path.c_str()) == 0 || errno == ENOENT : replaceFile(path, lines);

@@ -95,6 +95,7 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
         }
         if (isSecret(*tag))
             session.hideInLog(text);
+        session.history().ask(*tag);
         request.record.populate(names->item, names->subItem, text);
         request.values.emplace_back(*tag, text);
     }
@@ -111,17 +112,6 @@ Reasons reasonsOf(ManageableData const& record)
         text += (text.empty() ? "" : "; ") + reject.reason;
     }
     return reasons;
-}
-
-/// Local time to the second.
-std::string timeText(std::int64_t milliseconds)
-{
-    auto const seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm parts{};
-    ::localtime_r(&seconds, &parts);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%F %T", &parts);
-    return text.data();
 }
 
 } // namespace
@@ -192,9 +182,11 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
         } else if (reason != reasons.end()) {
             result = "refused";
             why = reason->second;
+            session.history().refuse(tag, text, reason->second);
         } else if (tableRestored && storedTableOf(tag) != eDataTagNone) {
             result = "refused";
             why = "the table's check rejected it, previous values restored";
+            session.history().refuse(tag, text, why.get<std::string>());
         }
         section.rows.push_back({result, nameOf(tag), shown(tag, text, session.options().showSecrets), why});
     }
@@ -229,6 +221,8 @@ Report managementChanged(Session& session, std::vector<Assignment> const& assign
 Report managementReset(Session& session)
 {
     Changes const changes(session);
+    for (auto const tag : allTags())
+        session.history().ask(tag);
     if (!session.service().resetUserData())
         return failure(exitStorage, "", "the library did not reset the user's settings");
     return {exitOk, {changes.section("changed", "Changed:")}};
@@ -237,6 +231,7 @@ Report managementReset(Session& session)
 Report managementJournal(Session& session)
 {
     Section section{"journal", Layout::Table, {"time", "kind", "item", "value"}, {}};
+    section.headings = 1;
     for (auto const& entry : session.service().journal())
         section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
                                 entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});

@@ -4,12 +4,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Tool {
+
+class Console;
 
 using Json = nlohmann::ordered_json;
 
@@ -30,6 +34,7 @@ struct Section {
     std::vector<std::string> columns;
     std::vector<std::vector<Json>> rows; ///< null: no value
     std::string title = {};              ///< a line above the text; not in JSON
+    std::size_t headings = 0;            ///< so many columns of a table stand once, above the rows that share them; not in JSON
 };
 
 /// Something that went wrong, said on the error stream in text and under "errors" in JSON.
@@ -58,7 +63,13 @@ Report failure(ExitCode code, std::string item, std::string reason, std::vector<
 /// A cell as one line of text: control characters escaped, the empty text as "", no value as "-".
 std::string cellText(Json const& cell);
 
-void renderText(Report const& report, std::ostream& out, std::ostream& err);
+/// The text in lines of at most so many columns, cut at blanks; a longer word has a line of its own.
+std::vector<std::string> wrapped(std::string const& text, std::size_t columns);
+
+/// Local time to the second, out of milliseconds since 1970.
+std::string timeText(std::int64_t milliseconds);
+
+void renderText(Report const& report, Console const& console);
 void renderJson(Report const& report, std::ostream& out);
 
 } // namespace Tool

@@ -11,9 +11,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <list>
+#include <ostream>
 #include <system_error>
 #include <utility>
 
@@ -78,14 +80,15 @@ void Session::Callback::onDataUpdate(BulkData& changes)
     listener(heard);
 }
 
-Session::Session(Options options) : m_options(std::move(options)), m_callback(std::make_unique<Callback>())
+Session::Session(Options options)
+    : m_options(std::move(options)), m_logsSecrets(m_options.showSecrets), m_callback(std::make_unique<Callback>())
 {
     Host::setLogSink([this](Host::LogLine const& line) {
         onLogLine(line.level, fmt::format("{}:{}", line.sourceFile, line.line), line.text);
     });
 }
 
-std::unique_ptr<Session> Session::open(Options const& options, std::string& error)
+std::unique_ptr<Session> Session::open(Options const& options, std::string& error, bool& inUse)
 {
     std::unique_ptr<Session> session(new Session(options));
     auto directory = options.dataDirectory;
@@ -93,7 +96,7 @@ std::unique_ptr<Session> Session::open(Options const& options, std::string& erro
     if (options.dryRun &&
         std::filesystem::symlink_status(directory, ignored).type() == std::filesystem::file_type::not_found)
         directory = session->m_scratch = scratchDirectory();
-    session->m_platform = Host::Platform::open({directory.string(), options.logLevel}, error);
+    session->m_platform = Host::Platform::open({directory.string(), options.logLevel}, error, &inUse);
     if (!session->m_platform)
         return nullptr;
     MediaDataCache::init(*session->m_platform);
@@ -137,22 +140,40 @@ std::vector<std::string> Session::takeErrors()
 void Session::hideInLog(std::string const& secret)
 {
     std::lock_guard const held(m_logMutex);
-    if (!secret.empty())
+    if (!secret.empty() && std::find(m_secrets.begin(), m_secrets.end(), secret) == m_secrets.end())
         m_secrets.push_back(secret);
+}
+
+void Session::echoErrors(std::ostream* sender)
+{
+    std::lock_guard const held(m_logMutex);
+    m_sender = sender;
+}
+
+std::string Session::withoutSecrets(std::string text) const
+{
+    for (auto const& secret : m_secrets) {
+        for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
+            text.replace(at, secret.size(), masked);
+    }
+    return text;
 }
 
 void Session::onLogLine(int level, std::string const& place, std::string text)
 {
+    if (m_quiet)
+        return;
     std::lock_guard const held(m_logMutex);
-    if (!m_options.showSecrets) {
-        for (auto const& secret : m_secrets) {
-            for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
-                text.replace(at, secret.size(), masked);
-        }
-    }
-    if (level <= errorLevel)
-        m_errors.push_back(text);
-    std::fputs(fmt::format("log {} {} {}\n", level, place, cellText(text)).c_str(), stderr);
+    auto const toTell = m_options.showSecrets ? text : withoutSecrets(text);
+    // What somebody else's command may see is not for this process's log.
+    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(std::move(text)) : toTell;
+    auto const line = [&](std::string const& words) { return fmt::format("log {} {} {}\n", level, place, cellText(words)); };
+    std::fputs(line(toLog).c_str(), stderr);
+    if (level > errorLevel)
+        return;
+    m_errors.push_back(toTell);
+    if (m_sender)
+        *m_sender << line(toTell);
 }
 
 std::optional<Json> readValue(eDataTag tag)

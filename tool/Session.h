@@ -1,11 +1,13 @@
 // One running library over one data directory: opened by the first verb that needs values, closed at the end of the process.
 #pragma once
 
+#include "History.h"
 #include "Report.h"
 
 #include "Data/DataTypes.h"
 #include "Data/DataUpdateCallback.h"
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -40,7 +42,8 @@ public:
     using Listener = std::function<void(std::vector<HeardChange> const&)>;
 
     /// Starts the library. Null, with the reason in `error`, when the data directory cannot be used.
-    static std::unique_ptr<Session> open(Options const& options, std::string& error);
+    /// `inUse` says that another process holds it.
+    static std::unique_ptr<Session> open(Options const& options, std::string& error, bool& inUse);
     ~Session();
     Session(Session const&) = delete;
     Session& operator=(Session const&) = delete;
@@ -57,6 +60,21 @@ public:
     /// The messages of the library's errors since the last call, secrets masked.
     std::vector<std::string> takeErrors();
 
+    /// Sends what takeErrors() would answer also to `sender`; null ends it.
+    void echoErrors(std::ostream* sender);
+
+    /// The journal of changes.
+    History& history() { return m_history; }
+
+    /// Runs `action` and drops what is logged meanwhile: for questions that the library answers by refusing.
+    template <class Action> auto quietly(Action action)
+    {
+        m_quiet = true;
+        auto result = action();
+        m_quiet = false;
+        return result;
+    }
+
     /// Keeps a secret out of the log lines, in which the library quotes values that it refuses.
     void hideInLog(std::string const& secret);
 
@@ -70,15 +88,20 @@ private:
     };
 
     explicit Session(Options options);
+    std::string withoutSecrets(std::string text) const;
     void onLogLine(int level, std::string const& place, std::string text);
 
     Options m_options;
+    bool const m_logsSecrets;
     std::filesystem::path m_scratch; ///< stands for the missing data directory of a dry run
     std::unique_ptr<Host::Platform> m_platform;
     std::unique_ptr<Callback> m_callback;
-    std::mutex m_logMutex; ///< guards the two lists: the library logs on the thread that works
+    std::mutex m_logMutex; ///< guards what follows: the library logs on the thread that works
     std::vector<std::string> m_errors;
     std::vector<std::string> m_secrets;
+    std::atomic<bool> m_quiet = false;
+    History m_history{*this};
+    std::ostream* m_sender = nullptr;
 };
 
 /// The current value by the item's own type; nothing when it cannot be read.

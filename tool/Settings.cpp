@@ -1,25 +1,19 @@
 #include "Settings.h"
 
+#include "Accepted.h"
 #include "Catalogue.h"
 #include "Changes.h"
 #include "Items.h"
+#include "Outcomes.h"
 #include "Session.h"
 
-#include "Data/BulkData.h"
-#include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
-#include "Media/MediaDataCache.h"
-
-#include "ManagementService.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <map>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -27,163 +21,8 @@
 namespace Tool {
 
 using namespace Data;
-using Media::MediaDataCache;
 
 namespace {
-
-/// What becomes of one assignment.
-struct Outcome {
-    eDataTag tag;
-    std::string text; ///< as given
-    Json before;
-    Json wanted; ///< null when the text was refused
-    std::string result;
-    std::string reason;
-};
-
-constexpr char const* tableIsSetByCells = "a table is set by its cells";
-
-/// The library's own check of a text, on an item of its own making; the typed value when it passes.
-Json validate(eDataTag tag, std::string const& text, std::string& reason)
-{
-    std::unique_ptr<DataItemBase> const item(DataCache::DataItemBuilder::createDataItem(tag, eDataSourceNone));
-    if (!item || !item->setValueString(text, reason))
-        return {};
-    int number = 0;
-    if (item->getValue(number))
-        return number;
-    bool flag = false;
-    if (item->getValue(flag))
-        return flag;
-    std::string value;
-    item->getValue(value);
-    return value;
-}
-
-void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
-{
-    if (value.is_number())
-        bulk.addTagValue<int>(tag, value.get<int>(), false);
-    else if (value.is_boolean())
-        bulk.addTagValue<bool>(tag, value.get<bool>(), false);
-    else
-        bulk.addTagValue<std::string>(tag, value.get<std::string>(), false);
-}
-
-bool isStorageError(std::string const& line)
-{
-    return line.find("storing into db failed") != std::string::npos;
-}
-
-/// These take effect each time they are written, also with the value they have.
-bool alwaysWritten(eDataTag tag)
-{
-    return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
-}
-
-/// What the management service holds, by name.
-using ServiceValues = std::map<std::string, std::string>;
-
-/// Taken as a whole: reading one by one would fill the service's journal.
-ServiceValues serviceValues(Session& session)
-{
-    ServiceValues values;
-    for (auto const& item : session.service().items())
-        values.emplace(item.subItem, item.value);
-    return values;
-}
-
-Json knownValue(eDataTag tag, ServiceValues const& others)
-{
-    if (isHeld(tag))
-        return readValue(tag).value_or(Json());
-    auto const other = others.find(nameOf(tag));
-    std::string ignored;
-    return other == others.end() ? Json() : validate(tag, other->second, ignored);
-}
-
-Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others)
-{
-    Outcome outcome{tag, text, knownValue(tag, others), {}, "refused", {}};
-    if (!exists(tag))
-        outcome.reason = "the catalogue has this item switched off";
-    else if (typeOf(tag) == eDataItemTypeComplex)
-        outcome.reason = tableIsSetByCells;
-    else
-        outcome.wanted = validate(tag, text, outcome.reason);
-    if (!outcome.wanted.is_null())
-        outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? "unchanged" : "would store";
-    return outcome;
-}
-
-/// What the library made of a value that passed its checks.
-void settle(Outcome& outcome, bool taken, bool databaseFailed)
-{
-    auto const after = readValue(outcome.tag).value_or(Json());
-    if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted) && !databaseFailed) {
-        outcome.result = "refused";
-        outcome.reason = fmt::format("the check of the table {} rejected it, previous values restored",
-                                     nameOf(storedTableOf(outcome.tag)));
-    } else if (!taken || databaseFailed) {
-        outcome.result = "failed";
-        bool const isStored = isHeld(outcome.tag) && (storedTableOf(outcome.tag) != eDataTagNone ||
-                                                      DataSourceDB::dataDbDescriptionTable[outcome.tag].schema != nullptr);
-        outcome.reason =
-            isStored ? "the database did not store it, the previous value stands" : "the management service did not take it";
-    } else {
-        outcome.result = "stored";
-        if (after != outcome.wanted)
-            outcome.reason = "a dependent rule made it " + cellText(after);
-        else if (outcome.tag >= eDataTagCodecRank1 && outcome.tag <= eDataTagCodecRank4)
-            outcome.reason = "until the next start: codecs are stored in row order, to re-rank them exchange their types";
-    }
-}
-
-void store(Session& session, std::vector<Outcome>& outcomes)
-{
-    BulkData bulk;
-    for (auto const& outcome : outcomes) {
-        if (outcome.result == "would store")
-            addToBulk(bulk, outcome.tag, outcome.wanted);
-    }
-    if (bulk.getTags().empty())
-        return;
-    session.takeErrors();
-    MediaDataCache::setDataBulk(bulk);
-    // A table whose text the database refuses is not among the tags that the bulk set gives back; the log is its only trace.
-    auto const errors = session.takeErrors();
-    auto const storingFailed = [](std::string const& line) {
-        return line.find("storing into db failed") != std::string::npos;
-    };
-    bool const databaseFailed = std::any_of(errors.begin(), errors.end(), storingFailed);
-    auto const notTaken = bulk.getTagsNotSetInDb();
-    for (auto& outcome : outcomes) {
-        if (outcome.result == "would store")
-            settle(outcome, !notTaken.contains(outcome.tag), databaseFailed && storedTableOf(outcome.tag) != eDataTagNone);
-    }
-}
-
-Report account(std::vector<Outcome> const& outcomes, bool showSecrets)
-{
-    Report report;
-    Section section{"items", Layout::Table, {"result", "item", "old", "new", "reason"}, {}};
-    std::size_t refused = 0;
-    std::size_t failed = 0;
-    for (auto const& outcome : outcomes) {
-        Json const given = outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted;
-        section.rows.push_back({outcome.result, nameOf(outcome.tag), shown(outcome.tag, outcome.before, showSecrets),
-                                shown(outcome.tag, given, showSecrets),
-                                outcome.reason.empty() ? Json() : Json(outcome.reason)});
-        refused += outcome.result == "refused";
-        failed += outcome.result == "failed";
-    }
-    report.sections.push_back(std::move(section));
-    if (refused != 0)
-        report.fail(exitRefused, {"", fmt::format("{} of {} values refused", refused, outcomes.size())});
-    if (failed != 0)
-        report.fail(exitStorage, {"", fmt::format("{} of {} values not stored", failed, outcomes.size())});
-    return report;
-}
 
 /// The tags of the assignments; the report says which names are unknown or given twice, and nothing is set then.
 Report resolve(std::vector<Assignment> const& assignments, std::vector<eDataTag>& tags)
@@ -274,7 +113,7 @@ Report readAssignments(std::string const& content, std::string const& fileName, 
     return report;
 }
 
-Report list(Session& session, std::string const& pattern)
+Report list(Session& session, std::string const& pattern, bool changedOnly)
 {
     auto const tags = pattern.empty() ? allTags() : matchItems(pattern);
     if (tags.empty())
@@ -285,9 +124,14 @@ Report list(Session& session, std::string const& pattern)
     for (auto const tag : tags) {
         if (!exists(tag))
             continue;
-        auto const value = shown(tag, knownValue(tag, others), session.options().showSecrets);
-        section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)), value});
+        auto const value = knownValue(tag, others);
+        bool const isChanged = !value.is_null() && typeOf(tag) != eDataItemTypeComplex && value != defaultOf(tag);
+        if (!changedOnly || isChanged)
+            section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)),
+                                    shown(tag, value, session.options().showSecrets)});
     }
+    if (section.rows.empty())
+        report.notes.emplace_back("Nothing differs from the defaults.");
     report.sections.push_back(std::move(section));
     return report;
 }
@@ -332,6 +176,7 @@ Report describe(Session& session, std::string const& item)
          exists(*tag) ? shown(*tag, readValue(*tag).value_or(Json()), secrets) : Json("switched off in the catalogue")},
         {"type", typeName(record.value.type)},
         {"default", exists(*tag) ? Json(record.value.text) : Json()},
+        {"accepted", acceptedText(*tag)},
         {"value check", orNull(chainText(record.valueChain))},
         {"text check", orNull(chainText(record.stringChain))},
         {"owner", ownerOf(*tag)},
@@ -352,7 +197,7 @@ Report describe(Session& session, std::string const& item)
     return {exitOk, {std::move(section)}};
 }
 
-Report set(Session& session, std::vector<Assignment> const& assignments, bool dryRun, bool watch)
+Report set(Session& session, std::vector<Assignment> const& assignments, SetOptions options)
 {
     std::vector<eDataTag> tags;
     auto report = resolve(assignments, tags);
@@ -363,37 +208,37 @@ Report set(Session& session, std::vector<Assignment> const& assignments, bool dr
     for (std::size_t index = 0; index < tags.size(); ++index) {
         if (isSecret(tags[index]))
             session.hideInLog(assignments[index].value);
+        session.history().ask(tags[index]);
         outcomes.push_back(check(tags[index], assignments[index].value, others));
     }
-    std::vector<HeardChange> heard;
-    if (!dryRun && watch) {
-        auto previous =
-            session.listen([&heard](auto const& changes) { heard.insert(heard.end(), changes.begin(), changes.end()); });
-        store(session, outcomes);
-        session.listen(std::move(previous));
-    } else if (!dryRun) {
-        store(session, outcomes);
-    }
-    report = account(outcomes, session.options().showSecrets);
-    auto const isTableCell = [](Outcome const& outcome) { return storedTableOf(outcome.tag) != eDataTagNone; };
-    if (dryRun && std::any_of(outcomes.begin(), outcomes.end(), isTableCell))
-        report.notes.emplace_back("The checks of whole tables run only when their cells are set.");
-    if (watch)
-        report.sections.push_back(heardSection(heard, session.options().showSecrets));
-    return report;
+    return set(session, std::move(outcomes), options);
 }
 
-Report resetAudio(Session& session)
+Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options)
 {
-    Changes const changes(session);
-    session.takeErrors();
-    MediaDataCache::resetDataSetUserAudio();
-    Report report{exitOk, {changes.section("items")}};
-    report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
-    for (auto const& error : session.takeErrors()) {
-        if (isStorageError(error))
-            report.fail(exitStorage, {"", error});
+    bool const secrets = session.options().showSecrets;
+    if (options.dryRun || options.atomic)
+        checkTables(session, outcomes);
+    bool const heldBack = options.atomic && holdBack(outcomes);
+    std::vector<HeardChange> heard;
+    if (!options.dryRun && !heldBack) {
+        auto previous = session.listen({});
+        session.listen([&](auto const& changes) {
+            heard.insert(heard.end(), changes.begin(), changes.end());
+            if (previous)
+                previous(changes);
+        });
+        auto const earlier = options.atomic ? Changes::values() : std::vector<Json>();
+        store(session, outcomes);
+        if (options.atomic && holdBack(outcomes))
+            putBack(session, earlier);
+        session.listen(std::move(previous));
     }
+    if (!options.dryRun)
+        noteRefusals(session, outcomes);
+    auto report = account(outcomes, secrets);
+    if (options.watch)
+        report.sections.push_back(heardSection(heard, secrets));
     return report;
 }
 

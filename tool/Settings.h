@@ -11,6 +11,7 @@
 namespace Tool {
 
 class Session;
+struct Outcome;
 
 /// One ITEM=VALUE as it was given.
 struct Assignment {
@@ -25,15 +26,18 @@ bool parseAssignment(std::string const& text, Assignment& assignment);
 /// value in double quotes keeps its blanks. The report holds the lines that are none of these.
 Report readAssignments(std::string const& text, std::string const& fileName, std::vector<Assignment>& assignments);
 
-Report list(Session& session, std::string const& pattern);
+Report list(Session& session, std::string const& pattern, bool changedOnly);
 Report get(Session& session, std::vector<std::string> const& items);
 Report describe(Session& session, std::string const& item);
 
-/// All assignments as one bulk set, each accounted for. `dryRun` validates in the same way and writes nothing; `watch` adds
-/// what a registered callback heard.
-Report set(Session& session, std::vector<Assignment> const& assignments, bool dryRun, bool watch);
+struct SetOptions {
+    bool dryRun = false; ///< checks in the same way and writes nothing
+    bool atomic = false; ///< stores nothing when one value is refused
+    bool watch = false;  ///< adds what a registered callback heard
+};
 
-/// Resets the user's audio settings and shows what changed.
-Report resetAudio(Session& session);
+/// All values as one bulk set, each accounted for.
+Report set(Session& session, std::vector<Assignment> const& assignments, SetOptions options);
+Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options);
 
 } // namespace Tool

@@ -1,18 +1,25 @@
 #include "Shell.h"
 
 #include "Items.h"
+#include "Server.h"
 
 #include <editline/readline.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <set>
+#include <thread>
 #include <utility>
 
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace Tool {
@@ -20,20 +27,22 @@ namespace Tool {
 namespace {
 
 /// The changes that `watch` lets through: all of them at first.
-struct Watch {
+struct Filter {
     bool on = true;
     std::optional<std::set<Data::eDataTag>> only = {};
 };
 
-void print(Watch const& watch, std::vector<HeardChange> const& changes, bool showSecrets)
+std::string text(Filter const& watch, std::vector<HeardChange> const& changes, bool showSecrets)
 {
+    std::string lines;
     for (auto const& [tag, value] : changes) {
-        if (watch.on && (!watch.only || watch.only->count(tag) != 0))
-            std::cout << "* " << nameOf(tag) << " = " << cellText(shown(tag, value, showSecrets)) << std::endl;
+        if (watch.on && (!watch.only || watch.only->contains(tag)))
+            lines += "* " + nameOf(tag) + " = " + cellText(shown(tag, value, showSecrets)) + '\n';
     }
+    return lines;
 }
 
-int applyWatch(Watch& watch, std::vector<std::string> const& words)
+int applyWatch(Filter& watch, std::vector<std::string> const& words)
 {
     if (words.size() > 2) {
         std::cerr << "mediadata: usage: watch [PATTERN | off]\n";
@@ -76,11 +85,44 @@ char** complete(char const* text, int start, int)
 {
     std::vector<std::string> before;
     splitWords(std::string(rl_line_buffer, static_cast<std::size_t>(start)), before);
-    offered = completions(before, text);
+    offered = completions(before, text, true);
     // A value follows at once after "ITEM=", a blank after everything else.
     rl_completion_append_character = !offered.empty() && offered.front().ends_with('=') ? 0 : static_cast<int>(' ');
     rl_attempted_completion_over = 1;
     return rl_completion_matches(text, nextOffer);
+}
+
+/// What other processes changed while a line is being typed: the line editor's thread prints it above that line.
+struct {
+    std::mutex mutex; ///< guards the lines
+    std::string lines;
+    Host::FileDescriptor event{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+} news;
+
+void tell(std::string const& lines, bool atOnce)
+{
+    if (atOnce) {
+        std::cout << lines << std::flush;
+        return;
+    }
+    std::lock_guard const held(news.mutex);
+    news.lines += lines;
+    std::uint64_t const one = 1;
+    [[maybe_unused]] auto const written = ::write(news.event.get(), &one, sizeof one);
+}
+
+/// Waits for a key. The line editor calls it until there is one.
+int awaitKeyOrNews()
+{
+    std::array<pollfd, 2> waiting{{{STDIN_FILENO, POLLIN, 0}, {news.event.get(), POLLIN, 0}}};
+    ::poll(waiting.data(), waiting.size(), -1);
+    std::uint64_t count = 0;
+    if (::read(news.event.get(), &count, sizeof count) < 0)
+        return 0;
+    std::lock_guard const held(news.mutex);
+    std::cout << "\r\x1b[K" << std::exchange(news.lines, "") << std::flush;
+    rl_forced_update_display();
+    return 0;
 }
 
 class Input {
@@ -93,6 +135,7 @@ public:
         rl_basic_word_break_characters = blanks;
         rl_completer_word_break_characters = blanks;
         rl_attempted_completion_function = complete;
+        rl_event_hook = awaitKeyOrNews;
         rl_initialize();
         using_history();
         std::cout << "All verbs of mediadata; also watch [PATTERN | off], help, exit. The tabulator key completes.\n";
@@ -118,7 +161,7 @@ private:
     bool m_terminal;
 };
 
-int runLine(Workbench& workbench, Watch& watch, std::vector<std::string> const& words)
+int runLine(Workbench& workbench, Filter& watch, std::vector<std::string> const& words)
 {
     if (words.front() == "watch")
         return applyWatch(watch, words);
@@ -155,13 +198,25 @@ bool splitWords(std::string const& line, std::vector<std::string>& words)
     return quote == 0;
 }
 
-int runShell(Workbench& workbench)
+int runShell(Workbench& workbench, Server& server)
 {
-    Watch watch;
+    Filter watch;
     bool const showSecrets = workbench.options.showSecrets;
+    bool const isTerminal = ::isatty(STDIN_FILENO) == 1;
+    auto const own = std::this_thread::get_id();
     workbench.inShell = true;
-    workbench.session->listen([&](auto const& changes) { print(watch, changes, showSecrets); });
-    Input const input(::isatty(STDIN_FILENO) == 1);
+    Session::Listener before;
+    auto const hear = [&](std::vector<HeardChange> const& changes) {
+        before(changes);
+        tell(text(watch, changes, showSecrets), !isTerminal || std::this_thread::get_id() == own);
+    };
+    auto& session = *workbench.session;
+    {
+        auto const turn = server.commandTurn();
+        before = session.listen({});
+        session.listen(hear);
+    }
+    Input const input(isTerminal);
     int gravest = exitOk;
     for (std::string line; input.read(line);) {
         std::vector<std::string> words;
@@ -176,9 +231,11 @@ int runShell(Workbench& workbench)
             break;
         if (!namesASecret(words))
             input.remember(line);
+        auto const turn = server.commandTurn();
         gravest = std::max(gravest, runLine(workbench, watch, words));
     }
-    workbench.session->listen({});
+    auto const turn = server.commandTurn();
+    session.listen(before);
     return gravest;
 }
 

@@ -20,30 +20,37 @@ void Command::onSession(CLI::App* verb, Verb action)
     verb->callback([this, action = std::move(action)] { m_action = [this, action] { return action(session()); }; });
 }
 
+void Command::onChange(CLI::App* verb, std::string who, Verb action)
+{
+    onSession(verb, [who = std::move(who), action = std::move(action)](Session& session) {
+        return session.history().record(who, [&] { return action(session); });
+    });
+}
+
 void Command::addSettings()
 {
     auto* const listing = add("list", "List items with their values");
     listing->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
-    onSession(listing, [this](Session& session) { return list(session, m_item); });
+    listing->add_flag("--changed", m_changedOnly, "Only what differs from its default");
+    onSession(listing, [this](Session& session) { return list(session, m_item, m_changedOnly); });
 
     auto* const reading = add("get", "Print values");
-    reading->add_option("ITEM", m_items)->required();
+    reading->add_option("ITEM", m_items, "Names, or tag numbers")->required();
     onSession(reading, [this](Session& session) { return get(session, m_items); });
 
     auto* const writing = add("set", "Set values, all in one bulk set");
-    writing->add_option("ITEM=VALUE", m_items);
-    writing->add_option("--file", m_file, "Read ITEM=VALUE lines from a file, - for standard input");
+    writing->add_option("ITEM=VALUE", m_items, "A value may be empty");
+    writing->add_option("--file", m_file, "Read ITEM=VALUE lines from a file, - for standard input")->option_text("FILE");
     writing->add_flag("--dry-run", m_dryRun, "Check the values and write nothing");
+    writing->add_flag("--atomic", m_atomic, "Store nothing when one value is refused");
     writing->add_flag("--watch", m_watch, "Show what a registered callback heard");
-    onSession(writing, [this](Session& session) { return assign(session); });
+    onChange(writing, "set", [this](Session& session) { return assign(session); });
 
     auto* const describing = add("describe", "Show everything the catalogue says about an item");
-    describing->add_option("ITEM", m_item)->required();
+    describing->add_option("ITEM", m_item, "A name, or a tag number")->required();
     onSession(describing, [this](Session& session) { return describe(session, m_item); });
 
-    auto* const resetting = add("reset", "Reset a set of settings to their defaults");
-    resetting->add_option("SET", m_word, "audio: the user's audio settings")->required()->check(CLI::IsMember({"audio"}));
-    onSession(resetting, resetAudio);
+    addConfiguration();
 }
 
 void Command::addCatalogue()
@@ -51,7 +58,9 @@ void Command::addCatalogue()
     std::map<std::string, CatalogueFormat> const formats{
         {"tsv", CatalogueFormat::Tsv}, {"json", CatalogueFormat::Objects}, {"markdown", CatalogueFormat::Markdown}};
     auto* const verb = add("catalogue", "Print the table of all settings");
-    verb->add_option("--format", m_format, "tsv, json or markdown")->transform(CLI::CheckedTransformer(formats));
+    verb->add_option("--format", m_format, "tsv, json or markdown")
+        ->transform(CLI::CheckedTransformer(formats))
+        ->option_text("FORMAT");
     verb->callback([this] {
         m_action = [this] {
             m_json = m_json || m_format == CatalogueFormat::Objects;
@@ -69,53 +78,69 @@ void Command::addManagement()
     onSession(reading, [this](Session& session) { return managementGet(session, m_items); });
 
     auto* const writing = verb->add_subcommand("set", "Set items of the media component, with reject reasons");
-    writing->add_option("ITEM=VALUE", m_items)->required();
-    onSession(writing, [this](Session& session) {
+    writing->add_option("ITEM=VALUE", m_items, "As the service names them")->required();
+    onChange(writing, "management", [this](Session& session) {
         return withAssignments([&](auto const& values) { return managementSet(session, values); });
     });
 
     auto* const changed = verb->add_subcommand("changed", "Report that items of other components changed");
-    changed->add_option("ITEM=VALUE", m_items)->required();
-    onSession(changed, [this](Session& session) {
+    changed->add_option("ITEM=VALUE", m_items, "As the service names them")->required();
+    onChange(changed, "management", [this](Session& session) {
         return withAssignments([&](auto const& values) { return managementChanged(session, values); });
     });
-    onSession(verb->add_subcommand("reset-user-data", "Order a reset of the user's settings"), managementReset);
+    onChange(verb->add_subcommand("reset-user-data", "Order a reset of the user's settings"), "management", managementReset);
     onSession(verb->add_subcommand("journal", "Show what the library read, reported and requested"), managementJournal);
 }
 
 void Command::addTelephone()
 {
     auto* const showing = add("table", "Show a table as people read it");
-    showing->add_option("NAME", m_word, "The table")->required()->check(CLI::IsMember(tableNames()));
-    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier");
+    showing->add_option("NAME", m_word, "codec, srtp, headset, ringing, door-openers, cameras or group-pickup")
+        ->required()
+        ->check(CLI::IsMember(tableNames()));
+    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier")->option_text("IDENTIFIER");
     onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
 
     auto* const where = add("country", "Show the country, or report a new one");
     where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
-    onSession(where, [this](Session& session) { return country(session, m_word); });
+    onChange(where, "management", [this](Session& session) { return country(session, m_word); });
 
     auto* const moving = add("mobility", "Announce how the user's data is handled");
     moving->add_option("TYPE", m_word, "all, managed, unmanaged or an empty text")->required();
-    onSession(moving, [this](Session& session) { return mobility(session, m_word); });
+    onChange(moving, "management", [this](Session& session) { return mobility(session, m_word); });
 
     auto* const options = add("flags", "Show or change the flag file");
     options->add_option("FLAG[=VALUE]", m_items, "FLAG alone means true, FLAG= takes its line away");
     options->add_flag("--clear", m_clear, "Remove the file");
-    onSession(options, [this](Session& session) { return flags(session, m_items, m_clear); });
+    onChange(options, "flag file", [this](Session& session) { return flags(session, m_items, m_clear); });
 
     auto* const profile = add("device", "Show or change the device profile");
-    profile->add_option("--model", m_word)->check(CLI::IsMember({"entry", "top", "other"}));
-    profile->add_option("--usb", m_item)->check(CLI::IsMember({"yes", "no"}));
-    onSession(profile, [this](Session& session) { return device(session, m_word, m_item); });
+    profile->add_option("--model", m_word, "entry, top or other")
+        ->check(CLI::IsMember({"entry", "top", "other"}))
+        ->option_text("MODEL");
+    profile->add_option("--usb", m_item, "yes or no")->check(CLI::IsMember({"yes", "no"}))->option_text("ANSWER");
+    onChange(profile, "device", [this](Session& session) { return device(session, m_word, m_item); });
 }
 
-void Command::addShell()
+void Command::addHolders()
 {
     if (m_workbench.inShell)
         return;
-    add("shell", "All verbs in one running process; commands from a pipe when there is no terminal")->callback([this] {
-        m_runsShell = true;
-    });
+    auto const process = [this](CLI::App* verb, int (Command::*start)(), bool holds) {
+        verb->callback([this, start, holds] {
+            m_process = [this, start] { return (this->*start)(); };
+            m_holds = holds;
+        });
+    };
+    process(add("shell", "Run lines of commands; others are served meanwhile"), &Command::shell, true);
+    process(add("serve", "Hold the data directory for others until SIGTERM"), &Command::serve, true);
+    auto* const watching = add("watch", "Print changes as they come, of a holder or as one");
+    watching->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
+    watching->add_option("--count", m_count, "End after so many changes")->option_text("NUMBER");
+    watching->add_option("--timeout", m_seconds, "End after so many seconds; status 1 if too few")
+        ->check(CLI::Range(1, 1000000))
+        ->option_text("SECONDS");
+    process(watching, &Command::watch, false);
 }
 
 Report Command::assignments(std::vector<Assignment>& result) const
@@ -154,7 +179,7 @@ Report Command::assign(Session& session)
         return report;
     if (values.empty())
         return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
-    return set(session, values, m_dryRun, m_watch);
+    return set(session, values, {.dryRun = m_dryRun, .atomic = m_atomic, .watch = m_watch});
 }
 
 } // namespace Tool

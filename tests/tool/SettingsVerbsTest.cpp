@@ -29,9 +29,11 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
         {0, {"--help", "get 61", "set ringer-volume=4", "set ringer-volume=4", good, "reset audio"}},
         {2,
          {"", "frobnicate", "get", "get 61 --no-such-option", "set", "set ringer-volume", "set ringer-volume=1 61=2", bad}},
-        {2, {"set --file /no/such/file", "set --file /", "mgmt set ringer-volume=1 61=2", "reset everything"}},
+        {2, {"set --file /no/such/file", "set --file /", "mgmt set ringer-volume=1 61=2"}},
         {2, {"catalogue --format xml"}},
-        {3, {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such", "set 61=5 no-such-item=1"}},
+        {3,
+         {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such", "set 61=5 no-such-item=1",
+          "reset everything"}},
         {4, {"set ringer-volume=9", "set 108=<Schema/>", "set codec[1]/type=0", "get 632"}},
         {5, {"get function-key-def-100"}}};
     for (auto const& [status, commands] : cases)

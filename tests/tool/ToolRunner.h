@@ -5,11 +5,13 @@
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fcntl.h>
@@ -32,6 +34,67 @@ inline std::string slurp(std::filesystem::path const& path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// A process of the tool, its standard streams in files; killed at the latest with this object.
+class Process {
+public:
+    Process(std::filesystem::path streams, std::vector<std::string> words, std::string const& input = {})
+        : m_streams(std::move(streams))
+    {
+        std::ofstream(stream(STDIN_FILENO), std::ios::binary) << input;
+        words.insert(words.begin(), MEDIADATA_TOOL);
+        std::vector<char*> arguments;
+        for (auto& word : words)
+            arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        m_child = ::fork();
+        if (m_child != 0)
+            return;
+        for (int const each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            auto const flags = each == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
+            if (::dup2(::open(stream(each).c_str(), flags, 0600), each) < 0)
+                ::_exit(126);
+        }
+        ::execv(arguments.front(), arguments.data());
+        ::_exit(127);
+    }
+    ~Process() { end(SIGKILL); }
+    Process(Process const&) = delete;
+    Process& operator=(Process const&) = delete;
+
+    std::string out() const { return slurp(stream(STDOUT_FILENO)); }
+    std::string err() const { return slurp(stream(STDERR_FILENO)); }
+    std::string number() const { return std::to_string(m_child); }
+    void signal(int number) const { ::kill(m_child, number); }
+
+    /// Waits until the process has written the text, or has ended.
+    bool says(std::string const& text) const
+    {
+        auto const said = [&] { return (out() + err()).find(text) != std::string::npos; };
+        for (siginfo_t info{}; !said() && info.si_pid == 0; ::usleep(5000))
+            ::waitid(P_PID, static_cast<id_t>(m_child), &info, WEXITED | WNOHANG | WNOWAIT);
+        return said();
+    }
+
+    /// The exit status; signal 0 waits for the process to end by itself.
+    int end(int signal = 0)
+    {
+        if (m_child <= 0)
+            return -1;
+        int status = 0;
+        ::kill(m_child, signal);
+        while (::waitpid(m_child, &status, 0) < 0 && errno == EINTR) {
+        }
+        m_child = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    std::filesystem::path stream(int number) const { return m_streams.string() + '.' + std::to_string(number); }
+
+    std::filesystem::path m_streams;
+    pid_t m_child = 0;
+};
+
 class ToolRunner : public ::testing::Test {
 protected:
     void SetUp() override
@@ -43,46 +106,31 @@ protected:
 
     void TearDown() override { std::filesystem::remove_all(m_root); }
 
+    std::string telephone = "telephone"; ///< the name of the data directory
+
     std::filesystem::path const& root() const { return m_root; }
-    std::filesystem::path dataDirectory() const { return m_root / "telephone"; }
+    virtual std::filesystem::path dataDirectory() const { return m_root / telephone; }
 
     void write(std::string const& name, std::string const& text) const
     {
         std::ofstream(m_root / name, std::ios::binary) << text;
     }
 
+    Process start(std::string const& name, std::vector<std::string> words, std::string const& input = {}) const
+    {
+        words.insert(words.begin(), {"--data-dir", dataDirectory().string()});
+        return {m_root / name, std::move(words), input};
+    }
+
     /// One process of the tool with these words, its standard input out of `input`.
     Answer tool(std::vector<std::string> words, std::string const& input = {}) const
     {
-        write("stdin", input);
-        words.insert(words.begin(), {MEDIADATA_TOOL, "--data-dir", dataDirectory().string()});
-        auto const child = ::fork();
-        if (child == 0) {
-            std::vector<char*> arguments;
-            for (auto& word : words)
-                arguments.push_back(word.data());
-            arguments.push_back(nullptr);
-            redirect("stdin", O_RDONLY, STDIN_FILENO);
-            redirect("stdout", O_WRONLY | O_CREAT | O_TRUNC, STDOUT_FILENO);
-            redirect("stderr", O_WRONLY | O_CREAT | O_TRUNC, STDERR_FILENO);
-            ::execv(arguments.front(), arguments.data());
-            ::_exit(127);
-        }
-        int status = 0;
-        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, slurp(m_root / "stdout"), slurp(m_root / "stderr")};
+        auto process = start("tool", std::move(words), input);
+        int const status = process.end();
+        return {status, process.out(), process.err()};
     }
 
 private:
-    void redirect(char const* name, int flags, int target) const
-    {
-        auto const file = ::open((m_root / name).c_str(), flags, 0600);
-        if (file < 0 || ::dup2(file, target) < 0)
-            ::_exit(126);
-        ::close(file);
-    }
-
     std::filesystem::path m_root;
 };
 

@@ -1,0 +1,362 @@
+// The verbs about the configuration as a whole: explain, diff, export, import, reset, history; and the shapes of all answers.
+#include "JsonSchema.h"
+#include "ToolRunner.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+
+namespace ToolTest {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+class ConfigurationVerbs : public ToolRunner {
+protected:
+    using Words = std::vector<std::string>;
+
+    static Words words(std::string const& command)
+    {
+        std::istringstream text(command);
+        return {std::istream_iterator<std::string>(text), {}};
+    }
+
+    Answer at(char const* name, Words const& command)
+    {
+        telephone = name;
+        auto answer = tool(command);
+        telephone = "telephone";
+        return answer;
+    }
+
+    /// Tables, secrets, dependent rules against them and with them, bytes that are no text, flags, device, other components.
+    void changeALot() const
+    {
+        for (Words const& command : std::vector<Words>{
+                 words("set ringer-volume=5 codec[1]/type=0 codec[2]/type=3 codec[3]/allowed=false headset[1]/type=0 "
+                       "headset[3]/type=2 SRTPEncryption[1]/rank=2 SRTPEncryption[2]/rank=1 group-pickup-tone-type=1 "
+                       "door-opener-type-2=1 door-opener-phonenumber-2=77 door-opener-directvideo-2=3 door-opener-path-2= "
+                       "door-opener-address-1=left-over ice-server-pwd-0=Zebra door-opener-pin-2=4711 alert-identifier-3= "
+                       "alert-identifier-14=Mine ringer-melody-14=7 direct-video-1011=x"),
+                 {"set", "map-special-ringer-4=it's \"quoted\" $HOME\n", "ringer-audio-file=tune.wav",
+                  "ice-server-username-0=\xff\xfe"},
+                 words("set camera-door-opener-1=4 camera-phone-number-3=other"),
+                 words("device --model entry --usb no"),
+                 words("flags opus_test=false force_etsi"),
+                 words("country DE"),
+                 words("mgmt changed function-key-def-100=line system-identifier=2")})
+            ASSERT_EQ(tool(command).status, 0) << command[1];
+    }
+
+    /// Every file of the data directory with its bytes.
+    std::map<std::string, std::string> files() const
+    {
+        std::map<std::string, std::string> all;
+        for (auto const& each : fs::recursive_directory_iterator(dataDirectory()))
+            all[each.path().string()] = each.is_regular_file() ? slurp(each.path()) : "";
+        return all;
+    }
+
+    static std::multiset<std::string> results(json const& answer)
+    {
+        std::multiset<std::string> all;
+        for (auto const& item : answer["items"])
+            all.insert(item["result"]);
+        return all;
+    }
+
+    std::string exported() const { return tool({"export", "--show-secrets"}).out; }
+};
+
+TEST_F(ConfigurationVerbs, ExplainEveryItemByALayerThatHoldsItsValue)
+{
+    changeALot();
+    std::string questions;
+    for (int tag = 1; tag <= 805; ++tag)
+        questions += "explain --json --show-secrets " + std::to_string(tag) + "\n";
+    std::istringstream answers(tool({"shell"}, questions).out);
+    auto const values = tool({"list", "--json", "--show-secrets"}).json();
+    std::map<int, json> listed;
+    for (auto const& item : values["items"])
+        listed[item["tag"]] = item["value"];
+    for (int tag = 1; tag <= 805; ++tag) {
+        json answer;
+        answers >> answer;
+        ASSERT_EQ(answer["item"]["tag"], tag);
+        EXPECT_EQ(answer["item"]["value"], listed.contains(tag) ? listed[tag] : json()) << tag;
+        json winner;
+        for (auto const& layer : answer["layers"])
+            if (layer["wins"] == "yes")
+                winner = layer;
+        EXPECT_EQ(winner.is_null(), answer["item"]["value"].is_null()) << answer;
+        if (winner.is_null())
+            continue;
+        EXPECT_EQ(winner["holds"], answer["item"]["value"]) << answer;
+        EXPECT_EQ(winner["layer"], answer["item"]["from"]);
+        EXPECT_NE(winner["layer"], "this process") << "a fresh process cannot know better: " << answer;
+    }
+}
+
+TEST_F(ConfigurationVerbs, ExplainWhichLayerWonAndWhatHidesARow)
+{
+    changeALot();
+    std::pair<char const*, std::vector<char const*>> const cases[]{
+        {"database", {"ringer-volume", "ringer-melody-14", "camera-phone-number-3", "codec[2]/allowed", "headset[2]/type"}},
+        {"flag file", {"ForceEtsi", "CodecHardwareAllowed3"}},
+        {"catalogue", {"ice-server-port-0"}},
+        {"management", {"country"}},
+        {"dependent rule", {"camera-door-opener-3"}}};
+    std::string hidden;
+    for (auto const& [layer, items] : cases) {
+        for (auto const* const item : items) {
+            auto const answer = tool({"explain", item, "--json"}).json();
+            EXPECT_EQ(answer["item"]["from"], layer) << item;
+            hidden += answer["item"]["hidden"].is_null() ? "" : answer["item"]["hidden"].get<std::string>() + "; ";
+        }
+    }
+    EXPECT_EQ(hidden, "entry model: codec 3 needs the flag opus_test; the device has no USB; ");
+    EXPECT_EQ(tool({"explain", "ice-server-pwd-0", "--json"}).out.find("Zebra"), std::string::npos);
+}
+
+TEST_F(ConfigurationVerbs, MakeTheTelephoneAnewWithTheCommandsOfDiff)
+{
+    changeALot();
+    EXPECT_EQ(tool({"diff", "--commands"}).out.find("Zebra"), std::string::npos);
+    write("replay.sh", tool({"diff", "--commands", "--show-secrets"}).out);
+    auto const path = "mkdir " + root().string() + "/bin && ln -s " MEDIADATA_TOOL " " + root().string() +
+                      "/bin/mediadata && PATH=" + root().string() + "/bin:$PATH MEDIADATA_DIR=" + root().string() +
+                      "/twin sh -e " + root().string() + "/replay.sh >/dev/null";
+    ASSERT_EQ(std::system(path.c_str()), 0);
+    EXPECT_EQ(at("twin", {"export", "--show-secrets"}).out, exported());
+    // The second directory is only read.
+    auto const before = files();
+    EXPECT_EQ(at("twin", {"diff", dataDirectory().string(), "--json"}).json()["differences"], json::array());
+    EXPECT_EQ(files(), before);
+    ASSERT_EQ(at("twin", {"set", "ringer-volume=1"}).status, 0);
+    auto const differences = tool({"diff", (root() / "twin").string(), "--json"}).json()["differences"];
+    EXPECT_EQ(differences, json::parse(R"([{"item": "ringer-volume", "other": 1, "here": 5}])"));
+}
+
+TEST_F(ConfigurationVerbs, BringEverythingBackAfterExportWipeAndImport)
+{
+    changeALot();
+    auto const whole = exported();
+    write("words", "a passphrase\n");
+    write("wrong", "another\n");
+    auto const file = [&](char const* name) { return (root() / name).string(); };
+    write("export", tool({"export", "--passphrase-file", file("words")}).out);
+    EXPECT_EQ(slurp(root() / "export").find("Zebra"), std::string::npos);
+    write("without", tool({"export"}).out);
+    EXPECT_EQ(slurp(root() / "without").find("Zebra"), std::string::npos);
+    fs::remove_all(dataDirectory());
+
+    ASSERT_EQ(tool({"import", file("export"), "--passphrase-file", file("wrong")}).status, 4);
+    auto const answer = tool({"import", file("export"), "--passphrase-file", file("words"), "--json"});
+    ASSERT_EQ(answer.status, 0) << answer.out;
+    EXPECT_EQ(answer.out.find("Zebra"), std::string::npos);
+    EXPECT_EQ(exported(), whole);
+    EXPECT_EQ(tool({"diff", file("export"), "--passphrase-file", file("words"), "--json"}).json()["differences"].size(), 0U);
+    auto const again = results(tool({"import", file("without"), "--json"}).json());
+    EXPECT_EQ(again.count("unchanged"), again.size());
+    EXPECT_EQ(exported(), whole);
+    JsonSchema const schema(json::parse(slurp(MEDIADATA_SOURCE_DIR "/docs/json/export.json")));
+    for (auto const* const name : {"export", "without"})
+        EXPECT_EQ(schema.fault(json::parse(slurp(root() / name))), "");
+}
+
+TEST_F(ConfigurationVerbs, SettleADocumentOverATelephoneThatIsAlreadyInUse)
+{
+    changeALot();
+    write("whole", exported());
+    for (auto const* const command : {"reset DoorOpeners CodecSettings HeadsetPriorities", "set door-opener-type-1=2 ",
+                                      "set group-pickup-tone-type=3 door-opener-directvideo-4=1", "flags --clear"})
+        ASSERT_EQ(tool(words(command)).status, 0) << command;
+    ASSERT_NE(exported(), slurp(root() / "whole"));
+    auto const answer = tool({"import", (root() / "whole").string()});
+    EXPECT_EQ(answer.status, 0) << answer.out << answer.err;
+    EXPECT_EQ(exported(), slurp(root() / "whole"));
+}
+
+TEST_F(ConfigurationVerbs, AccountForWhatAnImportDoesNotTake)
+{
+    write("bad", R"({"format": "mediadata export", "version": 1, "flags": {"force_etsi": "yes", "no_flag": "true"},
+        "device": {"model": "huge"}, "service": {"ringer-volume": "2", "country": "FR"},
+        "settings": {"ringer-volume": 9, "headset-volume": 4, "handset-volume": 2, "ringer-volumes": 1, "ForceEtsi": true},
+        "tables": {"codec": {"codec[1]/type": 1}}})");
+    ASSERT_EQ(tool({"get", "1"}).status, 0);
+    auto const file = (root() / "bad").string();
+    std::string results;
+    auto const before = files();
+    auto const dry = tool({"import", "--json", "--dry-run", file});
+    EXPECT_EQ(dry.status, 4);
+    EXPECT_EQ(files(), before);
+    auto const items = dry.json()["items"];
+    for (auto const& item : items)
+        results += item["item"].get<std::string>() + " " + item["result"].get<std::string>() + "; ";
+    EXPECT_EQ(results, "handset-volume unchanged; headset-volume would store; ringer-volume refused; codec[1]/type refused; "
+                       "ForceEtsi refused; device/model refused; flags/force_etsi refused; flags/no_flag unknown; "
+                       "country would store; ringer-volume refused; ringer-volumes unknown; ");
+    EXPECT_EQ(items[2]["accepted"], "1..8");
+    EXPECT_EQ(tool({"import", "--atomic", file}).status, 4);
+    EXPECT_EQ(tool({"export"}).out, at("new", {"export"}).out);
+    EXPECT_EQ(tool({"import", file}).status, 4);
+    EXPECT_EQ(tool({"get", "headset-volume", "ringer-volume", "codec[1]/type", "country"}).out,
+              "headset-volume = 4\nringer-volume = 3\ncodec[1]/type = 3\ncountry = FR\n");
+}
+
+TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
+{
+    auto const with = [](std::string const& rest) { return R"({"format": "mediadata export", "version": 1)" + rest + "}"; };
+    std::pair<std::string, char const*> const cases[]{
+        {"", "parse error at line 1"},
+        {"[1]", "format"},
+        {"{}", "format"},
+        {R"({"format": "mediadata export", "version": 2})", "version: expected 1, found 2"},
+        {with("") + "x", "parse error at line 1, column 45"},
+        {with(R"(, "settings": {"61": 1, "61": 2})"), "settings/61: given twice"},
+        {with(R"(, "settings": {"61": 1, "ringer-volume": 2})"), "settings/ringer-volume: this item is there already"},
+        {with(R"(, "settings": {"61": "5"})"), "settings/61: expected a whole number"},
+        {with(R"(, "settings": {"61": 4294967297})"), "settings/61: expected a whole number"},
+        {with(R"(, "settings": {"61": 1e999})"), "number overflow"},
+        {with(R"(, "settings": {"59": 1})"), "settings/59: expected true or false"},
+        {with(R"(, "settings": {"63": "a\u0000b"})"), "settings/63: a text must not hold the character 0"},
+        {with(R"(, "settings": {"63": {"hex": "0g"}})"), "settings/63: expected"},
+        {with(R"(, "settings": {"63": ")"
+              "\xff\"}"),
+         "ill-formed UTF-8"},
+        {with(R"(, "settings": [])"), "settings: expected an object"},
+        {with(R"(, "tables": {"codec": {"x": [[[[[[1]]]]]]}})"), "nested deeper than"},
+        {with(R"(, "tables": )" + std::string(100000, '[')), "nested deeper than"},
+        {with(R"(, "more": 1)"), "more: this version has no such member"},
+        {with(R"(, "secrets": {"cipher": "none"})"), "secrets/cipher"},
+        {with(R"(, "secrets": {"cipher": "argon2id13 xchacha20-poly1305", "passes": 2000000000, "memory-kib": 8, )"
+              R"("salt": "AAAAAAAAAAAAAAAAAAAAAA", "sealed": ""})"),
+         "secrets: expected 1..16 passes"},
+    };
+    ASSERT_EQ(tool({"get", "1"}).status, 0);
+    auto const before = files();
+    for (auto const& [text, words] : cases) {
+        auto const answer = tool({"import", "-", "--secrets"}, text);
+        EXPECT_EQ(answer.status, 2) << text.substr(0, 100);
+        EXPECT_NE(answer.err.find(words), std::string::npos) << text.substr(0, 100) << answer.err;
+    }
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(ConfigurationVerbs, ResetWhatThePreviewPromises)
+{
+    changeALot();
+    ASSERT_EQ(tool(words("set handset-volume=8 click-keys=1 distinctive-ringer-mode=1 moh-enabled=false")).status, 0);
+    for (auto const* const what : {"audio", "user-data"}) {
+        auto const before = files();
+        auto const preview = tool({"reset", what, "--dry-run", "--json"}).json()["items"];
+        EXPECT_EQ(files(), before);
+        EXPECT_GE(preview.size(), 4U);
+        EXPECT_EQ(tool({"reset", what, "--json"}).json()["items"], preview) << what;
+    }
+    EXPECT_EQ(tool({"get", "ringer-melody-14"}).out, "2\n") << "a reset table cell is durable";
+    EXPECT_EQ(tool({"reset", "door-opener-address-1", "DoorOpener2Pin"}).status, 0);
+    EXPECT_EQ(tool({"get", "door-opener-address-1", "door-opener-pin-2"}).out,
+              "door-opener-address-1 = \"\"\ndoor-opener-pin-2 = \"\"\n");
+    EXPECT_EQ(tool({"reset", "country", "ForceEtsi"}).status, 4);
+}
+
+TEST_F(ConfigurationVerbs, RememberWhoChangedWhat)
+{
+    changeALot();
+    EXPECT_EQ(tool({"set", "ringer-volume=9", "camera-password-1=Zebra-much-too-long-for-it"}).status, 4);
+    std::set<std::string> seen;
+    auto const all = tool({"history", "--json", "--limit", "1000"}).json();
+    for (auto const& entry : all["history"])
+        seen.insert(entry["who"].get<std::string>() + ": " + entry["item"].get<std::string>() + " " + entry["old"].dump() +
+                    " " + entry["new"].dump() + " " + entry["result"].get<std::string>());
+    for (auto const* const line :
+         {R"(set: ringer-volume 3 5 stored)", R"(library rule: camera-door-opener-3 0 2 stored)",
+          R"(set: ice-server-pwd-0 "" "********" stored)", R"(device: device/model "other" "entry" stored)",
+          R"(management: country "country" "DE" stored)", R"(flag file: ForceEtsi false true stored)",
+          R"(management: function-key-def-100 null "line" stored)", R"(set: ringer-volume 5 "9" refused)"})
+        EXPECT_TRUE(seen.contains(line)) << line;
+    auto const file = dataDirectory() / "mediadata.history";
+    EXPECT_EQ(slurp(file).find("Zebra"), std::string::npos);
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    EXPECT_EQ(tool({"history", "ringer-volume", "--json"}).json()["history"].size(), 2U);
+}
+
+TEST_F(ConfigurationVerbs, KeepTheHistoryWholeBoundedAndOutOfTheWay)
+{
+    ASSERT_EQ(tool({"set", "ringer-volume=4"}).status, 0);
+    auto const file = dataDirectory() / "mediadata.history";
+    std::ofstream(file, std::ios::app) << R"({"time": 1, "who": "to)"; // a kill in the middle of a line
+    ASSERT_EQ(tool({"set", "ringer-volume=5"}).status, 0);
+    EXPECT_EQ(tool({"history", "--json"}).json()["history"].size(), 2U);
+    std::ofstream(file, std::ios::app) << std::string(512 * 1024, '\n');
+    ASSERT_EQ(tool({"set", "ringer-volume=6"}).status, 0);
+    EXPECT_LT(fs::file_size(file), 1000U);
+    EXPECT_EQ(tool({"history", "--json"}).json()["history"].size(), 3U);
+    fs::remove(file);
+    fs::create_symlink(root() / "elsewhere", file);
+    auto const answer = tool({"set", "ringer-volume=7"});
+    EXPECT_EQ(answer.status, 0);
+    EXPECT_NE(answer.err.find("history could not be written"), std::string::npos);
+    EXPECT_FALSE(fs::exists(root() / "elsewhere"));
+    EXPECT_EQ(tool({"get", "ringer-volume"}).out, "7\n");
+}
+
+TEST_F(ConfigurationVerbs, StoreAllOrNothingAndSayWhatIsAccepted)
+{
+    auto const answer = tool({"set", "--atomic", "--json", "ringer-volume=4", "rtp-base-port=3", "codec[1]/type=0"}).json();
+    EXPECT_EQ(results(answer), (std::multiset<std::string>{"held back", "refused", "refused"}));
+    EXPECT_EQ(answer["items"][1]["accepted"], "an even number 2..65120");
+    EXPECT_EQ(tool({"set", "--dry-run", "codec[1]/type=0"}).status, 4) << "the table's check is rehearsed";
+    EXPECT_EQ(tool({"set", "--dry-run", "codec[1]/type=0", "codec[2]/type=3"}).status, 0);
+    EXPECT_EQ(tool({"list", "--changed", "--json"}).json()["items"], json::array());
+}
+
+TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
+{
+    changeALot();
+    auto const whole = exported();
+    JsonSchema const schema(json::parse(slurp(MEDIADATA_SOURCE_DIR "/docs/json/answers.json")));
+    // The definition, then the command.
+    std::istringstream cases("list: list volume;list: list --changed;get: get 61 no-such;describe: describe codec[1]/type;"
+                             "describe: describe 60;set: set 61=9 51=5 --watch;set: set 61=1 --dry-run;"
+                             "explain: explain 109;explain: explain 632;explain: explain 653;diff: diff;"
+                             "diff --commands: diff --commands;import: import -;reset: reset audio --dry-run;"
+                             "reset: reset audio;reset: reset ringer-volume;history: history;catalogue: catalogue;"
+                             "mgmt get: mgmt get codecSettings ipaddress;mgmt set: mgmt set 61=7 country=FR 62=99;"
+                             "mgmt changed: mgmt changed country=FR;mgmt reset-user-data: mgmt reset-user-data;"
+                             "mgmt journal: mgmt journal;mobility: mobility all;country: country;country: country KR;"
+                             "flags: flags;flags: flags force_etsi=;device: device;table: table codec;"
+                             "table: table group-pickup;failure: describe nothing;failure: import /no/such/file;"
+                             "failure: set");
+    std::set<std::string> answered;
+    for (std::string line; std::getline(cases, line, ';');) {
+        auto const definition = line.substr(0, line.find(':'));
+        answered.insert(words(definition).front());
+        auto const command = line.substr(line.find(' ', definition.size()) + 1);
+        auto const answer = tool(words(command + " --json"), whole);
+        ASSERT_TRUE(answer.json().is_object()) << command << answer.out;
+        EXPECT_EQ(schema.fault(answer.json(), definition), "") << command;
+        EXPECT_EQ(answer.json()["exit"], answer.status);
+    }
+    EXPECT_EQ(schema.fault(tool({"shell", "--json"}, "get 61\n").json(), "get"), "");
+    auto const holder = start("holder", {"serve", "--json"});
+    ASSERT_TRUE(holder.says("}\n"));
+    EXPECT_EQ(schema.fault(json::parse(holder.out()), "serve"), "");
+    auto const watching = start("watching", {"watch", "ringer-volume", "--json"});
+    for (int volume = 1; watching.out().find('\n') == std::string::npos; volume = volume % 8 + 1)
+        tool({"set", "ringer-volume=" + std::to_string(volume)});
+    auto const told = watching.out();
+    EXPECT_EQ(schema.fault(json::parse(told.substr(0, told.find('\n'))), "watch"), "");
+    EXPECT_EQ(schema.fault(tool({"watch", "--json", "--timeout", "1", "--count", "1"}).json(), "failure"), "");
+    for (auto const* const verb : {"export", "serve", "shell", "watch"}) // the document has a schema of its own
+        answered.insert(verb);
+    std::istringstream help(tool({"--help"}).out);
+    for (std::string line; std::getline(help, line) && line != "Subcommands:";) {
+    }
+    for (std::string line; std::getline(help, line) && !line.empty();)
+        EXPECT_TRUE(line[2] == ' ' || answered.contains(words(line).front())) << line;
+}
+
+} // namespace ToolTest

@@ -1,0 +1,270 @@
+// A process that holds the data directory and serves the others: real processes, and hostile bytes at its socket.
+#include "ToolRunner.h"
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+
+#include <sys/file.h>
+#include <sys/fsuid.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+namespace ToolTest {
+
+using Texts = std::vector<std::string>;
+
+Texts split(std::string const& text, char separator)
+{
+    std::istringstream rest(text);
+    Texts parts;
+    for (std::string part; std::getline(rest, part, separator);)
+        parts.push_back(part);
+    return parts;
+}
+
+class Holder : public ToolRunner {
+protected:
+    void SetUp() override
+    {
+        ::setenv("TMPDIR", "/dev/shm", 0); // What waits for no disk makes many changes in no time.
+        ToolRunner::SetUp();
+    }
+
+    /// Longer than the address of a socket may be.
+    std::filesystem::path dataDirectory() const override { return root() / std::string(150, 'd') / "telephone"; }
+
+    void hold()
+    {
+        m_holder.reset(new Process(start("holder", {"serve"})));
+        ASSERT_TRUE(m_holder->says("serving "));
+    }
+
+    /// A connection on which these bytes were sent; -1 when it is refused.
+    int send(std::string const& bytes) const
+    {
+        auto const directory = ::open(dataDirectory().c_str(), O_PATH | O_CLOEXEC);
+        auto const socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        ("/proc/self/fd/" + std::to_string(directory) + "/mediadata.socket").copy(address.sun_path, 100);
+        auto const failed = ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        ::close(directory);
+        [[maybe_unused]] auto const sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        return failed == 0 ? socket : -1;
+    }
+
+    /// What comes through the socket, up to a text or to the end.
+    static std::string read(int socket, std::string const& last = "\n\n\n")
+    {
+        std::string text;
+        char piece[65536];
+        for (ssize_t got = 1; got > 0 && text.find(last) == std::string::npos;) {
+            got = ::read(socket, piece, sizeof piece);
+            text.append(piece, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        }
+        ::close(socket);
+        return text;
+    }
+
+    static std::string wire(Texts const& texts)
+    {
+        std::string all;
+        for (auto const& text : texts)
+            all += std::to_string(text.size()) + ':' + text + ',';
+        return std::to_string(all.size()) + ':' + all + ',';
+    }
+
+    std::unique_ptr<Process> m_holder;
+};
+
+TEST_F(Holder, LetsEveryVerbAnswerAsItDoesAlone)
+{
+    write("values", "headset-volume = 3\nringer-audio-file = \"\xff\xfe\"\n");
+    write("key", "Kupfer\n");
+    auto const commands = split(
+        "set ringer-volume=5 camera-password-1=Zebra;set --watch ringer-volume=9 ringer-melody=3;set --file -;flags;"
+        "set --file values;set --file /dev/no/such;set --dry-run 61=2;get 61 nothing;get 63 camera-password-1;describe 61;"
+        "explain codec[1]/allowed;list;table codec;set codec[1]/type=0;mgmt set rtp-base-port=5005;country KR;catalogue;"
+        "mgmt get codecSettings;mgmt changed function-key-def-100=line;mobility all;device --model entry;diff;diff values;"
+        "diff --commands;reset audio;export;export --secrets --passphrase-file no;import values;import - --passphrase-file "
+        "key;"
+        "--color always set 61=9;watch nothing;frobnicate;get --no",
+        ';');
+    auto const answers = [&] {
+        std::vector<Answer> result;
+        for (auto const& command : commands) {
+            for (auto const* const extra : {"", " --json", " --show-secrets"}) {
+                auto& answer = result.emplace_back(tool(split(command + extra, ' '), "moh-enabled=false\n"));
+                // What start-up logs belongs to the process that started.
+                while (answer.err.starts_with("log "))
+                    answer.err.erase(0, answer.err.find('\n') + 1);
+            }
+        }
+        return result;
+    };
+    std::filesystem::current_path(root());
+    auto const alone = answers();
+    std::filesystem::remove_all(dataDirectory());
+    hold();
+    auto const held = answers();
+    std::filesystem::current_path("/");
+    for (std::size_t at = 0; at < alone.size(); ++at) {
+        EXPECT_EQ(held[at].status, alone[at].status) << commands[at / 3];
+        EXPECT_EQ(held[at].out, alone[at].out) << commands[at / 3];
+        EXPECT_EQ(held[at].err, alone[at].err) << commands[at / 3];
+    }
+    EXPECT_EQ(m_holder->end(SIGTERM), 0);
+    EXPECT_FALSE(std::filesystem::exists(dataDirectory() / "mediadata.socket"));
+}
+
+TEST_F(Holder, TellsAWatcherWhatAThirdProcessChanges)
+{
+    hold();
+    auto text = start("text", {"watch", "*-password-1", "--count", "2"});
+    auto json = start("json", {"watch", "--json"});
+    // Both are known to listen when they have told a change.
+    for (int melody = 0; json.out().empty() || text.out().empty(); ++melody)
+        tool({"set", "ringer-melody=" + std::to_string(melody % 7), "camera-password-1=Zebra-" + std::to_string(melody)});
+    tool({"set", "--watch", "door-opener-password-1=Zebra", "ringer-volume=7"});
+    EXPECT_EQ(text.end(), 0);
+    EXPECT_EQ(text.out().find("Zebra"), std::string::npos);
+    EXPECT_NE(text.out().find(" camera-password-1 = ********\n"), std::string::npos);
+    EXPECT_TRUE(json.says(R"("item":"ringer-volume","value":7})"));
+    EXPECT_EQ(m_holder->end(SIGINT), 0);
+    EXPECT_EQ(json.end(), 5);
+    for (auto const& line : split(json.out(), '\n'))
+        EXPECT_TRUE(nlohmann::json::accept(line)) << line;
+    EXPECT_EQ(tool({"watch", "--count", "1", "--timeout", "1"}).status, 1);
+}
+
+TEST_F(Holder, LeavesNothingInTheWayWhenItIsKilled)
+{
+    hold();
+    for (auto const* const second : {"serve", "shell"}) {
+        auto const refused = tool({second});
+        EXPECT_EQ(refused.status, 5);
+        EXPECT_NE(refused.err.find("process " + m_holder->number()), std::string::npos) << refused.err;
+    }
+    EXPECT_EQ(tool({"set", "ringer-volume=8"}).status, 0);
+    m_holder->end(SIGKILL);
+    EXPECT_EQ(tool({"get", "ringer-volume"}).out, "8\n");
+    hold();
+    m_holder->end(SIGKILL);
+    std::filesystem::remove(dataDirectory() / "mediadata.socket");
+    std::filesystem::create_symlink("/dev/null", dataDirectory() / "mediadata.socket");
+    EXPECT_EQ(tool({"serve"}).status, 5);
+    EXPECT_EQ(tool({"get", "ringer-volume"}).out, "8\n");
+}
+
+TEST_F(Holder, IsWaitedForWithANoticeAndOthersNotForever)
+{
+    hold();
+    m_holder->signal(SIGSTOP);
+    auto waiting = start("waiting", {"get", "61"});
+    EXPECT_TRUE(waiting.says("waiting for process " + m_holder->number()));
+    m_holder->signal(SIGCONT);
+    EXPECT_EQ(waiting.end(), 0);
+    m_holder->end(SIGTERM);
+    auto const lock = ::open((dataDirectory() / "mediadata.lock").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_TRUE(::flock(lock, LOCK_EX) == 0 && ::write(lock, "4711\n", 5) == 5);
+    auto const refused = tool({"get", "61"});
+    EXPECT_EQ(refused.status, 5);
+    EXPECT_NE(refused.err.find("in use by process 4711; waiting\n"), std::string::npos) << refused.err;
+    auto patient = start("patient", {"get", "61"});
+    EXPECT_TRUE(patient.says("waiting"));
+    ::close(lock);
+    EXPECT_EQ(patient.end(), 0);
+}
+
+TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)
+{
+    hold();
+    auto const good = wire({"mediadata 1", "word", "get", "word", "61"});
+    auto inputs = split("GET / HTTP/1.1\r\n|99999999:|5:1:a,x|4:9:a,,|-1:,|0:,|6:1:a,1,,|" + good.substr(1) + "|" +
+                            good.substr(0, good.size() - 1) + "|" + std::string(100000, '1') + "|" + std::string(3, '\0'),
+                        '|');
+    for (auto const* const texts : {"word", "colour red", "", "word shell", "word serve", "word \xff"}) {
+        auto request = split(texts, ' ');
+        request.insert(request.begin(), "mediadata 1");
+        inputs.push_back(wire(request));
+    }
+    inputs.push_back(wire({"mediadata 2"}));
+    inputs.push_back(wire(Texts(70000, "x")));
+    for (auto const& bytes : inputs) {
+        auto const socket = send(bytes);
+        ::shutdown(socket, SHUT_WR);
+        EXPECT_EQ(read(socket).find("3:out"), std::string::npos) << bytes.substr(0, 40);
+        EXPECT_EQ(tool({"get", "61"}).out, "3\n") << bytes.substr(0, 40);
+    }
+    for (int idle = 0; idle < 40; ++idle)
+        ASSERT_GE(send(good.substr(0, good.size() - 1)), 0);
+    EXPECT_EQ(tool({"get", "61"}).out, "3\n");
+    EXPECT_EQ(m_holder->end(SIGTERM), 0);
+}
+
+TEST_F(Holder, IsNotHeldUpByAWatcherThatDoesNotRead)
+{
+    hold();
+    auto const socket = send(wire({"mediadata 1", "word", "watch"}));
+    char first = 0;
+    ASSERT_EQ(::recv(socket, &first, 1, MSG_PEEK), 1);
+    for (int round = 0; round < 60; ++round) {
+        Texts words{"set", "ringer-audio-file=" + std::string(10000, static_cast<char>('A' + round))};
+        for (int key = 100; key < 1000; key += 100) {
+            for (int button = 0; button < 12; ++button)
+                words.push_back("direct-video-" + std::to_string(key + button) + (round % 2 == 0 ? "=1" : "=0"));
+        }
+        EXPECT_EQ(tool(words).status, 0);
+    }
+    EXPECT_NE(read(socket, " changes missed\n").find(" changes missed\n"), std::string::npos);
+    EXPECT_EQ(m_holder->end(SIGTERM), 0);
+}
+
+TEST_F(Holder, AnswersNobodyElsesCommands)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can act as another user";
+    hold();
+    auto const child = ::fork();
+    if (child == 0) {
+        // Another user for the holder, though the directory's own mode would keep that one out.
+        bool const acts = ::seteuid(65534) == 0 && ::setfsuid(0) >= 0;
+        auto const answer = read(send(wire({"mediadata 1", "word", "get", "word", "61"})));
+        ::_exit(acts && answer.find("another user") != std::string::npos ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Holder, IsNotNeededForCompletion)
+{
+    std::string const scripts = MEDIADATA_SOURCE_DIR "/tool/completions/";
+    auto const shell = [&](std::string const& command) {
+        return std::system(("bash -c '" + command + "' >" + (root() / "said").string() + " 2>&1").c_str());
+    };
+    std::pair<char const*, char const*> const cases[]{
+        {"mediadata ge", "get"},
+        {"mediadata set ringer-vol", "ringer-volume="},
+        {"mediadata --json set --watch ringer-volume=", "1 2 3 4 5 6 7 8"},
+        {"mediadata set codec[1]/al", R"(codec\[1\]/allowed=)"},
+        {R"(mediadata set codec\[1\]/allowed=f)", "false"},
+        {R"(mediadata get \"codec[1]/al)", "codec[1]/allowed"},
+        {"mediadata --color=n", "never"},
+        {"mediadata set --dry", "--dry-run"},
+        {"mediadata set --file /etc/os-relea", "/etc/os-release"},
+        {"mediadata table nothi", ""},
+    };
+    for (auto const& [line, expected] : cases) {
+        EXPECT_EQ(shell("source " + scripts + "mediadata.bash; COMP_LINE=\"" + line +
+                        "\" COMP_WORDS=(\"" MEDIADATA_TOOL
+                        "\"); COMP_POINT=${#COMP_LINE}; _mediadata; echo ${COMPREPLY[*]}"),
+                  0);
+        EXPECT_EQ(slurp(root() / "said"), std::string(expected) + "\n") << line;
+    }
+    for (auto const& each : {"zsh -n " + scripts + "_mediadata", "fish -n " + scripts + "mediadata.fish"})
+        EXPECT_EQ(shell("! command -v " + each.substr(0, 4) + " || " + each), 0) << slurp(root() / "said");
+}
+
+} // namespace ToolTest

@@ -1,0 +1,93 @@
+#include "Accepted.h"
+
+#include "Items.h"
+
+#include "Data/DataItemBuilder.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <sstream>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+using Builder = DataCache::DataItemBuilder;
+using Step = Builder::ValidatorAndParams;
+
+/// Longer ranges are no help to anybody.
+constexpr int mostValues = 20;
+constexpr std::size_t steps = 2;
+
+std::vector<std::string> listed(Step const& step)
+{
+    std::vector<std::string> values;
+    std::istringstream list(step.params[0].text);
+    for (std::string value; std::getline(list, value, step.params[1].text.front());)
+        values.push_back(value);
+    return values;
+}
+
+/// What one step asks for; empty for steps that add nothing to the item's type and for those that the library skips.
+std::string stepText(Step const& step)
+{
+    auto const& [first, last] = step.params;
+    if (step.builder == &Builder::dataValidatorIntRange)
+        return fmt::format("{}..{}", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorBasePort)
+        return fmt::format("an even number {}..{}", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorStringLength)
+        return fmt::format("a text of {} to {} bytes", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorStringsAllowed)
+        return fmt::format("{}", fmt::join(listed(step), " | "));
+    return step.builder == &Builder::dataValidatorStringNoWhitespace ? "a text without blanks" : "";
+}
+
+} // namespace
+
+std::vector<std::string> legalValues(eDataTag tag)
+{
+    if (typeOf(tag) == eDataItemTypeBool)
+        return {"true", "false"};
+    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    if (!chain)
+        return {};
+    std::vector<std::string> values;
+    if (chain->builder == &Builder::dataValidatorStringsAllowed)
+        return listed(*chain);
+    if (chain->builder == &Builder::dataValidatorIntRange) {
+        int const first = std::stoi(chain->params[0].text);
+        int const last = std::stoi(chain->params[1].text);
+        for (int value = first; last - first < mostValues && value <= last; ++value)
+            values.push_back(std::to_string(value));
+    }
+    return values;
+}
+
+std::string acceptedText(eDataTag tag)
+{
+    switch (typeOf(tag)) {
+    case eDataItemTypeBool:
+        return "true | false";
+    case eDataItemTypeComplex:
+        return "nothing: a table is set by its cells";
+    case eDataItemTypeInvalid:
+        return "nothing: switched off in the catalogue";
+    default:
+        break;
+    }
+    std::string text;
+    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    for (std::size_t step = 0; chain && step < steps; ++step) {
+        auto const words = stepText(chain[step]);
+        text += (text.empty() || words.empty() ? "" : ", ") + words;
+    }
+    if (!text.empty())
+        return text;
+    return typeOf(tag) == eDataItemTypeInt ? "a whole number" : "any text";
+}
+
+} // namespace Tool

@@ -1,0 +1,17 @@
+// What the catalogue's validators accept, in words and as a list: for completion, describe and refused values.
+#pragma once
+
+#include "Data/DataTypes.h"
+
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+/// The legal values when there are few enough to choose from, else none.
+std::vector<std::string> legalValues(Data::eDataTag tag);
+
+/// "1..8", "true | false", "0 to 24 bytes without blanks": what a value of the item must be.
+std::string acceptedText(Data::eDataTag tag);
+
+} // namespace Tool

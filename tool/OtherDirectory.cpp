@@ -1,0 +1,132 @@
+// Another telephone's data directory, read by another process of this tool: one process has one platform. What is read is a
+// copy, taken while nobody has the directory, since opening a directory may mend it.
+#include "Diff.h"
+#include "Exchange.h"
+#include "Session.h"
+
+#include "Files.h"
+#include "HostPlatform.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <system_error>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* lockFile = "mediadata.lock";
+constexpr char const* databaseFile = "mediadata.db";
+
+/// A private directory that goes away with the object.
+class Scratch {
+public:
+    Scratch()
+    {
+        std::error_code ignored;
+        auto name = (fs::temp_directory_path(ignored) / "mediadata.XXXXXX").string();
+        if (::mkdtemp(name.data()))
+            m_path = name;
+    }
+    ~Scratch()
+    {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+    Scratch(Scratch const&) = delete;
+    Scratch& operator=(Scratch const&) = delete;
+
+    fs::path const& path() const { return m_path; }
+
+private:
+    fs::path m_path;
+};
+
+/// Everything in it but links; the lock that the caller holds keeps others out meanwhile.
+bool copyFiles(fs::path const& from, fs::path const& to)
+{
+    std::error_code error;
+    fs::create_directory(to, error);
+    for (fs::recursive_directory_iterator at(from, error), end; !error && at != end; at.increment(error)) {
+        auto const target = to / at->path().lexically_relative(from);
+        auto const type = at->symlink_status(error).type();
+        if (type == fs::file_type::directory)
+            fs::create_directory(target, error);
+        else if (type == fs::file_type::regular)
+            fs::copy_file(at->path(), target, error);
+    }
+    return !error;
+}
+
+std::string contentOf(fs::path const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Runs this tool over the directory; its output lies in the scratch directory then. The exit status, or -1.
+int runExport(fs::path const& directory, fs::path const& out, fs::path const& err)
+{
+    std::string words[]{"mediadata", "--data-dir", directory.string(), "export", "--show-secrets"};
+    char* arguments[]{words[0].data(), words[1].data(), words[2].data(), words[3].data(), words[4].data(), nullptr};
+    posix_spawn_file_actions_t streams;
+    ::posix_spawn_file_actions_init(&streams);
+    ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    ::posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    pid_t child = 0;
+    int const started = ::posix_spawn(&child, "/proc/self/exe", &streams, nullptr, arguments, ::environ);
+    ::posix_spawn_file_actions_destroy(&streams);
+    int status = 0;
+    while (started == 0 && ::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return -1;
+    }
+    return started == 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// The last line that the other process said, without its name.
+std::string lastWords(std::string text)
+{
+    text.erase(text.find_last_not_of('\n') + 1);
+    auto const line = text.substr(text.rfind('\n') + 1);
+    constexpr std::string_view name = "mediadata: ";
+    return line.starts_with(name) ? line.substr(name.size()) : line.empty() ? "it could not be read" : line;
+}
+
+} // namespace
+
+Report readDirectory(Session& session, fs::path const& directory, Document& document)
+{
+    std::error_code error;
+    if (fs::equivalent(directory, session.platform().directory(), error)) {
+        document = documentOf(session);
+        return {};
+    }
+    if (!fs::exists(directory / databaseFile, error))
+        return failure(exitUsage, directory.string(), "is no data directory: it holds no " + std::string(databaseFile));
+    Scratch const scratch;
+    Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+    auto const copy = scratch.path() / "copy";
+    if (scratch.path().empty() || (isFree && !copyFiles(directory, copy)))
+        return failure(exitStorage, directory.string(), "cannot be copied");
+    auto const out = scratch.path() / "out";
+    auto const err = scratch.path() / "err";
+    if (runExport(isFree ? copy : directory, out, err) != 0)
+        return failure(exitStorage, directory.string(), lastWords(contentOf(err)));
+    return parseDocument(contentOf(out), directory.string(), document);
+}
+
+} // namespace Tool

@@ -1,0 +1,127 @@
+#include "Remote.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <ostream>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patience = 1s;
+constexpr auto longWhile = std::chrono::hours(1);
+
+std::size_t numberIn(std::string const& text)
+{
+    std::size_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+} // namespace
+
+std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
+{
+    Host::FileDescriptor const directory(::open(dataDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat owner {};
+    struct stat found {};
+    if (!directory || ::fstat(directory.get(), &owner) != 0 || (owner.st_uid != ::geteuid() && ::geteuid() != 0) ||
+        ::fstatat(directory.get(), socketName, &found, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISSOCK(found.st_mode))
+        return std::nullopt;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath(directory.get()).copy(address.sun_path, sizeof address.sun_path - 1);
+    Host::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket || ::connect(socket.get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0)
+        return std::nullopt;
+    auto const peer = peerOf(socket.get());
+    if (peer.user != owner.st_uid && peer.user != 0)
+        return std::nullopt;
+    return Remote(std::move(socket), peer.process);
+}
+
+Channel::Event Remote::next(Message& message, Console& console, int output)
+{
+    auto event = Channel::Event::Timeout;
+    if (!m_begun) {
+        event = m_channel.receive(message, patience);
+        if (event == Channel::Event::Timeout)
+            console.quiet();
+        if (event == Channel::Event::Timeout)
+            console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
+                        << std::endl;
+    }
+    while (event == Channel::Event::Timeout)
+        event = m_channel.receive(message, longWhile, output);
+    return event;
+}
+
+/// A holder gets only what the command's own words name.
+bool Remote::supply(Request& request, std::string const& asked, Console const& console) const
+{
+    constexpr std::string_view file = "file ";
+    constexpr std::string_view secret = "passphrase ";
+    if (asked.starts_with(secret)) {
+        request.answers[asked] = console.passphrase(asked.substr(secret.size()));
+        return true;
+    }
+    auto const name = asked.substr(std::min(asked.size(), file.size()));
+    if (!asked.starts_with(file) || name.empty() ||
+        std::none_of(request.words.begin(), request.words.end(), [&](auto const& word) { return word.ends_with(name); }))
+        return false;
+    std::string text;
+    request.answers[asked] = console.read(name, text) ? std::optional(std::move(text)) : std::nullopt;
+    return true;
+}
+
+std::optional<int> Remote::run(Request request, Console& console, bool untilRead, std::string& failure)
+{
+    for (bool toSend = true;;) {
+        if (toSend && encode(toMessage(request)).size() > longestMessage) {
+            failure = "more than 8 MiB cannot be given to the process that holds the data directory";
+            return std::nullopt;
+        }
+        if (toSend) {
+            m_channel.post(toMessage(request));
+            m_channel.flush(longWhile);
+        }
+        toSend = false;
+        Message message;
+        auto const event = next(message, console, untilRead ? STDOUT_FILENO : -1);
+        if (event == Channel::Event::ReaderGone)
+            return 0;
+        std::string const kind = message.empty() ? "" : message[0];
+        if (kind == "begin") {
+            m_begun = true;
+        } else if (kind == "out" && message.size() == 2) {
+            console.quiet();
+            console.out << message[1] << std::flush;
+        } else if (kind == "err" && message.size() == 2) {
+            console.quiet();
+            console.err << message[1] << std::flush;
+        } else if (kind == "progress" && message.size() == 3) {
+            console.progress(numberIn(message[1]), numberIn(message[2]));
+        } else if (kind == "end" && message.size() == 2) {
+            return static_cast<int>(numberIn(message[1]));
+        } else if (kind == "ask" && message.size() == 2 && supply(request, message[1], console)) {
+            toSend = true;
+        } else if (kind.empty() && !m_begun) {
+            return std::nullopt;
+        } else {
+            failure = "process " + std::to_string(m_process) + ", which held the data directory, ended before it answered";
+            return std::nullopt;
+        }
+    }
+}
+
+} // namespace Tool

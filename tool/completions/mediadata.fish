@@ -1,0 +1,17 @@
+# Completion of mediadata for fish. The tool itself knows what may stand where, and needs no telephone for it.
+function __mediadata_complete
+    set -l words (commandline -opc)
+    set -l word (commandline -ct)
+    set -l option (string match -r -- '^--[^=]*=' "$word")
+    set -l path (string replace -- "$option" '' "$word")
+    set -l answers ($words[1] complete -- $words[2..-1] "$word" 2>/dev/null)
+    switch "$answers[1]"
+        case :file
+            printf "$option%s\n" (__fish_complete_path "$path")
+        case :directory
+            printf "$option%s\n" (__fish_complete_directories "$path")
+        case '*'
+            printf '%s\n' $answers
+    end
+end
+complete -c mediadata -f -a '(__mediadata_complete)'
