@@ -5,12 +5,16 @@ FORMATTED = find . -path ./build -prune -o \( -name '*.h' -o -name '*.cpp' \) -p
 # The thread sanitizer wants a plain memory layout.
 PLAIN_LAYOUT = $(shell setarch -R true 2>/dev/null && echo setarch -R)
 
+CROSS = armhf arm64
+FUZZ_RUNS ?= 1000000
+SOAK_SECONDS ?= 600
+
 .DEFAULT_GOAL := help
-.PHONY: help run test format lint sanitize symbols bench install clean
+.PHONY: help run test format lint sanitize fuzz coverage soak reliability symbols bench package cross-test install clean
 .SECONDARY:
 
 help: ## say what can be made
-	@sed -nE 's/^([a-z]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 20
+	@sed -nE 's/^([a-z-]+):.*## (.*)/make \1\t\2/p' Makefile | expand -t 20
 
 run: build-release ## build, and run the demonstration on a sample configuration
 	@scripts/demo build/release/mediadata
@@ -26,11 +30,32 @@ lint: install-build install-lint build/clang/build.ninja ## check format and run
 
 sanitize: test-asan test-tsan ## run all tests under the address, undefined-behaviour and thread sanitizers
 
+fuzz: install-fuzz build-fuzz ## run every fuzz target FUZZ_RUNS times, two at a time; takes some hours
+	@fuzz/run build/fuzz $(FUZZ_RUNS) $(FUZZ_TARGETS)
+
+coverage: install-cover build-coverage ## run all tests and say which branches of src/ they take
+	@scripts/coverage build/coverage
+
+soak: build-dev ## mixed work for SOAK_SECONDS; memory, descriptors, threads and log must stay as they are
+	@MEDIADATA_SOAK_SECONDS=$(SOAK_SECONDS) build/dev/host_tests --gtest_filter='Soak.*' --gtest_brief=1
+
+reliability: build-dev ## cut the power at every I/O call, 12,000 images in all, and kill a writing process 2,000 times
+	@TMPDIR=/dev/shm MEDIADATA_IMAGES=12000 MEDIADATA_KILLS=2000 build/dev/reliability_tests --gtest_brief=1
+
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so
 
 bench: install-bench build-bench ## compare with other stores and write docs/performance.md; takes five minutes
 	@bench/run build/bench
+
+package: install-build install-package ## build the Debian packages in build/package, check them and build a client with them
+	@packaging/make-packages build/package
+
+cross-test: $(CROSS:%=test-%) ## build for armhf and arm64, run all tests under emulation and say how large the library is
+	@for architecture in $(CROSS); do \
+	    cmake --install build/$$architecture --component library --strip --prefix build/$$architecture/stripped >/dev/null && \
+	    find build/$$architecture/stripped -name 'libmediadata.so.*.*' -printf "$$architecture: %f has %s bytes, stripped\n"; \
+	done
 
 install: build-release ## install below DESTDIR
 	@cmake --install build/release
@@ -44,6 +69,12 @@ install-%:
 
 build/%/build.ninja: CMakePresets.json | install-build
 	@cmake --preset $*
+
+# A foreign architecture's libraries, and the builds that link them.
+build/sysroot/%: packaging/debian-packages.txt | install-cross
+	@packaging/cross/sysroot $* $@
+
+$(CROSS:%=build/%/build.ninja): build/%/build.ninja: | build/sysroot/%
 
 build-%: install-build build/%/build.ninja
 	@cmake --build --preset $* -j $(JOBS)
