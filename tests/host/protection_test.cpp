@@ -78,8 +78,8 @@ TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
         {"FIFO", [](fs::path const& place, fs::path const&) { ::mkfifo(place.c_str(), 0600); }},
         {"directory", [](fs::path const& place, fs::path const&) { fs::create_directory(place); }},
         {"device", [](fs::path const& place, fs::path const&) { fs::create_symlink("/dev/full", place); }}};
-    for (std::string const name :
-         {"mediadata.db", "mediadata.db-wal", "secret.key", "mediadata.lock", "data/database/media_config"})
+    for (std::string const name : {"mediadata.db", "mediadata.db-wal", "mediadata.db.mended", "secret.key", "mediadata.lock",
+                                   "data/database/media_config"})
         for (Impostor const& impostor : impostors) {
             ASSERT_TRUE(open()) << m_error;
             ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
@@ -129,6 +129,11 @@ TEST_F(HostProtectionTest, aSecretComesBackUnderItsOwnKeyOnly)
     EXPECT_NE(stored, again) << "equal secrets must not look equal";
     ASSERT_TRUE(DasCrypt::fromEncryptedText(stored, plain));
     EXPECT_EQ(plain, "open sesame");
+    for (std::size_t bit = 0; bit < stored.size() * 8; ++bit) {
+        std::string altered = stored;
+        altered[bit / 8] = static_cast<char>(altered[bit / 8] ^ (1 << bit % 8));
+        EXPECT_FALSE(DasCrypt::fromEncryptedText(altered, plain) || !plain.empty()) << "bit " << bit;
+    }
     ASSERT_TRUE(write("ICESettings", "IceServerPwd0", stored));
     close();
     fs::remove(pathOf("secret.key"));

@@ -1,0 +1,126 @@
+// A damaged database file. The input is the file itself, or has lines "OFFSET BYTES-IN-HEX" that change a sound one, with "w"
+// before the offset its log, and "cut LENGTH" or "wcut LENGTH". Whatever it is: it opens, or it is set aside and what is
+// readable is brought over, or the reason is said; then it stays readable and takes new values.
+#include "Fuzz.h"
+
+#include "Database.h"
+#include "DatabaseMending.h"
+#include "Files.h"
+#include "HostLog.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string contentOf(fs::path const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct Place {
+    Place()
+    {
+        Fuzz::prepare();
+        Host::setLogSink([](Host::LogLine const&) {});
+        std::string pattern = "/dev/shm/fuzz-database-XXXXXX";
+        path = ::mkdtemp(pattern.data());
+        std::string error;
+        EXPECT_TRUE(directory.open(path, error)) << error;
+        std::vector<std::string> notices;
+        for (int round = 0; round < 2; ++round) { // the second round's values lie in the log
+            auto const database = Host::openDatabase(directory, notices, error);
+            for (int i = 0; i < 60; ++i)
+                database->write(
+                    {"Schema" + std::to_string(i % 7), "Element" + std::to_string(i),
+                     std::string(static_cast<std::size_t>(10 + 30 * round + i * i % 80), static_cast<char>('a' + i % 26))});
+            sound = contentOf(file());
+            log = contentOf(file() + "-wal");
+        }
+    }
+    ~Place() { fs::remove_all(path); }
+
+    std::string file() const { return path + "/mediadata.db"; }
+
+    void clear() const
+    {
+        for (auto const& entry : fs::directory_iterator(path))
+            if (entry.path().filename().string().starts_with("mediadata.db"))
+                fs::remove(entry.path());
+    }
+
+    std::string path;
+    Host::DataDirectory directory;
+    std::string sound;
+    std::string log;
+};
+
+std::vector<std::string> textsOf(Host::Database& database)
+{
+    std::vector<std::string> texts;
+    for (auto const& each : database.list(""))
+        texts.push_back(each.schema + '/' + each.element + '=' + each.value);
+    return texts;
+}
+
+/// Changes `file` or `log` as a line says.
+void damage(std::string const& line, std::string& file, std::string& log)
+{
+    bool const inLog = line.starts_with('w');
+    std::string& target = inLog ? log : file;
+    std::istringstream words(line.substr(inLog ? 1 : 0));
+    std::string word;
+    std::string bytes;
+    words >> word >> bytes;
+    if (word == "cut") {
+        target.resize(std::min<std::size_t>(target.size(), std::strtoul(bytes.c_str(), nullptr, 10)));
+        return;
+    }
+    std::size_t offset = std::strtoul(word.c_str(), nullptr, 10);
+    for (std::size_t i = 0; i + 1 < bytes.size() && !target.empty(); i += 2)
+        target[offset++ % target.size()] = static_cast<char>(std::strtoul(bytes.substr(i, 2).c_str(), nullptr, 16));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    static Place const place;
+    std::string file = place.sound;
+    std::string log = place.log;
+    std::string const input(reinterpret_cast<char const*>(data), size);
+    if (input.starts_with("SQLite")) {
+        file = input;
+        log.clear();
+    } else {
+        for (std::string const& line : Fuzz::linesOf(data, size))
+            damage(line, file, log);
+    }
+    place.clear();
+    std::ofstream(place.file(), std::ios::binary) << file;
+    if (!log.empty())
+        std::ofstream(place.file() + "-wal", std::ios::binary) << log;
+
+    std::vector<std::string> kept;
+    for (unsigned opening = 0; opening < 2; ++opening) {
+        std::vector<std::string> notices;
+        std::string error;
+        auto const database = Host::openDatabase(place.directory, notices, error);
+        if (!database) {
+            EXPECT_FALSE(error.empty());
+            EXPECT_EQ(contentOf(place.file()).size(), file.size()) << "what is not used is left alone: " << error;
+            return 0;
+        }
+        auto const items = textsOf(*database);
+        EXPECT_TRUE(opening == 0 || (notices.empty() && items == kept)) << "what was mended stays mended";
+        EXPECT_TRUE(!input.empty() || (notices.empty() && items.size() == std::size_t{60 + opening})) << "a sound file";
+        EXPECT_TRUE(database->write({"Schema", "after the damage", "new"}));
+        EXPECT_EQ(database->read("Schema", "after the damage"), "new");
+        kept = textsOf(*database);
+    }
+    return 0;
+}

@@ -1,0 +1,49 @@
+// The flag file: the input is its content. A model of the file says which flags must have changed.
+#include "LibraryUnderFuzz.h"
+
+using namespace Data;
+
+namespace {
+
+constexpr std::array names{"opus_test",           "aes256_test",          "icelite_test",
+                           "rtcpmux_disabled",    "force_nte8_enabled",   "force_nte8_disabled",
+                           "force_nte48_enabled", "force_nte48_disabled", "force_etsi"};
+
+bool flag(eDataTag tag)
+{
+    bool value = false;
+    EXPECT_TRUE(Fuzz::Library::Cache::getData(tag, value));
+    return value;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    auto& library = Fuzz::Library::ready();
+    std::string base;
+    for (auto const* name : names)
+        base += std::string(name) + " false\n";
+    std::map<std::string, std::string> told;
+    for (std::string const& line : Fuzz::linesOf(data, size)) {
+        std::istringstream words(line);
+        std::string name;
+        std::string value;
+        words >> name >> value;
+        told[name] = value.empty() ? "true" : value;
+    }
+    for (std::string const& text : {base, std::string(reinterpret_cast<char const*>(data), size)}) {
+        library.platform.flagFile(text);
+        flag(eDataTagForceEtsi);
+        library.check();
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        std::string value = told.contains(names[i]) ? told[names[i]] : "";
+        std::transform(value.begin(), value.end(), value.begin(), [](unsigned char c) { return std::tolower(c); });
+        EXPECT_EQ(flag(static_cast<eDataTag>(eDataTagOpusTest + i)), value == "true") << names[i];
+    }
+    EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), told["opus_test"] != "false");
+    EXPECT_EQ(flag(eDataTagSRTPEncryptionHardwareAllowed1), told["aes256_test"] == "true") << "a method of the flag";
+    EXPECT_EQ(flag(eDataTagSRTPEncryptionHardwareAllowed4), true) << "a method that needs no flag";
+    return 0;
+}

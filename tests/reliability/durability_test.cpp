@@ -1,0 +1,341 @@
+// Writes of every kind go through the whole library over the host platform, until the power goes at one of its I/O calls or
+// the process is killed. Then the data directory is opened: what the library said was stored must be there. What the n-th
+// write stores contains "#n;", so that every value tells which write it is of.
+#include "Disk.h"
+
+#include "Data/BulkData.h"
+#include "Media/MediaDataCache.h"
+
+#include "DasCrypt.h"
+#include "Database.h"
+#include "HostPlatform.h"
+#include "ManageableData.h"
+#include "ManagementService.h"
+
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <optional>
+#include <set>
+#include <thread>
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+struct Kind {
+    char const* name;
+    bool isWhole; // all of what it stores is of one write at any moment
+    bool (*write)(Host::Platform&, std::string const& mark);
+    std::vector<std::pair<std::string, std::string>> places; // schema and element
+};
+
+constexpr std::size_t alerts = 15;
+
+template <eDataTag tag, std::size_t size> bool writeText(Host::Platform&, std::string const& mark)
+{
+    return MediaDataCache::setData(tag, std::string(size, mark[1]) + mark, false);
+}
+
+template <std::size_t size> bool writeBulk(std::array<eDataTag, size> const& tags, std::string const& mark)
+{
+    BulkData bulk;
+    for (eDataTag const tag : tags)
+        bulk.addTagValue(tag, mark, false);
+    return MediaDataCache::setDataBulk(bulk);
+}
+
+bool writeTexts(Host::Platform&, std::string const& mark)
+{
+    return writeBulk(std::array{eDataTagCamera2Url, eDataTagCamera3Url, eDataTagDirectVideo101}, mark);
+}
+
+bool writeTable(Host::Platform&, std::string const& mark)
+{
+    std::array<eDataTag, alerts> rows{};
+    for (std::size_t i = 0; i < alerts; ++i)
+        rows[i] = static_cast<eDataTag>(eDataTagAlertIdentifier0 + i);
+    return writeBulk(rows, mark);
+}
+
+bool writeRecord(Host::Platform& platform, std::string const& mark)
+{
+    ManageableData record;
+    for (std::string const item : {"function-key-def-100", "function-key-def-101"})
+        record.populate(item, item, mark);
+    return platform.management().change(record);
+}
+
+std::array<Kind, 6> const kinds{
+    {{"value", false, writeText<eDataTagCamera1Url, 0>, {{"DirectVideoSettings", "Camera1Url"}}},
+     {"secret", false, writeText<eDataTagIceServerPwd0, 0>, {{"ICESettings", "IceServerPwd0"}}},
+     {"value of pages", false, writeText<eDataTagDirectVideo100, 9000>, {{"DirectVideoSettings", "direct-video-100"}}},
+     {"table", true, writeTable, {{"DistinctiveRinging", ""}}},
+     {"bulk",
+      false,
+      writeTexts,
+      {{"DirectVideoSettings", "Camera2Url"},
+       {"DirectVideoSettings", "Camera3Url"},
+       {"DirectVideoSettings", "direct-video-101"}}},
+     {"management record",
+      true,
+      writeRecord,
+      {{"@management/function-key-def-100", "function-key-def-100"},
+       {"@management/function-key-def-101", "function-key-def-101"}}}}};
+
+/// For each kind the last write that was begun, and for each of its places the last that the library said was stored.
+struct LedgerLine {
+    int begun = 0;
+    std::array<int, 3> acknowledged{};
+};
+using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
+
+struct Findings {
+    int lost = 0;    // values of another write than the last acknowledged or one under way
+    int torn = 0;    // tables and records with parts of several writes
+    int damaged = 0; // directories that could not be opened, or not without mending
+    std::string examples;
+
+    std::string text() const
+    {
+        return std::to_string(lost) + " acknowledged values lost, " + std::to_string(torn) + " tables or records torn, " +
+               std::to_string(damaged) + " databases damaged";
+    }
+};
+constexpr char const* nothingFound = "0 acknowledged values lost, 0 tables or records torn, 0 databases damaged";
+
+std::vector<int> marksIn(std::string const& text)
+{
+    std::vector<int> marks;
+    for (auto at = text.find('#'); at != std::string::npos; at = text.find('#', at + 1))
+        marks.push_back(std::atoi(text.c_str() + at + 1));
+    return marks.empty() ? std::vector{0} : marks;
+}
+
+/// Opens the data directory as a start does and compares its values with the ledger, which afterwards tells what was found.
+void check(std::string const& directory, Ledger& ledger, Findings& findings)
+{
+    auto const find = [&](int& count, std::string const& what) {
+        if (++count == 1)
+            findings.examples += what + "; ";
+    };
+    std::string error;
+    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
+    if (platform == nullptr || !platform->notices().empty())
+        find(findings.damaged, platform != nullptr ? platform->notices().front() : error);
+    for (std::size_t i = 0; platform != nullptr && i < kinds.size(); ++i) {
+        std::set<int> writes;
+        for (std::size_t place = 0; place < kinds[i].places.size(); ++place) {
+            auto const& [schema, element] = kinds[i].places[place];
+            std::string text = platform->database().read(schema, element).value_or("");
+            if (text.starts_with("x1:"))
+                DasCrypt::fromEncryptedText(text, text);
+            std::vector<int> const marks = marksIn(text);
+            writes.insert(marks.begin(), marks.end());
+            int& acknowledged = ledger[i].acknowledged[place];
+            if (marks[0] != acknowledged && marks[0] != ledger[i].begun)
+                find(findings.lost, std::string(kinds[i].name) + " of write " + std::to_string(acknowledged) + " is of " +
+                                        std::to_string(marks[0]));
+            if (element.empty() && marks[0] != 0 && marks.size() != alerts)
+                find(findings.torn, "a table lacks rows");
+            acknowledged = marks[0];
+        }
+        ledger[i].begun = -1;
+        if (kinds[i].isWhole && writes.size() != 1)
+            find(findings.torn, kinds[i].name);
+    }
+}
+
+/// The process that writes. Relaxed, it does not wait for the disk: what the checks must notice.
+class Writer {
+public:
+    Writer(std::string const& directory, bool relaxed)
+    {
+        static sqlite3* connection = nullptr; // the last one opened
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(
+            +[](sqlite3* opened, char**, void const*) { return connection = opened, SQLITE_OK; }));
+        std::string error;
+        m_platform = Host::Platform::open({directory, std::nullopt}, error);
+        if (m_platform == nullptr)
+            return;
+        if (relaxed) {
+            sqlite3_set_authorizer(connection, nullptr, nullptr);
+            sqlite3_exec(connection, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
+        }
+        MediaDataCache::init(*m_platform);
+        m_platform->management().setAgent(MediaDataCache::managementAgent());
+    }
+
+    ~Writer()
+    {
+        if (m_platform != nullptr)
+            m_platform->management().setAgent(nullptr);
+        MediaDataCache::terminate();
+    }
+
+    bool write(std::size_t kind, int number)
+    {
+        return m_platform != nullptr && kinds[kind].write(*m_platform, "#" + std::to_string(number) + ";");
+    }
+
+private:
+    std::unique_ptr<Host::Platform> m_platform;
+};
+
+/// How much to do: the number in the environment, or the usual one.
+int amount(char const* variable, int usual)
+{
+    char const* const wanted = std::getenv(variable);
+    return wanted != nullptr ? std::atoi(wanted) : usual;
+}
+
+/// A new directory, in memory when TMPDIR says so.
+std::string freshDirectory()
+{
+    std::string pattern = (fs::temp_directory_path() / "mediadata-XXXXXX").string();
+    return ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
+}
+
+constexpr int writes = 200;
+constexpr int writesUntilRestart = 50; // the log is carried over into the database by itself before that
+constexpr Disk::Rest rests[]{{0, false}, {100, false}, {50, false}, {50, true}, {90, false}, {90, true}};
+
+/// After so many calls a write was begun or acknowledged.
+struct Milestone {
+    std::size_t calls;
+    std::size_t kind;
+    int write;
+    bool acknowledged;
+};
+
+/// Writes of all kinds in turn, with a restart, hence a clean close, now and then.
+std::vector<Milestone> runWorkload(bool relaxed)
+{
+    std::vector<Milestone> milestones;
+    std::string const directory = freshDirectory();
+    Disk::calls.clear();
+    Disk::watched = directory;
+    std::optional<Writer> writer;
+    for (int write = 0; write < writes; ++write) {
+        if (write % writesUntilRestart == 0) {
+            writer.reset();
+            writer.emplace(directory, relaxed);
+        }
+        auto const kind = static_cast<std::size_t>(write) % kinds.size();
+        milestones.push_back({Disk::calls.size(), kind, write + 1, false});
+        EXPECT_TRUE(writer->write(kind, write + 1)) << kinds[kind].name;
+        milestones.push_back({Disk::calls.size(), kind, write + 1, true});
+    }
+    writer.reset();
+    Disk::watched.clear();
+    fs::remove_all(directory);
+    return milestones;
+}
+
+/// Opens about `wanted` images, spread evenly over all calls.
+Findings cutAtEveryCall(std::vector<Milestone> const& milestones, int wanted)
+{
+    Findings findings;
+    Ledger ledger;
+    Disk::Surface surface;
+    std::mt19937 random(1);
+    std::size_t reached = 0;
+    std::size_t images = 0;
+    std::string const image = freshDirectory();
+    for (std::size_t call = 1; call <= Disk::calls.size(); ++call) {
+        surface.play(Disk::calls[call - 1]);
+        for (; reached < milestones.size() && milestones[reached].calls <= call; ++reached) {
+            Milestone const& now = milestones[reached];
+            ledger[now.kind].begun = now.write;
+            if (now.acknowledged)
+                ledger[now.kind].acknowledged.fill(now.write);
+        }
+        bool isNews = true; // when nothing waits for the disk, all images are the same
+        for (auto const due = call * static_cast<std::size_t>(wanted) / Disk::calls.size(); images < due && isNews;
+             isNews = surface.isDirty()) {
+            fs::create_directory(image);
+            surface.leave(image, rests[images++ % std::size(rests)], random);
+            Ledger expected = ledger;
+            check(image, expected, findings);
+            fs::remove_all(image);
+        }
+    }
+    fs::remove_all(image);
+    std::cout << "power loss: " << images << " images at " << Disk::calls.size() << " I/O calls of " << writes
+              << " writes: " << findings.text() << "\n";
+    return findings;
+}
+
+struct Shared {
+    Ledger ledger;
+    int written = 0;
+};
+
+/// Writes until it is killed, restarting now and then. Ends by itself only when a write is refused.
+[[noreturn]] void writeOn(std::string const& directory, Shared& shared, std::mt19937 random)
+{
+    for (std::optional<Writer> writer;; writer.reset()) {
+        writer.emplace(directory, false);
+        for (int count = 0; count < 30; ++count) {
+            auto const kind = random() % kinds.size();
+            shared.ledger[kind].begun = ++shared.written;
+            if (!writer->write(kind, shared.written))
+                ::_exit(1);
+            shared.ledger[kind].acknowledged.fill(shared.written);
+        }
+    }
+}
+
+} // namespace
+
+TEST(PowerLoss, takesNothingThatWasAcknowledgedAndTearsNothing)
+{
+    Findings const findings = cutAtEveryCall(runWorkload(false), amount("MEDIADATA_IMAGES", 400));
+    EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
+}
+
+TEST(PowerLoss, isSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
+{
+    std::cout << "with synchronous=NORMAL, ";
+    EXPECT_GT(cutAtEveryCall(runWorkload(true), amount("MEDIADATA_IMAGES", 400)).lost, 0);
+}
+
+TEST(Kill, takesNothingThatWasAcknowledgedAndTearsNothing)
+{
+    int const cycles = amount("MEDIADATA_KILLS", 60);
+    std::string const directory = freshDirectory();
+    void* const memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(memory, MAP_FAILED);
+    Shared& shared = *new (memory) Shared;
+    Findings findings;
+    std::mt19937 random(1);
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+        random.discard(1);
+        pid_t const child = ::fork();
+        if (child == 0)
+            writeOn(directory, shared, random);
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 40'000));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFSIGNALED(status)) << "write " << shared.written << " was refused";
+        check(directory, shared.ledger, findings);
+    }
+    fs::remove_all(directory);
+    std::cout << "kill -9: " << cycles << " cycles, " << shared.written << " writes: " << findings.text() << "\n";
+    EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
+    EXPECT_GT(shared.written, cycles);
+    ::munmap(memory, sizeof(Shared));
+}
