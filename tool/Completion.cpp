@@ -41,6 +41,11 @@ Words wordsOf(std::string const& verb)
         {"catalogue", {"--format"}},
         {"country", {}},
         {"device", {"--model", "--usb"}},
+        {"import", {":file"}},
+        {"diff", {":file"}},
+        {"export", {}},
+        {"shell", {}},
+        {"serve", {}},
     };
     auto const found = fixed.find(verb);
     return found == fixed.end() ? itemNames() : found->second;
@@ -62,6 +67,7 @@ Words valuesOf(std::string const& option)
         {"--model", {"entry", "top", "other"}},
         {"--usb", {"yes", "no"}},
         {"--file", {":file"}},
+        {"--passphrase-file", {":file"}},
         {"--data-dir", {":directory"}},
     };
     auto const found = fixed.find(option);

@@ -34,7 +34,7 @@ struct Section {
     std::vector<std::string> columns;
     std::vector<std::vector<Json>> rows; ///< null: no value
     std::string title = {};              ///< a line above the text; not in JSON
-    std::size_t headings = 0;            ///< so many columns of a table stand once, above the rows that share them; not in JSON
+    std::size_t headings = 0; ///< so many columns of a table stand once, above the rows that share them; not in JSON
 };
 
 /// Something that went wrong, said on the error stream in text and under "errors" in JSON.

@@ -98,7 +98,8 @@ void Command::addTelephone()
     showing->add_option("NAME", m_word, "codec, srtp, headset, ringing, door-openers, cameras or group-pickup")
         ->required()
         ->check(CLI::IsMember(tableNames()));
-    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier")->option_text("IDENTIFIER");
+    showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier")
+        ->option_text("IDENTIFIER");
     onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
 
     auto* const where = add("country", "Show the country, or report a new one");
