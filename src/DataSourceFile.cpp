@@ -41,10 +41,14 @@ bool DataSourceFile::isConfigFileChanged()
 
 void DataSourceFile::readConfigFile(DataTagValue_t& values)
 {
-    // In the file's place a pipe would wait for its writer, and a device might never end.
+    // In the file's place a pipe would wait for its writer, and a device might never end: anything else counts as empty.
     struct stat status {};
-    if (stat(configFile().c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (stat(configFile().c_str(), &status) != 0)
         return;
+    if (!S_ISREG(status.st_mode)) {
+        readFileTime(m_recorded);
+        return;
+    }
     std::ifstream file(configFile());
     if (!file.is_open())
         return;

@@ -66,7 +66,7 @@ private:
     /// All tags asked for, those with a value with their item: one node a tag instead of a map and a set.
     using Items = std::map<eDataTag, std::optional<BulkDataItem>>;
 
-    MEDIADATA_HIDDEN static void deepCopyMap(Items const& source, Items& target);
+    static void deepCopyMap(Items const& source, Items& target);
     MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag);
     MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const;
 

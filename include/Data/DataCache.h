@@ -13,6 +13,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <memory_resource>
 #include <set>
 #include <string>
 
@@ -115,7 +116,7 @@ private:
     MEDIADATA_HIDDEN void forgetTouched();
     MEDIADATA_HIDDEN void noteChange(eDataTag tag);
     MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults);
-    MEDIADATA_HIDDEN void collectChanges(std::map<DataUpdateCallback*, BulkData>& changes);
+    MEDIADATA_HIDDEN void collectChanges(std::pmr::map<DataUpdateCallback*, BulkData>& changes);
     MEDIADATA_HIDDEN void pushUserData(DataTagValue_t pending, unsigned int announcement);
 
     eDataComponent m_component;

@@ -26,7 +26,9 @@ constexpr std::array<char const*, 1> migrations{
     " value TEXT NOT NULL) STRICT;"
     "PRAGMA user_version = 1;"};
 
+// The locking mode comes first: whatever reads the file before it would make it use shared memory.
 constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
+                                 "PRAGMA cache_size = 10;" // pages; the values in use lie in items
                                  "PRAGMA journal_mode = WAL;"
                                  "PRAGMA synchronous = FULL;"
                                  "PRAGMA wal_autocheckpoint = 128;"
@@ -34,7 +36,6 @@ constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
                                  "PRAGMA secure_delete = ON;"
                                  "PRAGMA cell_size_check = ON;"
                                  "PRAGMA mmap_size = 0;"
-                                 "PRAGMA cache_size = 20;" // pages, what SQLite allots at once; the values in use lie in items
                                  "PRAGMA temp_store = MEMORY;";
 
 int authorize(void*, int action, char const* subject, char const*, char const*, char const*)
@@ -146,6 +147,7 @@ bool Database::prepare(std::string const& path, DatabaseFault& fault)
 
     if (sqlite3_exec(m_handle, settings, nullptr, nullptr, nullptr) != SQLITE_OK)
         return failed(fault, "cannot use " + path);
+    sqlite3_db_release_memory(m_handle); // the pages that were allotted before the size of the cache was known
     std::string verdict;
     if (sqlite3_exec(m_handle, "PRAGMA journal_mode", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
         return failed(fault, "cannot use " + path);
@@ -267,10 +269,8 @@ bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry 
     return itemsDone && journalDone && (journal.empty() || run(trimJournal, std::array{std::to_string(journalLimit)}));
 }
 
-bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    std::lock_guard const lock(m_mutex);
-    m_ahead.reset();
     if (items.size() == 1 && journal.empty())
         return runAll(items, journal); // a statement alone is a transaction
     if (!run(begin))
@@ -281,6 +281,36 @@ bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry c
     if (sqlite3_get_autocommit(m_handle) == 0)
         run(rollback);
     return false;
+}
+
+bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
+    m_ahead.reset();
+    std::vector<JournalEntry> all = std::exchange(m_waiting, {});
+    if (items.empty() && journal.empty() && all.empty())
+        return true;
+    if (!all.empty()) {
+        all.insert(all.end(), journal.begin(), journal.end());
+        if (transact(items, all))
+            return true;
+        // What waited must not stand in the way of a change.
+    }
+    return transact(items, journal);
+}
+
+bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
+    std::lock_guard const lock(m_mutex);
+    return writeWithWaiting(items, journal);
+}
+
+void Database::addToNextWrite(std::vector<JournalEntry> entries)
+{
+    std::lock_guard const lock(m_mutex);
+    if (m_waiting.empty())
+        m_waiting = std::move(entries);
+    else
+        writeWithWaiting({}, entries);
 }
 
 std::vector<StoredItem> Database::list(std::string const& prefix)

@@ -52,6 +52,10 @@ public:
     bool write(StoredItem const& item) { return write({&item, 1}, {}); }
     bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
+    /// Stores the entries in the transaction of the next write, so that they need no sync of their own. Entries that already
+    /// wait are stored at once, together with these.
+    void addToNextWrite(std::vector<JournalEntry> entries);
+
     /// The values of all schemas that begin with `prefix`, in the order of schema and element.
     std::vector<StoredItem> list(std::string const& prefix);
 
@@ -87,6 +91,8 @@ private:
     sqlite3_stmt* prepared(Statement);
     void readAhead();
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+    bool transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+    bool writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
     static std::array<char const*, statements> const m_texts;
 
@@ -94,7 +100,8 @@ private:
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
     bool m_readAhead = false;
-    std::optional<ReadAhead> m_ahead; // from the first read to the first write or the end of the start-up
+    std::vector<JournalEntry> m_waiting; // for the next write
+    std::optional<ReadAhead> m_ahead;    // from the first read to the first write or the end of the start-up
 };
 
 } // namespace Host

@@ -12,6 +12,7 @@
 #include <array>
 #include <chrono>
 #include <string_view>
+#include <utility>
 
 namespace Host {
 
@@ -66,12 +67,12 @@ void ManagementService::note(std::string const& kind, ManageableData const& reco
         m_unsaved.push_back({now(), kind, name, each.hasValue && isSecretItem(name) ? mask : each.value});
     }
     if (m_unsaved.size() >= unsavedLimit)
-        keepJournal();
+        m_database.addToNextWrite(std::exchange(m_unsaved, {}));
 }
 
 bool ManagementService::keepJournal()
 {
-    bool const kept = m_unsaved.empty() || m_database.write({}, m_unsaved);
+    bool const kept = m_database.write({}, m_unsaved);
     // A journal that cannot be kept must not grow without end.
     m_unsaved.clear();
     return kept;

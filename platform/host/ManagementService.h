@@ -75,7 +75,8 @@ private:
 
     std::mutex m_mutex; // guards everything below; taken before the database's
     MgmtAgentIfc* m_agent = nullptr;
-    std::vector<JournalEntry> m_unsaved; // saved with the next durable change, when there are many, and at the end
+    std::vector<JournalEntry>
+        m_unsaved; // saved with the next durable change and at the end; when there are many the database takes them
     std::vector<Item> m_requested;
 };
 

@@ -10,9 +10,9 @@ namespace {
 
 constexpr int usualPasses = 3;
 constexpr int usualMemoryKiB = 64 * 1024;
-constexpr int mostPasses = 16;
+constexpr int mostPasses = 8; // What comes from elsewhere must not keep the machine busy for a minute.
 constexpr int leastMemoryKiB = 8;
-constexpr int mostMemoryKiB = 1024 * 1024;
+constexpr int mostMemoryKiB = 256 * 1024;
 constexpr std::size_t nonceSize = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
 constexpr std::size_t tagSize = crypto_aead_xchacha20poly1305_ietf_ABYTES;
 constexpr int base64 = sodium_base64_VARIANT_URLSAFE_NO_PADDING;

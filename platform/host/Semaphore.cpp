@@ -16,6 +16,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 
 namespace {
 
@@ -112,8 +113,20 @@ struct Semaphore::State {
         return false;
     }
 
+    bool giveUnit()
+    {
+        unsigned now = word.load(std::memory_order_relaxed);
+        while ((now & queued) == 0) {
+            if (now >= capacity)
+                return false;
+            if (word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
+                return true;
+        }
+        return handOver();
+    }
+
     bool waitForTurn(int timeoutMs);
-    bool giveUnit();
+    bool handOver();
 
     bool const recursive;
     bool const exclusive; // one unit, and only the thread that has it may give it
@@ -153,18 +166,12 @@ bool Semaphore::State::waitForTurn(int timeoutMs)
     return granted();
 }
 
-bool Semaphore::State::giveUnit()
+/// Gives a unit to the first in the queue.
+bool Semaphore::State::handOver()
 {
-    unsigned now = word.load(std::memory_order_relaxed);
-    while ((now & queued) == 0) {
-        if (now >= capacity)
-            return false;
-        if (word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
-            return true;
-    }
     std::lock_guard const lock(m_mutex);
     if (m_queue.empty()) { // those who waited gave up
-        now = word.load(std::memory_order_relaxed) & ~queued;
+        unsigned const now = word.load(std::memory_order_relaxed) & ~queued;
         if (now >= capacity)
             return false;
         word.store(now + unit, std::memory_order_release);
@@ -180,11 +187,15 @@ bool Semaphore::State::giveUnit()
     return true;
 }
 
-Semaphore::Semaphore(int maximum, int initial, bool recursive)
-    : m_state(std::make_unique<State>(maximum, initial, recursive))
-{}
+Semaphore::Semaphore(int maximum, int initial, bool recursive) : m_state(new (m_room) State(maximum, initial, recursive))
+{
+    static_assert(sizeof(State) <= sizeof m_room && alignof(State) <= alignof(std::max_align_t));
+}
 
-Semaphore::~Semaphore() = default;
+Semaphore::~Semaphore()
+{
+    m_state->~State();
+}
 
 bool Semaphore::take(int timeoutMs)
 {

@@ -104,7 +104,8 @@ void DataCache::touch(eDataTag tag)
 
 void DataCache::forgetTouched()
 {
-    m_touched.reset();
+    for (; m_touchedBegin < m_touchedEnd; ++m_touchedBegin)
+        m_touched.reset(m_touchedBegin);
     m_touchedBegin = tagCount;
     m_touchedEnd = 0;
 }
@@ -186,6 +187,7 @@ template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, Da
         }
         LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
         item->setValue(present, reason);
+        touch(tag); // a nested pass may have taken the first change
         return false;
     case eDataSourceFile:
         LOG_ERROR(unit, "DataCache::setDataValue -> DATA_FILE not implemented \n");
@@ -224,6 +226,7 @@ bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& reje
             LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n",
                       tag);
             item->setValueString(present, reason);
+            touch(tag);
             return false;
         }
         if (toManagement)
@@ -289,8 +292,9 @@ MgmtAgentIfc& DataCache::managementAgent()
 
 bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
 {
+    bool const read = m_sourceDB && m_sourceDB->readDataValue(tag, item);
     touch(tag);
-    return m_sourceDB && m_sourceDB->readDataValue(tag, item);
+    return read;
 }
 
 bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)

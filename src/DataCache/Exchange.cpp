@@ -13,6 +13,9 @@
 
 #include "Semaphore.h"
 
+#include <array>
+#include <cstddef>
+#include <memory_resource>
 #include <utility>
 
 namespace Data {
@@ -30,7 +33,7 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
     return read;
 }
 
-template <class T> void addChange(DataItemBase const& item, std::map<DataUpdateCallback*, BulkData>& changes)
+template <class T> void addChange(DataItemBase const& item, std::pmr::map<DataUpdateCallback*, BulkData>& changes)
 {
     T value{};
     item.getValue(value);
@@ -40,7 +43,7 @@ template <class T> void addChange(DataItemBase const& item, std::map<DataUpdateC
 
 } // namespace
 
-void DataCache::collectChanges(std::map<DataUpdateCallback*, BulkData>& changes)
+void DataCache::collectChanges(std::pmr::map<DataUpdateCallback*, BulkData>& changes)
 {
     m_changed = false;
     for (std::size_t index = m_touchedBegin; index < m_touchedEnd; ++index) {
@@ -90,7 +93,10 @@ void DataCache::pushUserData(DataTagValue_t pending, unsigned int announcement)
 
 void DataCache::updateCallbacks()
 {
-    std::map<DataUpdateCallback*, BulkData> changes;
+    // Most changes have one or two callees, for whom nothing need be allocated here.
+    alignas(std::max_align_t) std::array<std::byte, 384> room;
+    std::pmr::monotonic_buffer_resource nodes(room.data(), room.size());
+    std::pmr::map<DataUpdateCallback*, BulkData> changes(&nodes);
     DataTagValue_t pending;
     bool push = false;
     unsigned int announcement = 0;

@@ -181,7 +181,10 @@ bool Builder::isUserData(eDataTag tag)
 bool Builder::addItemToMap(eDataTag tag, DataItemBase* item, std::map<eDataTag, DataItemBase*>& map)
 {
     // A tag whose item could not be made counts as added: required, since it then reaches the sources all the same.
-    if (item == nullptr || map.emplace(tag, item).second)
+    auto const before = map.size();
+    if (item != nullptr)
+        map.emplace_hint(map.end(), tag, item); // tags come in order
+    if (item == nullptr || map.size() > before)
         return true;
     LOG_AT(unit, 3, " -- item %i already in map!", tag);
     return false;

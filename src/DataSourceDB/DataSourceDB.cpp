@@ -121,6 +121,9 @@ void DataSourceDB::fillStorageMap(SvcRTEContext& context, std::list<eDataTag> co
 
 void DataSourceDB::cleanStorageMap()
 {
+    // Destroyed in the map's order, in which clear() alone would not.
+    for (auto& entry : m_storages)
+        entry.second.reset();
     m_storages.clear();
 }
 
@@ -218,10 +221,13 @@ bool DataSourceDB::writeDataValue(eDataTag tag, DataItemBase const* item)
         return false;
     }
     bool stored = false;
-    if (isTable)
+    if (isTable) {
         stored = writeTable(tag, *storage, text);
-    else
-        stored = storage->setDataItem(*element, ClientUtils::isKnownPasswordDAS(*element) ? encrypted(text) : text);
+    } else {
+        if (ClientUtils::isKnownPasswordDAS(*element))
+            text = encrypted(text);
+        stored = storage->setDataItem(*element, text);
+    }
     if (!stored)
         LOG_AT(unit, 3, "DataSourceDB::writeDataValue failed to save tag %i into database\n", tag);
     return stored;
