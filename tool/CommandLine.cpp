@@ -177,9 +177,9 @@ std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool 
 
 int runCommand(Workbench& workbench, std::vector<std::string> words)
 {
-    if (!workbench.inShell && !workbench.isRemote && !words.empty() && words.front() == "complete")
-        return complete({words.begin() + 1, words.end()}, workbench.console->out);
-    int const code = Command(workbench).run(std::move(words));
+    bool const completes = !workbench.inShell && !workbench.isRemote && !words.empty() && words.front() == "complete";
+    int const code = completes ? complete({words.begin() + 1, words.end()}, workbench.console->out)
+                               : Command(workbench).run(std::move(words));
     auto const& console = *workbench.console;
     if (console.out.flush())
         return code;

@@ -50,7 +50,9 @@ void Command::addConfiguration()
 
     auto* const looking = add("history", "Show who changed what, and when");
     looking->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
-    looking->add_option("--limit", m_limit, "So many entries, the latest ones; otherwise 100")->option_text("NUMBER");
+    looking->add_option("--limit", m_limit, "So many entries, the latest ones; otherwise 100")
+        ->check(CLI::Range(0, 1000000))
+        ->option_text("NUMBER");
     onSession(looking, [this](Session& session) { return history(session, m_item, m_limit); });
 }
 

@@ -18,6 +18,9 @@ namespace Tool {
 
 namespace {
 
+/// More than any file that the tool reads; what has no end is not read for ever.
+constexpr std::size_t mostBytes = 16 * 1024 * 1024;
+
 /// Keeps a terminal from showing what is typed.
 class Unseen {
 public:
@@ -53,7 +56,7 @@ bool Console::read(std::string const& file, std::string& text) const
     // Read in pieces: a stream that cannot be read, such as a directory, says so only there.
     text.clear();
     std::array<char, 4096> piece;
-    while (input.read(piece.data(), piece.size()) || input.gcount() > 0)
+    while (text.size() <= mostBytes && (input.read(piece.data(), piece.size()) || input.gcount() > 0))
         text.append(piece.data(), static_cast<std::size_t>(input.gcount()));
     return input.eof() && !input.bad();
 }
@@ -143,6 +146,7 @@ void chooseColours(Console& console, std::string const& when)
     auto const colours = [&](int stream) { return when == "always" || (automatic && ::isatty(stream) == 1); };
     console.colourOut = colours(STDOUT_FILENO);
     console.colourErr = colours(STDERR_FILENO);
+    console.outIsTerminal = ::isatty(STDOUT_FILENO) == 1;
     console.showsProgress = ::isatty(STDERR_FILENO) == 1;
 }
 

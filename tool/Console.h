@@ -22,7 +22,7 @@ public:
     Console(Console const&) = delete;
     Console& operator=(Console const&) = delete;
 
-    /// The whole of a file, "-" for the standard input. False when it cannot be read.
+    /// The whole of a file, "-" for the standard input. False when it cannot be read or is longer than 16 MiB.
     virtual bool read(std::string const& file, std::string& text) const;
 
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
@@ -40,6 +40,7 @@ public:
     std::filesystem::path directory = {}; ///< file names are relative to it; empty: the process's own
     bool colourOut = false;
     bool colourErr = false;
+    bool outIsTerminal = false; ///< which obeys control characters
     bool showsProgress = false;
 
 private:

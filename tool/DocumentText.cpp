@@ -79,7 +79,7 @@ std::string textAt(std::string const& place, Json const& value)
 {
     auto text = value.is_object() ? bytesOf(place, value) : value.is_string() ? value.get<std::string>() : "";
     if (!value.is_string() && !value.is_object())
-        throw Fault{place, fmt::format("expected a text, found {}", value.dump())};
+        throw Fault{place, fmt::format("expected a text, found {}", value.type_name())}; // The value may be a secret.
     if (text.find('\0') != std::string::npos)
         throw Fault{place, "a text must not hold the character 0"};
     return text;
@@ -139,7 +139,7 @@ void readSecrets(Json const& secrets, Document& document)
     box.salt = textAt("secrets/salt", secrets.value("salt", Json()));
     box.sealed = textAt("secrets/sealed", secrets.value("sealed", Json()));
     if (!box.isSane())
-        throw Fault{"secrets", "expected 1..16 passes, 8..1048576 KiB of memory and a salt of 16 bytes"};
+        throw Fault{"secrets", "expected 1..8 passes, 8..262144 KiB of memory and a salt of 16 bytes"};
 }
 
 void readDevice(Json const& device, Document& document)
@@ -275,7 +275,9 @@ Report parseDocument(std::string const& text, std::string const& fileName, Docum
     } catch (Fault const& fault) {
         return failure(exitUsage, fault.place.empty() ? fileName : fileName + ": " + fault.place, fault.reason);
     } catch (Json::exception const& error) {
-        std::string const words = error.what();
+        // What it quotes from the document may be a secret, and long.
+        std::string words = error.what();
+        words.erase(std::min(words.find("; last read"), words.size()));
         auto const bracket = words.find("] ");
         return failure(exitUsage, fileName, bracket == std::string::npos ? words : words.substr(bracket + 2));
     }

@@ -74,10 +74,7 @@ public:
     /// When something was refused, true, and everything else is held back.
     bool holdAllBack()
     {
-        auto const isRefused = [](Other const& each) { return each.result != "unchanged" && each.result != wouldStore; };
-        auto const isBad = [](Outcome const& each) { return each.result == "refused" || each.result == "failed"; };
-        if (std::none_of(m_others.begin(), m_others.end(), isRefused) &&
-            std::none_of(m_settings.begin(), m_settings.end(), isBad))
+        if (!isAnyBad())
             return false;
         auto const hold = [](auto& each) {
             if (each.result == wouldStore || each.result == "stored")
@@ -94,20 +91,51 @@ public:
     {
         auto const earlier = Changes::values();
         storeTogether(m_session, m_settings);
-        // The check of a table may still refuse what its rehearsal took, as may the disk.
-        if (atomic && holdAllBack()) {
-            putBack(m_session, earlier);
-            return;
-        }
         // The flags after the tables: a start reads the tables before it looks at the flag file, too.
-        applyDevice();
-        applyFlags();
-        applyService();
+        for (auto const step : {&Import::applyDevice, &Import::applyFlags, &Import::applyService}) {
+            // The check of a table may still refuse what its rehearsal took, as may the disk.
+            if (!atomic || !isAnyBad())
+                (this->*step)();
+        }
+        if (!atomic || !isAnyBad())
+            return;
+        takeBackOthers();
+        holdAllBack();
+        putBack(m_session, earlier);
     }
 
     Report report(ImportOptions const& options) const;
 
 private:
+    bool isAnyBad() const
+    {
+        auto const isBad = [](auto const& each) {
+            return each.result == "refused" || each.result == "unknown" || each.result == "failed";
+        };
+        return std::any_of(m_others.begin(), m_others.end(), isBad) ||
+               std::any_of(m_settings.begin(), m_settings.end(), isBad);
+    }
+
+    /// The device and the flags as they were. The service comes last and takes all or nothing.
+    void takeBackOthers()
+    {
+        auto const account = std::exchange(m_others, {});
+        for (auto const& each : account) {
+            if (each.result == "stored")
+                add(each.name, each.wanted, each.before);
+        }
+        applyDevice();
+        applyFlags();
+        auto const undone = std::exchange(m_others, account);
+        for (auto& other : m_others) {
+            auto const isStill = [&](Other const& each) { return each.name == other.name && each.result == "failed"; };
+            if (std::any_of(undone.begin(), undone.end(), isStill)) {
+                other.result = "failed";
+                other.reason = "is stored, and could not be taken back";
+            }
+        }
+    }
+
     void addSetting(eDataTag tag, std::string const& text)
     {
         if (isSecret(tag))

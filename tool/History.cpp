@@ -83,9 +83,14 @@ bool append(Host::DataDirectory const& directory, std::string text, std::string&
     return false;
 }
 
-void readEntries(Host::DataDirectory const& directory, char const* name, std::vector<Json>& entries)
+/// An entry's values are no objects: one that nests, at worst without end, is none of ours.
+bool isFlat(int depth, Json::parse_event_t event, Json&)
 {
-    std::string error;
+    return depth == 0 || (event != Json::parse_event_t::object_start && event != Json::parse_event_t::array_start);
+}
+
+void readEntries(Host::DataDirectory const& directory, char const* name, std::vector<Json>& entries, std::string& error)
+{
     if (directory.look(name, error) != Host::DataDirectory::State::present)
         return;
     auto const file = directory.openFile(name, O_RDONLY, error);
@@ -95,9 +100,11 @@ void readEntries(Host::DataDirectory const& directory, char const* name, std::ve
         text.append(piece.data(), static_cast<std::size_t>(length));
     std::istringstream lines(text);
     for (std::string each; std::getline(lines, each);) {
-        auto entry = Json::parse(each, nullptr, false);
-        bool const isWhole = entry.is_object() && entry.value("time", Json()).is_number_integer() &&
-                             entry.value("item", Json()).is_string() && entry.value("who", Json()).is_string();
+        auto entry = Json::parse(each, isFlat, false);
+        auto const isDiscarded = [](Json const& value) { return value.is_discarded(); };
+        bool const isWhole = entry.is_object() && std::none_of(entry.begin(), entry.end(), isDiscarded) &&
+                             entry.value("time", Json()).is_number_integer() && entry.value("item", Json()).is_string() &&
+                             entry.value("who", Json()).is_string();
         if (isWhole)
             entries.push_back(std::move(entry));
     }
@@ -185,11 +192,11 @@ void History::keep(Report& report)
     report.fail(exitOk, {"", "the history could not be written: " + error});
 }
 
-std::vector<Json> History::entries() const
+std::vector<Json> History::entries(std::string& error) const
 {
     std::vector<Json> entries;
-    readEntries(m_session.platform().files(), olderName, entries);
-    readEntries(m_session.platform().files(), fileName, entries);
+    for (auto const* const name : {olderName, fileName})
+        readEntries(m_session.platform().files(), name, entries, error);
     return entries;
 }
 
@@ -200,7 +207,8 @@ Report history(Session& session, std::string const& pattern, std::size_t limit)
         for (auto const tag : matchItems(pattern))
             names.insert(nameOf(tag));
     }
-    auto entries = session.history().entries();
+    std::string error;
+    auto entries = session.history().entries(error);
     std::erase_if(entries, [&](Json const& entry) {
         auto const item = entry["item"].get<std::string>();
         return !pattern.empty() && !names.contains(item) && item.find(pattern) == std::string::npos;
@@ -216,7 +224,9 @@ Report history(Session& session, std::string const& pattern, std::size_t limit)
             row.push_back(entry.value(section.columns[column], Json()));
     }
     Report report{exitOk, {std::move(section)}};
-    if (report.sections.front().rows.empty())
+    if (!error.empty())
+        report.fail(exitStorage, {"", error});
+    else if (report.sections.front().rows.empty())
         report.notes.emplace_back(pattern.empty() ? "Nothing was changed yet." : "No change of such an item is known.");
     else if (first > 0)
         report.notes.push_back(std::to_string(first) + " older entries; --limit shows more.");

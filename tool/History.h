@@ -30,8 +30,8 @@ public:
     /// Runs a verb and keeps what it changed. A journal that cannot be written is told of once and stops nothing.
     Report record(std::string const& who, std::function<Report()> const& action);
 
-    /// All entries, oldest first.
-    std::vector<Json> entries() const;
+    /// All entries, oldest first. `error` says what could not be read.
+    std::vector<Json> entries(std::string& error) const;
 
 private:
     /// Everything that a verb can change.

@@ -32,7 +32,7 @@ void Command::reach()
     auto const& console = *m_workbench.console;
     auto& options = m_workbench.options;
     options.dryRun = m_dryRun;
-    Request request{m_words, {}, console.colourOut, console.colourErr, console.showsProgress};
+    Request request{m_words, {}, console.colourOut, console.colourErr, console.showsProgress, console.outIsTerminal};
     std::error_code ignored;
     request.directory = std::filesystem::current_path(ignored).string();
     bool told = false;

@@ -8,6 +8,7 @@
 #include "HostPlatform.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -28,6 +29,25 @@ namespace fs = std::filesystem;
 
 constexpr char const* lockFile = "mediadata.lock";
 constexpr char const* databaseFile = "mediadata.db";
+
+/// What orders this process to end waits until the object has gone.
+class EndsLater {
+public:
+    EndsLater()
+    {
+        sigset_t ends;
+        sigemptyset(&ends);
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&ends, signal);
+        ::pthread_sigmask(SIG_BLOCK, &ends, &m_before);
+    }
+    ~EndsLater() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    EndsLater(EndsLater const&) = delete;
+    EndsLater& operator=(EndsLater const&) = delete;
+
+private:
+    sigset_t m_before{};
+};
 
 /// A private directory that goes away with the object.
 class Scratch {
@@ -85,8 +105,16 @@ int runExport(fs::path const& directory, fs::path const& out, fs::path const& er
     ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
     ::posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    // The child may end at once.
+    posix_spawnattr_t attributes;
+    sigset_t none;
+    sigemptyset(&none);
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
     pid_t child = 0;
-    int const started = ::posix_spawn(&child, "/proc/self/exe", &streams, nullptr, arguments, ::environ);
+    int const started = ::posix_spawn(&child, "/proc/self/exe", &streams, &attributes, arguments, ::environ);
+    ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&streams);
     int status = 0;
     while (started == 0 && ::waitpid(child, &status, 0) < 0) {
@@ -116,8 +144,9 @@ Report readDirectory(Session& session, fs::path const& directory, Document& docu
     }
     if (!fs::exists(directory / databaseFile, error))
         return failure(exitUsage, directory.string(), "is no data directory: it holds no " + std::string(databaseFile));
+    EndsLater const later; // The copy holds secrets: it goes first.
     Scratch const scratch;
-    Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+    Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
     auto const copy = scratch.path() / "copy";
     if (scratch.path().empty() || (isFree && !copyFiles(directory, copy)))

@@ -84,8 +84,10 @@ Message toMessage(Request const& request)
     };
     for (auto const& word : request.words)
         add("word", word);
-    for (auto const& [name, isSet] :
-         {std::pair{"out", request.colourOut}, {"err", request.colourErr}, {"progress", request.showsProgress}}) {
+    for (auto const& [name, isSet] : {std::pair{"out", request.colourOut},
+                                      {"err", request.colourErr},
+                                      {"progress", request.showsProgress},
+                                      {"terminal", request.outIsTerminal}}) {
         if (isSet)
             add("show", name);
     }
@@ -117,6 +119,8 @@ bool parseRequest(Message const& message, Request& request, std::string& error)
             request.colourErr = true;
         else if (name == "show" && value == "progress")
             request.showsProgress = true;
+        else if (name == "show" && value == "terminal")
+            request.outIsTerminal = true;
         else if (name.starts_with(answerPrefix))
             request.answers[name.substr(answerPrefix.size())] = value;
         else if (name.starts_with(lackPrefix))

@@ -36,6 +36,7 @@ struct Request {
     bool colourOut = false;
     bool colourErr = false;
     bool showsProgress = false;
+    bool outIsTerminal = false;
     std::map<std::string, std::optional<std::string>> answers = {}; ///< to what was asked; nothing: could not be had
 };
 

@@ -19,6 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patience = 1s;
+constexpr auto longestSilence = 60s; ///< of a holder that is stopped, say
 constexpr auto longWhile = std::chrono::hours(1);
 
 std::size_t numberIn(std::string const& text)
@@ -53,6 +54,9 @@ std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
 Channel::Event Remote::next(Message& message, Console& console, int output)
 {
     auto event = Channel::Event::Timeout;
+    // A watch that has begun lasts as long as it takes for something to change.
+    while (m_begun && output >= 0 && event == Channel::Event::Timeout)
+        event = m_channel.receive(message, longWhile, output);
     if (!m_begun) {
         event = m_channel.receive(message, patience);
         if (event == Channel::Event::Timeout)
@@ -61,9 +65,7 @@ Channel::Event Remote::next(Message& message, Console& console, int output)
             console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
                         << std::endl;
     }
-    while (event == Channel::Event::Timeout)
-        event = m_channel.receive(message, longWhile, output);
-    return event;
+    return event == Channel::Event::Timeout ? m_channel.receive(message, longestSilence, output) : event;
 }
 
 /// A holder gets only what the command's own words name.
@@ -93,13 +95,18 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
         }
         if (toSend) {
             m_channel.post(toMessage(request));
-            m_channel.flush(longWhile);
+            m_channel.flush(longestSilence);
         }
         toSend = false;
         Message message;
         auto const event = next(message, console, untilRead ? STDOUT_FILENO : -1);
         if (event == Channel::Event::ReaderGone)
             return 0;
+        if (event == Channel::Event::Timeout) {
+            failure = "process " + std::to_string(m_process) + ", which holds the data directory, does not answer" +
+                      (m_begun ? "; it may still carry the command out" : "; nothing was done");
+            return std::nullopt;
+        }
         std::string const kind = message.empty() ? "" : message[0];
         if (kind == "begin") {
             m_begun = true;

@@ -37,7 +37,8 @@ bool isName(std::string const& column)
     return column == "item" || column == "sub-item";
 }
 
-std::string escaped(std::string const& text)
+/// Control characters written out, but for those to be kept.
+std::string escaped(std::string const& text, std::string_view kept = "")
 {
     std::string line;
     unsigned char previous = 0;
@@ -45,7 +46,9 @@ std::string escaped(std::string const& text)
         auto const byte = static_cast<unsigned char>(c);
         // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
         bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
-        if (c == '\n')
+        if (kept.find(c) != std::string_view::npos)
+            line += c;
+        else if (c == '\n')
             line += "\\n";
         else if (c == '\t')
             line += "\\t";
@@ -274,10 +277,12 @@ std::string rawText(Json const& cell)
     return cell.is_string() ? cell.get<std::string>() : cellText(cell);
 }
 
-void writeValues(Section const& section, std::ostream& out)
+/// A single value as it is for others to read, and harmless at a terminal.
+void writeValues(Section const& section, std::ostream& out, bool toTerminal)
 {
     if (section.rows.size() == 1) {
-        out << rawText(section.rows.front().back()) << '\n';
+        auto const text = rawText(section.rows.front().back());
+        out << (toTerminal ? escaped(text) : text) << '\n';
         return;
     }
     for (auto const& row : section.rows)
@@ -387,11 +392,13 @@ void renderText(Report const& report, Console const& console)
             writePairs(section, out);
             break;
         case Layout::Values:
-            writeValues(section, out);
+            writeValues(section, out, console.outIsTerminal);
             break;
-        case Layout::Text:
-            out << section.rows.front().front().get_ref<std::string const&>();
+        case Layout::Text: {
+            auto const& text = section.rows.front().front().get_ref<std::string const&>();
+            out << (console.outIsTerminal ? escaped(text, "\n\t") : text);
             break;
+        }
         }
     }
     for (auto const& note : report.notes)

@@ -32,6 +32,7 @@ constexpr std::size_t mostConnections = 64;
 constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
 constexpr auto longestStall = 10s;
+constexpr auto pause = 50ms;
 constexpr std::size_t longestPiece = 65536;
 
 /// Gathers what a command writes, in the order of its writing.
@@ -79,6 +80,7 @@ public:
         directory = request.directory;
         colourOut = request.colourOut;
         colourErr = request.colourErr;
+        outIsTerminal = request.outIsTerminal;
     }
 
     bool read(std::string const& file, std::string& text) const override
@@ -258,8 +260,10 @@ void Server::acceptAll()
 
 void Server::admit(Host::FileDescriptor socket)
 {
-    if (!socket)
+    if (!socket) { // No descriptor is free, and the connection goes on waiting.
+        std::this_thread::sleep_for(pause);
         return;
+    }
     auto const user = peerOf(socket.get()).user;
     char const* const fault = user != ::geteuid() && user != 0          ? "the data directory belongs to another user"
                               : m_connections.size() >= mostConnections ? "too many processes use the data directory"

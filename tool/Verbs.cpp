@@ -137,7 +137,9 @@ void Command::addHolders()
     process(add("serve", "Hold the data directory for others until SIGTERM"), &Command::serve, true);
     auto* const watching = add("watch", "Print changes as they come, of a holder or as one");
     watching->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
-    watching->add_option("--count", m_count, "End after so many changes")->option_text("NUMBER");
+    watching->add_option("--count", m_count, "End after so many changes")
+        ->check(CLI::Range(0, 1000000))
+        ->option_text("NUMBER");
     watching->add_option("--timeout", m_seconds, "End after so many seconds; status 1 if too few")
         ->check(CLI::Range(1, 1000000))
         ->option_text("SECONDS");
