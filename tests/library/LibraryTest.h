@@ -1,14 +1,13 @@
 // The whole library over the scripted platform: a database that starts empty, a management service that accepts everything.
 #pragma once
 
+#include "../Records.h"
 #include "Data/BulkData.h"
 #include "Data/DataTypes.h"
 #include "Media/MediaDataCache.h"
 
-#include "ManageableData.h"
 #include "ScriptedFixture.h"
 
-#include <array>
 #include <list>
 #include <map>
 #include <string>
@@ -19,20 +18,6 @@ inline std::string valueText(Data::BulkDataItem const& item)
     return item.itemType == Data::eDataItemTypeString ? item.stringValue
            : item.itemType == Data::eDataItemTypeBool ? (item.boolValue ? "true" : "false")
                                                       : std::to_string(item.intValue);
-}
-
-/// A record of the management service: item, sub-item and value of each entry.
-inline ManageableData record(std::vector<std::array<std::string, 3>> const& entries)
-{
-    ManageableData result;
-    for (auto const& [item, subItem, value] : entries)
-        result.populate(item, subItem, value);
-    return result;
-}
-
-inline ManageableData record(std::string const& item, std::string const& value)
-{
-    return record({{item, item, value}});
 }
 
 /// What a client heard: one text per notification, "tag=value tag=value".

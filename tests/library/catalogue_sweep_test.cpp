@@ -84,23 +84,10 @@ int offeredNumber(Record const& row, int i)
 }
 
 using namespace std::string_literals;
-std::string const texts[]{"",
-                          "1",
-                          "-1",
-                          "+1",
-                          "007",
-                          " 1",
-                          "a b\t",
-                          "true",
-                          "TRUE",
-                          "beep",
-                          "\"quote'",
-                          "<a&b>",
-                          "x\0y"s,
-                          "\xff\xfe",
-                          "99999999999999999999",
-                          "Internal.Call",
-                          std::string(65536, '&')};
+// clang-format off
+std::string const texts[]{"", "1", "-1", "+1", "007", " 1", "a b\t", "true", "TRUE", "beep", "\"quote'", "<a&b>", "x\0y"s,
+                          "\xff\xfe", "99999999999999999999", "Internal.Call", std::string(65536, '&')};
+// clang-format on
 
 /// The i-th text to try: those above, then texts at the bounds of the row's lengths or numbers.
 constexpr int textCount = static_cast<int>(std::size(texts)) + 4;
@@ -128,6 +115,11 @@ protected:
         m_before = snapshot();
         platform.onCall([this](Scripted::Call const& call) { m_writes += call.name.starts_with("setDataItem"); });
         platform.keepJournal(false);
+    }
+
+    ~CatalogueSweep() override
+    {
+        std::cout << "catalogue sweep: " << m_offered << " values offered, " << m_accepted << " accepted\n";
     }
 
     /// Offers one value: `set` tells whether it was taken, `expected` is what the item then holds.
@@ -172,18 +164,6 @@ protected:
         platform.clearLogs();
     }
 
-    static std::list<eDataTag> ownTags()
-    {
-        std::list<eDataTag> tags;
-        Builder::getComponentTagList(eDataComponentMedia, tags);
-        return tags;
-    }
-
-    void report(char const* way) const
-    {
-        std::cout << "catalogue sweep, " << way << ": " << m_offered << " values offered, " << m_accepted << " accepted\n";
-    }
-
     int m_writes = 0;
     int m_offered = 0;
     int m_accepted = 0;
@@ -225,14 +205,15 @@ TEST_F(CatalogueSweep, typedValuesAreTakenAsTheRowSaysAndSurviveARestart)
         }
         restartAndCompare();
     }
-    report("typed values");
 }
 
 TEST_F(CatalogueSweep, textsOfTheManagementServiceAreTakenAsTheRowSaysAndSurviveARestart)
 {
+    std::list<eDataTag> ownTags;
+    Builder::getComponentTagList(eDataComponentMedia, ownTags);
     for (int round = 0; round < textCount; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
-        for (auto const tag : ownTags()) {
+        for (auto const tag : ownTags) {
             auto const& [managedTag, item, subItem] = DataSourceOCMS::dataOCMSDescriptionTable[tag];
             // The sub-items of tables are completed to whole tables before they are set.
             if (item == nullptr || subItem != nullptr)
@@ -250,7 +231,6 @@ TEST_F(CatalogueSweep, textsOfTheManagementServiceAreTakenAsTheRowSaysAndSurvive
         }
         restartAndCompare();
     }
-    report("texts of the management service");
 }
 
 } // namespace

@@ -167,33 +167,26 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
     EXPECT_EQ(number(eDataTagIceServerPort0), 99);
 }
 
-/// Start-up with a flag file, and what the derived flags are.
-struct FlagCase {
-    char const* file;
-    bool opusTest;
-    bool opusHardware;
-    char const* encryption; ///< the five hardware flags by row; methods 2, 4, 3, 1, 0
-};
-
 TEST_F(ExchangeTest, theFlagFileSetsItsFlagsAndTheHardwareFlagsThatHangOnThem)
 {
-    constexpr FlagCase cases[]{{"opus_test", true, true, "00011"},
-                               {"opus_test false\n", false, false, "00011"},
-                               {"opus_test FALSE\naes256_test true", false, true, "11111"},
-                               {"aes256_test TRUE\n", false, true, "00011"},
-                               {"opus_test maybe", false, true, "00011"},
-                               {"", false, true, "00011"}};
-    for (auto const& expected : cases) {
-        SCOPED_TRACE(expected.file);
-        Cache::terminate();
-        platform.flagFile(expected.file);
-        start();
-        EXPECT_EQ(flag(eDataTagOpusTest), expected.opusTest);
-        EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), expected.opusHardware);
-        std::string encryption;
+    // The flag of Opus, its hardware flag, and the five of encryption by row: methods 2, 4, 3, 1, 0.
+    for (auto const& [file, opusTest, opusHardware, encryption] :
+         std::vector<std::tuple<std::string, bool, bool, std::string>>{
+             {"opus_test", true, true, "00011"},
+             {"opus_test false\n", false, false, "00011"},
+             {"opus_test FALSE\naes256_test true", false, true, "11111"},
+             {"aes256_test TRUE\n", false, true, "00011"},
+             {"opus_test maybe", false, true, "00011"},
+             {"", false, true, "00011"}}) {
+        SCOPED_TRACE(file);
+        platform.flagFile(file);
+        restart();
+        EXPECT_EQ(flag(eDataTagOpusTest), opusTest);
+        EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), opusHardware);
+        std::string flags;
         for (int tag = eDataTagSRTPEncryptionHardwareAllowed1; tag <= eDataTagSRTPEncryptionHardwareAllowed5; ++tag)
-            encryption += flag(static_cast<eDataTag>(tag)) ? '1' : '0';
-        EXPECT_EQ(encryption, expected.encryption);
+            flags += flag(static_cast<eDataTag>(tag)) ? '1' : '0';
+        EXPECT_EQ(flags, encryption);
     }
 }
 

@@ -3,6 +3,8 @@
 
 #include "ScriptedFixture.h"
 
+#include <filesystem>
+
 using namespace Data;
 using Texts = std::vector<std::string>;
 
@@ -60,6 +62,8 @@ TEST_F(FlagFile, IsChangedUntilReadAfterEachWriteAndOnceAfterItsRemoval)
     platform.removeFlagFile();
     EXPECT_TRUE(file.isConfigFileChanged());
     EXPECT_FALSE(file.isConfigFileChanged());
+    std::filesystem::create_directory(platform.directory() + "/data/database/media_config");
     file.readConfigFile(values);
     EXPECT_EQ(values, (DataTagValue_t{{tag(797), "kept"}}));
+    EXPECT_FALSE(file.isConfigFileChanged()) << "a directory counts as an empty file";
 }

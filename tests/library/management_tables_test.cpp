@@ -2,101 +2,62 @@
 #include "ManagementFixture.h"
 
 #include <algorithm>
-#include <numeric>
-#include <optional>
 
 namespace {
 
+using Source = DataSourceOCMS;
+
 struct Table {
     char const* name;
-    void (DataSourceOCMS::*set)(DataTagValue_t&);
-    void (DataSourceOCMS::*get)(DataTagValue_t&);
-    int count, type, rank, allowed, hardware, extra;
+    void (Source::*set)(DataTagValue_t&);
+    void (Source::*get)(DataTagValue_t&);
+    int count, type;
+    bool hasSizes = false;
+    int rank = type + count, allowed = rank + count, extra = hasSizes ? allowed + count : 0;
+    int hardware = (hasSizes ? extra : allowed) + count;
 };
 
-using Source = DataSourceOCMS;
-Table const codecs{"codec", &Source::processRequestToSetCodecs, &Source::processRequestToGetCodecs, 4, 109, 113, 117, 125,
-                   121};
-Table const encryptions{
-    "SRTP", &Source::processRequestToSetEncryption, &Source::processRequestToGetEncryption, 5, 221, 226, 231, 236, 0};
-Table const headsets{"headset",
-                     &Source::processRequestToSetHeadsetPriority,
-                     &Source::processRequestToGetHeadsetPriority,
-                     3,
-                     243,
-                     246,
-                     249,
-                     252,
-                     0};
+Table const codecs{"codec", &Source::processRequestToSetCodecs, &Source::processRequestToGetCodecs, 4, 109, true};
+Table const encryptions{"SRTP", &Source::processRequestToSetEncryption, &Source::processRequestToGetEncryption, 5, 221};
+Table const headsets{"headset", &Source::processRequestToSetHeadsetPriority, &Source::processRequestToGetHeadsetPriority, 3,
+                     243};
 
-struct Row {
-    int type;
-    std::optional<std::string> allowed; ///< nothing: the cell is not there
-};
-
-/// The rows in place, each with the rank of its place.
-DataTagValue_t cellsOf(Table const& table, std::vector<Row> const& rows)
+/// The rows in place, each with the rank of its place. A type is one digit; its verdict is "held..." or, when `sent` names
+/// the type, "sent..." or not there.
+DataTagValue_t cellsOf(Table const& table, std::string const& types, std::string const& sent = "", bool withAllowed = false)
 {
     DataTagValue_t cells;
-    for (int row = 0; row < static_cast<int>(rows.size()); ++row) {
-        auto const& [type, allowed] = rows[static_cast<std::size_t>(row)];
-        cells[tag(table.type + row)] = std::to_string(type);
+    for (int row = 0; row < static_cast<int>(types.size()); ++row) {
+        std::string const type(1, types[static_cast<std::size_t>(row)]);
+        bool const isSent = sent.find(type) != std::string::npos;
+        cells[tag(table.type + row)] = type;
         cells[tag(table.rank + row)] = std::to_string(row + 1);
-        if (allowed)
-            cells[tag(table.allowed + row)] = *allowed;
+        if (!isSent || withAllowed)
+            cells[tag(table.allowed + row)] = (isSent ? "sent" : "held") + type;
     }
     return cells;
 }
 
-std::vector<Row> heldRows(std::vector<int> const& types)
+/// All types of the table in order.
+std::string typesOf(Table const& table)
 {
-    std::vector<Row> rows;
-    for (int const type : types)
-        rows.push_back({type, "held" + std::to_string(type)});
-    return rows;
-}
-
-bool isIn(std::vector<int> const& types, int type)
-{
-    return std::find(types.begin(), types.end(), type) != types.end();
-}
-
-std::vector<int> numbers(int count)
-{
-    std::vector<int> all(static_cast<std::size_t>(count));
-    std::iota(all.begin(), all.end(), 0);
-    return all;
+    return std::string("01234").substr(0, static_cast<std::size_t>(table.count));
 }
 
 /// The request names `types` in rank order, its rows sorted by type.
-DataTagValue_t requestFor(Table const& table, std::vector<int> const& types, bool withAllowed)
+DataTagValue_t requestFor(Table const& table, std::string const& types, bool withAllowed)
 {
     auto rows = types;
     std::sort(rows.begin(), rows.end());
     DataTagValue_t request;
     for (int row = 0; row < static_cast<int>(rows.size()); ++row) {
-        int const type = rows[static_cast<std::size_t>(row)];
-        auto const rank = std::find(types.begin(), types.end(), type) - types.begin() + 1;
-        request[tag(table.type + row)] = std::to_string(type);
-        request[tag(table.rank + row)] = std::to_string(rank);
+        char const type = rows[static_cast<std::size_t>(row)];
+        request[tag(table.type + row)] = type;
+        request[tag(table.rank + row)] = std::to_string(types.find(type) + 1);
         if (withAllowed)
-            request[tag(table.allowed + row)] = "sent" + std::to_string(type);
+            request[tag(table.allowed + row)] = std::string("sent") + type;
     }
     return request;
-}
-
-/// What a set request comes to: types left out keep their rows, the requested ones take the others in rank order.
-std::vector<Row> completed(std::vector<int> const& held, std::vector<int> const& sent, bool withAllowed)
-{
-    auto rows = heldRows(held);
-    auto next = sent.begin();
-    for (auto& row : rows) {
-        if (isIn(sent, row.type)) {
-            row.type = *next++;
-            row.allowed = withAllowed ? std::optional("sent" + std::to_string(row.type)) : std::nullopt;
-        }
-    }
-    return rows;
 }
 
 } // namespace
@@ -105,35 +66,33 @@ TEST_F(Management, ATypeLeftOutKeepsItsRowAndTheRequestedOnesTakeTheOthersInRank
 {
     auto source = makeSource();
     for (Table const* table : {&codecs, &encryptions, &headsets}) {
-        for (auto held = numbers(table->count);;) {
-            cache.held = cellsOf(*table, heldRows(held));
+        auto held = typesOf(*table);
+        do {
+            cache.held = cellsOf(*table, held);
             for (int subset = 1; subset < 1 << table->count; ++subset) {
-                std::vector<int> sent;
-                for (int type = 0; type < table->count; ++type) {
-                    if (subset >> type & 1)
-                        sent.push_back(type);
-                }
+                auto sent = typesOf(*table);
+                std::erase_if(sent, [&](char type) { return (subset >> (type - '0') & 1) == 0; });
                 bool withAllowed = true;
                 do {
+                    auto completed = held;
+                    for (auto next = sent.begin(); char& type : completed)
+                        type = sent.find(type) != std::string::npos ? *next++ : type;
                     auto values = requestFor(*table, sent, withAllowed);
                     (source.*table->set)(values);
-                    ASSERT_EQ(values, cellsOf(*table, completed(held, sent, withAllowed)))
-                        << table->name << " held " << testing::PrintToString(held) << " sent "
-                        << testing::PrintToString(sent);
+                    ASSERT_EQ(values, cellsOf(*table, completed, sent, withAllowed))
+                        << table->name << " held " << held << " sent " << sent;
                     withAllowed = !withAllowed;
                 } while (std::next_permutation(sent.begin(), sent.end()));
             }
-            if (!std::next_permutation(held.begin(), held.end()))
-                break;
-        }
+        } while (std::next_permutation(held.begin(), held.end()));
     }
 }
 
 TEST_F(Management, TracesHowASetRequestIsCompleted)
 {
     auto source = makeSource();
-    cache.held = cellsOf(codecs, heldRows({0, 1, 2, 3}));
-    auto values = requestFor(codecs, {2, 0}, true);
+    cache.held = cellsOf(codecs, "0123");
+    auto values = requestFor(codecs, "20", true);
     platform.logLevel(6);
     source.processRequestToSetCodecs(values);
     EXPECT_EQ(
@@ -150,26 +109,27 @@ TEST_F(Management, TracesHowASetRequestIsCompleted)
 TEST_F(Management, ASetRequestThatIsNoTableStaysWithinTheTable)
 {
     struct Case {
-        char const* what;
-        std::vector<int> held;
-        DataTagValue_t request;
-        DataTagValue_t expected;
+        char const *what, *held;
+        DataTagValue_t request, expected;
     };
     DataTagValue_t const badRank{{tag(243), "2"}, {tag(244), "1"}, {tag(245), "0"},
                                  {tag(246), "2"}, {tag(247), "1"}, {tag(248), "4"}};
     DataTagValue_t const noFirst{{tag(246), "3"}, {tag(244), "1"}};
-    auto const badType = cellsOf(headsets, {{7, {}}, {1, "held1"}, {0, "held0"}});
-    Case const cases[] = {
-        {"rank beyond the table: not sorted, for the cell to refuse", {2, 1, 0}, badRank, badRank},
-        {"type beyond the table: nothing is taken for requested", {2, 1, 0}, {{tag(243), "7"}, {tag(246), "1"}}, badType},
-        {"more free rows than requested ones: the last free row is taken",
-         {0, 0, 2},
-         {{tag(243), "0"}, {tag(246), "1"}, {tag(249), "sent"}},
-         cellsOf(headsets, {{0, "held0"}, {0, "sent"}, {2, "held2"}})},
-        {"without the first type: nothing happens", {2, 1, 0}, noFirst, noFirst}};
+    auto lastFree = cellsOf(headsets, "002");
+    lastFree[tag(250)] = "sent";
+    Case const cases[] = {{"rank beyond the table: not sorted, for the cell to refuse", "210", badRank, badRank},
+                          {"type beyond the table: nothing is taken for requested",
+                           "210",
+                           {{tag(243), "7"}, {tag(246), "1"}},
+                           cellsOf(headsets, "710", "7")},
+                          {"more free rows than requested ones: the last free row is taken",
+                           "002",
+                           {{tag(243), "0"}, {tag(246), "1"}, {tag(249), "sent"}},
+                           lastFree},
+                          {"without the first type: nothing happens", "210", noFirst, noFirst}};
     auto source = makeSource();
     for (auto const& [what, held, request, expected] : cases) {
-        cache.held = cellsOf(headsets, heldRows(held));
+        cache.held = cellsOf(headsets, held);
         auto values = request;
         source.processRequestToSetHeadsetPriority(values);
         EXPECT_EQ(values, expected) << what;
@@ -186,9 +146,9 @@ TEST_F(Management, OnePacketSizeServesAllCodecsAndNoneLeavesThemAlone)
         {{{tag(122), "1"}, {tag(124), "5"}}, all("1")},
         {{{tag(121), ""}, {tag(122), "4"}}, {{tag(121), ""}, {tag(122), "4"}}}};
     auto source = makeSource();
-    cache.held = cellsOf(codecs, heldRows({0, 1, 2, 3}));
+    cache.held = cellsOf(codecs, "0123");
     for (auto const& [sent, expected] : cases) {
-        auto values = requestFor(codecs, {2, 0}, true);
+        auto values = requestFor(codecs, "20", true);
         values.insert(sent.begin(), sent.end());
         source.processRequestToSetCodecs(values);
         EXPECT_EQ(DataTagValue_t(values.lower_bound(tag(121)), values.lower_bound(tag(125))), expected);
@@ -202,7 +162,7 @@ struct Hardware {
     Table const& table;
     bool entryModel, topModel, usb;
     DataTagValue_t facts;
-    std::vector<int> hidden;
+    std::string hidden;
 };
 
 class HardwareProfile : public Management, public testing::WithParamInterface<Hardware> {};
@@ -213,17 +173,17 @@ DataTagValue_t facts(char const* software, char const* system, char const* opus,
 }
 
 Hardware const profiles[] = {
-    {"EntryModel", codecs, true, false, false, facts("Norvane SIP", "2", "false", ""), {1, 3}},
-    {"OrdinaryModel", codecs, false, false, false, facts("other", "0", "false", ""), {3}},
-    {"OrdinaryModelUnderTest", codecs, false, false, false, facts("other", "0", "true", ""), {}},
-    {"OrdinaryModelOnFullServer", codecs, false, false, false, facts("Norvane SIP", "0", "false", ""), {}},
-    {"OrdinaryModelOnSystemTwo", codecs, false, false, false, facts("other", "2", "false", ""), {}},
-    {"EncryptionOnFullServer", encryptions, false, false, false, facts("Norvane SIP", "0", "", "false"), {}},
-    {"EncryptionOnOther", encryptions, false, true, true, facts("norvane sip", "2", "true", "false"), {2, 3, 4}},
-    {"EncryptionUnderTest", encryptions, true, false, false, facts("other", "0", "", "true"), {}},
-    {"HeadsetsOfOrdinaryModel", headsets, false, false, false, {}, {1, 2}},
-    {"HeadsetsOfEntryModelWithUsb", headsets, true, false, true, {}, {2}},
-    {"HeadsetsOfTopModel", headsets, false, true, false, {}, {1}}};
+    {"EntryModel", codecs, true, false, false, facts("Norvane SIP", "2", "false", ""), "13"},
+    {"OrdinaryModel", codecs, false, false, false, facts("other", "0", "false", ""), "3"},
+    {"OrdinaryModelUnderTest", codecs, false, false, false, facts("other", "0", "true", ""), ""},
+    {"OrdinaryModelOnFullServer", codecs, false, false, false, facts("Norvane SIP", "0", "false", ""), ""},
+    {"OrdinaryModelOnSystemTwo", codecs, false, false, false, facts("other", "2", "false", ""), ""},
+    {"EncryptionOnFullServer", encryptions, false, false, false, facts("Norvane SIP", "0", "", "false"), ""},
+    {"EncryptionOnOther", encryptions, false, true, true, facts("norvane sip", "2", "true", "false"), "234"},
+    {"EncryptionUnderTest", encryptions, true, false, false, facts("other", "0", "", "true"), ""},
+    {"HeadsetsOfOrdinaryModel", headsets, false, false, false, {}, "12"},
+    {"HeadsetsOfEntryModelWithUsb", headsets, true, false, true, {}, "2"},
+    {"HeadsetsOfTopModel", headsets, false, true, false, {}, "1"}};
 
 } // namespace
 
@@ -233,27 +193,25 @@ TEST_P(HardwareProfile, HidesItsTypesWhereverTheyStandAndKeepsTheVerdicts)
     platform.hardware(entryModel, topModel, usb);
     auto source = makeSource();
     cache.held = held;
-    auto types = numbers(table.count);
+    auto types = typesOf(table);
     do {
-        auto values = cellsOf(table, heldRows(types));
-        std::vector<int> shown;
+        auto shown = types;
+        std::erase_if(shown, [&gone = hidden](char type) { return gone.find(type) != std::string::npos; });
+        auto values = cellsOf(table, types);
+        auto expected = cellsOf(table, shown);
         DataTagValue_t verdicts;
         for (int row = 0; row < table.count; ++row) {
-            int const type = types[static_cast<std::size_t>(row)];
-            if (!isIn(hidden, type))
-                shown.push_back(type);
-            int const place = table.extra == 0 ? row : type; // the verdict on a codec stands at its type
-            verdicts[tag(table.hardware + place)] = isIn(hidden, type) ? "false" : "true";
+            char const type = types[static_cast<std::size_t>(row)];
+            int const place = table.extra == 0 ? row : type - '0'; // the verdict on a codec stands at its type
+            verdicts[tag(table.hardware + place)] = shown.find(type) == std::string::npos ? "false" : "true";
             if (table.extra != 0)
                 values[tag(table.extra + row)] = std::to_string(row);
+            if (table.extra != 0 && row < static_cast<int>(shown.size()))
+                expected[tag(table.extra + row)] = std::to_string(row);
         }
-        auto expected = cellsOf(table, heldRows(shown));
-        for (int row = 0; table.extra != 0 && row < static_cast<int>(shown.size()); ++row)
-            expected[tag(table.extra + row)] = std::to_string(row);
-
         (source.*table.get)(values);
-        ASSERT_EQ(values, expected) << testing::PrintToString(types);
-        ASSERT_EQ(cache.taken.back(), verdicts) << testing::PrintToString(types);
+        ASSERT_EQ(values, expected) << types;
+        ASSERT_EQ(cache.taken.back(), verdicts) << types;
     } while (std::next_permutation(types.begin(), types.end()));
 }
 

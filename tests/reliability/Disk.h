@@ -11,7 +11,7 @@
 namespace Disk {
 
 struct Call {
-    enum Kind { make, write, cut, sync, rename, remove };
+    enum Kind { make, write, cut, sync, rename, remove, mark }; // a mark is what a test notes between them
     Kind kind;
     std::size_t offset = 0; // of a write, or the size after a cut
     std::string text = {};  // the bytes written, or the file's name

@@ -42,32 +42,20 @@ struct Kind {
     std::vector<std::pair<std::string, std::string>> places; // schema and element
 };
 
-constexpr std::size_t alerts = 15;
+constexpr int alerts = 15;
 
 template <eDataTag tag, std::size_t size> bool writeText(Host::Platform&, std::string const& mark)
 {
     return MediaDataCache::setData(tag, std::string(size, mark[1]) + mark, false);
 }
 
-template <std::size_t size> bool writeBulk(std::array<eDataTag, size> const& tags, std::string const& mark)
+/// Every `step`-th item from the first.
+template <eDataTag first, int count, int step> bool writeBulk(Host::Platform&, std::string const& mark)
 {
     BulkData bulk;
-    for (eDataTag const tag : tags)
-        bulk.addTagValue(tag, mark, false);
+    for (int i = 0; i < count; ++i)
+        bulk.addTagValue(static_cast<eDataTag>(first + step * i), mark, false);
     return MediaDataCache::setDataBulk(bulk);
-}
-
-bool writeTexts(Host::Platform&, std::string const& mark)
-{
-    return writeBulk(std::array{eDataTagCamera2Url, eDataTagCamera3Url, eDataTagDirectVideo101}, mark);
-}
-
-bool writeTable(Host::Platform&, std::string const& mark)
-{
-    std::array<eDataTag, alerts> rows{};
-    for (std::size_t i = 0; i < alerts; ++i)
-        rows[i] = static_cast<eDataTag>(eDataTagAlertIdentifier0 + i);
-    return writeBulk(rows, mark);
 }
 
 bool writeRecord(Host::Platform& platform, std::string const& mark)
@@ -82,13 +70,11 @@ std::array<Kind, 6> const kinds{
     {{"value", false, writeText<eDataTagCamera1Url, 0>, {{"DirectVideoSettings", "Camera1Url"}}},
      {"secret", false, writeText<eDataTagIceServerPwd0, 0>, {{"ICESettings", "IceServerPwd0"}}},
      {"value of pages", false, writeText<eDataTagDirectVideo100, 9000>, {{"DirectVideoSettings", "direct-video-100"}}},
-     {"table", true, writeTable, {{"DistinctiveRinging", ""}}},
+     {"table", true, writeBulk<eDataTagAlertIdentifier0, alerts, 1>, {{"DistinctiveRinging", ""}}},
      {"bulk",
       false,
-      writeTexts,
-      {{"DirectVideoSettings", "Camera2Url"},
-       {"DirectVideoSettings", "Camera3Url"},
-       {"DirectVideoSettings", "direct-video-101"}}},
+      writeBulk<eDataTagCamera2Url, 3, eDataTagCamera3Url - eDataTagCamera2Url>,
+      {{"DirectVideoSettings", "Camera2Url"}, {"DirectVideoSettings", "Camera3Url"}, {"DirectVideoSettings", "Camera4Url"}}},
      {"management record",
       true,
       writeRecord,
@@ -208,60 +194,51 @@ std::string freshDirectory()
     return ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
 }
 
-constexpr int writes = 200;
+constexpr std::size_t writes = 200;
 constexpr int writesUntilRestart = 50; // the log is carried over into the database by itself before that
 constexpr Disk::Rest rests[]{{0, false}, {100, false}, {50, false}, {50, true}, {90, false}, {90, true}};
 
-/// After so many calls a write was begun or acknowledged.
-struct Milestone {
-    std::size_t calls;
-    std::size_t kind;
-    int write;
-    bool acknowledged;
-};
-
-/// Writes of all kinds in turn, with a restart, hence a clean close, now and then.
-std::vector<Milestone> runWorkload(bool relaxed)
+/// Writes of all kinds in turn, with a restart, hence a clean close, now and then. Each is marked when it was begun and when
+/// it was acknowledged.
+void runWorkload(bool relaxed)
 {
-    std::vector<Milestone> milestones;
     std::string const directory = freshDirectory();
     Disk::calls.clear();
     Disk::watched = directory;
     std::optional<Writer> writer;
-    for (int write = 0; write < writes; ++write) {
+    for (int write = 0; write < static_cast<int>(writes); ++write) {
         if (write % writesUntilRestart == 0) {
             writer.reset();
             writer.emplace(directory, relaxed);
         }
         auto const kind = static_cast<std::size_t>(write) % kinds.size();
-        milestones.push_back({Disk::calls.size(), kind, write + 1, false});
+        Disk::calls.push_back({Disk::Call::mark, kind, "begun", "", write + 1});
         EXPECT_TRUE(writer->write(kind, write + 1)) << kinds[kind].name;
-        milestones.push_back({Disk::calls.size(), kind, write + 1, true});
+        Disk::calls.push_back({Disk::Call::mark, kind, "acknowledged", "", write + 1});
     }
     writer.reset();
     Disk::watched.clear();
     fs::remove_all(directory);
-    return milestones;
 }
 
-/// Opens about `wanted` images, spread evenly over all calls.
-Findings cutAtEveryCall(std::vector<Milestone> const& milestones, int wanted)
+/// Opens about as many images as wanted, spread evenly over all calls.
+Findings cutAtEveryCall(bool relaxed)
 {
+    runWorkload(relaxed);
+    int const wanted = amount("MEDIADATA_IMAGES", 400);
     Findings findings;
     Ledger ledger;
     Disk::Surface surface;
     std::mt19937 random(1);
-    std::size_t reached = 0;
     std::size_t images = 0;
     std::string const image = freshDirectory();
     for (std::size_t call = 1; call <= Disk::calls.size(); ++call) {
-        surface.play(Disk::calls[call - 1]);
-        for (; reached < milestones.size() && milestones[reached].calls <= call; ++reached) {
-            Milestone const& now = milestones[reached];
-            ledger[now.kind].begun = now.write;
-            if (now.acknowledged)
-                ledger[now.kind].acknowledged.fill(now.write);
-        }
+        if (Disk::Call const& now = Disk::calls[call - 1]; now.kind != Disk::Call::mark)
+            surface.play(now);
+        else if (now.text == "begun")
+            ledger[now.offset].begun = now.file;
+        else
+            ledger[now.offset].acknowledged.fill(now.file);
         bool isNews = true; // when nothing waits for the disk, all images are the same
         for (auto const due = call * static_cast<std::size_t>(wanted) / Disk::calls.size(); images < due && isNews;
              isNews = surface.isDirty()) {
@@ -273,7 +250,7 @@ Findings cutAtEveryCall(std::vector<Milestone> const& milestones, int wanted)
         }
     }
     fs::remove_all(image);
-    std::cout << "power loss: " << images << " images at " << Disk::calls.size() << " I/O calls of " << writes
+    std::cout << "power loss: " << images << " images at " << Disk::calls.size() - 2 * writes << " I/O calls of " << writes
               << " writes: " << findings.text() << "\n";
     return findings;
 }
@@ -302,14 +279,14 @@ struct Shared {
 
 TEST(PowerLoss, takesNothingThatWasAcknowledgedAndTearsNothing)
 {
-    Findings const findings = cutAtEveryCall(runWorkload(false), amount("MEDIADATA_IMAGES", 400));
+    Findings const findings = cutAtEveryCall(false);
     EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
 }
 
 TEST(PowerLoss, isSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
 {
     std::cout << "with synchronous=NORMAL, ";
-    EXPECT_GT(cutAtEveryCall(runWorkload(true), amount("MEDIADATA_IMAGES", 400)).lost, 0);
+    EXPECT_GT(cutAtEveryCall(true).lost, 0);
 }
 
 TEST(Kill, takesNothingThatWasAcknowledgedAndTearsNothing)

@@ -205,6 +205,16 @@ TEST_F(ConfigurationVerbs, AccountForWhatAnImportDoesNotTake)
               "headset-volume = 4\nringer-volume = 3\ncodec[1]/type = 3\ncountry = FR\n");
 }
 
+TEST_F(ConfigurationVerbs, TakeBackAnAtomicImportThatFailsAtItsEnd)
+{
+    auto const before = tool({"export"}).out;
+    fs::create_directories(dataDirectory() / "data/database/media_config.new"); // where the flag file's draft belongs
+    write("all", R"({"format": "mediadata export", "version": 1, "settings": {"61": 7, "codec[1]/allowed": false},
+                     "device": {"model": "entry"}, "flags": {"opus_test": "true"}, "service": {"country": "FR"}})");
+    EXPECT_EQ(tool({"import", "--atomic", (root() / "all").string()}).status, 5);
+    EXPECT_EQ(tool({"export"}).out, before);
+}
+
 TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
 {
     auto const with = [](std::string const& rest) { return R"({"format": "mediadata export", "version": 1)" + rest + "}"; };
@@ -221,6 +231,8 @@ TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
         {with(R"(, "settings": {"61": 1e999})"), "number overflow"},
         {with(R"(, "settings": {"59": 1})"), "settings/59: expected true or false"},
         {with(R"(, "settings": {"63": "a\u0000b"})"), "settings/63: a text must not hold the character 0"},
+        {with(R"(, "settings": {"DoorOpener1Pin": 424242})"), "DoorOpener1Pin: expected a text, found number"},
+        {with(R"(, "settings": {"DoorOpener1Pin": "424242)"), "parse error at line 1"},
         {with(R"(, "settings": {"63": {"hex": "0g"}})"), "settings/63: expected"},
         {with(R"(, "settings": {"63": ")"
               "\xff\"}"),
@@ -232,7 +244,7 @@ TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
         {with(R"(, "secrets": {"cipher": "none"})"), "secrets/cipher"},
         {with(R"(, "secrets": {"cipher": "argon2id13 xchacha20-poly1305", "passes": 2000000000, "memory-kib": 8, )"
               R"("salt": "AAAAAAAAAAAAAAAAAAAAAA", "sealed": ""})"),
-         "secrets: expected 1..16 passes"},
+         "secrets: expected 1..8 passes"},
     };
     ASSERT_EQ(tool({"get", "1"}).status, 0);
     auto const before = files();
@@ -240,7 +252,9 @@ TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
         auto const answer = tool({"import", "-", "--secrets"}, text);
         EXPECT_EQ(answer.status, 2) << text.substr(0, 100);
         EXPECT_NE(answer.err.find(words), std::string::npos) << text.substr(0, 100) << answer.err;
+        EXPECT_EQ(answer.err.find("424242"), std::string::npos) << "a secret";
     }
+    EXPECT_EQ(tool({"import", "/dev/zero"}).status, 2) << "what has no end";
     EXPECT_EQ(files(), before);
 }
 
@@ -290,6 +304,9 @@ TEST_F(ConfigurationVerbs, KeepTheHistoryWholeBoundedAndOutOfTheWay)
     std::ofstream(file, std::ios::app) << R"({"time": 1, "who": "to)"; // a kill in the middle of a line
     ASSERT_EQ(tool({"set", "ringer-volume=5"}).status, 0);
     EXPECT_EQ(tool({"history", "--json"}).json()["history"].size(), 2U);
+    std::ofstream(file, std::ios::app) << R"({"time": 1, "who": "x", "item": "x", "old": )" + std::string(100000, '[') +
+                                              std::string(100000, ']') + "}\n";
+    EXPECT_EQ(tool({"history", "--json"}).json()["history"].size(), 2U);
     std::ofstream(file, std::ios::app) << std::string(512 * 1024, '\n');
     ASSERT_EQ(tool({"set", "ringer-volume=6"}).status, 0);
     EXPECT_LT(fs::file_size(file), 1000U);
@@ -300,6 +317,7 @@ TEST_F(ConfigurationVerbs, KeepTheHistoryWholeBoundedAndOutOfTheWay)
     EXPECT_EQ(answer.status, 0);
     EXPECT_NE(answer.err.find("history could not be written"), std::string::npos);
     EXPECT_FALSE(fs::exists(root() / "elsewhere"));
+    EXPECT_EQ(tool({"history"}).status, 5);
     EXPECT_EQ(tool({"get", "ringer-volume"}).out, "7\n");
 }
 

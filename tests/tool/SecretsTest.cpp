@@ -69,8 +69,10 @@ TEST_F(Secrets, ComeOutNowhere)
         }
     for (auto const& each : std::filesystem::recursive_directory_iterator(dataDirectory()))
         EXPECT_TRUE(each.is_directory() || slurp(each.path()).find(mark) == std::string::npos) << each.path();
-    for (auto const* const item : {"camera-password-1", "camera-password-4", "door-opener-pin-4", "ice-server-pwd-1"})
+    for (auto const* const item : {"camera-password-1", "camera-password-4", "door-opener-pin-4", "ice-server-pwd-1"}) {
         EXPECT_EQ(tool({"get", "--show-secrets", item}).out.find(mark), 0U) << item << " was not stored at all";
+        EXPECT_EQ(tool({"get", item}).out, "********\n");
+    }
 }
 
 } // namespace ToolTest

@@ -41,25 +41,6 @@ TEST_F(TelephoneVerbs, TellTheCodecsVerdictByItsTypeNotByItsRow)
     EXPECT_EQ(column("codec", "type") + column("codec", "hardware"), "0 3 2 1 true false true true ");
 }
 
-TEST_F(TelephoneVerbs, KeepADoorOpenerAndItsCameraTogether)
-{
-    ASSERT_EQ(tool({"set", "door-opener-type-2=1", "door-opener-phonenumber-2=77", "door-opener-directvideo-2=3"}).status,
-              0);
-    EXPECT_EQ(value("camera-door-opener-3") + value("camera-phone-number-3"), "2\n77\n");
-    EXPECT_EQ(column("door-openers", "camera"), R"(null "Camera 3" null null )");
-    ASSERT_EQ(tool({"set", "door-opener-type-2=0"}).status, 0);
-    EXPECT_EQ(value("camera-door-opener-3") + value("camera-phone-number-3"), "0\n\n");
-}
-
-TEST_F(TelephoneVerbs, FindTheRingingOfAnAlertIdentifier)
-{
-    auto const row = tool({"table", "ringing", "--alert", "Emergency.Call", "--json"}).json();
-    EXPECT_EQ(row["ringing"].size(), 1U);
-    EXPECT_EQ(row["ringing"][0]["row"], 13);
-    EXPECT_EQ(tool({"table", "ringing", "--alert", "Nobody.Calls"}).status, 3);
-    EXPECT_EQ(tool({"table", "codec", "--alert", "Emergency.Call"}).status, 2);
-}
-
 TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
 {
     auto const answer = tool({"mgmt", "set", "--json", "ringer-volume=6", "moh-enabled=maybe", "country=DE"});
@@ -74,16 +55,6 @@ TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
     auto const unchanged = tool({"mgmt", "set", "--json", "ringer-volume=6"}).json();
     EXPECT_EQ(unchanged["items"][0]["reason"], "UNCHANGED_DATA: ringer-volume");
     EXPECT_EQ(unchanged["exit"], 4);
-}
-
-TEST_F(TelephoneVerbs, ShowNoSecretThatTheManagementServiceSets)
-{
-    for (auto const* const text : {"mgmt set camera-password-1=Zebra-secret", "mgmt get camera-password-1", "mgmt journal",
-                                   "mgmt set camera-password-1=Zebra-much-too-long-secret"}) {
-        auto const answer = tool({"--log-level=6", "shell"}, text);
-        EXPECT_EQ((answer.out + answer.err).find("Zebra"), std::string::npos) << text << answer.out << answer.err;
-    }
-    EXPECT_EQ(tool({"get", "--show-secrets", "camera-password-1"}).out, "Zebra-secret\n");
 }
 
 TEST_F(TelephoneVerbs, HideWhatTheDeviceCannotUse)
@@ -102,21 +73,6 @@ TEST_F(TelephoneVerbs, HideWhatTheDeviceCannotUse)
             hidden += item["value"].is_null();
         EXPECT_EQ(hidden, one.hidden) << one.root << " " << one.model << " " << one.usb;
     }
-}
-
-TEST_F(TelephoneVerbs, KeepWhatOtherComponentsReported)
-{
-    EXPECT_EQ(tool({"country", "--json"}).json()["country"]["number"], nullptr);
-    EXPECT_EQ(tool({"country", "KR"}).status, 0);
-    auto const korea = tool({"country", "--json"}).json();
-    EXPECT_EQ(korea["country"]["number"], 38);
-    EXPECT_EQ(korea["country"]["region"], 0);
-    EXPECT_EQ(tool({"mgmt", "changed", "function-key-def-100=line"}).status, 0);
-    EXPECT_EQ(value("function-key-def-100"), "line\n");
-    EXPECT_EQ(tool({"mgmt", "changed", "ringer-volume=2"}).status, 4);
-    for (auto const* const type : {"all", "managed", "unmanaged", ""})
-        EXPECT_EQ(tool({"mobility", type}).status, 0) << type;
-    EXPECT_EQ(tool({"mobility", "some"}).status, 2);
 }
 
 TEST_F(TelephoneVerbs, WriteTheFlagFileAsTheLibraryReadsIt)
