@@ -3,6 +3,10 @@
 #include "../tests/library/TablesTest.h"
 #include "Fuzz.h"
 
+#include "ClientUtils.h"
+
+#include <utility>
+
 using namespace Data;
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
@@ -22,16 +26,24 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     static CellStore store;
     static DataSourceDB::DataTableHandler handler({tables[0].table, tables[1].table, tables[2].table, tables[3].table},
                                                   &store);
+    // As in the cache, a cell is a value of its type.
+    store.onSet = [] {
+        for (auto const& [tag, text] : store.sets.back().values)
+            if (auto const type = DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.type; type == eDataItemTypeInt)
+                store.cells[tag] = ClientUtils::itos(ClientUtils::stoi(text));
+            else if (type == eDataItemTypeBool)
+                store.cells[tag] = ClientUtils::stob(text) ? "true" : "false";
+    };
     if (size < 2)
         return 0;
 
     Table const my = tables[data[0] % std::size(tables)];
-    auto const read = [&](std::string const& text, DataTagValue_t given) {
+    auto const read = [&](std::string text, DataTagValue_t given) {
         for (auto const& set : std::exchange(store.sets, {}))
             for (auto const& [tag, ignored] : set.values)
                 store.cells[tag] = defaults.cells.at(tag);
         store.userTables = {my.table};
-        given[my.table] = text;
+        given[my.table] = std::move(text);
         store.dbCBSetDataValues(given, false, false);
         handler.readDataFromTables(true);
         return DataTagValue_t(store.cells.lower_bound(my.firstCell), store.cells.upper_bound(my.lastCell));
@@ -49,7 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     EXPECT_EQ(DataTagValue_t(store.cells.lower_bound(my.firstCell), store.cells.upper_bound(my.lastCell)), cells);
     for (auto const& [tag, text] : read(store.cells[my.table], flags))
         // A carriage return is not escaped, and an empty cell has its default back: required behaviour.
-        EXPECT_TRUE(text == cells.at(tag) || cells.at(tag).empty() || cells.at(tag).find('\r') != std::string::npos) << tag;
+        EXPECT_TRUE(text == cells.at(tag) || cells.at(tag).empty() || cells.at(tag).find('\r') != std::string::npos)
+            << tag << " was " << cells.at(tag) << " and is " << text;
     platform.clearLogs();
     platform.clearJournal();
     return 0;

@@ -1,0 +1,122 @@
+// The tool over a data directory in memory, kept from input to input. What an input changed is set back by an import of what
+// was there, and the library starts anew when that fails.
+#pragma once
+
+#include "Fuzz.h"
+
+#include "ChangeFeed.h"
+#include "CommandLine.h"
+#include "Document.h"
+#include "Exchange.h"
+#include "Items.h"
+
+#include "HostPlatform.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include <sodium.h>
+
+/// In the place of the one that takes time and memory on purpose.
+extern "C" int crypto_pwhash(unsigned char* const key, unsigned long long keyLength, char const* const words,
+                             unsigned long long length, unsigned char const* const salt, unsigned long long, std::size_t,
+                             int)
+{
+    return crypto_generichash(key, keyLength, reinterpret_cast<unsigned char const*>(words), length, salt, 16);
+}
+
+namespace Fuzz {
+
+class ToolUnderFuzz {
+public:
+    static ToolUnderFuzz& ready()
+    {
+        static ToolUnderFuzz tool;
+        if (tool.isChanged()) {
+            Tool::importDocument(tool.session(), tool.m_base, {});
+            if (tool.kept() != tool.m_text)
+                tool.start();
+            tool.m_state = tool.state();
+        }
+        return tool;
+    }
+    ~ToolUnderFuzz()
+    {
+        workbench.session.reset();
+        std::filesystem::remove_all(m_path);
+    }
+
+    Tool::Session& session() { return *workbench.session; }
+
+    /// Everything that an export holds.
+    std::string kept() { return Tool::textOf(Tool::documentOf(session())); }
+    std::string const& keptBefore() const { return m_text; }
+
+    /// Something was written since ready().
+    bool isChanged() const { return state() != m_state; }
+
+    /// What holds after every command.
+    static void check(int status, std::string const& input, std::string const& said)
+    {
+        EXPECT_TRUE(status >= Tool::exitOk && status <= Tool::exitStorage && status != Tool::exitInternal) << status << said;
+        EXPECT_TRUE(said.find(secret) == std::string::npos || input.find("--show-secrets") != std::string::npos ||
+                    input.find(secret) != std::string::npos)
+            << said;
+    }
+
+    Tool::Workbench workbench;
+
+private:
+    static constexpr char const* secret = "Unmistakable1";
+
+    ToolUnderFuzz()
+    {
+        prepare();
+        std::string pattern = "/dev/shm/fuzz-tool-XXXXXX";
+        m_path = ::mkdtemp(pattern.data());
+        workbench.feed = &m_feed;
+        start();
+        for (auto const tag : Tool::allTags())
+            if (Tool::isSecret(tag) && Tool::isKept(tag))
+                m_base.settings[tag] = secret;
+        Tool::importDocument(session(), m_base, {});
+        m_base = Tool::documentOf(session());
+        m_text = kept();
+        EXPECT_NE(m_text.find(secret), std::string::npos);
+        start();
+        m_state = state();
+    }
+
+    void start()
+    {
+        workbench.session.reset();
+        std::filesystem::remove_all(m_path + "/data");
+        workbench.options.dataDirectory = m_path + "/data";
+        std::string error;
+        bool inUse = false;
+        workbench.session = Tool::Session::open(workbench.options, error, inUse);
+        EXPECT_TRUE(workbench.session) << error;
+        Tool::importDocument(session(), m_base, {});
+    }
+
+    /// Names, sizes and times of the files.
+    std::vector<std::string> state() const
+    {
+        std::vector<std::string> result;
+        for (auto const& each : std::filesystem::recursive_directory_iterator(m_path))
+            if (each.is_regular_file())
+                result.push_back(each.path().string() + ' ' + std::to_string(each.file_size()) + ' ' +
+                                 std::to_string(each.last_write_time().time_since_epoch().count()));
+        return result;
+    }
+
+    std::string m_path;
+    Tool::ChangeFeed m_feed;
+    Tool::Document m_base;
+    std::string m_text;
+    std::vector<std::string> m_state;
+};
+
+} // namespace Fuzz

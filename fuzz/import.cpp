@@ -1,0 +1,40 @@
+// Documents for import. What stands before the first brace chooses: "import" stores, otherwise it is a dry run; "atomic";
+// "secrets" opens the box with the sealed ones.
+#include "ToolUnderFuzz.h"
+
+using namespace Tool;
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
+{
+    auto& tool = Fuzz::ToolUnderFuzz::ready();
+    std::string const input(reinterpret_cast<char const*>(data), size);
+    auto const begin = std::min(input.find('{'), size);
+    auto const has = [head = input.substr(0, begin)](char const* word) { return head.find(word) != std::string::npos; };
+    ImportOptions const options{.dryRun = !has("import"), .atomic = has("atomic"), .all = true};
+    Passphrase const passphrase = [] { return std::optional<std::string>("passphrase"); };
+    Document document;
+    auto const report = readDocument(input.substr(begin), "input", has("secrets") ? passphrase : Passphrase(), document);
+    EXPECT_EQ(report.code == exitOk, report.problems.empty());
+    if (report.code != exitOk)
+        return 0;
+
+    auto const account = importDocument(tool.session(), document, options);
+    std::ostringstream out;
+    renderJson(account, out);
+    tool.check(account.code, input, out.str());
+    EXPECT_TRUE(Json::accept(out.str())) << out.str();
+    EXPECT_FALSE(options.dryRun && tool.isChanged());
+    if (options.dryRun)
+        return 0;
+    auto const now = tool.kept();
+    EXPECT_TRUE(!options.atomic || account.code == exitOk || now == tool.keptBefore()) << out.str();
+    auto const& rows = account.sections.front().rows;
+    EXPECT_GE(rows.size(), document.settings.size() + document.service.size() + document.unknown.size());
+    auto row = rows.begin();
+    for (auto const& [tag, value] : document.settings)
+        EXPECT_TRUE(*(row++)->begin() != "stored" || readValue(tag) == value) << nameOf(tag) << ' ' << value;
+    Document again;
+    EXPECT_EQ(parseDocument(now, "export", again).code, exitOk);
+    EXPECT_EQ(textOf(again), now);
+    return 0;
+}
