@@ -44,6 +44,8 @@ private:
     Report exportTo(Session& session);
     Report importFrom(Session& session);
     Report compare(Session& session);
+    /// Reads what the user gives beside the words before another process is kept out of the data directory.
+    void gatherInput();
     /// Where --secrets gets its passphrase; empty without --secrets.
     std::function<std::optional<std::string>()> passphrase() const;
     /// The words ITEM=VALUE and what is wrong with them.
@@ -90,7 +92,6 @@ private:
     std::vector<std::string> m_items;
     std::size_t m_count = 0;
     std::size_t m_seconds = 0;
-    CatalogueFormat m_format = CatalogueFormat::Tsv;
 };
 
 } // namespace Tool

@@ -145,6 +145,8 @@ int Command::run(std::vector<std::string> words)
             return render(failure(exitUsage, "", "this verb runs in a process of its own"));
         if (m_process)
             return m_process();
+        if (isOwn)
+            gatherInput();
         std::optional<ProgressLine> progress;
         if (!m_workbench.isRemote)
             progress.emplace(*m_workbench.console);

@@ -128,7 +128,11 @@ Words allCandidates(Words const& words, std::string const& word, bool inShell)
             names.push_back(name);
         return names;
     }
-    return line.verbs.empty() ? verbNames(inShell) : candidates(line.verbs, word);
+    auto const verbs = verbNames(inShell);
+    if (line.verbs.empty())
+        return verbs;
+    bool const isKnown = std::find(verbs.begin(), verbs.end(), line.verbs.front()) != verbs.end();
+    return isKnown ? candidates(line.verbs, word) : Words{};
 }
 
 } // namespace

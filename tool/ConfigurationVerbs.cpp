@@ -9,6 +9,12 @@
 
 namespace Tool {
 
+namespace {
+
+constexpr char const* passphrasePrompt = "Passphrase";
+
+} // namespace
+
 void Command::addConfiguration()
 {
     auto* const explaining = add("explain", "Show where an item's value comes from, layer by layer");
@@ -56,12 +62,22 @@ void Command::addConfiguration()
     onSession(looking, [this](Session& session) { return history(session, m_item, m_limit); });
 }
 
+void Command::gatherInput()
+{
+    for (auto const& file : {m_file, m_passphraseFile}) {
+        if (!file.empty())
+            m_workbench.console->readAhead(file);
+    }
+    if (m_secrets && m_passphraseFile.empty())
+        m_workbench.console->askAhead(passphrasePrompt);
+}
+
 std::function<std::optional<std::string>()> Command::passphrase() const
 {
     if (m_passphraseFile.empty() && !m_secrets)
         return {};
     if (m_passphraseFile.empty())
-        return [this] { return m_workbench.console->passphrase("Passphrase"); };
+        return [this] { return m_workbench.console->passphrase(passphrasePrompt); };
     std::string text;
     bool const isRead = m_workbench.console->read(m_passphraseFile, text);
     return [words = isRead ? text.substr(0, text.find('\n')) : ""] { return std::optional(words); };

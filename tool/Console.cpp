@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 #include <tuple>
+#include <utility>
 
 #include <fcntl.h>
 #include <termios.h>
@@ -49,6 +50,10 @@ private:
 
 bool Console::read(std::string const& file, std::string& text) const
 {
+    if (auto const found = m_files.find(file); found != m_files.end()) {
+        text = found->second;
+        return true;
+    }
     std::ifstream opened;
     if (file != "-")
         opened.open(directory / file, std::ios::binary);
@@ -63,6 +68,8 @@ bool Console::read(std::string const& file, std::string& text) const
 
 std::optional<std::string> Console::passphrase(std::string const& prompt) const
 {
+    if (auto const found = m_passphrases.find(prompt); found != m_passphrases.end())
+        return found->second;
     if (auto const* const given = std::getenv("MEDIADATA_PASSPHRASE"); given && *given)
         return given;
     quiet();
@@ -79,6 +86,17 @@ std::optional<std::string> Console::passphrase(std::string const& prompt) const
         line += static_cast<char>(c);
     }
     return line;
+}
+
+void Console::readAhead(std::string const& file)
+{
+    if (std::string text; read(file, text))
+        m_files[file] = std::move(text);
+}
+
+void Console::askAhead(std::string const& prompt)
+{
+    m_passphrases[prompt] = passphrase(prompt);
 }
 
 void Console::progress(std::size_t done, std::size_t total)

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <filesystem>
 #include <iosfwd>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -28,6 +29,10 @@ public:
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
     virtual std::optional<std::string> passphrase(std::string const& prompt) const;
 
+    /// Gets now what read() and passphrase() answer later: other processes may need the data directory before it comes.
+    void readAhead(std::string const& file);
+    void askAhead(std::string const& prompt);
+
     /// Tells how far the command is; call it as often as you like. A terminal shows it from the second second on, and
     /// without it how long the command takes.
     virtual void progress(std::size_t done, std::size_t total);
@@ -46,6 +51,9 @@ public:
 private:
     friend class ProgressLine;
     void paint(std::string const& text) const;
+
+    std::map<std::string, std::string> m_files;
+    std::map<std::string, std::optional<std::string>> m_passphrases;
 
     mutable std::mutex m_mutex; ///< guards what follows and the writing of progress
     std::size_t m_done = 0;

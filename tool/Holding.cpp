@@ -72,9 +72,10 @@ std::unique_ptr<Server> Command::startServer()
 
 int Command::shell()
 {
+    EndSignals const signals;
     session();
     auto const server = startServer();
-    return runShell(m_workbench, *server);
+    return runShell(m_workbench, *server, signals.descriptor());
 }
 
 int Command::serve()

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -111,11 +112,16 @@ void tell(std::string const& lines, bool atOnce)
     [[maybe_unused]] auto const written = ::write(news.event.get(), &one, sizeof one);
 }
 
-/// Waits for a key. The line editor calls it until there is one.
+/// What ends the shell besides its input, see runShell().
+int endDescriptor = -1;
+
+/// Waits for a key. The line editor calls it until there is one, and gives the line up when it is taken away.
 int awaitKeyOrNews()
 {
-    std::array<pollfd, 2> waiting{{{STDIN_FILENO, POLLIN, 0}, {news.event.get(), POLLIN, 0}}};
+    std::array<pollfd, 3> waiting{{{STDIN_FILENO, POLLIN, 0}, {news.event.get(), POLLIN, 0}, {endDescriptor, POLLIN, 0}}};
     ::poll(waiting.data(), waiting.size(), -1);
+    if (waiting[2].revents != 0)
+        rl_event_hook = nullptr;
     std::uint64_t count = 0;
     if (::read(news.event.get(), &count, sizeof count) < 0)
         return 0;
@@ -123,6 +129,24 @@ int awaitKeyOrNews()
     std::cout << "\r\x1b[K" << std::exchange(news.lines, "") << std::flush;
     rl_forced_update_display();
     return 0;
+}
+
+/// Reads a line of the standard input, byte by byte: what follows may be meant for the line's own command, as with
+/// "set --file -". False at the end of the input, and when the shell is to end.
+bool readLine(std::string& line)
+{
+    line.clear();
+    for (char next = 0; next != '\n';) {
+        std::array<pollfd, 2> waiting{{{STDIN_FILENO, POLLIN, 0}, {endDescriptor, POLLIN, 0}}};
+        if (::poll(waiting.data(), waiting.size(), -1) > 0 && waiting[1].revents != 0)
+            return false;
+        auto const got = ::read(STDIN_FILENO, &next, 1);
+        if (got > 0 && next != '\n')
+            line += next;
+        else if (got == 0 || (got < 0 && errno != EINTR))
+            return !line.empty();
+    }
+    return true;
 }
 
 class Input {
@@ -144,7 +168,7 @@ public:
     bool read(std::string& line) const
     {
         if (!m_terminal)
-            return static_cast<bool>(std::getline(std::cin, line));
+            return readLine(line);
         std::unique_ptr<char, decltype(&std::free)> const text(::readline("mediadata> "), &std::free);
         if (text)
             line = text.get();
@@ -198,8 +222,9 @@ bool splitWords(std::string const& line, std::vector<std::string>& words)
     return quote == 0;
 }
 
-int runShell(Workbench& workbench, Server& server)
+int runShell(Workbench& workbench, Server& server, int end)
 {
+    endDescriptor = end;
     Filter watch;
     bool const showSecrets = workbench.options.showSecrets;
     bool const isTerminal = ::isatty(STDIN_FILENO) == 1;

@@ -2,6 +2,7 @@
 #include "Command.h"
 #include "Device.h"
 #include "Flags.h"
+#include "Items.h"
 #include "Management.h"
 #include "Tables.h"
 
@@ -55,16 +56,17 @@ void Command::addSettings()
 
 void Command::addCatalogue()
 {
-    std::map<std::string, CatalogueFormat> const formats{
+    static std::map<std::string, CatalogueFormat> const formats{
         {"tsv", CatalogueFormat::Tsv}, {"json", CatalogueFormat::Objects}, {"markdown", CatalogueFormat::Markdown}};
     auto* const verb = add("catalogue", "Print the table of all settings");
-    verb->add_option("--format", m_format, "tsv, json or markdown")
-        ->transform(CLI::CheckedTransformer(formats))
+    verb->add_option("--format", m_word, "tsv, json or markdown")
+        ->check(CLI::IsMember({"tsv", "json", "markdown"}))
         ->option_text("FORMAT");
     verb->callback([this] {
         m_action = [this] {
-            m_json = m_json || m_format == CatalogueFormat::Objects;
-            return catalogue(m_json ? CatalogueFormat::Objects : m_format);
+            auto const format = m_word.empty() ? CatalogueFormat::Tsv : formats.at(m_word);
+            m_json = m_json || format == CatalogueFormat::Objects;
+            return catalogue(m_json ? CatalogueFormat::Objects : format);
         };
     });
 }
@@ -149,12 +151,16 @@ void Command::addHolders()
 Report Command::assignments(std::vector<Assignment>& result) const
 {
     Report report;
+    bool namesASecret = false; // What follows "camera-password-1" instead of "=" is likely to be one.
     for (auto const& text : m_items) {
         Assignment assignment;
-        if (parseAssignment(text, assignment))
+        if (parseAssignment(text, assignment)) {
             result.push_back(std::move(assignment));
-        else
-            report.fail(exitUsage, {text, "expected ITEM=VALUE"});
+            continue;
+        }
+        report.fail(exitUsage, {namesASecret && !m_showSecrets ? std::string(masked) : text, "expected ITEM=VALUE"});
+        auto const tag = findItem(text);
+        namesASecret = namesASecret || (tag && isSecret(*tag));
     }
     return report;
 }

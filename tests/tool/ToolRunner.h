@@ -41,8 +41,8 @@ public:
         : m_streams(std::move(streams))
     {
         std::ofstream(stream(STDIN_FILENO), std::ios::binary) << input;
-        words.insert(words.begin(), MEDIADATA_TOOL);
-        std::vector<char*> arguments;
+        std::string tool = MEDIADATA_TOOL;
+        std::vector<char*> arguments{tool.data()};
         for (auto& word : words)
             arguments.push_back(word.data());
         arguments.push_back(nullptr);
