@@ -24,7 +24,8 @@ extern "C" int crypto_pwhash(unsigned char* const key, unsigned long long keyLen
                              unsigned long long length, unsigned char const* const salt, unsigned long long, std::size_t,
                              int)
 {
-    return crypto_generichash(key, keyLength, reinterpret_cast<unsigned char const*>(words), length, salt, 16);
+    return crypto_generichash(key, static_cast<std::size_t>(keyLength), reinterpret_cast<unsigned char const*>(words),
+                              length, salt, 16);
 }
 
 namespace Fuzz {
