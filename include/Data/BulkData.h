@@ -4,14 +4,14 @@
 #include "Data/DataTypes.h"
 #include "Data/Export.h"
 
+#include "Semaphore.h"
+
 #include <map>
-#include <memory>
+#include <memory_resource>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
-
-class Semaphore;
 
 namespace Data {
 
@@ -61,17 +61,19 @@ public:
     std::string serialize();
 
 private:
-    friend class DataCache; ///< reads the tags without the set
+    friend class DataCache; ///< reads the tags without the set; makes objects whose nodes lie where it wants
 
     /// All tags asked for, those with a value with their item: one node a tag instead of a map and a set.
-    using Items = std::map<eDataTag, std::optional<BulkDataItem>>;
+    using Items = std::pmr::map<eDataTag, std::optional<BulkDataItem>>;
 
+    /// The nodes come from `room`, which must outlive the object; copies of the object do without it.
+    MEDIADATA_HIDDEN explicit BulkData(std::pmr::memory_resource& room);
     static void deepCopyMap(Items const& source, Items& target);
     MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag);
     MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const;
 
     Items m_items;
-    std::unique_ptr<Semaphore> m_lock;
+    mutable Semaphore m_lock{1, 1, true}; ///< in the object, since one is made for every callee of a change
 };
 
 } // namespace Data

@@ -10,6 +10,7 @@
 #include <array>
 #include <bitset>
 #include <cstddef>
+#include <forward_list>
 #include <list>
 #include <map>
 #include <memory>
@@ -102,7 +103,14 @@ public:
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
 
-    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, DataTagValue_t* written);
+    /// What a notification pass has for one callee. The list has them in the order of the callees' addresses.
+    struct Notice;
+    using Notices = std::pmr::forward_list<Notice>;
+
+    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, bool& persisted);
+    template <class T>
+    MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present, bool& persisted);
+    template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value);
     template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value);
     template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value);
     bool readDataFromSourceDB(eDataTag tag, DataItemBase* item);
@@ -112,25 +120,26 @@ private:
 
     MEDIADATA_HIDDEN bool applyChangedConfigFile();
     MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const;
+    MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item);
     MEDIADATA_HIDDEN void touch(eDataTag tag);
     MEDIADATA_HIDDEN void forgetTouched();
     MEDIADATA_HIDDEN void noteChange(eDataTag tag);
     MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults);
-    MEDIADATA_HIDDEN void collectChanges(std::pmr::map<DataUpdateCallback*, BulkData>& changes);
+    template <class T> MEDIADATA_HIDDEN static void addChange(DataItemBase const& item, Notices& notices);
+    MEDIADATA_HIDDEN void collectChanges(Notices& notices);
     MEDIADATA_HIDDEN void pushUserData(DataTagValue_t pending, unsigned int announcement);
 
     eDataComponent m_component;
     bool m_initialised = false;
     std::unique_ptr<Semaphore> m_lock;
-    std::map<eDataTag, DataItemBase*> m_dataMap; ///< owning
+    std::array<DataItemBase*, tagCount> m_dataMap{}; ///< owning; by tag, null where there is no item
     bool m_changed = false;
     std::unique_ptr<DataSourceDB> m_sourceDB;
     std::unique_ptr<DataSourceOCMS> m_sourceOCMS;
     std::unique_ptr<DataSourceFile> m_sourceFile;
-    std::array<DataItemBase*, tagCount> m_index{}; ///< the map's items by tag, for look-ups in constant time
-    std::bitset<tagCount> m_touched;               ///< the tags whose changed mark may be set
-    std::size_t m_touchedBegin = tagCount;         ///< no touched tag is lower
-    std::size_t m_touchedEnd = 0;                  ///< all touched tags are lower
+    std::bitset<tagCount> m_touched;       ///< the tags whose changed mark may be set
+    std::size_t m_touchedBegin = tagCount; ///< no touched tag is lower
+    std::size_t m_touchedEnd = 0;          ///< all touched tags are lower
 };
 
 } // namespace Data

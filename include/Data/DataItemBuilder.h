@@ -78,6 +78,9 @@ public:
     static void addIntoDataMap(std::list<eDataTag> const& tags, bool observed, std::map<eDataTag, DataItemBase*>& map,
                                std::list<eDataTag>& added);
 
+    /// Where the items that addIntoDataMap makes have their values.
+    MEDIADATA_HIDDEN static eDataSource sourceOf(eDataTag tag, bool observed);
+
     static DataValidator* dataValidatorIntRange(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorBasePort(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorIntRangeNot(DataValue const* params, DataValidator* next);

@@ -7,9 +7,9 @@
 
 #include <cstddef>
 #include <list>
-#include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 class DataStorage;
 class SvcRTEContext;
@@ -61,12 +61,14 @@ public:
     static bool verifyDataTable();
 
 private:
+    friend class DataCache; ///< asks for changed tables before it makes room for those that are rejected
+
+    MEDIADATA_HIDDEN bool hasChangedTables() const;
     void fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags);
     void cleanStorageMap();
     MEDIADATA_HIDDEN bool writeTable(eDataTag tag, DataStorage& storage, std::string const& xml);
 
-    /// By the address of the schema's name constant.
-    std::map<std::string const*, std::unique_ptr<DataStorage>> m_storages;
+    std::vector<std::unique_ptr<DataStorage>> m_storages; ///< by the place of the schema's name; null: out of reach
     std::unique_ptr<DataTableHandler> m_tableHandler;
     DataDBCallback* m_callback;
 };

@@ -155,7 +155,8 @@ bool Database::prepare(std::string const& path, DatabaseFault& fault)
         fault = {false, "database: " + path + " cannot be used with a write-ahead log"};
         return false;
     }
-    if (sqlite3_exec(m_handle, "PRAGMA integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
+    // Named, since otherwise a database for temporary tables is made to be checked, too.
+    if (sqlite3_exec(m_handle, "PRAGMA main.integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
         return failed(fault, "cannot check " + path);
     if (verdict != "ok") {
         fault = {true, "database: " + path + " fails its integrity check: " + verdict};
@@ -286,14 +287,16 @@ bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntr
 bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     m_ahead.reset();
-    std::vector<JournalEntry> all = std::exchange(m_waiting, {});
-    if (items.empty() && journal.empty() && all.empty())
+    if (items.empty() && journal.empty() && m_waiting.empty())
         return true;
-    if (!all.empty()) {
+    if (!m_waiting.empty()) {
+        std::vector<JournalEntry> all = m_waiting;
         all.insert(all.end(), journal.begin(), journal.end());
-        if (transact(items, all))
+        if (transact(items, all)) {
+            m_waiting.clear();
             return true;
-        // What waited must not stand in the way of a change.
+        }
+        // What waited must not stand in the way of a change, and goes on waiting.
     }
     return transact(items, journal);
 }

@@ -47,10 +47,16 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     std::list<eDataTag> ownTags;
     std::list<eDataTag> handled;
     DataItemBuilder::getComponentTagList(component, ownTags);
-    DataItemBuilder::addIntoDataMap(ownTags, false, m_dataMap, handled);
-    DataItemBuilder::addIntoDataMap(observedTags, true, m_dataMap, handled);
-    for (auto const& [tag, item] : m_dataMap)
-        m_index[static_cast<std::size_t>(tag)] = item;
+    for (eDataTag const tag : ownTags)
+        place(tag, DataItemBuilder::createDataItem(tag, DataItemBuilder::sourceOf(tag, false)));
+    std::map<eDataTag, DataItemBase*> observed;
+    for (eDataTag const tag : observedTags) {
+        if (auto* const own = findItem(tag))
+            observed.emplace(tag, own); // is found there and stays
+    }
+    DataItemBuilder::addIntoDataMap(observedTags, true, observed, handled);
+    for (auto const& [tag, item] : observed)
+        place(tag, item);
 
     m_sourceDB = std::make_unique<DataSourceDB>(context, ownTags, this);
     m_sourceOCMS = std::make_unique<DataSourceOCMS>(context, component, handled, ownTags, this, this);
@@ -60,8 +66,10 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     readDataFromSourceFile();
 
     // What was read at start-up is nobody's news.
-    for (auto const& entry : m_dataMap)
-        entry.second->takeChange();
+    for (auto* const item : m_dataMap) {
+        if (item)
+            item->takeChange();
+    }
     forgetTouched();
 
     m_initialised = true;
@@ -81,17 +89,20 @@ DataCache::~DataCache()
 void DataCache::clearDataMap()
 {
     ScopedLock const held(*m_lock);
-    for (auto const& entry : m_dataMap)
-        delete entry.second;
-    m_dataMap.clear();
-    m_index.fill(nullptr);
+    for (auto*& item : m_dataMap)
+        delete std::exchange(item, nullptr);
     forgetTouched();
 }
 
 DataItemBase* DataCache::findItem(eDataTag tag) const
 {
     auto const index = static_cast<std::size_t>(tag);
-    return index < m_index.size() ? m_index[index] : nullptr;
+    return index < m_dataMap.size() ? m_dataMap[index] : nullptr;
+}
+
+void DataCache::place(eDataTag tag, DataItemBase* item)
+{
+    m_dataMap[static_cast<std::size_t>(tag)] = item;
 }
 
 void DataCache::touch(eDataTag tag)
@@ -132,14 +143,30 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
     return item->getValue(value);
 }
 
+/// `persisted` becomes true when the value went into the database. What is rare is called and not inlined, so that the way of
+/// an unchanged value is short.
+template <class T> inline bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
+{
+    ScopedLock const held(*m_lock);
+    auto* const item = findItem(tag);
+    if (!item)
+        return setAtManagement(tag, value);
+    T present{};
+    if (!item->getValue(present)) {
+        LOG_ERROR(unit, "DataCache::setDataValue - ERR used wrong type in reading value for tag %i\n", tag);
+        return false;
+    }
+    if (value == present && !isAction(tag))
+        return true;
+    return changeValue(*item, value, present, persisted);
+}
+
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
     ScopedLock const held(*m_lock);
-    DataTagValue_t scratch;
-    bool stored = setDataValue(tag, value, toManagement ? &scratch : nullptr);
-    bool const written = !scratch.empty();
-    stored = stored && updateDataInSourceDB(scratch); // which tags a table's check refused is not asked here
-    if (stored && written) {
+    bool persisted = false;
+    bool stored = setDataValue(tag, value, persisted) && updateDataInSourceDB();
+    if (stored && persisted && toManagement) {
         stored = writeDataToSourceOCMS(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
@@ -149,51 +176,40 @@ template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool to
     return stored;
 }
 
-template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, DataTagValue_t* written)
+template <class T> [[gnu::noinline]] bool DataCache::setAtManagement(eDataTag tag, T const& value)
 {
-    ScopedLock const held(*m_lock);
-    auto* const item = findItem(tag);
-    auto const setAtManagement = [&] {
-        if (writeDataToSourceOCMS(tag, value))
-            return true;
-        LOG_ERROR(unit, "DataCache::setDataValue - ERR failed to set OCMS value\n");
-        return false;
-    };
-    if (!item)
-        return setAtManagement();
-
-    T present{};
-    if (!item->getValue(present)) {
-        LOG_ERROR(unit, "DataCache::setDataValue - ERR used wrong type in reading value for tag %i\n", tag);
-        return false;
-    }
-    if (value == present && !isAction(tag))
+    if (writeDataToSourceOCMS(tag, value))
         return true;
+    LOG_ERROR(unit, "DataCache::setDataValue - ERR failed to set OCMS value\n");
+    return false;
+}
 
+template <class T>
+[[gnu::noinline]] bool DataCache::changeValue(DataItemBase& item, T const& value, T const& present, bool& persisted)
+{
     std::string reason;
-    if (!item->setValue(value, reason)) {
+    if (!item.setValue(value, reason)) {
         // The message names the batch operation; it is kept so, since logs are searched for it.
         LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value given! '%s'\n", reason.c_str());
         return false;
     }
+    auto const tag = item.tag();
     noteChange(tag);
 
-    switch (item->source()) {
+    switch (item.source()) {
     case eDataSourceDB:
-        if (writeDataToSourceDB(tag, item)) {
-            if (written)
-                (*written)[tag] = convertToString(value);
+        persisted = writeDataToSourceDB(tag, &item);
+        if (persisted)
             return true;
-        }
         LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
-        item->setValue(present, reason);
+        item.setValue(present, reason);
         touch(tag); // a nested pass may have taken the first change
         return false;
     case eDataSourceFile:
         LOG_ERROR(unit, "DataCache::setDataValue -> DATA_FILE not implemented \n");
         return true;
     case eDataSourceNone:
-        return setAtManagement();
+        return setAtManagement(tag, value);
     default:
         return true; // The group-pickup tag is kept in memory alone.
     }
@@ -263,8 +279,9 @@ void DataCache::unregisterCallback(DataUpdateCallback* callback)
 {
     // Only the item with the lowest tag forgets the callback: required behaviour that clients rely on.
     ScopedLock const held(*m_lock);
-    if (!m_dataMap.empty())
-        m_dataMap.begin()->second->removeCallback(callback);
+    auto const lowest = std::ranges::find_if(m_dataMap, [](auto const* item) { return item != nullptr; });
+    if (lowest != m_dataMap.end())
+        (*lowest)->removeCallback(callback);
 }
 
 bool DataCache::getDataOcms(ManageableData& record)
@@ -309,6 +326,8 @@ bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
 
 bool DataCache::updateDataInSourceDB()
 {
+    if (m_sourceDB && !m_sourceDB->hasChangedTables())
+        return true;
     DataTagValue_t scratch;
     return updateDataInSourceDB(scratch);
 }
@@ -329,9 +348,9 @@ template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value
 void DataCache::readAllDataFromSourceDB()
 {
     ScopedLock const held(*m_lock);
-    for (auto const& [tag, item] : m_dataMap) {
-        if (item->source() == eDataSourceDB)
-            readDataFromSourceDB(tag, item);
+    for (auto* const item : m_dataMap) {
+        if (item && item->source() == eDataSourceDB)
+            readDataFromSourceDB(item->tag(), item);
     }
     if (m_sourceDB)
         m_sourceDB->readDataFromTables(false);
@@ -341,9 +360,9 @@ void DataCache::readAllDataFromSourceDB()
 void DataCache::readUserDataFromSourceDB()
 {
     ScopedLock const held(*m_lock);
-    for (auto const& [tag, item] : m_dataMap) {
-        if (DataItemBuilder::isUserData(tag))
-            readDataFromSourceDB(tag, item);
+    for (auto* const item : m_dataMap) {
+        if (item && DataItemBuilder::isUserData(item->tag()))
+            readDataFromSourceDB(item->tag(), item);
     }
     if (m_sourceDB)
         m_sourceDB->readDataFromTables(true);
@@ -363,9 +382,9 @@ bool DataCache::applyChangedConfigFile()
         return false;
 
     DataTagValue_t flags;
-    for (auto item = m_dataMap.lower_bound(eDataTagOpusTest); item != m_dataMap.end(); ++item) {
-        if (item->second->source() == eDataSourceFile)
-            flags.emplace(item->first, "");
+    for (auto* const item : m_dataMap) {
+        if (item && item->tag() >= eDataTagOpusTest && item->source() == eDataSourceFile)
+            flags.emplace(item->tag(), "");
     }
     // No flag is user data, so this drops them all: a flag that left the file keeps its last value until the next start.
     DataItemBuilder::getDefaultValues(flags, eDataComponentNone, true);
@@ -402,9 +421,9 @@ template bool DataCache::getData<std::string>(eDataTag, std::string&);
 template bool DataCache::setData<int>(eDataTag, int const&, bool);
 template bool DataCache::setData<bool>(eDataTag, bool const&, bool);
 template bool DataCache::setData<std::string>(eDataTag, std::string const&, bool);
-template bool DataCache::setDataValue<int>(eDataTag, int const&, DataTagValue_t*);
-template bool DataCache::setDataValue<bool>(eDataTag, bool const&, DataTagValue_t*);
-template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, DataTagValue_t*);
+template bool DataCache::setDataValue<int>(eDataTag, int const&, bool&);
+template bool DataCache::setDataValue<bool>(eDataTag, bool const&, bool&);
+template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, bool&);
 template bool DataCache::writeDataToSourceOCMS<std::string>(eDataTag, std::string const&);
 
 } // namespace Data

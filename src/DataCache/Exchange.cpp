@@ -7,15 +7,19 @@
 #include "Data/DataSourceFile.h"
 #include "Data/DataUpdateCallback.h"
 
+#include "DataCache/NearMemory.h"
 #include "DataCache/ScopedLock.h"
+#include "DataCache/TextValues.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Log.h"
 
 #include "Semaphore.h"
 
-#include <array>
 #include <cstddef>
+#include <functional>
+#include <iterator>
 #include <memory_resource>
+#include <optional>
 #include <utility>
 
 namespace Data {
@@ -33,21 +37,40 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
     return read;
 }
 
-template <class T> void addChange(DataItemBase const& item, std::pmr::map<DataUpdateCallback*, BulkData>& changes)
+} // namespace
+
+struct DataCache::Notice {
+    Notice(DataUpdateCallback* callback, std::pmr::memory_resource& room) : callee(callback), changes(room) {}
+
+    DataUpdateCallback* callee;
+    BulkData changes;
+};
+
+template <class T> void DataCache::addChange(DataItemBase const& item, Notices& notices)
 {
     T value{};
     item.getValue(value);
-    for (auto* const callback : item.callbacks())
-        changes[callback].setTagData(item.tag(), value, false);
+    // Both are in the order of addresses, so that one walk finds all places.
+    auto last = notices.before_begin();
+    for (auto* const callback : item.callbacks()) {
+        auto place = std::next(last);
+        for (; place != notices.end() && std::less<>()(place->callee, callback); ++place)
+            last = place;
+        if (place == notices.end() || place->callee != callback)
+            place = notices.emplace_after(last, callback, *notices.get_allocator().resource());
+        place->changes.setTagData(item.tag(), value, false);
+        last = place;
+    }
 }
 
-} // namespace
-
-void DataCache::collectChanges(std::pmr::map<DataUpdateCallback*, BulkData>& changes)
+void DataCache::collectChanges(Notices& notices)
 {
     m_changed = false;
-    for (std::size_t index = m_touchedBegin; index < m_touchedEnd; ++index) {
-        auto* const item = m_touched[index] ? m_index[index] : nullptr;
+    for (; m_touchedBegin < m_touchedEnd; ++m_touchedBegin) {
+        if (!m_touched[m_touchedBegin])
+            continue;
+        m_touched.reset(m_touchedBegin);
+        auto* const item = m_dataMap[m_touchedBegin];
         if (!item || !item->takeChange())
             continue;
         auto const tag = item->tag();
@@ -59,13 +82,13 @@ void DataCache::collectChanges(std::pmr::map<DataUpdateCallback*, BulkData>& cha
             continue;
         switch (type) {
         case eDataItemTypeInt:
-            addChange<int>(*item, changes);
+            addChange<int>(*item, notices);
             break;
         case eDataItemTypeBool:
-            addChange<bool>(*item, changes);
+            addChange<bool>(*item, notices);
             break;
         case eDataItemTypeString:
-            addChange<std::string>(*item, changes);
+            addChange<std::string>(*item, notices);
             break;
         default:
             for (std::size_t count = item->callbacks().size(); count > 0; --count)
@@ -93,28 +116,25 @@ void DataCache::pushUserData(DataTagValue_t pending, unsigned int announcement)
 
 void DataCache::updateCallbacks()
 {
-    // Most changes have one or two callees, for whom nothing need be allocated here.
-    alignas(std::max_align_t) std::array<std::byte, 384> room;
-    std::pmr::monotonic_buffer_resource nodes(room.data(), room.size());
-    std::pmr::map<DataUpdateCallback*, BulkData> changes(&nodes);
-    DataTagValue_t pending;
-    bool push = false;
+    // Most changes have one or two callees, for whom nothing need be allocated.
+    NearMemory room;
+    Notices notices(&room);
+    std::optional<DataTagValue_t> pending;
     unsigned int announcement = 0;
     {
         ScopedLock const held(*m_lock);
         if (!m_changed)
             return;
-        collectChanges(changes);
-        push = m_mobilityType != eMobilityNone && m_mobilityType != eMobilityManaged;
-        if (push) {
+        collectChanges(notices);
+        if (m_mobilityType != eMobilityNone && m_mobilityType != eMobilityManaged) {
             pending = m_pendingUserData;
             announcement = m_announcements;
         }
     }
-    if (push)
-        pushUserData(std::move(pending), announcement);
-    for (auto& [callback, bulk] : changes)
-        callback->onDataUpdate(bulk);
+    if (pending)
+        pushUserData(std::move(*pending), announcement);
+    for (auto& notice : notices)
+        notice.callee->onDataUpdate(notice.changes);
 }
 
 bool DataCache::setDataBulk(BulkData& bulk)
@@ -122,19 +142,26 @@ bool DataCache::setDataBulk(BulkData& bulk)
     ScopedLock const held(*m_lock);
     bool accepted = true;
     DataTagValue_t written;
+    auto const store = [&](eDataTag tag, auto const& value) {
+        bool persisted = false;
+        bool const set = setDataValue(tag, value, persisted);
+        if (persisted)
+            written[tag] = convertToString(value);
+        return set;
+    };
     for (auto const& [tag, item] : bulk.getTagsValues()) {
         if (!item)
             continue;
         bool set = false;
         switch (item->itemType) {
         case eDataItemTypeInt:
-            set = setDataValue(tag, item->intValue, &written);
+            set = store(tag, item->intValue);
             break;
         case eDataItemTypeBool:
-            set = setDataValue(tag, item->boolValue, &written);
+            set = store(tag, item->boolValue);
             break;
         case eDataItemTypeString:
-            set = setDataValue(tag, item->stringValue, &written);
+            set = store(tag, item->stringValue);
             break;
         default:
             LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
@@ -169,10 +196,7 @@ bool DataCache::getDataBulk(BulkData& bulk)
     for (auto const tag : bulk.listTags()) {
         auto const* const item = findItem(tag);
         if (!item) {
-            if (m_dataMap.contains(tag))
-                LOG_ERROR(unit, "DataCache::getDataBulk -> no data stored for tag %i \n", tag);
-            else
-                LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
+            LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
             complete = false;
             continue;
         }
@@ -236,8 +260,13 @@ void DataCache::ocmsCBResetToDefault()
 {
     {
         ScopedLock const held(*m_lock);
+        std::map<eDataTag, DataItemBase*> items;
+        for (auto* const item : m_dataMap) {
+            if (item)
+                items.emplace_hint(items.end(), item->tag(), item);
+        }
         DataTagValue_t defaults;
-        DataItemBuilder::getDefaultValues(m_dataMap, defaults, m_component, true);
+        DataItemBuilder::getDefaultValues(items, defaults, m_component, true);
         applyDefaults(defaults);
         m_changed = true;
         announce(eMobilityReset);

@@ -52,13 +52,6 @@ std::unique_ptr<DataItemBase> makeItem(eDataItemType type, eDataTag tag, eDataSo
     }
 }
 
-eDataSource sourceOfOwnTag(eDataTag tag)
-{
-    if (tag >= eDataTagOpusTest)
-        return eDataSourceFile;
-    return tag == eDataTagGroupPickup ? eDataSourceGroupPickup : eDataSourceDB;
-}
-
 } // namespace
 
 bool Builder::isRecordValid(DataItemRecord const& record)
@@ -195,12 +188,21 @@ void Builder::addIntoDataMap(std::list<eDataTag> const& tags, bool observed, std
 {
     added.clear();
     for (eDataTag const tag : tags) {
-        DataItemBase* const item = createDataItem(tag, observed ? eDataSourceNone : sourceOfOwnTag(tag));
+        DataItemBase* const item = createDataItem(tag, sourceOf(tag, observed));
         if (addItemToMap(tag, item, map))
             added.push_back(tag);
         else
             delete item;
     }
+}
+
+eDataSource Builder::sourceOf(eDataTag tag, bool observed)
+{
+    if (observed)
+        return eDataSourceNone;
+    if (tag >= eDataTagOpusTest)
+        return eDataSourceFile;
+    return tag == eDataTagGroupPickup ? eDataSourceGroupPickup : eDataSourceDB;
 }
 
 DataValidator* Builder::dataValidatorIntRange(DataValue const* params, DataValidator* next)

@@ -4,6 +4,7 @@
 #include "Data/DataNames.h"
 #include "Data/DataTableHandler.h"
 
+#include "DataItemBuilder/NameTable.h"
 #include "Log.h"
 
 #include "ClientUtils.h"
@@ -29,6 +30,20 @@ constexpr int readOneElement = 1;
 
 /// The last row that verifyDataTable looks at is the one before the end marker's.
 constexpr std::size_t verifiedRows = eDataTagEnd;
+
+/// The names of the schemas are the first ones; this is the first that is none.
+constexpr Name schemasEnd = Name::dasTableFull;
+
+#define SETTING_ELEMENT(number, name, schema, ...) static_assert(Name::das##schema##Schema < schemasEnd);
+#define SETTING_WHOLE_TABLE(number, name, schema) static_assert(Name::das##schema##Schema < schemasEnd);
+#define SETTING_NO_ELEMENT(...)
+#define SETTING_NO_SCHEMA(...)
+#include "Data/settings.def"
+
+std::size_t placeOf(std::string const& schema)
+{
+    return static_cast<std::size_t>(&schema - nameTable.names);
+}
 
 /// What bounds one stored row in the text of a table.
 struct FragmentMarks {
@@ -77,7 +92,7 @@ std::string encrypted(std::string const& plain)
 } // namespace
 
 DataSourceDB::DataSourceDB(SvcRTEContext& context, std::list<eDataTag> const& tags, DataDBCallback* callback)
-    : m_callback(callback)
+    : m_storages(static_cast<std::size_t>(schemasEnd)), m_callback(callback)
 {
     verifyDataTable();
     std::list<eDataTag> tableTags;
@@ -110,21 +125,19 @@ void DataSourceDB::fillStorageMap(SvcRTEContext& context, std::list<eDataTag> co
 {
     for (auto const tag : tags) {
         auto const* const row = findDescription(tag);
-        if (!row || !row->schema || m_storages.contains(row->schema))
+        if (!row || !row->schema || m_storages[placeOf(*row->schema)])
             continue;
         // A schema that is out of reach is tried again for each of its tags.
         auto storage = std::make_unique<DataStorage>(context, *row->schema);
         if (storage->findDataAccessService())
-            m_storages.emplace(row->schema, std::move(storage));
+            m_storages[placeOf(*row->schema)] = std::move(storage);
     }
 }
 
 void DataSourceDB::cleanStorageMap()
 {
-    // Destroyed in the map's order, in which clear() alone would not.
-    for (auto& entry : m_storages)
-        entry.second.reset();
-    m_storages.clear();
+    for (auto& storage : m_storages)
+        storage.reset();
 }
 
 DataSourceDB::DbDescription const* DataSourceDB::findDescription(eDataTag tag)
@@ -163,13 +176,12 @@ bool DataSourceDB::findTagInfo(eDataTag tag, DataStorage*& storage, std::string 
     if (!row->schema)
         return true;
 
-    auto const found = m_storages.find(row->schema);
-    if (found == m_storages.end()) {
+    storage = m_storages[placeOf(*row->schema)].get();
+    if (!storage) {
         LOG_ERROR(unit, "DataSourceDB::findTagInfo - schema '%s' not initialized/found in db storage\n",
                   row->schema->c_str());
         return false;
     }
-    storage = found->second.get();
     return true;
 }
 
@@ -254,6 +266,11 @@ void DataSourceDB::readDataFromTables(bool userDataOnly)
 {
     if (m_tableHandler)
         m_tableHandler->readDataFromTables(userDataOnly);
+}
+
+bool DataSourceDB::hasChangedTables() const
+{
+    return m_tableHandler->hasChangedTables();
 }
 
 bool DataSourceDB::writeDataTables(DataTagValue_t& rejected)
