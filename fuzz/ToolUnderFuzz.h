@@ -2,6 +2,7 @@
 // was there, and the library starts anew when that fails.
 #pragma once
 
+#include "../tests/Statements.h"
 #include "Fuzz.h"
 
 #include "ChangeFeed.h"
@@ -65,6 +66,7 @@ public:
         EXPECT_TRUE(said.find(secret) == std::string::npos || input.find("--show-secrets") != std::string::npos ||
                     input.find(secret) != std::string::npos)
             << said;
+        EXPECT_EQ(Statements::foreign(), "");
     }
 
     Tool::Workbench workbench;
@@ -75,6 +77,7 @@ private:
     ToolUnderFuzz()
     {
         prepare();
+        Statements::watch();
         std::string pattern = "/dev/shm/fuzz-tool-XXXXXX";
         m_path = ::mkdtemp(pattern.data());
         workbench.feed = &m_feed;

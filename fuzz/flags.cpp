@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         EXPECT_EQ(flag(static_cast<eDataTag>(eDataTagOpusTest + i)), value == "true") << names[i];
     }
     EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), told["opus_test"] != "false");
-    EXPECT_EQ(flag(eDataTagSRTPEncryptionHardwareAllowed1), told["aes256_test"] == "true") << "a method of the flag";
-    EXPECT_EQ(flag(eDataTagSRTPEncryptionHardwareAllowed4), true) << "a method that needs no flag";
+    for (int row = 0; row < 5; ++row) // the last two need no flag
+        EXPECT_EQ(flag(static_cast<eDataTag>(eDataTagSRTPEncryptionHardwareAllowed1 + row)),
+                  row > 2 || told["aes256_test"] == "true");
     return 0;
 }

@@ -158,6 +158,7 @@ std::map<eDataTag, BulkDataItem*> BulkData::getTagsValues() const
     std::map<eDataTag, BulkDataItem*> values;
     for (auto const& [tag, item] : m_items) {
         if (item)
+            // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): callers may change the items of a constant object
             values.emplace_hint(values.end(), tag, const_cast<BulkDataItem*>(&*item));
     }
     return values;

@@ -4,9 +4,12 @@
 
 #include "Data/DataItemBuilder.h"
 
+#include "XmlParser.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace Tool {
@@ -44,6 +47,28 @@ std::string stepText(Step const& step)
     if (step.builder == &Builder::dataValidatorStringsAllowed)
         return fmt::format("{}", fmt::join(listed(step), " | "));
     return step.builder == &Builder::dataValidatorStringNoWhitespace ? "a text without blanks" : "";
+}
+
+bool isTextOfTable(eDataTag tag)
+{
+    return typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone;
+}
+
+/// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
+bool survivesXml(std::string text)
+{
+    // The library writes these as entities, which always come back.
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '&' || c == '<' || c == '>'; }, '.');
+    std::string read;
+    auto const ignore = [](void*, char const*) {};
+    XmlParser parser(
+        &read, [](void*, char const*, char const**) {}, ignore,
+        [](void* to, char const* part, int length) {
+            static_cast<std::string*>(to)->append(part, static_cast<std::size_t>(length));
+        });
+    auto const xml = "<Text>" + text + "</Text>";
+    return parser.parseMessage(xml.data(), static_cast<int>(xml.size())) && read == text;
 }
 
 } // namespace
@@ -85,9 +110,19 @@ std::string acceptedText(eDataTag tag)
         auto const words = stepText(chain[step]);
         text += (text.empty() || words.empty() ? "" : ", ") + words;
     }
+    if (isTextOfTable(tag))
+        text += std::string(text.empty() ? "" : ", ") + "UTF-8 without control characters";
     if (!text.empty())
         return text;
     return typeOf(tag) == eDataItemTypeInt ? "a whole number" : "any text";
+}
+
+std::string whyUnfit(eDataTag tag, std::string const& text)
+{
+    if (text.find('\0') != std::string::npos)
+        return "a text must not hold the character 0";
+    return isTextOfTable(tag) && !survivesXml(text) ? "a table cannot hold it: it must be UTF-8 without control characters"
+                                                    : "";
 }
 
 } // namespace Tool

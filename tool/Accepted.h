@@ -1,4 +1,5 @@
-// What the catalogue's validators accept, in words and as a list: for completion, describe and refused values.
+// What the catalogue's validators accept, in words and as a list: for completion, describe and refused values; and what a
+// value must be besides, so that every file and table can carry it.
 #pragma once
 
 #include "Data/DataTypes.h"
@@ -13,5 +14,8 @@ std::vector<std::string> legalValues(Data::eDataTag tag);
 
 /// "1..8", "true | false", "0 to 24 bytes without blanks": what a value of the item must be.
 std::string acceptedText(Data::eDataTag tag);
+
+/// Why no value of the item may be this text, whatever the library's validators say; empty when it may.
+std::string whyUnfit(Data::eDataTag tag, std::string const& text);
 
 } // namespace Tool

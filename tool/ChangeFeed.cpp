@@ -15,14 +15,14 @@ namespace {
 
 constexpr std::size_t longestQueue = 1000;
 
+} // namespace
+
 std::string timeNow()
 {
     auto const now = std::chrono::system_clock::now();
     auto const milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
     return fmt::format("{}.{:03}", timeText(milliseconds), milliseconds % 1000);
 }
-
-} // namespace
 
 Subscription::Subscription(std::optional<Tags> only)
     : m_only(std::move(only)), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))

@@ -22,6 +22,9 @@ struct Change {
     HeardChange heard;
 };
 
+/// The local time now, to the millisecond.
+std::string timeNow();
+
 class Subscription {
 public:
     using Tags = std::set<Data::eDataTag>;

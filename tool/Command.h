@@ -46,6 +46,8 @@ private:
     Report compare(Session& session);
     /// Reads what the user gives beside the words before another process is kept out of the data directory.
     void gatherInput();
+    /// The file of `diff` is a data directory, and not this one.
+    bool isOtherDirectory() const;
     /// Where --secrets gets its passphrase; empty without --secrets.
     std::function<std::optional<std::string>()> passphrase() const;
     /// The words ITEM=VALUE and what is wrong with them.
@@ -59,7 +61,13 @@ private:
     int serve();
     int watch();
     int render(Report const& report) const;
+    /// Verbs or options that may have been meant.
+    std::vector<std::string> wordsNear(std::string const& word) const;
 
+    struct BadInput {
+        std::string file;
+        std::string reason;
+    };
     struct OpenFailure {
         std::string reason;
     };

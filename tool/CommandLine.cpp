@@ -2,6 +2,7 @@
 
 #include "Command.h"
 #include "Help.h"
+#include "Items.h"
 #include "Shell.h"
 
 #include <algorithm>
@@ -99,6 +100,25 @@ std::vector<OptionName> Command::options(std::vector<std::string> const& verbs) 
     return names;
 }
 
+std::vector<std::string> Command::wordsNear(std::string const& word) const
+{
+    auto const* app = &m_app;
+    std::vector<std::string> parsed;
+    for (auto given = app->get_subcommands(); !given.empty(); given = app->get_subcommands()) {
+        app = given.front();
+        parsed.push_back(app->get_name());
+    }
+    std::vector<std::string> candidates;
+    if (word.starts_with('-')) {
+        for (auto const& option : options(parsed))
+            candidates.push_back(option.name);
+    } else {
+        for (auto const* const verb : app->get_subcommands([](CLI::App const*) { return true; }))
+            candidates.push_back(verb->get_name());
+    }
+    return nearest(word, candidates);
+}
+
 Session& Command::session()
 {
     if (!m_workbench.session)
@@ -109,8 +129,9 @@ Session& Command::session()
 
 int Command::render(Report const& report) const
 {
+    bool const isOneOfManyLines = m_process && !m_holds; // `watch`
     if (m_json)
-        renderJson(report, m_workbench.console->out);
+        renderJson(report, m_workbench.console->out, isOneOfManyLines ? -1 : 2);
     else
         renderText(report, *m_workbench.console);
     return report.code;
@@ -131,8 +152,10 @@ int Command::run(std::vector<std::string> words)
             return m_app.exit(error, m_workbench.console->out, m_workbench.console->err);
         m_json = m_json || wantsJson; // The parser takes options over only when all words are in order.
         auto const unexpected = m_app.remaining(true);
-        return render(failure(exitUsage, unexpected.empty() ? "" : unexpected.front(),
-                              std::string(unexpected.empty() ? error.what() : "is not expected here") + "; see --help"));
+        if (unexpected.empty())
+            return render(failure(exitUsage, "", std::string(error.what()) + "; see --help"));
+        return render(
+            failure(exitUsage, unexpected.front(), "is not expected here; see --help", wordsNear(unexpected.front())));
     }
     try {
         if (!m_workbench.inShell) {
@@ -155,6 +178,8 @@ int Command::run(std::vector<std::string> words)
         return render(report);
     } catch (Answered const& answered) {
         return answered.status;
+    } catch (BadInput const& input) {
+        return render(failure(exitUsage, input.file, input.reason));
     } catch (OpenFailure const& failed) {
         return render(failure(exitStorage, "", failed.reason));
     }
@@ -179,6 +204,10 @@ std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool 
 
 int runCommand(Workbench& workbench, std::vector<std::string> words)
 {
+    if (!words.empty() && words.front() == "help") { // As others have it: help, help VERB.
+        words.erase(words.begin());
+        words.emplace_back("--help");
+    }
     bool const completes = !workbench.inShell && !workbench.isRemote && !words.empty() && words.front() == "complete";
     int const code = completes ? complete({words.begin() + 1, words.end()}, workbench.console->out)
                                : Command(workbench).run(std::move(words));

@@ -76,11 +76,13 @@ Words valuesOf(std::string const& option)
 
 Words candidates(Words const& words, std::string const& word)
 {
+    auto const equals = word.find('=');
+    if (words.front() == "flags" && equals != std::string::npos)
+        return {word.substr(0, equals) + "=true", word.substr(0, equals) + "=false"};
     if (!takesValues(words)) {
         bool const isManagement = words.front() == "mgmt" && words.size() > 1;
         return isManagement && words[1] == "get" ? itemNames() : isManagement ? Words{} : wordsOf(words.front());
     }
-    auto const equals = word.find('=');
     if (equals == std::string::npos)
         return itemNames("=");
     Words values;

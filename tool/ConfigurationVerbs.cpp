@@ -5,6 +5,8 @@
 #include "Explain.h"
 #include "Reset.h"
 
+#include <algorithm>
+#include <ostream>
 #include <utility>
 
 namespace Tool {
@@ -64,12 +66,23 @@ void Command::addConfiguration()
 
 void Command::gatherInput()
 {
+    auto& console = *m_workbench.console;
     for (auto const& file : {m_file, m_passphraseFile}) {
         if (!file.empty())
-            m_workbench.console->readAhead(file);
+            console.readAhead(file);
     }
+    if (m_app.got_subcommand("diff") && isOtherDirectory())
+        console.readDirectoryAhead(m_file);
     if (m_secrets && m_passphraseFile.empty())
-        m_workbench.console->askAhead(passphrasePrompt);
+        console.askAhead(passphrasePrompt);
+}
+
+bool Command::isOtherDirectory() const
+{
+    std::error_code ignored;
+    auto const path = m_workbench.console->directory / m_file;
+    return std::filesystem::is_directory(path, ignored) &&
+           !std::filesystem::equivalent(path, m_workbench.options.dataDirectory, ignored);
 }
 
 std::function<std::optional<std::string>()> Command::passphrase() const
@@ -79,8 +92,14 @@ std::function<std::optional<std::string>()> Command::passphrase() const
     if (m_passphraseFile.empty())
         return [this] { return m_workbench.console->passphrase(passphrasePrompt); };
     std::string text;
-    bool const isRead = m_workbench.console->read(m_passphraseFile, text);
-    return [words = isRead ? text.substr(0, text.find('\n')) : ""] { return std::optional(words); };
+    if (!m_workbench.console->read(m_passphraseFile, text))
+        throw BadInput{m_passphraseFile, "cannot be read"};
+    if (m_passphraseFile == "-" && m_file == "-")
+        throw BadInput{m_passphraseFile, "holds the document; give the passphrase in a file"};
+    text.erase(std::min(text.find('\n'), text.size()));
+    if (text.ends_with('\r'))
+        text.pop_back();
+    return [text] { return std::optional(text); };
 }
 
 Report Command::exportTo(Session& session)
@@ -116,12 +135,18 @@ Report Command::compare(Session& session)
     Document other;
     Report report;
     std::error_code ignored;
-    auto const path = m_workbench.console->directory / m_file;
-    if (std::filesystem::is_directory(path, ignored)) {
-        report = readDirectory(session, path, other);
+    auto const& console = *m_workbench.console;
+    if (isOtherDirectory()) {
+        auto const read = console.readDirectory(m_file);
+        if (read.status != exitOk)
+            return failure(static_cast<ExitCode>(read.status), m_file, read.text);
+        console.err << read.remarks;
+        report = parseDocument(read.text, m_file, other);
+    } else if (std::filesystem::is_directory(console.directory / m_file, ignored)) {
+        other = documentOf(session);
     } else {
         std::string text;
-        if (!m_workbench.console->read(m_file, text))
+        if (!console.read(m_file, text))
             return failure(exitUsage, m_file, "cannot be read");
         report = readDocument(text, m_file == "-" ? "standard input" : m_file, passphrase(), other);
     }

@@ -66,6 +66,12 @@ bool Console::read(std::string const& file, std::string& text) const
     return input.eof() && !input.bad();
 }
 
+OtherDirectory Console::readDirectory(std::string const& name) const
+{
+    auto const found = m_directories.find(name);
+    return found != m_directories.end() ? found->second : Tool::readDirectory(directory / name);
+}
+
 std::optional<std::string> Console::passphrase(std::string const& prompt) const
 {
     if (auto const found = m_passphrases.find(prompt); found != m_passphrases.end())
@@ -92,6 +98,11 @@ void Console::readAhead(std::string const& file)
 {
     if (std::string text; read(file, text))
         m_files[file] = std::move(text);
+}
+
+void Console::readDirectoryAhead(std::string const& name)
+{
+    m_directories[name] = readDirectory(name);
 }
 
 void Console::askAhead(std::string const& prompt)

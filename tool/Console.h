@@ -2,6 +2,8 @@
 // A command of this process has the process's own; one that came through the socket has its sender's.
 #pragma once
 
+#include "OtherDirectory.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <filesystem>
@@ -26,11 +28,16 @@ public:
     /// The whole of a file, "-" for the standard input. False when it cannot be read or is longer than 16 MiB.
     virtual bool read(std::string const& file, std::string& text) const;
 
+    /// Another data directory.
+    virtual OtherDirectory readDirectory(std::string const& name) const;
+
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
     virtual std::optional<std::string> passphrase(std::string const& prompt) const;
 
-    /// Gets now what read() and passphrase() answer later: other processes may need the data directory before it comes.
+    /// Gets now what read(), readDirectory() and passphrase() answer later: other processes may need the data directory
+    /// before it comes.
     void readAhead(std::string const& file);
+    void readDirectoryAhead(std::string const& name);
     void askAhead(std::string const& prompt);
 
     /// Tells how far the command is; call it as often as you like. A terminal shows it from the second second on, and
@@ -53,6 +60,7 @@ private:
     void paint(std::string const& text) const;
 
     std::map<std::string, std::string> m_files;
+    std::map<std::string, OtherDirectory> m_directories;
     std::map<std::string, std::optional<std::string>> m_passphrases;
 
     mutable std::mutex m_mutex; ///< guards what follows and the writing of progress

@@ -144,8 +144,8 @@ Report diff(Session& session, Document const& other, std::string const& otherNam
         compareTexts(section, "flags/", *other.flags, *here.flags);
     compareTexts(section, "", other.service, here.service);
     Report report{exitOk, {std::move(section)}};
-    for (auto const& [name, text] : other.unknown)
-        report.fail(exitUnknownItem, {name, "no item has this name"});
+    for (auto const& [name, reason, near] : other.unknown)
+        report.fail(exitUnknownItem, {name, reason, near});
     return report;
 }
 

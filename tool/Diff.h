@@ -3,7 +3,6 @@
 
 #include "Document.h"
 
-#include <filesystem>
 #include <string>
 
 namespace Tool {
@@ -17,9 +16,5 @@ Report diff(Session& session, Document const& other, std::string const& otherNam
 /// The fewest commands that make this telephone out of one on which nothing was changed. `asRows` gives them as rows instead
 /// of a text for the shell.
 Report diffCommands(Session& session, bool asRows);
-
-/// What another data directory keeps, which stays as it is to the byte: a copy of it is read. A directory that another process
-/// has is asked for through that process.
-Report readDirectory(Session& session, std::filesystem::path const& directory, Document& document);
 
 } // namespace Tool

@@ -63,13 +63,6 @@ void settleTables(std::map<eDataTag, Json>& settings)
 
 } // namespace
 
-bool isKept(eDataTag tag)
-{
-    auto const* const record = DataCache::DataItemBuilder::findDataRecord(tag);
-    return record && record->component == eDataComponentMedia && record->value.type != eDataItemTypeComplex &&
-           (DataSourceDB::dataDbDescriptionTable[tag].schema || storedTableOf(tag) != eDataTagNone);
-}
-
 Document documentOf(Session& session)
 {
     // Reading a flag applies the flag file, which may change items with lower tags.

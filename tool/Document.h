@@ -17,10 +17,11 @@ namespace Tool {
 class Session;
 
 struct Document {
-    /// Something that was given under a name that nothing has.
+    /// Something that was given under a name that nothing has, or not in this place. Its value may be a secret.
     struct Unknown {
         std::string name;
-        std::string text;
+        std::string reason;
+        std::vector<std::string> near = {}; ///< names that may have been meant
     };
 
     std::map<Data::eDataTag, Json> settings;    ///< single settings, cells of tables, secrets
@@ -31,9 +32,6 @@ struct Document {
     std::optional<Host::PassphraseBox> secrets; ///< the secrets when they are sealed, and then not among the settings
     std::vector<Unknown> unknown;
 };
-
-/// The item is kept over a restart by the database and its value is nobody else's consequence.
-bool isKept(Data::eDataTag tag);
 
 /// What this telephone keeps, as its next start will read it: the rows of ranked tables in the order of their ranks, the cells
 /// of ringing rows without an identifier left out, since they follow the general ringer. Secrets in plain.

@@ -4,6 +4,8 @@
 #include "Items.h"
 #include "Outcomes.h"
 
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -105,13 +107,16 @@ Json const& objectAt(std::string const& place, Json const& value)
     return value;
 }
 
-void readSettings(std::string const& where, Json const& values, Document& document)
+/// Settings of any table and of none, or those of one table alone.
+void readSettings(std::string const& where, Json const& values, Document& document, TableName const* table = nullptr)
 {
     for (auto const& [name, value] : objectAt(where, values).items()) {
         auto const place = where + "/" + name;
         auto const tag = findItem(name);
         if (!tag)
-            document.unknown.push_back({name, value.dump(-1, ' ', false, Json::error_handler_t::replace)});
+            document.unknown.push_back({name, "no item has this name", namesNear(name)});
+        else if (table && storedTableOf(*tag) != table->table)
+            document.unknown.push_back({place, "is no cell of this table"});
         else if (!document.settings.emplace(*tag, valueAt(place, value, typeOf(*tag))).second)
             throw Fault{place, "this item is there already, by another of its names"};
     }
@@ -150,14 +155,46 @@ void readDevice(Json const& device, Document& document)
         else if (name == "usb")
             document.usb = valueAt("device/usb", value, eDataItemTypeBool).get<bool>();
         else
-            document.unknown.push_back({"device/" + name, value.dump()});
+            document.unknown.push_back(
+                {"device/" + name, "no such property of the device", nearest(name, {"model", "usb"})});
     }
+}
+
+void readFlags(Json const& values, Document& document)
+{
+    auto& flags = document.flags.emplace();
+    readTexts("flags", values, flags);
+    auto const words = flagNames();
+    std::erase_if(flags, [&](auto const& flag) {
+        bool const isFlag = std::find(words.begin(), words.end(), flag.first) != words.end();
+        if (!isFlag)
+            document.unknown.push_back({"flags/" + flag.first, "no such flag", nearest(flag.first, words)});
+        return !isFlag;
+    });
+}
+
+void readService(Json const& values, Document& document)
+{
+    readTexts("service", values, document.service);
+    std::erase_if(document.service, [&](auto const& item) {
+        auto const tag = findItem(item.first);
+        bool const isItem = tag && DataSourceOCMS::dataOCMSDescriptionTable[*tag].item;
+        if (!isItem)
+            document.unknown.push_back({item.first, "the management service has no such item", namesNear(item.first)});
+        return !isItem;
+    });
 }
 
 void readTables(Json const& tables, Document& document)
 {
-    for (auto const& [name, cells] : objectAt("tables", tables).items())
-        readSettings("tables/" + name, cells, document);
+    for (auto const& [name, cells] : objectAt("tables", tables).items()) {
+        auto const table = std::find_if(tableNames.begin(), tableNames.end(),
+                                        [&, &word = name](TableName const& each) { return each.name == word; });
+        if (table != tableNames.end())
+            readSettings("tables/" + name, cells, document, &*table);
+        else
+            document.unknown.push_back({"tables/" + name, "no such table: codec, srtp, headset or ringing"});
+    }
 }
 
 /// The members of the document and what takes them in.
@@ -170,8 +207,8 @@ constexpr Member members[]{
     {"format", [](Json const&, Document&) {}},
     {"version", [](Json const&, Document&) {}},
     {"device", readDevice},
-    {"flags", [](Json const& value, Document& document) { readTexts("flags", value, document.flags.emplace()); }},
-    {"service", [](Json const& value, Document& document) { readTexts("service", value, document.service); }},
+    {"flags", readFlags},
+    {"service", readService},
     {"settings", [](Json const& value, Document& document) { readSettings("settings", value, document); }},
     {"tables", readTables},
     {"secrets", readSecrets},

@@ -16,6 +16,7 @@
 #include "ManagementService.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <array>
@@ -39,15 +40,6 @@ struct Other {
     std::string reason = {};
 };
 
-std::string whyNotKept(eDataTag tag)
-{
-    if (tag >= eDataTagOpusTest)
-        return "is set by the flag file: give it under flags";
-    if (DataCache::DataItemBuilder::dataItemDefaultTable[tag].component != eDataComponentMedia)
-        return "belongs to another component: give it under service";
-    return typeOf(tag) == eDataItemTypeComplex ? "a table is set by its cells" : "nothing keeps it over a restart";
-}
-
 /// Everything that an import is about, first checked and then applied.
 class Import {
 public:
@@ -65,8 +57,10 @@ public:
             addFlags(*document.flags);
         for (auto const& [name, value] : document.service)
             addService(name, service, value);
-        for (auto const& [name, text] : document.unknown)
-            m_others.push_back({name, {}, text, "unknown", {}, "no item has this name"});
+        for (auto const& [name, reason, near] : document.unknown) {
+            auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
+            m_others.push_back({name, {}, {}, "unknown", {}, reason + hint});
+        }
     }
 
     void checkAllTables() { checkTables(m_session, m_settings); }
@@ -142,10 +136,11 @@ private:
             m_session.hideInLog(text);
         m_session.history().ask(tag);
         auto& outcome = m_settings.emplace_back(check(tag, text, {}));
-        if (exists(tag) && !isKept(tag)) {
-            outcome.result = "refused";
-            outcome.reason = whyNotKept(tag);
-        }
+        if (isKept(tag) || outcome.result == "refused")
+            return;
+        outcome.result = "refused";
+        outcome.reason =
+            isFleeting(tag) ? "nothing keeps it over a restart" : "belongs to another component: give it under service";
     }
 
     Other& add(std::string name, Json before, Json wanted)
@@ -188,28 +183,19 @@ private:
             if (now != wanted.end() && validate(tag, now->second, reason).is_null())
                 refuse(other, "true | false", reason);
         }
-        for (auto const& [word, value] : wanted) {
-            if (std::find(words.begin(), words.end(), word) == words.end())
-                m_others.push_back({"flags/" + word, {}, value, "unknown", {}, "no such flag"});
-        }
     }
 
     void addService(std::string const& name, ServiceValues const& service, std::string const& wanted)
     {
         auto const old = service.find(name);
         auto& other = add(name, old == service.end() ? Json() : Json(old->second), wanted);
-        auto const tag = findItem(name);
+        auto const tag = *findItem(name);
         std::string reason;
-        if (!tag || !DataSourceOCMS::dataOCMSDescriptionTable[*tag].item) {
-            other.result = "unknown";
-            other.reason = "the management service has no such item";
-        } else if (DataCache::DataItemBuilder::dataItemDefaultTable[*tag].component == eDataComponentMedia) {
+        if (DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia)
             refuse(other, {}, "belongs to the media component: give it under settings");
-        } else if (exists(*tag) && validate(*tag, wanted, reason).is_null()) {
+        else if (exists(tag) && validate(tag, wanted, reason).is_null())
             refuse(other, {}, reason);
-        }
-        if (tag)
-            m_session.history().ask(*tag);
+        m_session.history().ask(tag);
     }
 
     std::vector<Other*> toStore(std::string const& prefix)
@@ -354,8 +340,7 @@ Report readDocument(std::string const& text, std::string const& fileName, Passph
 Report importDocument(Session& session, Document const& document, ImportOptions options)
 {
     Import import(session, document);
-    if (options.dryRun || options.atomic)
-        import.checkAllTables();
+    import.checkAllTables();
     bool const heldBack = options.atomic && import.holdAllBack();
     if (!options.dryRun && !heldBack)
         import.apply(options.atomic);

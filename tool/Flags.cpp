@@ -76,7 +76,7 @@ Report apply(std::vector<std::string> const& changes, std::vector<Line>& lines)
         auto const word = change.substr(0, equals);
         auto const known = std::find(flagWords.begin(), flagWords.end(), word);
         if (known == flagWords.end()) {
-            report.fail(exitUnknownItem, {word, "no such flag"});
+            report.fail(exitUnknownItem, {word, "no such flag", nearest(word, flagNames())});
             continue;
         }
         std::erase_if(lines, [&](Line const& line) { return line.flag == word; });

@@ -50,13 +50,6 @@ std::string line(Json const& entry)
     return entry.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-bool isHardwareFlag(eDataTag tag)
-{
-    return (tag >= eDataTagCodecHardwareAllowed0 && tag <= eDataTagCodecHardwareAllowed3) ||
-           (tag >= eDataTagSRTPEncryptionHardwareAllowed1 && tag <= eDataTagSRTPEncryptionHardwareAllowed5) ||
-           (tag >= eDataTagHeadsetHardwareAllowed1 && tag <= eDataTagHeadsetHardwareAllowed3);
-}
-
 /// Appends whole lines. A line that a kill left torn is ended first, so that it spoils nothing but itself.
 bool append(Host::DataDirectory const& directory, std::string text, std::string& error)
 {
@@ -154,7 +147,7 @@ void History::noteRefusals(std::string const& who, State const& before)
         auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal.given, false));
         entry["result"] = refusal.result;
         // A reason may quote the value.
-        entry["reason"] = isSecret(tag) ? "" : refusal.reason;
+        entry["reason"] = isSecret(tag) ? Json() : Json(refusal.reason);
         m_lines += line(entry);
     }
 }
@@ -167,11 +160,11 @@ Report History::record(std::string const& who, std::function<Report()> const& ac
     m_refused.clear();
     // Between two verbs of one process only the flag file can be edited.
     if (m_last)
-        noteItems(*m_last, before, [](eDataTag tag) { return isHardwareFlag(tag) ? "hardware rule" : "flag file"; });
+        noteItems(*m_last, before, [](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : "flag file"; });
     auto report = action();
     auto after = state();
     noteItems(before, after, [&](eDataTag tag) -> std::string {
-        return m_asked.contains(tag) ? who : isHardwareFlag(tag) ? "hardware rule" : "library rule";
+        return m_asked.contains(tag) ? who : isHardwareVerdict(tag) ? "hardware rule" : "library rule";
     });
     for (auto const& [name, value] : after.others) {
         auto const old = before.others.find(name);

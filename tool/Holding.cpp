@@ -7,6 +7,7 @@
 #include "HostPlatform.h"
 
 #include <chrono>
+#include <csignal>
 #include <ostream>
 #include <system_error>
 #include <thread>
@@ -102,6 +103,11 @@ int Command::watch()
         if (tags.empty())
             return render(failure(exitUnknownItem, m_item, "matches no item", namesNear(m_item)));
         only.emplace(tags.begin(), tags.end());
+    }
+    // Whoever holds the directory: to be told to end is the usual end.
+    for (int const ending : {SIGINT, SIGTERM, SIGHUP}) {
+        if (!m_workbench.isRemote)
+            std::signal(ending, [](int) { ::_exit(exitOk); });
     }
     session();
     WatchOptions const options{m_count, m_seconds, m_json, m_showSecrets};

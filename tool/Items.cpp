@@ -77,8 +77,8 @@ std::string lowerCase(std::string text)
     return text;
 }
 
-/// The edit distance of two words.
-std::size_t distance(std::string const& a, std::string const& b)
+/// The edit distance of two words, or something beyond `limit` when it is larger than that.
+std::size_t distance(std::string const& a, std::string const& b, std::size_t limit)
 {
     std::vector<std::size_t> row(b.size() + 1);
     for (std::size_t j = 0; j <= b.size(); ++j)
@@ -89,6 +89,8 @@ std::size_t distance(std::string const& a, std::string const& b)
             auto const changed = diagonal + (a[i - 1] == b[j - 1] ? 0U : 1U);
             diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, changed}));
         }
+        if (*std::min_element(row.begin(), row.end()) > limit)
+            return limit + 1;
     }
     return row[b.size()];
 }
@@ -101,6 +103,12 @@ bool isObserved(eDataTag tag)
         return std::set<eDataTag>(tags.begin(), tags.end());
     }();
     return observed.contains(tag);
+}
+
+bool isMediaValue(eDataTag tag)
+{
+    auto const* const record = DataCache::DataItemBuilder::findDataRecord(tag);
+    return record && record->component == eDataComponentMedia && record->value.type != eDataItemTypeComplex;
 }
 
 } // namespace
@@ -141,22 +149,20 @@ std::optional<eDataTag> findItem(std::string const& name)
     return names().byName.find(name)->second;
 }
 
-std::vector<std::string> namesNear(std::string const& name)
+std::vector<std::string> nearest(std::string const& word, std::vector<std::string> const& candidates)
 {
     constexpr std::size_t enough = 3;
-    auto const wanted = lowerCase(name);
+    auto const wanted = lowerCase(word);
     auto const farthest = std::max<std::size_t>(2, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> found;
-    for (auto const& [candidate, tag] : names().byName) {
-        if (names().byName.count(candidate) > 1)
-            continue;
+    for (auto const& candidate : candidates) {
         auto const lower = lowerCase(candidate);
         bool const isPart = wanted.size() > 2 && lower.find(wanted) != std::string::npos;
         // The lengths alone rule most names out: a word of any length is answered at once.
         if (!isPart && std::max(wanted.size(), lower.size()) - std::min(wanted.size(), lower.size()) > farthest)
             continue;
-        auto const away = std::min(distance(wanted, lower), isPart ? std::size_t{2} : std::string::npos);
-        if (away <= farthest)
+        auto const away = std::min(distance(wanted, lower, farthest), isPart ? std::size_t{2} : std::string::npos);
+        if (away <= farthest && away < lower.size())
             found.emplace_back(away, candidate);
     }
     std::stable_sort(found.begin(), found.end(), [](auto const& a, auto const& b) { return a.first < b.first; });
@@ -166,6 +172,19 @@ std::vector<std::string> namesNear(std::string const& name)
             result.push_back(candidate);
     }
     return result;
+}
+
+std::vector<std::string> namesNear(std::string const& name)
+{
+    static auto const unique = [] {
+        std::vector<std::string> found;
+        for (auto const& [candidate, tag] : names().byName) {
+            if (names().byName.count(candidate) == 1)
+                found.push_back(candidate);
+        }
+        return found;
+    }();
+    return nearest(name, unique);
 }
 
 std::vector<eDataTag> matchItems(std::string const& pattern)
@@ -199,6 +218,23 @@ bool isSecret(eDataTag tag)
     return ClientUtils::isKnownPasswordDAS(*element) || element->find("Pwd") != std::string::npos ||
            element->find("Password") != std::string::npos ||
            (element->size() > 3 && element->compare(element->size() - 3, 3, "Pin") == 0);
+}
+
+bool isKept(eDataTag tag)
+{
+    return isMediaValue(tag) && (DataSourceDB::dataDbDescriptionTable[tag].schema || storedTableOf(tag) != eDataTagNone);
+}
+
+bool isFleeting(eDataTag tag)
+{
+    return isMediaValue(tag) && !isKept(tag) && tag < eDataTagOpusTest;
+}
+
+bool isHardwareVerdict(eDataTag tag)
+{
+    return (tag >= eDataTagCodecHardwareAllowed0 && tag <= eDataTagCodecHardwareAllowed3) ||
+           (tag >= eDataTagSRTPEncryptionHardwareAllowed1 && tag <= eDataTagSRTPEncryptionHardwareAllowed5) ||
+           (tag >= eDataTagHeadsetHardwareAllowed1 && tag <= eDataTagHeadsetHardwareAllowed3);
 }
 
 bool exists(eDataTag tag)

@@ -23,7 +23,10 @@ std::vector<std::string> const& namesOf(Data::eDataTag tag);
 /// Exact look-up over all naming forms; nothing for a name that no item or more than one item has.
 std::optional<Data::eDataTag> findItem(std::string const& name);
 
-/// Names close to one that was not found, nearest first.
+/// The candidates closest to a word, nearest first.
+std::vector<std::string> nearest(std::string const& word, std::vector<std::string> const& candidates);
+
+/// Names of items close to one that was not found, nearest first.
 std::vector<std::string> namesNear(std::string const& name);
 
 /// The items of which one name matches: a glob when the pattern has * or ?, else a part of a name in any letter case.
@@ -35,6 +38,15 @@ bool isSecret(Data::eDataTag tag);
 
 /// The cache keeps the item; the others are asked from the management service.
 bool isHeld(Data::eDataTag tag);
+
+/// The database keeps the item over a restart and its value is nobody else's consequence.
+bool isKept(Data::eDataTag tag);
+
+/// Media's own, but kept by nothing over a restart: orders to the management service and the hardware's verdicts.
+bool isFleeting(Data::eDataTag tag);
+
+/// What the hardware rules said of a row of a ranked table, or of a codec.
+bool isHardwareVerdict(Data::eDataTag tag);
 
 /// False for catalogue rows that are switched off.
 bool exists(Data::eDataTag tag);

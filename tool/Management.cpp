@@ -1,8 +1,11 @@
 #include "Management.h"
 
+#include "Accepted.h"
 #include "Changes.h"
 #include "Items.h"
+#include "Outcomes.h"
 #include "Session.h"
+#include "TableRehearsal.h"
 
 #include "Data/DataItemBuilder.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
@@ -67,11 +70,22 @@ Problem noManagementItem(std::string const& name)
     return {name, "the management service has no item for it"};
 }
 
-/// A record of the assignments and their tags by management name. Problems mean that nothing is to be sent.
+/// The assignments by tag. Problems mean that nothing is to be sent.
 struct Request {
-    ManageableData record;
     std::vector<std::pair<eDataTag, std::string>> values;
+    std::map<eDataTag, std::string> refused; ///< what the tool itself does not let through, and why
     Report report;
+
+    ManageableData record() const
+    {
+        ManageableData record;
+        for (auto const& [tag, text] : values) {
+            auto const names = *managementNames(tag);
+            if (!refused.contains(tag))
+                record.populate(names.item, names.subItem, text);
+        }
+        return record;
+    }
 };
 
 Request requestOf(Session& session, std::vector<Assignment> const& assignments)
@@ -83,8 +97,7 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
             request.report.fail(exitUnknownItem, unknownItem(name).problems.front());
             continue;
         }
-        auto const names = managementNames(*tag);
-        if (!names) {
+        if (!managementNames(*tag)) {
             request.report.fail(exitUnknownItem, noManagementItem(name));
             continue;
         }
@@ -96,10 +109,25 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
         if (isSecret(*tag))
             session.hideInLog(text);
         session.history().ask(*tag);
-        request.record.populate(names->item, names->subItem, text);
         request.values.emplace_back(*tag, text);
+        if (auto reason = whyUnfit(*tag, text); !reason.empty())
+            request.refused.emplace(*tag, std::move(reason));
     }
     return request;
+}
+
+/// The cells of tables that would not pass their checks. The library gives no reason for those.
+void refuseTables(Session& session, Request& request)
+{
+    TableRehearsal rehearsal;
+    auto const tables = session.quietly([&] {
+        rehearsal.want(request.record());
+        return rehearsal.refused();
+    });
+    for (auto const& [tag, text] : request.values) {
+        if (auto const found = tables.find(storedTableOf(tag)); found != tables.end())
+            request.refused.emplace(tag, found->second);
+    }
 }
 
 using Reasons = std::map<std::pair<std::string, std::string>, std::string>;
@@ -157,35 +185,28 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
     auto request = requestOf(session, assignments);
     if (request.report.code != exitOk)
         return std::move(request.report);
+    refuseTables(session, request);
     Changes const changes(session);
     session.takeErrors();
-    bool const taken = session.service().setOwned(request.record);
+    auto record = request.record();
+    bool const taken = session.service().setOwned(record) && request.refused.empty();
     auto const errors = session.takeErrors();
-    auto const logged = [&](char const* words) {
-        return std::any_of(errors.begin(), errors.end(),
-                           [=](std::string const& line) { return line.find(words) != std::string::npos; });
-    };
-    // A table's check refuses without giving a reason; the log is its only trace.
-    bool const tableRestored = logged("restoring previous values") || logged("resetting table to default");
-    auto const reasons = reasonsOf(request.record);
+    auto const reasons = reasonsOf(record);
     auto& report = request.report;
     Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
     for (auto const& [tag, text] : request.values) {
         auto const names = *managementNames(tag);
         auto const reason = reasons.find({names.item, names.subItem});
+        auto const own = request.refused.find(tag);
         auto const* result = "taken";
         Json why;
         if (!isOwned(tag)) {
             result = "ignored";
             why = "belongs to another component: use mgmt changed";
             report.raise(exitRefused);
-        } else if (reason != reasons.end()) {
+        } else if (own != request.refused.end() || reason != reasons.end()) {
             result = "refused";
-            why = reason->second;
-            session.history().refuse(tag, text, reason->second);
-        } else if (tableRestored && storedTableOf(tag) != eDataTagNone) {
-            result = "refused";
-            why = "the table's check rejected it, previous values restored";
+            why = own != request.refused.end() ? own->second : reason->second;
             session.history().refuse(tag, text, why.get<std::string>());
         }
         section.rows.push_back({result, nameOf(tag), shown(tag, text, session.options().showSecrets), why});
@@ -194,7 +215,7 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
     report.sections.push_back(changes.section("changed", "\nChanged:"));
     if (taken)
         return std::move(report);
-    if (logged("storing into db failed"))
+    if (std::any_of(errors.begin(), errors.end(), isStorageError))
         report.fail(exitStorage, {"", "the database did not store it"});
     else
         report.fail(exitRefused, {"", "the request was refused"});
@@ -208,11 +229,14 @@ Report managementChanged(Session& session, std::vector<Assignment> const& assign
     for (auto const& [tag, text] : request.values) {
         if (isOwned(tag))
             report.fail(exitRefused, {nameOf(tag), "belongs to the media component: use mgmt set"});
+        else if (request.refused.contains(tag))
+            report.fail(exitRefused, {nameOf(tag), request.refused.at(tag)});
     }
     if (report.code != exitOk)
         return std::move(report);
     Changes const changes(session);
-    if (!session.service().change(request.record))
+    auto record = request.record();
+    if (!session.service().change(record))
         return failure(exitStorage, "", "the management service could not keep it");
     report.sections.push_back(changes.section("changed", "Changed:"));
     return std::move(report);
@@ -238,11 +262,15 @@ Report managementJournal(Session& session)
     return {exitOk, {std::move(section)}};
 }
 
-Report country(Session& session, std::string const& code)
+Report country(Session& session, std::optional<std::string> const& code)
 {
     Report report;
-    if (!code.empty()) {
-        report = managementChanged(session, {{nameOf(eDataTagCountry), code}});
+    if (code) {
+        bool const isCode =
+            code->size() == 2 && std::all_of(code->begin(), code->end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+        if (!isCode)
+            return failure(exitRefused, *code, "is no country code: expected two capital letters");
+        report = managementChanged(session, {{nameOf(eDataTagCountry), *code}});
         if (report.code != exitOk)
             return report;
     }

@@ -4,6 +4,7 @@
 #include "Report.h"
 #include "Settings.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,8 +27,8 @@ Report managementReset(Session& session);
 /// What the library read, reported and requested.
 Report managementJournal(Session& session);
 
-/// The country and what it means; a code that is not empty is reported as the new country first.
-Report country(Session& session, std::string const& code);
+/// The country and what it means; a code, two capital letters, is reported as the new country first.
+Report country(Session& session, std::optional<std::string> const& code);
 
 /// Announces how the user's data is handled.
 Report mobility(Session& session, std::string const& type);

@@ -1,11 +1,10 @@
-// Another telephone's data directory, read by another process of this tool: one process has one platform. What is read is a
-// copy, taken while nobody has the directory, since opening a directory may mend it.
-#include "Diff.h"
-#include "Exchange.h"
-#include "Session.h"
+// One process has one platform, so that another one reads the other directory. It gets a copy, taken while nobody has the
+// directory, since opening a directory may mend it.
+#include "OtherDirectory.h"
+
+#include "Report.h"
 
 #include "Files.h"
-#include "HostPlatform.h"
 
 #include <cerrno>
 #include <csignal>
@@ -113,7 +112,10 @@ int runExport(fs::path const& directory, fs::path const& out, fs::path const& er
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
     pid_t child = 0;
-    int const started = ::posix_spawn(&child, "/proc/self/exe", &streams, &attributes, arguments, ::environ);
+    // Under an emulator the process's own file is the emulator.
+    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
+    int const started =
+        ::posix_spawn(&child, program && *program ? program : "/proc/self/exe", &streams, &attributes, arguments, ::environ);
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&streams);
     int status = 0;
@@ -135,27 +137,41 @@ std::string lastWords(std::string text)
 
 } // namespace
 
-Report readDirectory(Session& session, fs::path const& directory, Document& document)
+OtherDirectory readDirectory(fs::path const& directory)
 {
     std::error_code error;
-    if (fs::equivalent(directory, session.platform().directory(), error)) {
-        document = documentOf(session);
-        return {};
-    }
-    if (!fs::exists(directory / databaseFile, error))
-        return failure(exitUsage, directory.string(), "is no data directory: it holds no " + std::string(databaseFile));
+    bool const isThere = fs::exists(directory / databaseFile, error);
+    if (error)
+        return {exitStorage, error.message()};
+    if (!isThere)
+        return {exitUsage, "is no data directory: it holds no " + std::string(databaseFile)};
     EndsLater const later; // The copy holds secrets: it goes first.
     Scratch const scratch;
     Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
     auto const copy = scratch.path() / "copy";
     if (scratch.path().empty() || (isFree && !copyFiles(directory, copy)))
-        return failure(exitStorage, directory.string(), "cannot be copied");
+        return {exitStorage, "cannot be copied"};
     auto const out = scratch.path() / "out";
     auto const err = scratch.path() / "err";
     if (runExport(isFree ? copy : directory, out, err) != 0)
-        return failure(exitStorage, directory.string(), lastWords(contentOf(err)));
-    return parseDocument(contentOf(out), directory.string(), document);
+        return {exitStorage, lastWords(contentOf(err))};
+    return {exitOk, contentOf(out), contentOf(err)};
+}
+
+std::string packed(OtherDirectory const& directory)
+{
+    return Json{directory.status, directory.text, directory.remarks}.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+OtherDirectory unpacked(std::string const& text)
+{
+    auto const parts = Json::parse(text, nullptr, false);
+    bool const isWhole = parts.is_array() && parts.size() == 3 && parts[0].is_number_integer() && parts[1].is_string() &&
+                         parts[2].is_string();
+    if (!isWhole)
+        return {exitUsage, "cannot be read"};
+    return {parts[0].get<int>(), parts[1].get<std::string>(), parts[2].get<std::string>()};
 }
 
 } // namespace Tool

@@ -10,7 +10,6 @@
 #include "Data/BulkData.h"
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
-#include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
 
 #include "ManagementService.h"
@@ -18,7 +17,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <memory>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace Tool {
@@ -29,11 +31,6 @@ using Media::MediaDataCache;
 namespace {
 
 constexpr char const* wouldStore = "would store";
-
-std::string tableRefusal(eDataTag tag)
-{
-    return fmt::format("the check of the table {} rejected it, previous values restored", nameOf(storedTableOf(tag)));
-}
 
 void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
 {
@@ -51,26 +48,52 @@ bool alwaysWritten(eDataTag tag)
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
 }
 
+/// The tables whose texts the database refused. They are not among the tags that a bulk set gives back; the log is their
+/// only trace.
+std::set<eDataTag> tablesNotStored(std::vector<std::string> const& errors)
+{
+    constexpr std::string_view words = "storing into db failed, restoring original value for tag ";
+    std::set<eDataTag> tables;
+    for (auto const& line : errors) {
+        if (auto const at = line.find(words); at != std::string::npos)
+            tables.insert(static_cast<eDataTag>(std::atoi(line.c_str() + at + words.size())));
+    }
+    return tables;
+}
+
 /// What the library made of a value that passed its checks.
-void settle(Outcome& outcome, bool taken, bool databaseFailed)
+void settle(Outcome& outcome, bool taken, bool tableStored)
 {
     auto const after = readValue(outcome.tag).value_or(Json());
-    if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted) && !databaseFailed) {
-        outcome.result = "refused";
-        outcome.reason = tableRefusal(outcome.tag);
-    } else if (!taken || databaseFailed) {
+    if (!tableStored) {
         outcome.result = "failed";
-        bool const isStored = isHeld(outcome.tag) && (storedTableOf(outcome.tag) != eDataTagNone ||
-                                                      DataSourceDB::dataDbDescriptionTable[outcome.tag].schema != nullptr);
-        outcome.reason =
-            isStored ? "the database did not store it, the previous value stands" : "the management service did not take it";
+        outcome.reason = "the database did not store its table, the next start brings the previous value back";
+    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
+        outcome.result = "refused";
+        outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
+    } else if (!taken) {
+        outcome.result = "failed";
+        outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
+                                             : "the management service did not take it";
     } else {
-        outcome.result = "stored";
+        outcome.result = isFleeting(outcome.tag) ? "taken" : "stored";
         if (after != outcome.wanted)
             outcome.reason = "a dependent rule made it " + cellText(after);
-        else if (outcome.tag >= eDataTagCodecRank1 && outcome.tag <= eDataTagCodecRank4)
-            outcome.reason = "until the next start: codecs are stored in row order, to re-rank them exchange their types";
     }
+}
+
+/// How long a value lasts when that is not for good.
+std::string limit(Outcome const& outcome)
+{
+    auto const tag = outcome.tag;
+    bool const isIdentifier = tag >= eDataTagAlertIdentifier0 && tag <= eDataTagAlertIdentifier14;
+    if (isIdentifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
+        return "until the next start, which gives a row without an identifier its default one";
+    if (tag >= eDataTagCodecRank1 && tag <= eDataTagCodecRank4)
+        return "until the next start: codecs are stored in row order, to re-rank them exchange their types";
+    if (isHardwareVerdict(tag))
+        return "until the next start, which asks the hardware anew";
+    return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
 }
 
 /// The group-pickup tone type brings its two flags along. Set together with them it would leave the group's remembered type
@@ -141,7 +164,9 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
         outcome.reason = "the catalogue has this item switched off";
     else if (typeOf(tag) == eDataItemTypeComplex)
         outcome.reason = "a table is set by its cells";
-    else
+    else if (tag >= eDataTagOpusTest)
+        outcome.reason = "is set by the flag file: use flags";
+    else if (outcome.reason = whyUnfit(tag, text); outcome.reason.empty())
         outcome.wanted = validate(tag, text, outcome.reason);
     if (!outcome.wanted.is_null())
         outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? "unchanged" : wouldStore;
@@ -157,9 +182,10 @@ void checkTables(Session& session, std::vector<Outcome>& outcomes)
     }
     auto const refused = session.quietly([&] { return rehearsal.refused(); });
     for (auto& outcome : outcomes) {
-        if (outcome.result == wouldStore && refused.contains(storedTableOf(outcome.tag))) {
+        auto const found = refused.find(storedTableOf(outcome.tag));
+        if (outcome.result == wouldStore && found != refused.end()) {
             outcome.result = "refused";
-            outcome.reason = tableRefusal(outcome.tag);
+            outcome.reason = found->second;
         }
     }
 }
@@ -170,7 +196,7 @@ bool holdBack(std::vector<Outcome>& outcomes)
     if (std::none_of(outcomes.begin(), outcomes.end(), isRefused))
         return false;
     for (auto& outcome : outcomes) {
-        if (outcome.result == wouldStore || outcome.result == "stored")
+        if (outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken")
             outcome.result = "held back";
     }
     return true;
@@ -203,13 +229,11 @@ void store(Session& session, std::vector<Outcome>& outcomes)
         return;
     session.takeErrors();
     MediaDataCache::setDataBulk(bulk);
-    // A table whose text the database refuses is not among the tags that the bulk set gives back; the log is its only trace.
-    auto const errors = session.takeErrors();
-    bool const databaseFailed = std::any_of(errors.begin(), errors.end(), isStorageError);
+    auto const notStored = tablesNotStored(session.takeErrors());
     auto const notTaken = bulk.getTagsNotSetInDb();
     for (auto& outcome : outcomes) {
         if (outcome.result == wouldStore)
-            settle(outcome, !notTaken.contains(outcome.tag), databaseFailed && storedTableOf(outcome.tag) != eDataTagNone);
+            settle(outcome, !notTaken.contains(outcome.tag), !notStored.contains(storedTableOf(outcome.tag)));
     }
 }
 
@@ -241,7 +265,7 @@ void putBack(Session& session, std::vector<Json> const& earlier)
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < earlier.size(); ++index) {
         auto const tag = allTags()[index];
-        if (!earlier[index].is_null() && tag < eDataTagOpusTest)
+        if (!earlier[index].is_null())
             outcomes.push_back(check(tag, textOf(earlier[index]), {}));
     }
     storeTogether(session, outcomes);
@@ -255,12 +279,14 @@ std::vector<std::string> accountColumns()
 std::vector<Json> accountRow(Outcome const& outcome, bool showSecrets)
 {
     Json const given = outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted;
+    bool const goesIn = outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken";
+    auto const reason = outcome.reason.empty() && goesIn ? limit(outcome) : outcome.reason;
     return {outcome.result,
             nameOf(outcome.tag),
             shown(outcome.tag, outcome.before, showSecrets),
             shown(outcome.tag, given, showSecrets),
             outcome.wanted.is_null() ? Json(acceptedText(outcome.tag)) : Json(),
-            outcome.reason.empty() ? Json() : Json(outcome.reason)};
+            reason.empty() ? Json() : Json(reason)};
 }
 
 Report account(std::vector<Outcome> const& outcomes, bool showSecrets)

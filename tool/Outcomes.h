@@ -20,7 +20,7 @@ struct Outcome {
     std::string text; ///< as given
     Json before;
     Json wanted;        ///< null when the text was refused
-    std::string result; ///< refused, unchanged, would store; then stored, failed or held back
+    std::string result; ///< refused, unchanged, would store; then stored, taken (by what keeps nothing), failed or held back
     std::string reason;
 };
 
@@ -40,11 +40,11 @@ ServiceValues serviceValues(Session& session);
 /// The current value without asking the service; null when there is none.
 Json knownValue(Data::eDataTag tag, ServiceValues const& others);
 
-/// Checks one value; nothing is stored.
+/// Checks one value, more strictly than the library where it takes what would be lost; nothing is stored.
 Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& others);
 
-/// Runs the library's checks of whole tables on copies of the tables with the wanted cells in them, and refuses the cells of
-/// tables that do not pass; nothing is stored.
+/// Runs the library's checks of whole tables on copies of the tables with the wanted cells in them, as they are made now and
+/// at the next start, and refuses the cells of tables that do not pass; nothing is stored.
 void checkTables(Session& session, std::vector<Outcome>& outcomes);
 
 /// Stores what would be stored, in one bulk set, and says what the library made of it.

@@ -71,19 +71,23 @@ Channel::Event Remote::next(Message& message, Console& console, int output)
 /// A holder gets only what the command's own words name.
 bool Remote::supply(Request& request, std::string const& asked, Console const& console) const
 {
-    constexpr std::string_view file = "file ";
-    constexpr std::string_view secret = "passphrase ";
-    if (asked.starts_with(secret)) {
-        request.answers[asked] = console.passphrase(asked.substr(secret.size()));
+    auto const space = asked.find(' ');
+    auto const kind = asked.substr(0, space);
+    auto const name = space == std::string::npos ? "" : asked.substr(space + 1);
+    if (kind == "passphrase") {
+        request.answers[asked] = console.passphrase(name);
         return true;
     }
-    auto const name = asked.substr(std::min(asked.size(), file.size()));
-    if (!asked.starts_with(file) || name.empty() ||
-        std::none_of(request.words.begin(), request.words.end(), [&](auto const& word) { return word.ends_with(name); }))
-        return false;
+    bool const isNamed = !name.empty() && std::any_of(request.words.begin(), request.words.end(),
+                                                      [&](auto const& word) { return word.ends_with(name); });
+    if (isNamed && kind == "directory") {
+        request.answers[asked] = packed(console.readDirectory(name));
+        return true;
+    }
     std::string text;
-    request.answers[asked] = console.read(name, text) ? std::optional(std::move(text)) : std::nullopt;
-    return true;
+    if (isNamed && kind == "file")
+        request.answers[asked] = console.read(name, text) ? std::optional(std::move(text)) : std::nullopt;
+    return isNamed && kind == "file";
 }
 
 std::optional<int> Remote::run(Request request, Console& console, bool untilRead, std::string& failure)
@@ -120,6 +124,9 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
             console.progress(numberIn(message[1]), numberIn(message[2]));
         } else if (kind == "end" && message.size() == 2) {
             return static_cast<int>(numberIn(message[1]));
+        } else if (kind == "refuse" && message.size() == 2) {
+            failure = "process " + std::to_string(m_process) + ", which holds the data directory: " + message[1];
+            return std::nullopt;
         } else if (kind == "ask" && message.size() == 2 && supply(request, message[1], console)) {
             toSend = true;
         } else if (kind.empty() && !m_begun) {

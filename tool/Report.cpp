@@ -412,7 +412,7 @@ void renderText(Report const& report, Console const& console)
     err.flush();
 }
 
-void renderJson(Report const& report, std::ostream& out)
+void renderJson(Report const& report, std::ostream& out, int indent)
 {
     Json result = Json::object();
     for (auto const& section : report.sections)
@@ -428,7 +428,7 @@ void renderJson(Report const& report, std::ostream& out)
     }
     result["exit"] = static_cast<int>(report.code);
     // Values are bytes and need not be UTF-8: what is not is replaced, so that the output always parses.
-    out << result.dump(2, ' ', false, Json::error_handler_t::replace) << std::endl;
+    out << result.dump(indent, ' ', false, Json::error_handler_t::replace) << std::endl;
 }
 
 } // namespace Tool

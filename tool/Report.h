@@ -70,6 +70,7 @@ std::vector<std::string> wrapped(std::string const& text, std::size_t columns);
 std::string timeText(std::int64_t milliseconds);
 
 void renderText(Report const& report, Console const& console);
-void renderJson(Report const& report, std::ostream& out);
+/// `indent` as of Json::dump: -1 puts the whole object on one line.
+void renderJson(Report const& report, std::ostream& out, int indent = 2);
 
 } // namespace Tool

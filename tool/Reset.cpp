@@ -119,13 +119,10 @@ Report resetItems(Session& session, std::vector<std::string> const& items, bool 
             session.history().ask(tag);
             auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
             auto& outcome = outcomes.emplace_back(check(tag, record.value.text, {}));
-            if (record.component != eDataComponentMedia)
-                outcome.reason = "belongs to another component: use mgmt changed";
-            else if (tag >= eDataTagOpusTest)
-                outcome.reason = "is set by the flag file: use flags";
-            else
+            if (record.component == eDataComponentMedia)
                 continue;
             outcome.result = "refused";
+            outcome.reason = "belongs to another component: use mgmt changed";
         }
     }
     return report.code == exitOk ? set(session, std::move(outcomes), {.dryRun = dryRun}) : report;

@@ -72,11 +72,6 @@ private:
     ServiceValues const& m_service;
 };
 
-class NoServices : public SvcRTEContext {
-public:
-    Executable* findService(std::string const&) override { return nullptr; }
-};
-
 /// The one thing that is missing. The rules themselves are the library's.
 std::string whyHidden(Ranked const& table, int choice, bool isEntryModel)
 {

@@ -6,6 +6,8 @@
 
 #include "Data/DataTypes.h"
 
+#include "SvcRTEContext.h"
+
 #include <functional>
 #include <map>
 #include <string>
@@ -13,6 +15,12 @@
 namespace Tool {
 
 class Session;
+
+/// Under this context a management source of one's own tells the service nothing.
+class NoServices : public SvcRTEContext {
+public:
+    Executable* findService(std::string const&) override { return nullptr; }
+};
 
 using ValueOf = std::function<Json(Data::eDataTag)>;
 

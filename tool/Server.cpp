@@ -90,6 +90,11 @@ public:
         return found.has_value();
     }
 
+    OtherDirectory readDirectory(std::string const& name) const override
+    {
+        return unpacked(answerTo("directory " + name).value_or(""));
+    }
+
     std::optional<std::string> passphrase(std::string const& prompt) const override
     {
         return answerTo("passphrase " + prompt);
@@ -270,8 +275,7 @@ void Server::admit(Host::FileDescriptor socket)
                                                                         : nullptr;
     if (fault) {
         Channel channel(std::move(socket));
-        channel.postIfIdle({"err", std::string("mediadata: ") + fault + '\n'});
-        channel.postIfIdle({"end", std::to_string(exitStorage)});
+        channel.postIfIdle({"refuse", fault});
         return;
     }
     auto& connection = m_connections.emplace_back(std::move(socket));
@@ -293,8 +297,7 @@ void Server::serve(Connection& connection)
     for (Message message;; limit = answersWithin) {
         auto const event = channel.receive(message, limit);
         if (event == Channel::Event::Malformed) {
-            channel.post({"err", "mediadata: the request is malformed\n"});
-            channel.post({"end", std::to_string(exitUsage)});
+            channel.post({"refuse", "the request is malformed"});
             channel.flush(longestStall);
         }
         if (event != Channel::Event::Received || !serveOne(connection, message))

@@ -1,6 +1,8 @@
 #include "Session.h"
 
+#include "Accepted.h"
 #include "Items.h"
+#include "Outcomes.h"
 
 #include "Data/BulkData.h"
 #include "Media/MediaDataCache.h"
@@ -58,6 +60,22 @@ std::list<eDataTag> tagsThatAnnounce()
     return tags;
 }
 
+/// The library copies the general ringer into the rows of the ringing table that have no identifier, at each start and at each
+/// write of the table. What a row cannot have is refused and logged each time, although nothing is lost.
+std::set<std::string> linesOfGeneralRinger()
+{
+    std::set<std::string> lines;
+    for (auto const& [general, row] : {std::pair(eDataTagRingerMelody, eDataTagRingerMelody0),
+                                       std::pair(eDataTagRingerToneSequence, eDataTagRingerTone0)}) {
+        for (auto const& value : legalValues(general)) {
+            std::string reason;
+            if (validate(row, value, reason).is_null())
+                lines.insert(fmt::format("DataCache::setDataValues - ERR invalid value '{}' given! '{}'", value, reason));
+        }
+    }
+    return lines;
+}
+
 /// A new directory; empty when none can be made.
 std::filesystem::path scratchDirectory()
 {
@@ -81,7 +99,9 @@ void Session::Callback::onDataUpdate(BulkData& changes)
 }
 
 Session::Session(Options options)
-    : m_options(std::move(options)), m_logsSecrets(m_options.showSecrets), m_callback(std::make_unique<Callback>())
+    : m_options(std::move(options)), m_logsSecrets(m_options.showSecrets),
+      m_meaningless(m_options.logLevel ? std::set<std::string>() : linesOfGeneralRinger()),
+      m_callback(std::make_unique<Callback>())
 {
     Host::setLogSink([this](Host::LogLine const& line) {
         onLogLine(line.level, fmt::format("{}:{}", line.sourceFile, line.line), line.text);
@@ -161,7 +181,7 @@ std::string Session::withoutSecrets(std::string text) const
 
 void Session::onLogLine(int level, std::string const& place, std::string text)
 {
-    if (m_quiet)
+    if (m_quiet || m_meaningless.contains(text))
         return;
     std::lock_guard const held(m_logMutex);
     auto const toTell = m_options.showSecrets ? text : withoutSecrets(text);

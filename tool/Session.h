@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,7 @@ namespace Tool {
 
 struct Options {
     std::filesystem::path dataDirectory;
-    int logLevel = 2;
+    std::optional<int> logLevel = {}; ///< nothing: errors, save those that mean nothing
     bool showSecrets = false;
     bool json = false;
     bool dryRun = false; ///< a data directory that is missing is not made
@@ -93,7 +94,8 @@ private:
 
     Options m_options;
     bool const m_logsSecrets;
-    std::filesystem::path m_scratch; ///< stands for the missing data directory of a dry run
+    std::set<std::string> const m_meaningless; ///< errors that are none, told only to who asks for a log
+    std::filesystem::path m_scratch;           ///< stands for the missing data directory of a dry run
     std::unique_ptr<Host::Platform> m_platform;
     std::unique_ptr<Callback> m_callback;
     std::mutex m_logMutex; ///< guards what follows: the library logs on the thread that works

@@ -2,6 +2,7 @@
 
 #include "Items.h"
 #include "Server.h"
+#include "Watch.h"
 
 #include <editline/readline.h>
 
@@ -33,22 +34,34 @@ struct Filter {
     std::optional<std::set<Data::eDataTag>> only = {};
 };
 
-std::string text(Filter const& watch, std::vector<HeardChange> const& changes, bool showSecrets)
+std::string text(Filter const& watch, std::vector<HeardChange> const& changes, Options const& options)
 {
     std::string lines;
-    for (auto const& [tag, value] : changes) {
-        if (watch.on && (!watch.only || watch.only->contains(tag)))
-            lines += "* " + nameOf(tag) + " = " + cellText(shown(tag, value, showSecrets)) + '\n';
+    for (auto const& change : changes) {
+        if (!watch.on || (watch.only && !watch.only->contains(change.tag)))
+            continue;
+        auto const value = shown(change.tag, change.value, options.showSecrets);
+        lines += options.json ? changeLine({timeNow(), change}, true, options.showSecrets)
+                              : "* " + nameOf(change.tag) + " = " + cellText(value) + '\n';
     }
     return lines;
 }
 
-int applyWatch(Filter& watch, std::vector<std::string> const& words)
+/// What the shell itself finds wrong.
+int refuse(Workbench const& workbench, ExitCode code, std::string item, std::string reason)
 {
-    if (words.size() > 2) {
-        std::cerr << "mediadata: usage: watch [PATTERN | off]\n";
-        return exitUsage;
-    }
+    auto const report = failure(code, std::move(item), std::move(reason));
+    if (workbench.options.json)
+        renderJson(report, workbench.console->out);
+    else
+        renderText(report, *workbench.console);
+    return code;
+}
+
+int applyWatch(Workbench const& workbench, Filter& watch, std::vector<std::string> const& words)
+{
+    if (words.size() > 2)
+        return refuse(workbench, exitUsage, "", "usage: watch [PATTERN | off]");
     watch = {};
     if (words.size() == 1)
         return exitOk;
@@ -57,9 +70,7 @@ int applyWatch(Filter& watch, std::vector<std::string> const& words)
         return exitOk;
     auto const tags = matchItems(words[1]);
     watch.only.emplace(tags.begin(), tags.end());
-    if (tags.empty())
-        std::cerr << "mediadata: " << words[1] << ": matches no item\n";
-    return tags.empty() ? exitUnknownItem : exitOk;
+    return tags.empty() ? refuse(workbench, exitUnknownItem, words[1], "matches no item") : exitOk;
 }
 
 /// A secret is not to be called back with the cursor keys.
@@ -188,9 +199,7 @@ private:
 int runLine(Workbench& workbench, Filter& watch, std::vector<std::string> const& words)
 {
     if (words.front() == "watch")
-        return applyWatch(watch, words);
-    if (words.front() == "help")
-        return runCommand(workbench, {"--help"});
+        return applyWatch(workbench, watch, words);
     return runCommand(workbench, words);
 }
 
@@ -226,14 +235,14 @@ int runShell(Workbench& workbench, Server& server, int end)
 {
     endDescriptor = end;
     Filter watch;
-    bool const showSecrets = workbench.options.showSecrets;
+    auto const options = workbench.options;
     bool const isTerminal = ::isatty(STDIN_FILENO) == 1;
     auto const own = std::this_thread::get_id();
     workbench.inShell = true;
     Session::Listener before;
     auto const hear = [&](std::vector<HeardChange> const& changes) {
         before(changes);
-        tell(text(watch, changes, showSecrets), !isTerminal || std::this_thread::get_id() == own);
+        tell(text(watch, changes, options), !isTerminal || std::this_thread::get_id() == own);
     };
     auto& session = *workbench.session;
     {
@@ -246,8 +255,7 @@ int runShell(Workbench& workbench, Server& server, int end)
     for (std::string line; input.read(line);) {
         std::vector<std::string> words;
         if (!splitWords(line, words)) {
-            std::cerr << "mediadata: a quote is not closed\n";
-            gravest = std::max<int>(gravest, exitUsage);
+            gravest = std::max(gravest, refuse(workbench, exitUsage, "", "a quote is not closed"));
             continue;
         }
         if (words.empty() || words.front().rfind('#', 0) == 0)

@@ -1,22 +1,28 @@
-// The library's table code on copies of the tables: what its checks would say of cells that are only wanted, and what it would
-// read out of texts that are stored. Nothing reaches the cache or the database.
+// The library's table code on copies of the tables: what its checks would say of cells that are only wanted, now and at the
+// next start, and what it would read out of texts that are stored. Nothing reaches the cache or the database.
 #pragma once
 
 #include "Data/DataDBCallback.h"
+#include "Data/DataOCMSCallback.h"
 #include "Data/DataTypes.h"
 
-#include <set>
+#include <map>
 #include <string>
+
+class ManageableData;
 
 namespace Tool {
 
-class TableRehearsal : private Data::DataDBCallback {
+class TableRehearsal : private Data::DataDBCallback, private Data::DataOCMSCallback {
 public:
     /// Puts a value in the place of the present one.
     void want(Data::eDataTag tag, std::string text);
 
-    /// The tables with wanted cells that their checks would not take. The library logs why.
-    std::set<Data::eDataTag> refused();
+    /// The same for what a management request asks for, its tables completed and sorted by the library's rules.
+    void want(ManageableData request);
+
+    /// The tables with wanted cells that their checks would not take, and why. The library logs the details.
+    std::map<Data::eDataTag, std::string> refused();
 
     /// The tables as a start reads them out of `stored`, a map with texts of tables and single items; everything else starts
     /// with its default.
@@ -28,8 +34,12 @@ private:
     void dbCBGetFailed(Data::eDataTag tag) override;
     void dbCBResetSelectedToDefault(Data::DataTagValue_t& values) override;
     bool dbCBQueryIsTableUserData(Data::eDataTag table) override;
+    void ocmsCBGetDataValues(Data::DataTagValue_t& values) override;
+    bool ocmsCBSetDataValues(Data::DataTagValue_t const& values, Data::DataTagValue_t& rejected) override;
+    void ocmsCBResetToDefault() override;
 
     bool m_fromCache = true; ///< what is not in m_values is as in the cache; otherwise it has its default
+    bool m_atStart = false;  ///< the hardware rules have not spoken yet
     Data::DataTagValue_t m_values;
 };
 

@@ -1,6 +1,7 @@
 #include "Tables.h"
 
 #include "Items.h"
+#include "Rules.h"
 #include "Session.h"
 
 #include <algorithm>
@@ -99,11 +100,12 @@ Json value(Session& session, eDataTag tag)
 Section ranked(Session& session, RankedTable const& table)
 {
     Section section{table.name, Layout::Table, {"rank", table.typeName, "allowed", "hardware", "packet size", "row"}, {}};
+    auto const verdicts = hardwareVerdicts(session);
     for (int row = 0; row < table.rows; ++row) {
         auto const type = value(session, offset(table.type, row));
-        auto const verdict = offset(table.hardware, table.hardwareByType ? type.get<int>() : row);
+        auto const verdict = verdicts.find(offset(table.hardware, table.hardwareByType ? type.get<int>() : row));
         section.rows.push_back({value(session, offset(table.rank, row)), type, value(session, offset(table.allowed, row)),
-                                value(session, verdict),
+                                verdict == verdicts.end() || verdict->second.allowed,
                                 table.packetSize ? value(session, offset(table.packetSize, row)) : Json(), row + 1});
     }
     std::stable_sort(section.rows.begin(), section.rows.end(),

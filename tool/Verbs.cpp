@@ -105,8 +105,10 @@ void Command::addTelephone()
     onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
 
     auto* const where = add("country", "Show the country, or report a new one");
-    where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
-    onChange(where, "management", [this](Session& session) { return country(session, m_word); });
+    auto* const code = where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
+    onChange(where, "management", [this, code](Session& session) {
+        return country(session, code->empty() ? std::nullopt : std::optional(m_word));
+    });
 
     auto* const moving = add("mobility", "Announce how the user's data is handled");
     moving->add_option("TYPE", m_word, "all, managed, unmanaged or an empty text")->required();

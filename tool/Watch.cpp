@@ -20,11 +20,11 @@ Watch::Watch(std::shared_ptr<Subscription> subscription, WatchOptions options)
     : m_subscription(std::move(subscription)), m_options(options)
 {}
 
-std::string Watch::line(Change const& change) const
+std::string changeLine(Change const& change, bool json, bool showSecrets)
 {
     auto const& name = nameOf(change.heard.tag);
-    auto const value = shown(change.heard.tag, change.heard.value, m_options.showSecrets);
-    if (!m_options.json)
+    auto const value = shown(change.heard.tag, change.heard.value, showSecrets);
+    if (!json)
         return fmt::format("{} {} = {}\n", change.time, name, cellText(value));
     Json const object{{"time", change.time}, {"tag", static_cast<int>(change.heard.tag)}, {"item", name}, {"value", value}};
     return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
@@ -36,7 +36,7 @@ std::string Watch::lines(Subscription::Taken const& taken)
     for (auto const& change : taken.changes) {
         if (m_options.count != 0 && m_told == m_options.count)
             return text;
-        text += line(change);
+        text += changeLine(change, m_options.json, m_options.showSecrets);
         ++m_told;
     }
     if (taken.missed != 0)

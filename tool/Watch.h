@@ -17,6 +17,9 @@ struct WatchOptions {
     bool showSecrets = false;
 };
 
+/// One line: the time and what changed, in JSON an object.
+std::string changeLine(Change const& change, bool json, bool showSecrets);
+
 class Watch {
 public:
     using Write = std::function<bool(std::string const& lines)>;
@@ -31,7 +34,6 @@ public:
     int close(Report const& report, std::ostream& out, std::ostream& err) const;
 
 private:
-    std::string line(Change const& change) const;
     std::string lines(Subscription::Taken const& taken);
 
     std::shared_ptr<Subscription> m_subscription;

@@ -4,6 +4,10 @@
 #include "Database.h"
 #include "Semaphore.h"
 
+#include <sys/resource.h>
+
+#include <csignal>
+
 namespace {
 
 /// Row `row` of version `version` of the SRTP table: its rank cell deliberately does not tell the row.
@@ -166,6 +170,39 @@ TEST_F(HostStorageTest, anInterruptedMendingIsCarriedOn)
     ASSERT_TRUE(open()) << m_error;
     EXPECT_EQ(read("SRTPEncryptionSettings", ""), table(1));
     EXPECT_TRUE(std::filesystem::exists(pathOf("mediadata.db.damaged-1")));
+}
+
+TEST_F(HostStorageTest, whatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
+{
+    auto const add = [this](char const* item) { m_platform->database().addToNextWrite({{1, "get", item, ""}}); };
+    auto const stored = [this] {
+        std::string items;
+        for (auto const& entry : m_platform->database().journal(10))
+            items += entry.item;
+        return items;
+    };
+    add("a");
+    add("b");
+    EXPECT_EQ(stored(), "ab") << "what waits is stored with what comes";
+    add("c");
+    EXPECT_EQ(stored(), "ab");
+    EXPECT_TRUE(write("AudioSettings", "RingerVolume", "3"));
+    EXPECT_EQ(stored(), "abc") << "in the next write's transaction";
+    add("d");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    rlimit const none{0, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &none);
+    EXPECT_FALSE(write("AudioSettings", "RingerMelody", "5"));
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(stored(), "abc");
+    EXPECT_TRUE(write("AudioSettings", "RingerMelody", "5"));
+    EXPECT_EQ(stored(), "abcd") << "kept over a write that failed";
+    add("e");
+    m_table.reset();
+    ASSERT_TRUE(open()) << m_error;
+    EXPECT_EQ(stored(), "abcde") << "stored by a clean close";
 }
 
 TEST_F(HostStorageTest, whatIsReadAheadAtStartIsNeitherStaleNorForgotten)

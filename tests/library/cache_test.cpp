@@ -140,14 +140,6 @@ TEST_F(CacheTest, aValueAnnouncedDuringItsRefusedWriteIsTakenBackByTheNextPass)
     EXPECT_EQ(listener.heard, (Texts{"61=5", "61=3"}));
 }
 
-TEST_F(CacheTest, aFailedEncryptionNeverStoresPlainText)
-{
-    start();
-    platform.failCall(1);
-    Cache::setData(eDataTagDoorOpener1Pin, std::string("1234"), false);
-    EXPECT_EQ(platform.databaseText("OcmsSettings", "DoorOpener1Pin").value_or("").find("1234"), std::string::npos);
-}
-
 TEST_F(CacheTest, aFailedReportIsToldThoughTheValueStays)
 {
     platform.managementAccepts(false);

@@ -167,29 +167,6 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
     EXPECT_EQ(number(eDataTagIceServerPort0), 99);
 }
 
-TEST_F(ExchangeTest, theFlagFileSetsItsFlagsAndTheHardwareFlagsThatHangOnThem)
-{
-    // The flag of Opus, its hardware flag, and the five of encryption by row: methods 2, 4, 3, 1, 0.
-    for (auto const& [file, opusTest, opusHardware, encryption] :
-         std::vector<std::tuple<std::string, bool, bool, std::string>>{
-             {"opus_test", true, true, "00011"},
-             {"opus_test false\n", false, false, "00011"},
-             {"opus_test FALSE\naes256_test true", false, true, "11111"},
-             {"aes256_test TRUE\n", false, true, "00011"},
-             {"opus_test maybe", false, true, "00011"},
-             {"", false, true, "00011"}}) {
-        SCOPED_TRACE(file);
-        platform.flagFile(file);
-        restart();
-        EXPECT_EQ(flag(eDataTagOpusTest), opusTest);
-        EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), opusHardware);
-        std::string flags;
-        for (int tag = eDataTagSRTPEncryptionHardwareAllowed1; tag <= eDataTagSRTPEncryptionHardwareAllowed5; ++tag)
-            flags += flag(static_cast<eDataTag>(tag)) ? '1' : '0';
-        EXPECT_EQ(flags, encryption);
-    }
-}
-
 TEST_F(ExchangeTest, aFlagThatLeavesTheFileKeepsItsValueUntilTheNextStart)
 {
     start();

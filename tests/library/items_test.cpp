@@ -2,12 +2,8 @@
 // the reviewed list by the tests of the tool.
 #include "Data/DataItem.h"
 #include "Data/DataItemBuilder.h"
-#include "Data/DataNames.h"
-#include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
 #include "ScriptedFixture.h"
 
-#include <map>
 #include <memory>
 #include <set>
 
@@ -143,25 +139,4 @@ TEST_F(ItemsTest, FindsNoRecordOfRowsThatAreSwitchedOffOrOutside)
     EXPECT_EQ(platform.logs(2), (std::vector<std::string>{"oops.. no record found for tag 806",
                                                           "DataItemBuilder::isUserData - no record found for tag 634"}));
     EXPECT_TRUE(Builder::verifyDataTable());
-}
-
-TEST_F(ItemsTest, SharesOneConstantPerNameSoThatAddressesCompare)
-{
-    auto const& stored = DataSourceDB::dataDbDescriptionTable;
-    auto const& managed = DataSourceOCMS::dataOCMSDescriptionTable;
-    EXPECT_EQ(stored[eDataTagIceServerType].element, &dasIceServerType);
-    EXPECT_EQ(managed[eDataTagMobilityDataUpdate].item, &ocmsMobilityDataUpdate);
-    EXPECT_EQ(stored[eDataTagCodecSettings].element, &dasTableFull);
-    EXPECT_EQ(dasTableFull, "");
-
-    std::map<std::string, std::set<std::string const*>> names;
-    for (int tag = 0; tag <= 806; ++tag) {
-        if (stored[tag].schema != nullptr)
-            names[*stored[tag].schema].insert(stored[tag].schema);
-        if (managed[tag].subItem != nullptr)
-            names["managed " + *managed[tag].item].insert(managed[tag].item);
-    }
-    EXPECT_EQ(names.size(), 12U + 3U);
-    for (auto const& [name, addresses] : names)
-        EXPECT_EQ(addresses.size(), 1U) << name;
 }

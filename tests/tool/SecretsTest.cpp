@@ -2,6 +2,7 @@
 // again, neither on the two streams nor in a file. A new verb is a new line of the table; `%` stands for the secret.
 #include "ToolRunner.h"
 
+#include <memory>
 #include <sstream>
 
 namespace ToolTest {
@@ -37,6 +38,9 @@ constexpr Line lines[]{
     {"diff --commands"},
     {"export"},
     {"export --secrets --passphrase-file -", "the words that lock it\n"},
+    {"import -", R"({"format": "mediadata export", "version": 1, "settings": {"camera-password-1": "%", "61": 4}})"},
+    {"import -",
+     R"({"format": "mediadata export", "version": 1, "settings": {"DoorOpener1Pin": "%-much-too-long-to-take"}})"},
     {"history"},
     {"reset audio"},
     {"mobility unmanaged"},
@@ -55,18 +59,36 @@ std::string filled(std::string text, std::string const& secret)
 TEST_F(Secrets, ComeOutNowhere)
 {
     std::string const mark = "Zq7Secret";
+    auto const expectNone = [&](std::string const& shown, std::string const& of) {
+        EXPECT_EQ(shown.find(mark), std::string::npos) << of << ": " << shown.substr(shown.find(mark));
+    };
     int number = 0;
-    for (auto const& line : lines)
-        for (std::string const form : {"", " --json"}) {
-            auto const secret = mark + std::to_string(++number);
-            std::istringstream text("--log-level=6 " + filled(line.words, secret) + form);
-            auto const answer = tool({std::istream_iterator<std::string>(text), {}}, filled(line.input, secret));
-            EXPECT_TRUE(answer.status == 0 || answer.status == 4) << line.words << answer.err;
-            EXPECT_NE(answer.err.find("log "), std::string::npos) << line.words << " logs nothing";
-            for (auto const& shown : {answer.out, answer.err})
-                EXPECT_EQ(shown.find(mark), std::string::npos)
-                    << line.words << form << ": " << shown.substr(shown.find(mark));
+    for (std::string const others : {"", "serve,watch,watch --json,"}) { // alone, and served by a process that others watch
+        std::vector<std::unique_ptr<Process>> processes;
+        std::istringstream list(others);
+        for (std::string words; std::getline(list, words, ',');) {
+            std::istringstream text("--log-level=6 " + words);
+            processes.emplace_back(
+                new Process(start(std::to_string(processes.size()), {std::istream_iterator<std::string>(text), {}})));
+            EXPECT_TRUE(words != "serve" || processes.back()->says("serving "));
         }
+        for (auto const& line : lines)
+            for (std::string const form : {"", " --json"}) {
+                auto const secret = mark + std::to_string(++number);
+                std::istringstream text("--log-level=6 " + filled(line.words, secret) + form);
+                auto const answer = tool({std::istream_iterator<std::string>(text), {}}, filled(line.input, secret));
+                bool const refused = !processes.empty() && line.words == std::string("shell");
+                EXPECT_TRUE(answer.status == 0 || answer.status == (refused ? 5 : 4)) << line.words << answer.err;
+                EXPECT_NE((answer.err + (processes.empty() ? "" : processes.front()->err())).find("log "), std::string::npos)
+                    << line.words << " logs nothing";
+                expectNone(answer.out + answer.err, line.words + form);
+            }
+        for (auto const& process : processes) {
+            EXPECT_TRUE(process == processes.front() || process->says("camera-password-1"));
+            process->end(SIGTERM);
+            expectNone(process->out() + process->err(), others);
+        }
+    }
     for (auto const& each : std::filesystem::recursive_directory_iterator(dataDirectory()))
         EXPECT_TRUE(each.is_directory() || slurp(each.path()).find(mark) == std::string::npos) << each.path();
     for (auto const* const item : {"camera-password-1", "camera-password-4", "door-opener-pin-4", "ice-server-pwd-1"}) {

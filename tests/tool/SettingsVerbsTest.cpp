@@ -38,13 +38,14 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
           "reset everything", "table ringing --alert Nobody.Calls"}},
         {4, {"set ringer-volume=9", "set 108=<Schema/>", "set codec[1]/type=0", "get 632", "mgmt changed ringer-volume=2"}},
         {5, {"get function-key-def-100"}},
-        {0, {"mgmt changed function-key-def-100=line", "get function-key-def-100", "mobility all", "mobility managed"}}};
+        {0, {"mgmt changed function-key-def-100=line", "get function-key-def-100", "mobility all", "mobility managed"}},
+        {4, {"country de", "country DEU"}}};
     for (auto const& [status, commands] : cases)
         for (auto const& command : commands) {
             EXPECT_EQ(tool(words(command)).status, status) << command;
             auto const answer = tool(words(command + " --json"));
             EXPECT_EQ(answer.json()["exit"], status) << command << answer.out;
-            EXPECT_TRUE(answer.err.empty() || answer.err.starts_with("log ")) << command << answer.err;
+            EXPECT_EQ(answer.err, "") << command;
         }
     telephone = "good.conf";
     auto const answer = tool({"get", "61"});
@@ -66,25 +67,36 @@ TEST_F(SettingsVerbs, FindAnItemByEachOfItsNames)
 
 TEST_F(SettingsVerbs, SuggestTheNearNamesOfAnUnknownOne)
 {
-    auto const text = tool({"get", "ringer-volum"});
-    EXPECT_EQ(text.out, "");
-    EXPECT_NE(text.err.find("ringer-volume"), std::string::npos);
     auto const json = tool({"get", "ringer-volum", "--json"}).json();
     EXPECT_EQ(json["errors"][0]["suggestions"][0], "ringer-volume");
-    EXPECT_EQ(json["exit"], 3);
 }
 
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
-    auto const answer =
-        tool({"set", "--json", "ringer-volume=9", "handset-volume=2", "headset-volume=7", "moh-enabled=FALSE"});
-    EXPECT_EQ(answer.status, 4);
-    std::string results;
-    auto const json = answer.json();
-    for (auto const& item : json["items"])
-        results += item["result"].get<std::string>() + " ";
-    EXPECT_EQ(results, "refused unchanged stored stored ");
-    EXPECT_EQ(value("51") + value("59"), "7\nfalse\n");
+    ASSERT_EQ(
+        tool(words("set SRTPEncryption[4]/method=0 SRTPEncryption[5]/method=1 SRTPEncryption[5]/allowed=false")).status, 0);
+    ASSERT_EQ(tool({"flags", "aes256_test=false"}).status, 0); // hides the first three rows
+    std::pair<Texts, char const*> const cases[]{
+        {words("set ringer-volume=9 handset-volume=2 headset-volume=7 moh-enabled=FALSE"),
+         "refused unchanged stored stored "},
+        {words("set SRTPEncryption[1]/rank=2"), "refused "}, // the next start reads hidden rows, too
+        {words("mgmt set SRTPEncryption[1]/rank=2 SRTPEncryption[1]/method=2"), "refused refused "},
+        {words("set HeadsetHardwareAllowed2=false headset[2]/rank=3"), "taken refused "},
+        {words("set OpusTest=true QosStatistics=x alert-identifier-3="), "refused taken stored "},
+        {{"set", "alert-identifier-0=a\x01", "codec[1]/packetSize=1"}, "refused stored "},
+        {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
+         "refused refused would store "}};
+    for (auto const& [command, expected] : cases) {
+        Texts asJson = command;
+        asJson.push_back("--json");
+        auto const answer = tool(asJson).json();
+        std::string results;
+        for (auto const& item : answer["items"])
+            results += item["result"].get<std::string>() + " ";
+        EXPECT_EQ(results, expected) << answer;
+    }
+    EXPECT_EQ(tool({"set", "--file", "-"}, std::string("63=a\0b", 6)).status, 4);
+    EXPECT_EQ(value("51") + value("59") + value("SRTPEncryption[5]/method"), "7\nfalse\n1\n");
 }
 
 TEST_F(SettingsVerbs, WriteNothingOnADryRun)
@@ -96,7 +108,6 @@ TEST_F(SettingsVerbs, WriteNothingOnADryRun)
     EXPECT_EQ(answer.status, 4);
     EXPECT_EQ(answer.json()["items"][0]["result"], "would store");
     EXPECT_EQ(answer.json()["items"][1]["reason"], "The provided value '1' is not even.");
-    EXPECT_EQ(answer.json()["items"][2]["result"], "unchanged");
     EXPECT_EQ(tool({"list", "--json"}).out, before);
 }
 
@@ -118,8 +129,6 @@ TEST_F(SettingsVerbs, PrintTheCatalogueThatPeopleReviewed)
 {
     auto const text = tool({"catalogue", "--format", "tsv"}).out;
     EXPECT_EQ(text, slurp(MEDIADATA_SOURCE_DIR "/tests/catalogue.tsv"));
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 807);
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\t'), 807 * 13);
     EXPECT_EQ(tool({"catalogue", "--format", "json"}).json()["catalogue"].size(), 807U);
 }
 
