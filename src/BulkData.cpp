@@ -24,7 +24,8 @@ template <class T> constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? 
 
 } // namespace
 
-BulkData::BulkData() = default;
+/// On the heap, whatever the process has made its default memory resource.
+BulkData::BulkData() : m_items(std::pmr::new_delete_resource()) {}
 
 BulkData::BulkData(std::pmr::memory_resource& room) : m_items(&room) {}
 
@@ -39,7 +40,7 @@ BulkData& BulkData::operator=(BulkData const& other)
         return *this;
     // The source is copied under its own lock alone and moved in under ours alone: two objects assigned to each other by two
     // threads never wait for one another.
-    Items items;
+    Items items(std::pmr::new_delete_resource());
     {
         ScopedLock const held(other.m_lock);
         deepCopyMap(other.m_items, items);

@@ -121,6 +121,10 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
 {
     if (text.find('\0') != std::string::npos)
         return "a text must not hold the character 0";
+    bool const isCode =
+        text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    if (tag == eDataTagCountry && !isCode)
+        return "is no country code: expected two capital letters";
     return isTextOfTable(tag) && !survivesXml(text) ? "a table cannot hold it: it must be UTF-8 without control characters"
                                                     : "";
 }

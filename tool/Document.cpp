@@ -10,7 +10,6 @@
 #include "Data/RankedTables.h"
 
 #include "HostPlatform.h"
-#include "ManagementService.h"
 
 #include <array>
 #include <utility>

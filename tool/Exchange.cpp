@@ -1,5 +1,6 @@
 #include "Exchange.h"
 
+#include "Accepted.h"
 #include "Changes.h"
 #include "Device.h"
 #include "Document.h"
@@ -190,10 +191,10 @@ private:
         auto const old = service.find(name);
         auto& other = add(name, old == service.end() ? Json() : Json(old->second), wanted);
         auto const tag = *findItem(name);
-        std::string reason;
+        auto reason = whyUnfit(tag, wanted);
         if (DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia)
             refuse(other, {}, "belongs to the media component: give it under settings");
-        else if (exists(tag) && validate(tag, wanted, reason).is_null())
+        else if (!reason.empty() || (exists(tag) && validate(tag, wanted, reason).is_null()))
             refuse(other, {}, reason);
         m_session.history().ask(tag);
     }

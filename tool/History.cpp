@@ -5,8 +5,6 @@
 #include "Outcomes.h"
 #include "Session.h"
 
-#include "Data/DataItemBuilder.h"
-
 #include "Files.h"
 #include "HostPlatform.h"
 
@@ -206,6 +204,8 @@ Report history(Session& session, std::string const& pattern, std::size_t limit)
         auto const item = entry["item"].get<std::string>();
         return !pattern.empty() && !names.contains(item) && item.find(pattern) == std::string::npos;
     });
+    if (error.empty() && entries.empty() && !pattern.empty() && names.empty())
+        return failure(exitUnknownItem, pattern, "matches no item and no entry", namesNear(pattern));
     auto const first = entries.size() - std::min(limit, entries.size());
     Section section{"history", Layout::Table, {"time", "who", "item", "old", "new", "result", "reason"}, {}};
     section.headings = 2;
@@ -219,7 +219,7 @@ Report history(Session& session, std::string const& pattern, std::size_t limit)
     Report report{exitOk, {std::move(section)}};
     if (!error.empty())
         report.fail(exitStorage, {"", error});
-    else if (report.sections.front().rows.empty())
+    else if (entries.empty())
         report.notes.emplace_back(pattern.empty() ? "Nothing was changed yet." : "No change of such an item is known.");
     else if (first > 0)
         report.notes.push_back(std::to_string(first) + " older entries; --limit shows more.");

@@ -266,10 +266,6 @@ Report country(Session& session, std::optional<std::string> const& code)
 {
     Report report;
     if (code) {
-        bool const isCode =
-            code->size() == 2 && std::all_of(code->begin(), code->end(), [](char c) { return c >= 'A' && c <= 'Z'; });
-        if (!isCode)
-            return failure(exitRefused, *code, "is no country code: expected two capital letters");
         report = managementChanged(session, {{nameOf(eDataTagCountry), *code}});
         if (report.code != exitOk)
             return report;

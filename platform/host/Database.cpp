@@ -1,7 +1,7 @@
 // SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses
 // every statement but reading and changing rows of the two tables, and each statement is prepared once, from one fixed
-// list, when it is first needed. One transaction is one sync of the write-ahead log. The file is locked for this connection alone, hence needs no
-// shared memory.
+// list, when it is first needed. One transaction is one sync of the write-ahead log. The file is locked for this connection
+// alone, hence needs no shared memory.
 #include "Database.h"
 
 #include "HostLog.h"
@@ -9,6 +9,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #define UNIT "Database"
@@ -287,8 +288,6 @@ bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntr
 bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     m_ahead.reset();
-    if (items.empty() && journal.empty() && m_waiting.empty())
-        return true;
     if (!m_waiting.empty()) {
         std::vector<JournalEntry> all = m_waiting;
         all.insert(all.end(), journal.begin(), journal.end());
@@ -298,6 +297,8 @@ bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<Jou
         }
         // What waited must not stand in the way of a change, and goes on waiting.
     }
+    if (items.empty() && journal.empty())
+        return m_waiting.empty();
     return transact(items, journal);
 }
 
@@ -310,10 +311,11 @@ bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry c
 void Database::addToNextWrite(std::vector<JournalEntry> entries)
 {
     std::lock_guard const lock(m_mutex);
-    if (m_waiting.empty())
-        m_waiting = std::move(entries);
-    else
-        writeWithWaiting({}, entries);
+    bool const waited = !m_waiting.empty();
+    m_waiting.insert(m_waiting.end(), std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()));
+    // A journal that cannot be kept must not grow without end.
+    if (waited && !writeWithWaiting({}, {}) && m_waiting.size() > journalLimit)
+        m_waiting.erase(m_waiting.begin(), m_waiting.end() - static_cast<std::ptrdiff_t>(journalLimit));
 }
 
 std::vector<StoredItem> Database::list(std::string const& prefix)

@@ -145,7 +145,7 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
 
 /// `persisted` becomes true when the value went into the database. What is rare is called and not inlined, so that the way of
 /// an unchanged value is short.
-template <class T> inline bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
 {
     ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);

@@ -66,11 +66,13 @@ template <class T> void DataCache::addChange(DataItemBase const& item, Notices& 
 void DataCache::collectChanges(Notices& notices)
 {
     m_changed = false;
-    for (; m_touchedBegin < m_touchedEnd; ++m_touchedBegin) {
-        if (!m_touched[m_touchedBegin])
+    while (m_touchedBegin < m_touchedEnd) {
+        auto const index =
+            m_touchedBegin++; // counted first: who reads the log may write, which starts a pass or adds to this one
+        if (!m_touched[index])
             continue;
-        m_touched.reset(m_touchedBegin);
-        auto* const item = m_dataMap[m_touchedBegin];
+        m_touched.reset(index);
+        auto* const item = m_dataMap[index];
         if (!item || !item->takeChange())
             continue;
         auto const tag = item->tag();

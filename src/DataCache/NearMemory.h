@@ -19,7 +19,9 @@ public:
 
 private:
     static constexpr std::size_t alignment = alignof(std::max_align_t);
+    static_assert(alignment <= __STDCPP_DEFAULT_NEW_ALIGNMENT__);
 
+    /// The nodes of maps and lists hold nothing that needs more than the usual alignment.
     void* do_allocate(std::size_t size, std::size_t) override
     {
         size = (size + alignment - 1) / alignment * alignment;
