@@ -108,6 +108,7 @@ private:
     using Notices = std::pmr::forward_list<Notice>;
 
     template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, bool& persisted);
+    template <class T> inline bool setUnlessPresent(eDataTag tag, T const& value, bool& persisted);
     template <class T>
     MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present, bool& persisted);
     template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value);

@@ -145,7 +145,7 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
 
 /// `persisted` becomes true when the value went into the database. What is rare is called and not inlined, so that the way of
 /// an unchanged value is short.
-template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
+template <class T> inline bool DataCache::setUnlessPresent(eDataTag tag, T const& value, bool& persisted)
 {
     ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);
@@ -161,11 +161,16 @@ template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bo
     return changeValue(*item, value, present, persisted);
 }
 
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
+{
+    return setUnlessPresent(tag, value, persisted);
+}
+
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
     ScopedLock const held(*m_lock);
     bool persisted = false;
-    bool stored = setDataValue(tag, value, persisted) && updateDataInSourceDB();
+    bool stored = setUnlessPresent(tag, value, persisted) && updateDataInSourceDB();
     if (stored && persisted && toManagement) {
         stored = writeDataToSourceOCMS(tag, value);
         if (!stored)
