@@ -87,6 +87,12 @@ std::string textAt(std::string const& place, Json const& value)
     return text;
 }
 
+/// A value as a message quotes it.
+std::string quoted(Json const& value)
+{
+    return value.dump(-1, ' ', false, Json::error_handler_t::replace).substr(0, 60);
+}
+
 /// A value in the item's own type.
 Json valueAt(std::string const& place, Json const& value, eDataItemType type)
 {
@@ -94,9 +100,9 @@ Json valueAt(std::string const& place, Json const& value, eDataItemType type)
     if (type == eDataItemTypeInt ? isInt : type == eDataItemTypeBool && value.is_boolean())
         return value;
     if (type == eDataItemTypeInt || type == eDataItemTypeBool)
-        throw Fault{place, fmt::format("expected {}, found {}",
-                                       type == eDataItemTypeInt ? "a whole number of 32 bits" : "true or false",
-                                       value.dump(-1, ' ', false, Json::error_handler_t::replace).substr(0, 60))};
+        throw Fault{place,
+                    fmt::format("expected {}, found {}",
+                                type == eDataItemTypeInt ? "a whole number of 32 bits" : "true or false", quoted(value))};
     return textAt(place, value);
 }
 
@@ -219,7 +225,7 @@ void readMembers(Json const& root, Document& document)
     if (!root.is_object() || root.value("format", Json()) != Json(formatName))
         throw Fault{"format", fmt::format("this is no export: expected \"format\": \"{}\"", formatName)};
     if (root.value("version", Json()) != Json(formatVersion))
-        throw Fault{"version", fmt::format("expected {}, found {}", formatVersion, root.value("version", Json()).dump())};
+        throw Fault{"version", fmt::format("expected {}, found {}", formatVersion, quoted(root.value("version", Json())))};
     for (auto const& [name, value] : root.items()) {
         auto const known = std::find_if(std::begin(members), std::end(members),
                                         [&, &word = name](Member const& each) { return each.name == word; });

@@ -131,7 +131,8 @@ Report list(Session& session, std::string const& pattern, bool changedOnly)
                                     shown(tag, value, session.options().showSecrets)});
     }
     if (section.rows.empty())
-        report.notes.emplace_back("Nothing differs from the defaults.");
+        report.notes.emplace_back(changedOnly ? "Nothing differs from the defaults."
+                                              : "The catalogue has what matches switched off.");
     report.sections.push_back(std::move(section));
     return report;
 }
@@ -172,8 +173,7 @@ Report describe(Session& session, std::string const& item)
     std::vector<std::pair<char const*, Json>> const lines{
         {"item", nameOf(*tag)},
         {"tag", static_cast<int>(*tag)},
-        {"value",
-         exists(*tag) ? shown(*tag, readValue(*tag).value_or(Json()), secrets) : Json("switched off in the catalogue")},
+        {"value", shown(*tag, readValue(*tag).value_or(Json()), secrets)},
         {"type", typeName(record.value.type)},
         {"default", exists(*tag) ? Json(record.value.text) : Json()},
         {"accepted", acceptedText(*tag)},

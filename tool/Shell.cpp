@@ -108,7 +108,7 @@ char** complete(char const* text, int start, int)
 struct {
     std::mutex mutex; ///< guards the lines
     std::string lines;
-    Host::FileDescriptor event{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    Host::FileDescriptor event{}; ///< of runShell(): before main() it would become a standard stream that the caller closed
 } news;
 
 void tell(std::string const& lines, bool atOnce)
@@ -234,6 +234,7 @@ bool splitWords(std::string const& line, std::vector<std::string>& words)
 int runShell(Workbench& workbench, Server& server, int end)
 {
     endDescriptor = end;
+    news.event = Host::FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     Filter watch;
     auto const options = workbench.options;
     bool const isTerminal = ::isatty(STDIN_FILENO) == 1;

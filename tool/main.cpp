@@ -1,6 +1,7 @@
 // mediadata: the workbench for the settings of a telephone's media process.
 #include "CommandLine.h"
 
+#include <csignal>
 #include <exception>
 #include <iostream>
 
@@ -24,6 +25,7 @@ void holdStandardStreams()
 int main(int count, char** words)
 {
     holdStandardStreams();
+    std::signal(SIGXFSZ, SIG_IGN); // A write beyond the limit of a file's size fails like one to a full disk.
     try {
         Tool::Workbench workbench;
         return Tool::runCommand(workbench, {words + (count > 0 ? 1 : 0), words + count});
