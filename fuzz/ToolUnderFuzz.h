@@ -40,6 +40,9 @@ public:
             Tool::importDocument(tool.session(), tool.m_base, {});
             if (tool.kept() != tool.m_text)
                 tool.start();
+            // Its two files would soon be so long that whoever reads them takes most of the time.
+            std::filesystem::remove(tool.m_path + "/data/mediadata.history");
+            std::filesystem::remove(tool.m_path + "/data/mediadata.history.1");
             tool.m_state = tool.state();
         }
         return tool;

@@ -27,8 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::map<std::string, std::string> told;
     for (std::string const& line : Fuzz::linesOf(data, size)) {
         std::istringstream words(line);
-        std::string name;
-        std::string value;
+        std::string name, value;
         words >> name >> value;
         told[name] = value.empty() ? "true" : value;
     }

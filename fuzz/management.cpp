@@ -19,14 +19,12 @@ Names namesOf(DataSourceOCMS::OcmsDescription const& row)
 /// The tags of the single items by their names.
 std::map<Names, eDataTag> const& singles()
 {
-    static std::map<Names, eDataTag> const result = [] {
-        std::map<Names, eDataTag> tags;
+    static std::map<Names, eDataTag> tags;
+    if (tags.empty())
         for (auto const& row : DataSourceOCMS::dataOCMSDescriptionTable)
             if (row.item != nullptr && Fuzz::isSingle(row.tag))
                 tags.emplace(namesOf(row), row.tag);
-        return tags;
-    }();
-    return result;
+    return tags;
 }
 
 /// Adds what a line names; a record has few entries, since it is searched through.

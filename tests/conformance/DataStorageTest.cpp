@@ -8,38 +8,35 @@
 
 namespace {
 
-/// A table of the database: its rows as the library sends them, filled with `text` where a cell takes any text.
+/// A table of the database: its rows as the library sends them, with the cells named here.
 struct TableCase {
-    char const* schema;
-    int rows;
-    std::string (*fragment)(int row, std::string const& text);
+    char const *schema, *number, *text;
+    int rows, firstNumber;
+    bool wholeEntries = false;
+
+    /// One row, with `content` where a cell takes any text.
+    std::string fragment(int row, std::string const& content) const
+    {
+        auto const cell = element(text, content), place = element(number, std::to_string(firstNumber + row));
+        return wholeEntries ? element("Entry", place + cell) : cell + place;
+    }
+
+    static std::string element(std::string const& name, std::string const& content)
+    {
+        return "<" + name + ">" + content + "</" + name + ">";
+    }
 };
 
-std::string element(std::string const& name, std::string const& text)
-{
-    return "<" + name + ">" + text + "</" + name + ">";
-}
-
-TableCase const tableCases[] = {
-    {"CodecSettings", 4,
-     [](int row, std::string const& text) {
-         return element("CodecType", text) + element("CodecRank", std::to_string(row + 1));
-     }},
-    {"SRTPEncryptionSettings", 5,
-     [](int row, std::string const& text) { return element("Method", text) + element("Rank", std::to_string(row + 1)); }},
-    {"HeadsetPriorities", 3,
-     [](int row, std::string const& text) { return element("Type", text) + element("Rank", std::to_string(row + 1)); }},
-    {"DistinctiveRinging", 15, [](int row, std::string const& text) {
-         return element("Entry", element("DistinctiveRingerIndex", std::to_string(row)) + element("AlertIdentifier", text));
-     }}};
+TableCase const tableCases[] = {{"CodecSettings", "CodecRank", "CodecType", 4, 1},
+                                {"SRTPEncryptionSettings", "Rank", "Method", 5, 1},
+                                {"HeadsetPriorities", "Rank", "Type", 3, 1},
+                                {"DistinctiveRinging", "DistinctiveRingerIndex", "AlertIdentifier", 15, 0, true}};
 
 std::string expectedText(TableCase const& table, std::string const& text)
 {
     std::string xml;
-    for (int row = 0; row < table.rows; ++row) {
-        std::string const fragment = table.fragment(row, text);
-        xml += fragment.starts_with("<Entry>") ? fragment : element("Entry", fragment);
-    }
+    for (int row = 0; row < table.rows; ++row)
+        xml += table.wholeEntries ? table.fragment(row, text) : TableCase::element("Entry", table.fragment(row, text));
     return "<Schema name=\"" + std::string(table.schema) + "\">" + xml + "</Schema>";
 }
 
@@ -75,15 +72,16 @@ TEST_F(Database, AnswersFailureForWhatWasNeverStoredAndEmptyTextForEmptyText)
 
 TEST_F(Database, KeepsEveryTextToTheByteAcrossReplacementAndRestart)
 {
-    std::vector<std::string> const texts{"5",
-                                         "",
-                                         " padded ",
-                                         "line\nfeed",
-                                         "'; DROP TABLE x; --",
-                                         "<b>&amp;",
-                                         "p\xc3\xb6t",
-                                         std::string("a\0b", 3),
-                                         std::string(64 * 1024, 'x')};
+    using namespace std::string_literals;
+    std::vector const texts{"5"s,
+                            ""s,
+                            " padded "s,
+                            "line\nfeed"s,
+                            "'; DROP TABLE x; --"s,
+                            "<b>&amp;"s,
+                            "p\xc3\xb6t"s,
+                            "a\0b"s,
+                            std::string(64 * 1024, 'x')};
     auto const name = [](std::size_t i) { return "Element" + std::to_string(i); };
     for (std::size_t i = 0; i < texts.size(); ++i) {
         EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(i), "earlier"));

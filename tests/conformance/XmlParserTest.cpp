@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 
 namespace {
@@ -30,15 +31,17 @@ std::string events(std::string const& xml)
     return parser.parseMessage(xml.data(), static_cast<int>(xml.size())) ? log : "refused";
 }
 
+std::string repeated(int count, std::function<std::string(int)> const& part)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += part(i);
+    return text;
+}
+
 std::string nested(int depth)
 {
-    std::string open;
-    std::string close;
-    for (int i = 0; i < depth; ++i) {
-        open += "<e>";
-        close += "</e>";
-    }
-    return open + "x" + close;
+    return repeated(depth, [](int) { return "<e>"; }) + "x" + repeated(depth, [](int) { return "</e>"; });
 }
 
 } // namespace
@@ -49,10 +52,7 @@ class XmlParserPromise : public testing::Test {
 
 TEST_F(XmlParserPromise, GivesEachElementItsTextOnceAndNothingBetweenElements)
 {
-    struct {
-        char const* xml;
-        char const* events;
-    } const cases[] = {
+    std::pair<char const*, char const*> const cases[] = {
         {"<a>1</a>", "+a'1'-a"},
         {"<S name=\"N\"><E><A>1</A><B>true</B></E></S>", "+S(name=N)+E+A'1'-A+B'true'-B-E-S"},
         {"<?xml version=\"1.0\"?>\n<S>\n  <A>1</A>\n\t<B>2</B>\r\n</S>\n", "+S+A'1'-A+B'2'-B-S"},
@@ -64,8 +64,8 @@ TEST_F(XmlParserPromise, GivesEachElementItsTextOnceAndNothingBetweenElements)
         {"<a>x<!-- remark -->y</a>", "+a'xy'-a"},
         {"<a p='1' q='2'/>", "+a(p=1)(q=2)-a"},
     };
-    for (auto const& c : cases)
-        EXPECT_EQ(events(c.xml), c.events) << c.xml;
+    for (auto const& [xml, expected] : cases)
+        EXPECT_EQ(events(xml), expected) << xml;
     std::string const longText(200000, 'x');
     EXPECT_EQ(events("<a>" + longText + "</a>"), "+a'" + longText + "'-a");
 }
@@ -81,12 +81,6 @@ TEST_F(XmlParserPromise, RefusesWhatIsNotWellFormed)
 /// What is made to exhaust a parser: refused wherever it comes, below the limit of size and beyond it.
 TEST_F(XmlParserPromise, RefusesDepthAndSizeAndWhatIsMadeToExhaustIt)
 {
-    auto const repeated = [](int count, auto const& part) {
-        std::string text;
-        for (int i = 0; i < count; ++i)
-            text += part(i);
-        return text;
-    };
     auto const chain = [&](int links) {
         return "<!DOCTYPE a [<!ENTITY e0 \"x\">" +
                repeated(links,
@@ -99,10 +93,7 @@ TEST_F(XmlParserPromise, RefusesDepthAndSizeAndWhatIsMadeToExhaustIt)
     };
     auto const attribute = [](std::size_t size) { return "<e a='" + std::string(size, 'x') + "'/>"; };
     constexpr std::size_t mebibyte = 1024 * 1024;
-    struct {
-        char const* name;
-        std::string xml;
-    } const cases[] = {
+    std::pair<char const*, std::string> const cases[] = {
         {"an entity chain of 60,000 links", chain(60000)},
         {"a document type", "<!DOCTYPE a><a>1</a>"},
         {"the chain behind an element", "<a/>" + chain(20000)},
@@ -119,9 +110,9 @@ TEST_F(XmlParserPromise, RefusesDepthAndSizeAndWhatIsMadeToExhaustIt)
         {"the end of our own root", "</sequence><sequence>" + opened(17)},
     };
     std::chrono::duration<double, std::milli> slowest{};
-    for (auto const& c : cases) {
+    for (auto const& [name, xml] : cases) {
         auto const begin = std::chrono::steady_clock::now();
-        EXPECT_EQ(events(c.xml), "refused") << c.name;
+        EXPECT_EQ(events(xml), "refused") << name;
         slowest = std::max<decltype(slowest)>(slowest, std::chrono::steady_clock::now() - begin);
     }
     std::printf("hostile XML: the slowest of %zu texts took %.1f ms\n", std::size(cases), slowest.count());

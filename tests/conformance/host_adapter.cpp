@@ -36,10 +36,8 @@ public:
 private:
     void open()
     {
-        Host::Options options;
-        options.directory = m_directory;
         std::string error;
-        m_platform = Host::Platform::open(options, error);
+        m_platform = Host::Platform::open({m_directory, std::nullopt}, error);
         if (m_platform == nullptr)
             throw std::runtime_error(error);
     }

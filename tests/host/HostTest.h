@@ -7,8 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -52,6 +54,16 @@ protected:
     bool write(std::string const& schema, std::string const& element, std::string const& text)
     {
         return DataStorage(*m_platform, schema).setDataItem(element, text);
+    }
+
+    /// No file may grow beyond this size, as far as the limit that the process started with allows.
+    static void limitFiles(rlim_t size = RLIM_INFINITY)
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        rlimit limit{};
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = std::min(size, limit.rlim_max);
+        ::setrlimit(RLIMIT_FSIZE, &limit);
     }
 
     std::string m_parent;

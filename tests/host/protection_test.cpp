@@ -18,8 +18,7 @@ class HostProtectionTest : public HostTest {};
 
 unsigned modeOf(fs::path const& path)
 {
-    struct stat status {};
-    return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+    return static_cast<unsigned>(fs::symlink_status(path).permissions());
 }
 
 std::string contentOf(fs::path const& path)
@@ -47,11 +46,7 @@ TEST_F(HostProtectionTest, everythingIsPrivateWhateverTheUmask)
 
 TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
 {
-    struct Impostor {
-        char const* name;
-        void (*make)(fs::path const& place, fs::path const& elsewhere);
-    };
-    Impostor const impostors[] = {
+    std::pair<char const*, void (*)(fs::path const& place, fs::path const& elsewhere)> const impostors[] = {
         {"symbolic link", [](fs::path const& place, fs::path const& elsewhere) { fs::create_symlink(elsewhere, place); }},
         {"dangling link", [](fs::path const& place, fs::path const&) { fs::create_symlink("nowhere", place); }},
         {"hard link", [](fs::path const& place, fs::path const& elsewhere) { fs::create_hard_link(elsewhere, place); }},
@@ -60,19 +55,17 @@ TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
         {"device", [](fs::path const& place, fs::path const&) { fs::create_symlink("/dev/full", place); }}};
     for (std::string const name : {"mediadata.db", "mediadata.db-wal", "mediadata.db.mended", "secret.key", "mediadata.lock",
                                    "data/database/media_config"})
-        for (Impostor const& impostor : impostors) {
+        for (auto const& [impostor, make] : impostors) {
             ASSERT_TRUE(open()) << m_error;
             ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
             close();
-            fs::path const place = pathOf(name);
-            fs::path const elsewhere = m_parent + "/elsewhere";
+            fs::path const place = pathOf(name), elsewhere = m_parent + "/elsewhere", saved = m_parent + "/saved";
             std::ofstream(elsewhere) << "32 bytes of somebody else's data";
-            fs::path const saved = m_parent + "/saved";
             if (fs::exists(place))
                 fs::rename(place, saved);
-            impostor.make(place, elsewhere);
-            EXPECT_FALSE(open()) << impostor.name << " as " << name;
-            EXPECT_NE(m_error.find(name), std::string::npos) << impostor.name << ": " << m_error;
+            make(place, elsewhere);
+            EXPECT_FALSE(open()) << impostor << " as " << name;
+            EXPECT_NE(m_error.find(name), std::string::npos) << impostor << ": " << m_error;
             EXPECT_EQ(contentOf(elsewhere), "32 bytes of somebody else's data");
             fs::remove(place);
             if (fs::exists(saved))
@@ -101,11 +94,8 @@ TEST_F(HostProtectionTest, aDirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRe
 TEST_F(HostProtectionTest, aSecretComesBackUnderItsOwnKeyOnly)
 {
     ASSERT_TRUE(open()) << m_error;
-    std::string stored;
-    std::string again;
-    std::string plain;
-    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", stored));
-    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", again));
+    std::string stored, again, plain;
+    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", stored) && DasCrypt::toEncryptedText("open sesame", again));
     EXPECT_NE(stored, again) << "equal secrets must not look equal";
     ASSERT_TRUE(write("ICESettings", "IceServerPwd0", stored));
     close();
@@ -131,8 +121,7 @@ struct Agent : MgmtAgentIfc {
     {
         for (ManageableData::Entry const& each : record.entries())
             heard.push_back(each.item + "=" + each.value);
-        ManageableData inner;
-        inner.populate("system-identifier", "system-identifier", "from inside");
+        auto inner = ::record("system-identifier", "from inside");
         service.requestSet(inner);
     }
     Host::ManagementService& service;

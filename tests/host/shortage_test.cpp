@@ -1,10 +1,8 @@
 // Where nothing can be written: refused with the thing's name, and what was stored before is there afterwards.
 #include "HostTest.h"
 
-#include <csignal>
 #include <sched.h>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -46,13 +44,9 @@ protected:
 
 TEST_F(HostShortageTest, filesThatCannotGrowBeyondAnySizeLoseNothing)
 {
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
     for (rlim_t limit = 0; limit < 150'000; limit = limit * 3 / 2 + 30) {
-        rlimit const tight{limit, before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &tight);
-        writeUntilRefused([&] { ::setrlimit(RLIMIT_FSIZE, &before); });
+        limitFiles(limit);
+        writeUntilRefused([] { limitFiles(); });
         fs::remove_all(m_directory);
     }
 }

@@ -4,10 +4,6 @@
 #include "Database.h"
 #include "Semaphore.h"
 
-#include <sys/resource.h>
-
-#include <csignal>
-
 namespace {
 
 /// Row `row` of version `version` of the SRTP table: its rank cell deliberately does not tell the row.
@@ -189,13 +185,9 @@ TEST_F(HostStorageTest, whatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
     EXPECT_TRUE(write("AudioSettings", "RingerVolume", "3"));
     EXPECT_EQ(stored(), "abc") << "in the next write's transaction";
     add("d");
-    std::signal(SIGXFSZ, SIG_IGN);
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    rlimit const none{0, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &none);
+    limitFiles(0);
     EXPECT_FALSE(write("AudioSettings", "RingerMelody", "5"));
-    ::setrlimit(RLIMIT_FSIZE, &before);
+    limitFiles();
     EXPECT_EQ(stored(), "abc");
     EXPECT_TRUE(write("AudioSettings", "RingerMelody", "5"));
     EXPECT_EQ(stored(), "abcd") << "kept over a write that failed";

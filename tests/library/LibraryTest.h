@@ -20,6 +20,19 @@ inline std::string valueText(Data::BulkDataItem const& item)
                                                       : std::to_string(item.intValue);
 }
 
+/// The present text of a tag that the cache holds.
+inline std::string presentText(Data::eDataTag tag)
+{
+    using Cache = Media::MediaDataCache;
+    Data::BulkDataItem item;
+    item.itemType = Cache::getItemType(tag);
+    EXPECT_TRUE(item.itemType == Data::eDataItemTypeInt    ? Cache::getData(tag, item.intValue)
+                : item.itemType == Data::eDataItemTypeBool ? Cache::getData(tag, item.boolValue)
+                                                           : Cache::getData(tag, item.stringValue))
+        << tag;
+    return valueText(item);
+}
+
 /// What a client heard: one text per notification, "tag=value tag=value".
 class Listener : public DataUpdateCallback {
 public:
@@ -58,10 +71,11 @@ protected:
         ScriptedTest::TearDown();
     }
 
-    /// Starts the library and forgets the calls that takes.
+    /// Starts the library and forgets the calls that takes and what was heard before.
     void start()
     {
         Cache::init(platform);
+        listener.heard.clear();
         platform.clearJournal();
         platform.clearLogs();
     }
@@ -73,27 +87,6 @@ protected:
     }
 
     void listen(std::list<Data::eDataTag> const& tags) { EXPECT_TRUE(Cache::registerCallback(tags, &listener)); }
-
-    static int number(Data::eDataTag tag)
-    {
-        int value = -1;
-        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
-        return value;
-    }
-
-    static std::string text(Data::eDataTag tag)
-    {
-        std::string value;
-        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
-        return value;
-    }
-
-    static bool flag(Data::eDataTag tag)
-    {
-        bool value = false;
-        EXPECT_TRUE(Cache::getData(tag, value)) << tag;
-        return value;
-    }
 
     Listener listener;
 };

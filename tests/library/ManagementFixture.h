@@ -2,8 +2,7 @@
 #pragma once
 
 #include "DataSourceOCMS/DataSourceOCMS.h"
-
-#include "ScriptedFixture.h"
+#include "TablesTest.h"
 
 #include "ManageableData.h"
 

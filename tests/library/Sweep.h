@@ -6,8 +6,6 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 
-#include <string>
-
 /// The tags that the cache holds: its own and the observed ones.
 inline std::list<Data::eDataTag> heldTags()
 {
@@ -27,23 +25,6 @@ inline std::string const* keepingSchema(Data::eDataTag tag)
 {
     auto const& row = databaseRow(tag);
     return row.schema ? row.schema : databaseRow(row.parentTable).schema;
-}
-
-/// The present text of a tag that the cache holds.
-inline std::string presentText(Data::eDataTag tag)
-{
-    using Cache = Media::MediaDataCache;
-    int number = 0;
-    bool flag = false;
-    std::string text;
-    auto const type = Data::DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.type;
-    EXPECT_TRUE(type == Data::eDataItemTypeInt    ? Cache::getData(tag, number)
-                : type == Data::eDataItemTypeBool ? Cache::getData(tag, flag)
-                                                  : Cache::getData(tag, text))
-        << tag;
-    return type == Data::eDataItemTypeInt    ? std::to_string(number)
-           : type == Data::eDataItemTypeBool ? (flag ? "true" : "false")
-                                             : text;
 }
 
 /// The present texts of the tags that the cache holds, of tables only their cells: what a table keeps of its own is the

@@ -10,6 +10,20 @@
 #include <string>
 #include <vector>
 
+/// Cells from `first` on, one letter each: '+' stands for true, '-' for false, '~' for -1, ' ' for none.
+inline Data::DataTagValue_t column(Data::eDataTag first, std::string const& letters)
+{
+    Data::DataTagValue_t cells;
+    for (char const letter : letters) {
+        auto const tag = static_cast<Data::eDataTag>(first + static_cast<int>(cells.size()));
+        cells[tag] = letter == '+'   ? "true"
+                     : letter == '-' ? "false"
+                     : letter == '~' ? "-1"
+                                     : std::string(letter != ' ', letter);
+    }
+    return cells;
+}
+
 /// Holds the cells with their catalogue defaults and remembers what the handler set.
 class CellStore : public Data::DataDBCallback {
 public:
@@ -21,26 +35,23 @@ public:
 
     CellStore()
     {
-        for (int tag = 1; tag < Data::eDataTagEnd; ++tag)
-            cells[static_cast<Data::eDataTag>(tag)];
+        cells = column(static_cast<Data::eDataTag>(1), std::string(Data::eDataTagEnd - 1, ' '));
         Data::DataCache::DataItemBuilder::getDefaultValues(cells, Data::eDataComponentMedia, false);
     }
 
     void dbCBGetDataValues(Data::DataTagValue_t& values) override
     {
         for (auto& [tag, text] : values)
-            if (auto const cell = cells.find(tag); cell != cells.end())
-                text = cell->second;
+            text = cells.contains(tag) ? cells.at(tag) : text;
     }
 
     bool dbCBSetDataValues(Data::DataTagValue_t const& values, bool persist, bool toManagement) override
     {
         sets.push_back({values, persist, toManagement});
-        for (auto const& [tag, text] : values)
-            cells[tag] = text;
+        take(values);
         if (onSet)
             onSet();
-        return accepts;
+        return true;
     }
 
     void dbCBGetFailed(Data::eDataTag tag) override { ADD_FAILURE() << "no table reports single values: " << tag; }
@@ -50,11 +61,16 @@ public:
         Data::DataCache::DataItemBuilder::getDefaultValues(values, Data::eDataComponentMedia, false);
         for (auto const& [tag, text] : instead)
             values[tag] = text;
-        for (auto const& [tag, text] : values)
-            cells[tag] = text;
+        take(values);
     }
 
     bool dbCBQueryIsTableUserData(Data::eDataTag table) override { return userTables.contains(table); }
+
+    void take(Data::DataTagValue_t const& values)
+    {
+        for (auto const& [tag, text] : values)
+            cells[tag] = text;
+    }
 
     /// The texts of a table that were persisted, in order.
     std::vector<std::string> stored(Data::eDataTag table) const
@@ -71,7 +87,6 @@ public:
     std::vector<Set> sets;
     std::set<Data::eDataTag> userTables;
     std::function<void()> onSet;
-    bool accepts = true;
 };
 
 class TablesTest : public ScriptedTest {
@@ -80,12 +95,6 @@ protected:
     Data::DataTagValue_t range(Data::eDataTag first, Data::eDataTag last) const
     {
         return {store.cells.lower_bound(first), store.cells.upper_bound(last)};
-    }
-
-    void set(Data::DataTagValue_t const& changes)
-    {
-        for (auto const& [tag, text] : changes)
-            store.cells[tag] = text;
     }
 
     bool write(Data::eDataTag table)

@@ -38,8 +38,7 @@ bool within(std::pair<int, int> range, long value)
 
 bool rowAccepts(Record const& row, int value)
 {
-    bool const evenOnly = row.valueChain[0].builder == Builder::dataValidatorBasePort;
-    return within(bounds(row), value) && (!evenOnly || value % 2 == 0);
+    return within(bounds(row), value) && (row.valueChain[0].builder != Builder::dataValidatorBasePort || value % 2 == 0);
 }
 
 bool rowAccepts(Record const& row, std::string const& value)
@@ -60,11 +59,9 @@ bool rowAcceptsText(Record const& row, std::string const& text, std::string& res
     result = text;
     if (row.value.type >= eDataItemTypeString)
         return rowAccepts(row, text);
-    std::string lower = text;
-    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
     if (row.value.type == eDataItemTypeBool) {
-        result = lower == "true" ? "true" : "false";
-        return row.stringChain[0].builder == nullptr || lower == "true" || lower == "false";
+        result = text == "true" || text == "TRUE" ? "true" : "false";
+        return row.stringChain[0].builder == nullptr || text == "true" || text == "TRUE"; // no other is offered
     }
     int const value = ClientUtils::stoi(text);
     result = std::to_string(value);

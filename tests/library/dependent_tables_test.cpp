@@ -1,8 +1,6 @@
 // Distinctive ringing, group pickup, and the table handler's own promises.
 #include "TablesTest.h"
 
-#include <array>
-
 namespace {
 
 using namespace Data;
@@ -59,50 +57,28 @@ TEST_F(TablesTest, RingingRowsGoWhereTheirIndexSays)
     EXPECT_EQ(store.cells.at(eDataTagRingerFile0), "");
 }
 
-/// Table, as-ringer, tone-allowed and tone-type before a write and after it.
-struct Pickup {
-    std::array<std::string, 4> before, after;
-};
-
-Pickup const pickups[]{// A changed type decides.
-                       {{"2", "true", "true", "0"}, {"0", "false", "false", "0"}},
-                       {{"2", "true", "true", "1"}, {"1", "false", "true", "1"}},
-                       {{"2", "true", "true", "3"}, {"3", "true", "false", "3"}},
-                       {{"0", "false", "false", "2"}, {"2", "true", "true", "2"}},
-                       // Flags that match leave the table tag behind.
-                       {{"0", "true", "true", "2"}, {"0", "true", "true", "2"}},
-                       {{"0", "true", "false", "-1"}, {"0", "true", "false", "-1"}},
-                       // With an unchanged type the flags decide.
-                       {{"2", "false", "false", "2"}, {"0", "false", "false", "0"}},
-                       {{"2", "false", "true", "2"}, {"1", "false", "true", "1"}},
-                       {{"2", "true", "false", "2"}, {"3", "true", "false", "3"}},
-                       {{"", "true", "true", ""}, {"2", "true", "true", "2"}}};
-
 TEST_F(TablesTest, GroupPickupFollowsWhatWasChanged)
 {
-    for (auto const& pickup : pickups) {
-        SCOPED_TRACE(testing::PrintToString(pickup.before));
-        auto const cells = [](auto const& texts) {
-            DataTagValue_t values;
-            for (int i = 0; i < 4; ++i)
-                values[cell(eDataTagGroupPickup, i)] = texts[static_cast<std::size_t>(i)];
-            return values;
-        };
-        auto const before = cells(pickup.before);
-        auto const after = cells(pickup.after);
-        set(before);
+    // Table, as-ringer, tone-allowed and tone-type before a write and after it.
+    std::pair<std::string, std::string> const pickups[]{
+        {"2++0", "0--0"}, {"2++1", "1-+1"}, {"2++3", "3+-3"}, {"0--2", "2++2"}, // a changed type decides
+        {"0++2", "0++2"}, {"0+-~", "0+-~"}, // flags that match leave the table tag behind
+        {"2--2", "0--0"}, {"2-+2", "1-+1"}, {"2+-2", "3+-3"}, {" ++ ", "2++2"}}; // with an unchanged type the flags decide
+    for (auto const& [letters, lettersAfter] : pickups) {
+        SCOPED_TRACE(letters);
+        auto const before = column(eDataTagGroupPickup, letters);
+        store.take(before);
         EXPECT_TRUE(write(eDataTagGroupPickup));
-        EXPECT_EQ(range(eDataTagGroupPickup, eDataTagGroupPickupToneType), after);
+        EXPECT_EQ(range(eDataTagGroupPickup, eDataTagGroupPickupToneType), column(eDataTagGroupPickup, lettersAfter));
         ASSERT_EQ(store.sets.size(), 1U);
-        EXPECT_EQ(store.sets[0].toManagement, before != after);
+        EXPECT_EQ(store.sets[0].toManagement, letters != lettersAfter);
 
         // After a read the flags decide, whatever the type that was stored with them.
-        set(before);
-        read(eDataTagGroupPickup, pickup.before[0]);
-        auto const& [table, asRinger, toneAllowed, toneType] = pickup.before;
-        auto const type = asRinger == "true" ? (toneAllowed == "true" ? "2" : "3") : (toneAllowed == "true" ? "1" : "0");
-        EXPECT_EQ(range(eDataTagGroupPickup, eDataTagGroupPickupToneType),
-                  cells(std::array<std::string, 4>{type, asRinger, toneAllowed, type}));
+        store.take(before);
+        read(eDataTagGroupPickup, letters.substr(0, 1));
+        auto const flags = letters.substr(1, 2);
+        std::string const type = flags == "--" ? "0" : flags == "-+" ? "1" : flags == "++" ? "2" : "3";
+        EXPECT_EQ(range(eDataTagGroupPickup, eDataTagGroupPickupToneType), column(eDataTagGroupPickup, type + flags + type));
     }
 }
 
@@ -110,10 +86,10 @@ TEST_F(TablesTest, AnOpenerThatIsSwitchedOffIsEmptiedOnceAndKeepsWhatIsSetLater)
 {
     auto const name = eDataTagDoorOpener2Name;
     auto defaults = range(eDataTagDoorOpener2Type, eDataTagDoorOpener2AutomaticVideo);
-    set({{eDataTagDoorOpener2Type, "3"},
-         {name, "Gate"},
-         {eDataTagDoorOpener2Path, "/open"},
-         {eDataTagDoorOpener2Port, "80"}});
+    store.take({{eDataTagDoorOpener2Type, "3"},
+                {name, "Gate"},
+                {eDataTagDoorOpener2Path, "/open"},
+                {eDataTagDoorOpener2Port, "80"}});
     write(eDataTagDoorOpeners);
     EXPECT_EQ(store.cells.at(name), "Gate");
     defaults[eDataTagDoorOpener2Type] = store.cells[eDataTagDoorOpener2Type] = "0";

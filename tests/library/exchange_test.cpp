@@ -9,10 +9,9 @@ namespace {
 
 class ExchangeTest : public LibraryTest {
 protected:
-    /// A change report of the management service.
-    static void report(std::string const& item, std::string const& value)
+    static void announceMobility(std::string const& value)
     {
-        auto change = record(item, value);
+        auto change = record("mobility-user-data-update", value);
         EXPECT_TRUE(Cache::manageableDataChanged(change));
     }
 };
@@ -21,9 +20,8 @@ TEST_F(ExchangeTest, aBulkHoldsOnlyValuesOfTheItemsOwnType)
 {
     start();
     BulkData bulk;
-    EXPECT_FALSE(bulk.addTagValue(eDataTagOpusFec, 1, false));
-    EXPECT_FALSE(bulk.setTag(eDataTagCodecSettings));
-    EXPECT_FALSE(bulk.setTag(eDataTagEnd));
+    EXPECT_FALSE(bulk.addTagValue(eDataTagOpusFec, 1, false) || bulk.setTag(eDataTagCodecSettings) ||
+                 bulk.setTag(eDataTagEnd));
     EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerUsername0, std::string("<b>"), false));
     EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerPort0, 1, true));
     EXPECT_TRUE(bulk.setTagData(eDataTagIceServerPort0, 3, false));
@@ -96,7 +94,7 @@ TEST_F(ExchangeTest, theAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
     platform.clearJournal();
     Cache::resetDataSetUserAll();
     EXPECT_EQ(platform.lines({"setDataItem"}), Texts{"setDataItem AudioSettings RingerVolume 3 -> true"});
-    EXPECT_EQ(number(eDataTagRingerMinimumVolume), 2) << "not one of the nineteen";
+    EXPECT_EQ(presentText(eDataTagRingerMinimumVolume), "2") << "not one of the nineteen";
     EXPECT_EQ(listener.heard, Texts{});
     EXPECT_TRUE(Cache::setData(eDataTagHeadsetVolume, 4, false));
     EXPECT_EQ(listener.heard, Texts{"61=3"});
@@ -110,29 +108,30 @@ TEST_F(ExchangeTest, aFailedWriteEndsABatchAndRestoresTheValue)
         record.populate(item, item, "7");
     platform.failCall(2);
     EXPECT_FALSE(Cache::setDataOcms(record));
-    EXPECT_EQ(number(eDataTagHandsetVolume), 7);
-    EXPECT_EQ(number(eDataTagHeadsetVolume), 2);
-    EXPECT_EQ(number(eDataTagHandsfreeVolume), 2);
+    EXPECT_EQ(platform.lines({"setDataItem"}), (Texts{"setDataItem AudioSettings HandsetVolume 7 -> true",
+                                                      "setDataItem AudioSettings HeadsetVolume 7 -> false"}));
+    EXPECT_EQ(presentText(eDataTagHeadsetVolume), "2");
     EXPECT_EQ(platform.logs(2),
               Texts{"DataCache::setDataValues - ERR storing into db failed, restoring original value for tag 51\n"});
     EXPECT_TRUE(record.rejectReasons().empty());
+    auto unchanged = ::record("handset-volume", "7");
+    EXPECT_TRUE(!Cache::setDataOcms(unchanged) && unchanged.rejectReasons().size() == 1);
 }
 
 TEST_F(ExchangeTest, announcedMobilityPushesTheUsersChangesOnce)
 {
     start();
-    report("mobility-user-data-update", "unmanaged");
-    platform.clearJournal();
+    announceMobility("unmanaged");
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
     // The announcement itself was used up by its own pass.
     EXPECT_EQ(platform.lines({"reportChanged"}), Texts{});
-    report("mobility-user-data-update", "managed");
+    announceMobility("managed");
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 6, false));
     EXPECT_TRUE(Cache::setData(eDataTagIceServerPort0, 77, false));
     EXPECT_EQ(platform.lines({"reportChanged"}), Texts{}) << "managed data is collected and not sent";
-    report("mobility-user-data-update", "");
+    announceMobility("");
     EXPECT_EQ(platform.lines({"reportChanged"}), Texts{"reportChanged ringer-volume=6 [ringer-volume] -> true"});
-    report("mobility-user-data-update", "All");
+    announceMobility("All");
     EXPECT_EQ(platform.logs(2).back(),
               "DataMobility::mobilityChanged -> unknown value >All< for mobility data update tag\n");
 }
@@ -141,14 +140,14 @@ TEST_F(ExchangeTest, announcedArrivalReadsTheUsersDataAgain)
 {
     start();
     listen({eDataTagRingerVolume, eDataTagIceServerPort0});
-    platform.database("AudioSettings", "RingerVolume", "8");
     platform.database("ICESettings", "IceServerPort0", "99");
-    report("mobility-user-data-update", "all");
-    EXPECT_EQ(number(eDataTagRingerVolume), 8);
-    EXPECT_EQ(number(eDataTagIceServerPort0), 3478) << "not the user's";
-    EXPECT_EQ(listener.heard, Texts{"61=8"});
-    for (int const depth : listener.lockDepths)
-        EXPECT_EQ(depth, 0) << "a report's callbacks run outside the lock";
+    for (Texts const& arrival : {Texts{"8", "all"}, Texts{"7", "all"}, Texts{"6", "managed"}}) {
+        platform.database("AudioSettings", "RingerVolume", arrival[0]);
+        announceMobility(arrival[1]);
+    }
+    EXPECT_EQ(presentText(eDataTagIceServerPort0), "3478") << "not the user's";
+    EXPECT_EQ(listener.heard, (Texts{"61=8", "61=7", "61=6"}));
+    EXPECT_EQ(listener.lockDepths, (std::vector{0, 0, 0})) << "a report's callbacks run outside the lock";
 }
 
 TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
@@ -164,7 +163,7 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
                      "reportChanged ringer-volume=3 [ringer-volume] -> true"}));
     EXPECT_EQ(platform.calls({"reportChanged"}).front().lockDepth, 0);
     EXPECT_EQ(listener.heard, Texts{"61=3"});
-    EXPECT_EQ(number(eDataTagIceServerPort0), 99);
+    EXPECT_EQ(presentText(eDataTagIceServerPort0), "99");
 }
 
 TEST_F(ExchangeTest, aFlagThatLeavesTheFileKeepsItsValueUntilTheNextStart)
@@ -172,13 +171,13 @@ TEST_F(ExchangeTest, aFlagThatLeavesTheFileKeepsItsValueUntilTheNextStart)
     start();
     listen({eDataTagForceEtsi, eDataTagCodecHardwareAllowed3});
     platform.flagFile("force_etsi\nopus_test false\n");
-    EXPECT_TRUE(flag(eDataTagForceEtsi));
+    EXPECT_EQ(presentText(eDataTagForceEtsi), "true");
     EXPECT_EQ(listener.heard, Texts{"128=false 805=true"});
     platform.removeFlagFile();
-    EXPECT_TRUE(flag(eDataTagForceEtsi));
-    EXPECT_TRUE(flag(eDataTagCodecHardwareAllowed3)) << "derived again without the file";
+    EXPECT_EQ(presentText(eDataTagForceEtsi), "true");
+    EXPECT_EQ(presentText(eDataTagCodecHardwareAllowed3), "true") << "derived again without the file";
     restart();
-    EXPECT_FALSE(flag(eDataTagForceEtsi));
+    EXPECT_EQ(presentText(eDataTagForceEtsi), "false");
 }
 
 } // namespace

@@ -7,33 +7,26 @@
 
 using namespace Data;
 using Texts = std::vector<std::string>;
-
-namespace {
-
-constexpr eDataTag tag(int number)
-{
-    return static_cast<eDataTag>(number);
-}
-
-class FlagFile : public ScriptedTest {};
-
-} // namespace
+using FlagFile = ScriptedTest;
 
 TEST_F(FlagFile, TakesTheFirstTwoWordsOfEachLine)
 {
-    struct Case {
+    struct {
         char const* text;
         DataTagValue_t values;
         Texts unknown;
-    };
-    Case const cases[] = {{"", {}, {}},
-                          {"opus_test false", {{tag(797), "false"}}, {}},
-                          {" \taes256_test\t1  2 3\r\nforce_etsi\r\n", {{tag(798), "1"}, {tag(805), "true"}}, {}},
-                          {"icelite_test\nicelite_test no\n", {{tag(799), "no"}}, {}},
-                          {"OPUS_TEST\n\nrtcpmux_disabled\n", {{tag(800), "true"}}, {"OPUS_TEST", ""}},
-                          {"force_nte8_enabled\nforce_nte8_disabled\nforce_nte48_enabled\nforce_nte48_disabled",
-                           {{tag(801), "true"}, {tag(802), "true"}, {tag(803), "true"}, {tag(804), "true"}},
-                           {}}};
+    } const cases[] = {
+        {"", {}, {}},
+        {"opus_test false", {{eDataTagOpusTest, "false"}}, {}},
+        {" \taes256_test\t1  2 3\r\nforce_etsi\r\n", {{eDataTagAes256Test, "1"}, {eDataTagForceEtsi, "true"}}, {}},
+        {"icelite_test\nicelite_test no\n", {{eDataTagIceliteTest, "no"}}, {}},
+        {"OPUS_TEST\n\nrtcpmux_disabled\n", {{eDataTagRtcpmuxDisabled, "true"}}, {"OPUS_TEST", ""}},
+        {"force_nte8_enabled 1\nforce_nte8_disabled 2",
+         {{eDataTagForceNte8Enabled, "1"}, {eDataTagForceNte8Disabled, "2"}},
+         {}},
+        {"force_nte48_enabled 3\nforce_nte48_disabled 4",
+         {{eDataTagForceNte48Enabled, "3"}, {eDataTagForceNte48Disabled, "4"}},
+         {}}};
     for (auto const& [text, values, unknown] : cases) {
         platform.flagFile(text);
         platform.clearLogs();
@@ -50,7 +43,7 @@ TEST_F(FlagFile, TakesTheFirstTwoWordsOfEachLine)
 TEST_F(FlagFile, IsChangedUntilReadAfterEachWriteAndOnceAfterItsRemoval)
 {
     DataSourceFile file;
-    DataTagValue_t values{{tag(797), "kept"}};
+    DataTagValue_t values{{eDataTagOpusTest, "kept"}};
     EXPECT_FALSE(file.isConfigFileChanged()) << "never there";
     for (char const* text : {"", "", "\n"}) {
         platform.flagFile(text);
@@ -64,6 +57,6 @@ TEST_F(FlagFile, IsChangedUntilReadAfterEachWriteAndOnceAfterItsRemoval)
     EXPECT_FALSE(file.isConfigFileChanged());
     std::filesystem::create_directory(platform.directory() + "/data/database/media_config");
     file.readConfigFile(values);
-    EXPECT_EQ(values, (DataTagValue_t{{tag(797), "kept"}}));
+    EXPECT_EQ(values, (DataTagValue_t{{eDataTagOpusTest, "kept"}}));
     EXPECT_FALSE(file.isConfigFileChanged()) << "a directory counts as an empty file";
 }

@@ -21,8 +21,8 @@ protected:
     {
         Texts result;
         for (int camera = 0; camera < 4; ++camera)
-            result.push_back(std::to_string(number(static_cast<eDataTag>(eDataTagCamera1DoorOpener + 9 * camera))) + ":" +
-                             text(static_cast<eDataTag>(eDataTagCamera1PhoneNumber + 9 * camera)));
+            result.push_back(presentText(static_cast<eDataTag>(eDataTagCamera1DoorOpener + 9 * camera)) + ":" +
+                             presentText(static_cast<eDataTag>(eDataTagCamera1PhoneNumber + 9 * camera)));
         return result;
     }
 };
@@ -59,16 +59,15 @@ using Ringing = LibraryTest;
 TEST_F(Ringing, RowsWithoutIdentifierFollowTheGeneralRingerWhenTheTableIsNextWritten)
 {
     start();
-    for (auto const& [tag, value] : std::map<eDataTag, int>{{eDataTagRingerMelody, 5}, {eDataTagRingerToneSequence, 3}})
-        EXPECT_TRUE(Cache::setData(tag, value, false));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerMelody, 5, false) && Cache::setData(eDataTagRingerToneSequence, 3, false));
     EXPECT_TRUE(Cache::setData<std::string>(eDataTagRingerAudioFile, "a&b.wav", false));
     EXPECT_TRUE(Cache::setData<std::string>(eDataTagAlertIdentifier0, "own", false));
     auto const lastRow = [] {
-        return std::to_string(number(eDataTagRingerMelody14)) + " " + std::to_string(number(eDataTagRingerTone14)) + " " +
-               text(eDataTagRingerFile14);
+        return presentText(eDataTagRingerMelody14) + " " + presentText(eDataTagRingerTone14) + " " +
+               presentText(eDataTagRingerFile14);
     };
     EXPECT_EQ(lastRow(), "5 3 a&b.wav");
-    EXPECT_EQ(number(eDataTagRingerMelody0), 2);
+    EXPECT_EQ(presentText(eDataTagRingerMelody0), "2");
     restart();
     EXPECT_EQ(lastRow(), "2 2 ") << "while the library starts the general ringer cannot be asked";
     EXPECT_TRUE(Cache::setData(eDataTagAlertDuration0, 7, false));
@@ -78,9 +77,9 @@ TEST_F(Ringing, RowsWithoutIdentifierFollowTheGeneralRingerWhenTheTableIsNextWri
 TEST_F(Ringing, CellsRefuseAGeneralMelodyOf0ThatTheStoredTextTakes)
 {
     start();
-    EXPECT_EQ(number(eDataTagRingerMelody), 0);
+    EXPECT_EQ(presentText(eDataTagRingerMelody), "0");
     EXPECT_TRUE(Cache::setData(eDataTagAlertDuration0, 7, false));
-    EXPECT_EQ(number(eDataTagRingerMelody14), 2);
+    EXPECT_EQ(presentText(eDataTagRingerMelody14), "2");
     auto const stored = platform.databaseTable("DistinctiveRinging").value_or("");
     EXPECT_NE(stored.find("<RingerMelody>0</RingerMelody>"), std::string::npos);
 }

@@ -108,25 +108,20 @@ TEST_F(Management, TracesHowASetRequestIsCompleted)
 
 TEST_F(Management, ASetRequestThatIsNoTableStaysWithinTheTable)
 {
-    struct Case {
+    auto lastFree = cellsOf(headsets, "002");
+    lastFree[tag(250)] = "sent0";
+    struct {
         char const *what, *held;
         DataTagValue_t request, expected;
-    };
-    DataTagValue_t const badRank{{tag(243), "2"}, {tag(244), "1"}, {tag(245), "0"},
-                                 {tag(246), "2"}, {tag(247), "1"}, {tag(248), "4"}};
-    DataTagValue_t const noFirst{{tag(246), "3"}, {tag(244), "1"}};
-    auto lastFree = cellsOf(headsets, "002");
-    lastFree[tag(250)] = "sent";
-    Case const cases[] = {{"rank beyond the table: not sorted, for the cell to refuse", "210", badRank, badRank},
-                          {"type beyond the table: nothing is taken for requested",
-                           "210",
-                           {{tag(243), "7"}, {tag(246), "1"}},
-                           cellsOf(headsets, "710", "7")},
-                          {"more free rows than requested ones: the last free row is taken",
-                           "002",
-                           {{tag(243), "0"}, {tag(246), "1"}, {tag(249), "sent"}},
-                           lastFree},
-                          {"without the first type: nothing happens", "210", noFirst, noFirst}};
+    } const cases[] = {
+        {"rank beyond the table: not sorted, for the cell to refuse", "210", column(tag(243), "210214"),
+         column(tag(243), "210214")},
+        {"type beyond the table: nothing is taken for requested",
+         "210",
+         {{tag(243), "7"}, {tag(246), "1"}},
+         cellsOf(headsets, "710", "7")},
+        {"more free rows than requested ones: the last free row is taken", "002", requestFor(headsets, "0", true), lastFree},
+        {"without the first type: nothing happens", "210", column(tag(244), "1 3"), column(tag(244), "1 3")}};
     auto source = makeSource();
     for (auto const& [what, held, request, expected] : cases) {
         cache.held = cellsOf(headsets, held);
@@ -157,66 +152,60 @@ TEST_F(Management, OnePacketSizeServesAllCodecsAndNoneLeavesThemAlone)
 
 namespace {
 
-struct Hardware {
-    char const* what;
-    Table const& table;
-    bool entryModel, topModel, usb;
-    DataTagValue_t facts;
-    std::string hidden;
-};
-
-class HardwareProfile : public Management, public testing::WithParamInterface<Hardware> {};
-
 DataTagValue_t facts(char const* software, char const* system, char const* opus, char const* aes256)
 {
     return {{tag(650), software}, {tag(646), system}, {tag(797), opus}, {tag(798), aes256}};
 }
 
-Hardware const profiles[] = {
-    {"EntryModel", codecs, true, false, false, facts("Norvane SIP", "2", "false", ""), "13"},
-    {"OrdinaryModel", codecs, false, false, false, facts("other", "0", "false", ""), "3"},
-    {"OrdinaryModelUnderTest", codecs, false, false, false, facts("other", "0", "true", ""), ""},
-    {"OrdinaryModelOnFullServer", codecs, false, false, false, facts("Norvane SIP", "0", "false", ""), ""},
-    {"OrdinaryModelOnSystemTwo", codecs, false, false, false, facts("other", "2", "false", ""), ""},
-    {"EncryptionOnFullServer", encryptions, false, false, false, facts("Norvane SIP", "0", "", "false"), ""},
-    {"EncryptionOnOther", encryptions, false, true, true, facts("norvane sip", "2", "true", "false"), "234"},
-    {"EncryptionUnderTest", encryptions, true, false, false, facts("other", "0", "", "true"), ""},
-    {"HeadsetsOfOrdinaryModel", headsets, false, false, false, {}, "12"},
-    {"HeadsetsOfEntryModelWithUsb", headsets, true, false, true, {}, "2"},
-    {"HeadsetsOfTopModel", headsets, false, true, false, {}, "1"}};
+struct {
+    char const* what;
+    Table const& table;
+    bool entryModel, topModel, usb;
+    DataTagValue_t held;
+    std::string hidden;
+} const profiles[] = {
+    {"entry model", codecs, true, false, false, facts("Norvane SIP", "2", "false", ""), "13"},
+    {"ordinary model", codecs, false, false, false, facts("other", "0", "false", ""), "3"},
+    {"ordinary model under test", codecs, false, false, false, facts("other", "0", "true", ""), ""},
+    {"ordinary model on full server", codecs, false, false, false, facts("Norvane SIP", "0", "false", ""), ""},
+    {"ordinary model on system two", codecs, false, false, false, facts("other", "2", "false", ""), ""},
+    {"encryption on full server", encryptions, false, false, false, facts("Norvane SIP", "0", "", "false"), ""},
+    {"encryption on other", encryptions, false, true, true, facts("norvane sip", "2", "true", "false"), "234"},
+    {"encryption under test", encryptions, true, false, false, facts("other", "0", "", "true"), ""},
+    {"headsets of ordinary model", headsets, false, false, false, {}, "12"},
+    {"headsets of entry model with USB", headsets, true, false, true, {}, "2"},
+    {"headsets of top model", headsets, false, true, false, {}, "1"}};
 
 } // namespace
 
-TEST_P(HardwareProfile, HidesItsTypesWhereverTheyStandAndKeepsTheVerdicts)
+TEST_F(Management, AModelHidesItsTypesWhereverTheyStandAndKeepsTheVerdicts)
 {
-    auto const& [what, table, entryModel, topModel, usb, held, hidden] = GetParam();
-    platform.hardware(entryModel, topModel, usb);
     auto source = makeSource();
-    cache.held = held;
-    auto types = typesOf(table);
-    do {
-        auto shown = types;
-        std::erase_if(shown, [&gone = hidden](char type) { return gone.find(type) != std::string::npos; });
-        auto values = cellsOf(table, types);
-        auto expected = cellsOf(table, shown);
-        DataTagValue_t verdicts;
-        for (int row = 0; row < table.count; ++row) {
-            char const type = types[static_cast<std::size_t>(row)];
-            int const place = table.extra == 0 ? row : type - '0'; // the verdict on a codec stands at its type
-            verdicts[tag(table.hardware + place)] = shown.find(type) == std::string::npos ? "false" : "true";
-            if (table.extra != 0)
-                values[tag(table.extra + row)] = std::to_string(row);
-            if (table.extra != 0 && row < static_cast<int>(shown.size()))
-                expected[tag(table.extra + row)] = std::to_string(row);
-        }
-        (source.*table.get)(values);
-        ASSERT_EQ(values, expected) << types;
-        ASSERT_EQ(cache.taken.back(), verdicts) << types;
-    } while (std::next_permutation(types.begin(), types.end()));
+    for (auto const& [what, table, entryModel, topModel, usb, held, hidden] : profiles) {
+        platform.hardware(entryModel, topModel, usb);
+        cache.held = held;
+        auto types = typesOf(table);
+        do {
+            auto shown = types;
+            std::erase_if(shown, [&gone = hidden](char type) { return gone.find(type) != std::string::npos; });
+            auto values = cellsOf(table, types);
+            auto expected = cellsOf(table, shown);
+            DataTagValue_t verdicts;
+            for (int row = 0; row < table.count; ++row) {
+                char const type = types[static_cast<std::size_t>(row)];
+                int const place = table.extra == 0 ? row : type - '0'; // the verdict on a codec stands at its type
+                verdicts[tag(table.hardware + place)] = shown.find(type) == std::string::npos ? "false" : "true";
+                if (table.extra != 0)
+                    values[tag(table.extra + row)] = std::to_string(row);
+                if (table.extra != 0 && row < static_cast<int>(shown.size()))
+                    expected[tag(table.extra + row)] = std::to_string(row);
+            }
+            (source.*table.get)(values);
+            ASSERT_EQ(values, expected) << what << ' ' << types;
+            ASSERT_EQ(cache.taken.back(), verdicts) << what << ' ' << types;
+        } while (std::next_permutation(types.begin(), types.end()));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Each, HardwareProfile, testing::ValuesIn(profiles),
-                         [](auto const& profile) { return profile.param.what; });
 
 TEST_F(Management, LeavesRowsWithoutATypeAloneAndMovesRowsWithAnImpossibleOne)
 {

@@ -1,17 +1,10 @@
 // The management service's exchanges: what is owned and observed, reasons for refusals, pushes, reads, reports.
+#include "../Records.h"
 #include "ManagementFixture.h"
 
 namespace {
 
 constexpr eDataTag volume = tag(61), melody = tag(62);
-
-ManageableData recordOf(std::vector<std::pair<std::string, std::string>> const& items)
-{
-    ManageableData record;
-    for (auto const& [item, value] : items)
-        record.populate(item, item, value);
-    return record;
-}
 
 Texts reasonsOf(ManageableData const& record)
 {
@@ -65,55 +58,43 @@ TEST_F(Management, FindsNamesByTagAndTagsByName)
 
 TEST_F(Management, AnswersASetRequestWithReasonsOnlyForRefusalsOrWhenNothingChangesAtAll)
 {
-    struct Case {
+    using Request = std::vector<std::array<std::string, 3>>;
+    Request const loud{{"ringer-volume", "ringer-volume", "3"}}, melodious{loud[0], {"ringer-melody", "ringer-melody", "4"}};
+    struct {
         char const* what;
-        std::vector<std::pair<std::string, std::string>> request;
+        Request request;
         DataTagValue_t rejects;
         bool stores, result;
         Texts reasons;
-        std::size_t batches;
-    };
-    Case const cases[] = {
-        {"all unchanged",
-         {{"ringer-volume", "3"}},
-         {{volume, ""}},
-         true,
-         false,
-         {"ringer-volume: UNCHANGED_DATA: ringer-volume"},
-         1},
-        {"one unchanged", {{"ringer-volume", "3"}, {"ringer-melody", "4"}}, {{volume, ""}}, true, true, {}, 1},
-        {"one unchanged, one refused",
-         {{"ringer-volume", "3"}, {"ringer-melody", "9"}},
-         {{volume, ""}, {melody, "no"}},
-         false,
-         false,
-         {"ringer-melody: no"},
-         1},
-        {"refused without a name", {{"ringer-volume", "3"}}, {{tag(125), "no"}}, true, true, {}, 1},
-        {"database fails", {{"ringer-volume", "4"}}, {}, false, false, {}, 1},
-        {"observed only", {{"country", "DE"}}, {}, true, true, {}, 0},
-        {"unknown root id", {{"ringer-colour", "1"}}, {}, true, true, {}, 0}};
-    for (auto const& [what, request, rejects, stores, result, reasons, batches] : cases) {
+        bool batch = true;
+    } const cases[] = {
+        {"all unchanged", loud, {{volume, ""}}, true, false, {"ringer-volume: UNCHANGED_DATA: ringer-volume"}},
+        {"one unchanged", melodious, {{volume, ""}}, true, true, {}},
+        {"one unchanged, one refused", melodious, {{volume, ""}, {melody, "no"}}, false, false, {"ringer-melody: no"}},
+        {"refused without a name", loud, {{tag(125), "no"}}, true, true, {}},
+        {"database fails", loud, {}, false, false, {}},
+        {"observed only", {{"country", "country", "DE"}}, {}, true, true, {}, false},
+        {"unknown root id", {{"ringer-colour", "ringer-colour", "1"}}, {}, true, true, {}, false}};
+    auto source = makeSource();
+    platform.logLevel(3);
+    for (auto const& [what, request, rejects, stores, result, reasons, batch] : cases) {
         SCOPED_TRACE(what);
-        auto source = makeSource();
-        platform.logLevel(3);
         platform.clearLogs();
         cache.taken.clear();
         cache.rejects = rejects;
         cache.stores = stores;
-        ManageableData record = recordOf(request);
-        EXPECT_EQ(source.setData(record), result);
-        EXPECT_EQ(reasonsOf(record), reasons);
-        EXPECT_EQ(cache.taken.size(), batches);
-        EXPECT_EQ(platform.logs(3), batches ? Texts{} : Texts{"DataSourceOCMS::setData -> no tags found\n"});
+        auto sent = record(request);
+        EXPECT_EQ(source.setData(sent), result);
+        EXPECT_EQ(reasonsOf(sent), reasons);
+        EXPECT_EQ(cache.taken.size(), batch);
+        EXPECT_EQ(platform.logs(3), batch ? Texts{} : Texts{"DataSourceOCMS::setData -> no tags found\n"});
     }
 }
 
 TEST_F(Management, TakesFromARecordOnlyTheCellsThatItHasAndAnswersAllOfATableNamedAlone)
 {
     auto source = makeSource();
-    ManageableData request;
-    request.populate("codecSettings", "codec[2]/rank", "3");
+    auto request = record({{"codecSettings", "codec[2]/rank", "3"}});
     EXPECT_TRUE(source.setData(request));
     EXPECT_EQ(cache.taken.back(), (DataTagValue_t{{tag(114), "3"}}));
 

@@ -96,22 +96,20 @@ template <eDataTag tag, int value> void write(Listener&)
     EXPECT_EQ(Cache::setData(tag, value, false), value < 9);
 }
 
+void writeBulk(Listener&)
+{
+    BulkData bulk;
+    EXPECT_TRUE(bulk.addTagValue(eDataTagRingerVolume, 7, false) && bulk.addTagValue(eDataTagHeadsetVolume, 6, false));
+    EXPECT_TRUE(Cache::setDataBulk(bulk));
+}
+
 Deed const deeds[]{
     {"read", [](auto&) { EXPECT_EQ(presentText(eDataTagRingerVolume), "5"); }, {"61=5"}},
     {"write the same", write<eDataTagRingerVolume, 7>, {"61=5", "61=7"}, 7},
     {"write the same value", write<eDataTagRingerVolume, 5>, {"61=5"}},
     {"write another", write<eDataTagHeadsetVolume, 6>, {"61=5", "51=6"}, 5, 6},
     {"write what is refused", write<eDataTagRingerVolume, 9>, {"61=5"}},
-    {"write a bulk",
-     [](auto&) {
-         BulkData bulk;
-         bulk.addTagValue(eDataTagRingerVolume, 7, false);
-         bulk.addTagValue(eDataTagHeadsetVolume, 6, false);
-         EXPECT_TRUE(Cache::setDataBulk(bulk));
-     },
-     {"61=5", "51=6 61=7"},
-     7,
-     6},
+    {"write a bulk", writeBulk, {"61=5", "51=6 61=7"}, 7, 6},
     {"register",
      [](auto& listener) {
          EXPECT_TRUE(Cache::registerCallback({eDataTagWarnToneVolume}, &listener));
@@ -139,7 +137,6 @@ TEST_F(Threads, aCallbackMayUseTheCacheThatCalledIt)
         platform.database("AudioSettings", "RingerVolume", "3");
         platform.database("AudioSettings", "HeadsetVolume", "2");
         restart();
-        listener.heard.clear();
         listener.onNews = [&, deed = run] {
             if (listener.heard.size() == 1)
                 deed(listener);
@@ -149,8 +146,8 @@ TEST_F(Threads, aCallbackMayUseTheCacheThatCalledIt)
         if (pushing.valid())
             pushing.get();
         EXPECT_EQ(listener.heard, heard);
-        EXPECT_EQ(number(eDataTagRingerVolume), ringerVolume);
-        EXPECT_EQ(number(eDataTagHeadsetVolume), headsetVolume);
+        EXPECT_EQ(presentText(eDataTagRingerVolume), std::to_string(ringerVolume));
+        EXPECT_EQ(presentText(eDataTagHeadsetVolume), std::to_string(headsetVolume));
         EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), std::to_string(ringerVolume));
     }
 }

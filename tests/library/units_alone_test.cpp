@@ -89,11 +89,11 @@ TEST_F(UnitsAlone, ADatabaseSourceRefusesWhatItDoesNotKnowAndSendsOnlyWholeRows)
     EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "4");
 
     DataItem<std::string> table(eDataTagCodecSettings, eDataSourceDB);
-    for (auto const& [text, rows] :
-         std::map<std::string, std::size_t>{{"<CodecType>1</CodecType>", 0},
-                                            {"</CodecPacketSize><CodecType>", 0},
-                                            {"<CodecType>1</CodecPacketSize><CodecType>", 1},
-                                            {"<CodecType>1</CodecPacketSize>x<CodecType>2</CodecPacketSize>", 2}}) {
+    std::string const row = "<CodecType>1</CodecPacketSize>";
+    for (auto const& [text, rows] : std::map<std::string, std::size_t>{{"<CodecType>1</CodecType>", 0},
+                                                                       {"</CodecPacketSize><CodecType>", 0},
+                                                                       {row + "<CodecType>", 1},
+                                                                       {row + "x" + row, 2}}) {
         platform.clearJournal();
         ASSERT_TRUE(table.setValueString(text, reason));
         source.writeDataValue(eDataTagCodecSettings, &table);
@@ -166,8 +166,7 @@ TEST_F(UnitsAlone, WhatAResetDropsIsTakenFromTheRunningLibrary)
             MediaDataCache::init(platform);
         platform.clearLogs();
         Handler tables({eDataTagHeadsetPriorities}, &cellsOfReset);
-        for (int row = 0; row < 3; ++row)
-            cellsOfReset.cells[tag(eDataTagHeadsetAllowed1 + row)] = "false"; // corrupt: none is left
+        cellsOfReset.take(column(eDataTagHeadsetAllowed1, "---")); // corrupt: none is left
         tables.setTableChanged(eDataTagHeadsetPriorities);
         EXPECT_FALSE(tables.writeTablesToDB(rejected));
         Texts const errors = platform.logs(2);
@@ -219,6 +218,7 @@ TEST_F(UnitsAlone, TheBuilderMakesNothingOfUnknownTagsAndNothingTwice)
     Deaf listeners[3];
     for (int const place : {1, 1, 0})
         item.addCallback(&listeners[place]);
+    EXPECT_EQ(item.callbacks().size(), 2U) << "nobody is told twice";
     for (int const place : {0, 2})
         item.removeCallback(&listeners[place]);
     EXPECT_TRUE(item.setValue(6, reason) && item.getCallbacks(callbacks));
