@@ -203,8 +203,8 @@ private:
         auto const links = cameraLinks([](eDataTag tag) { return readValue(tag).value_or(Json()); });
         if (auto const link = links.find(m_tag); link != links.end())
             add("dependent rule", link->second, "the door opener that shows this camera wrote it", link->second == m_value);
-        if (m_tag >= eDataTagAlertDuration0 && m_tag <= eDataTagRingerFile14)
-            addRinging();
+        if (auto const rule = ringerRuleOf(m_tag))
+            addRinging(*rule);
     }
 
     /// After a start the flags decide on the type; later whichever was set decides on the other.
@@ -220,26 +220,15 @@ private:
             add("dependent rule", m_value, "the flag that goes with the tone type", !winner() || winner()->holds != m_value);
     }
 
-    void addRinging()
+    void addRinging(RingerRule const& rule)
     {
-        constexpr int rows = eDataTagAlertIdentifier14 - eDataTagAlertIdentifier0 + 1;
-        int const row = (m_tag - eDataTagAlertIdentifier0) % rows;
-        auto const column = static_cast<eDataTag>(m_tag - row);
-        if (readValue(static_cast<eDataTag>(eDataTagAlertIdentifier0 + row)) != Json("")) {
+        if (readValue(rule.identifier) != Json("")) {
             add("dependent rule", {}, "none: the row has an alert identifier", false);
             return;
         }
-        // While it starts, the library does not know the general ringer yet.
-        static std::map<eDataTag, std::pair<Json, eDataTag>> const general{
-            {eDataTagAlertType0, {0, eDataTagNone}},
-            {eDataTagAlertDuration0, {60, eDataTagNone}},
-            {eDataTagRingerMelody0, {2, eDataTagRingerMelody}},
-            {eDataTagRingerTone0, {2, eDataTagRingerToneSequence}},
-            {eDataTagRingerFile0, {"", eDataTagRingerAudioFile}}};
-        auto const& [atStart, source] = general.at(column);
-        auto const later = source == eDataTagNone ? atStart : readValue(source).value_or(Json());
-        add("dependent rule", m_value == later ? later : atStart, "no alert identifier: follows the general ringer",
-            m_value == later || m_value == atStart);
+        auto const later = rule.general == eDataTagNone ? rule.atStart : readValue(rule.general).value_or(Json());
+        add("dependent rule", m_value == later ? later : rule.atStart, "no alert identifier: follows the general ringer",
+            m_value == later || m_value == rule.atStart);
     }
 
     void addProcess()

@@ -190,6 +190,30 @@ void checkTables(Session& session, std::vector<Outcome>& outcomes)
     }
 }
 
+void checkRingers(std::vector<Outcome>& outcomes, bool follow)
+{
+    auto const valueOf = [&](eDataTag tag) {
+        auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](auto const& each) { return each.tag == tag; });
+        bool const isWanted = found != outcomes.end() && found->result != "refused";
+        return isWanted ? found->wanted : readValue(tag).value_or(Json());
+    };
+    for (auto& outcome : outcomes) {
+        auto const rule = ringerRuleOf(outcome.tag);
+        if (!rule || outcome.result == "refused" || valueOf(rule->identifier) != Json(""))
+            continue;
+        auto const general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
+        std::string ignored;
+        if (outcome.wanted == general || validate(outcome.tag, textOf(general), ignored).is_null())
+            continue;
+        if (follow) {
+            outcome = check(outcome.tag, textOf(general), {});
+        } else if (outcome.result == wouldStore) {
+            outcome.result = "refused";
+            outcome.reason = "its row has no alert identifier and follows the general ringer: " + cellText(general);
+        }
+    }
+}
+
 bool holdBack(std::vector<Outcome>& outcomes)
 {
     auto const isRefused = [](Outcome const& outcome) { return outcome.result == "refused" || outcome.result == "failed"; };

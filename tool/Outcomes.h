@@ -47,6 +47,9 @@ Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& 
 /// at the next start, and refuses the cells of tables that do not pass; nothing is stored.
 void checkTables(Session& session, std::vector<Outcome>& outcomes);
 
+/// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
+void checkRingers(std::vector<Outcome>& outcomes, bool follow);
+
 /// Stores what would be stored, in one bulk set, and says what the library made of it.
 void store(Session& session, std::vector<Outcome>& outcomes);
 

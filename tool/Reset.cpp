@@ -125,7 +125,7 @@ Report resetItems(Session& session, std::vector<std::string> const& items, bool 
             outcome.reason = "belongs to another component: use mgmt changed";
         }
     }
-    return report.code == exitOk ? set(session, std::move(outcomes), {.dryRun = dryRun}) : report;
+    return report.code == exitOk ? set(session, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
 }
 
 } // namespace

@@ -118,6 +118,22 @@ int toneType(bool asRinger, bool toneAllowed)
     return asRinger ? (toneAllowed ? 2 : 3) : (toneAllowed ? 1 : 0);
 }
 
+std::optional<RingerRule> ringerRuleOf(eDataTag cell)
+{
+    static std::map<eDataTag, std::pair<eDataTag, Json>> const columns{
+        {eDataTagAlertType0, {eDataTagNone, 0}},
+        {eDataTagAlertDuration0, {eDataTagNone, 60}},
+        {eDataTagRingerMelody0, {eDataTagRingerMelody, 2}},
+        {eDataTagRingerTone0, {eDataTagRingerToneSequence, 2}},
+        {eDataTagRingerFile0, {eDataTagRingerAudioFile, ""}}};
+    constexpr int rows = eDataTagAlertIdentifier14 - eDataTagAlertIdentifier0 + 1;
+    int const row = (cell - eDataTagAlertIdentifier0) % rows;
+    auto const column = columns.find(offset(cell, -row));
+    if (cell < eDataTagAlertIdentifier0 || column == columns.end())
+        return std::nullopt;
+    return RingerRule{offset(eDataTagAlertIdentifier0, row), column->second.first, column->second.second};
+}
+
 std::map<eDataTag, Verdict> hardwareVerdicts(Session& session)
 {
     auto const service = serviceValues(session);

@@ -1,5 +1,6 @@
 // The rules by which items depend on one another, asked without changing anything: what door openers write into cameras, the
-// tone type of the group-pickup flags, and the verdicts of the hardware rules on the rows of ranked tables.
+// tone type of the group-pickup flags, the ringers without identifier, and the verdicts of the hardware rules on the rows of
+// ranked tables.
 #pragma once
 
 #include "Report.h"
@@ -10,6 +11,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 
 namespace Tool {
@@ -30,6 +32,16 @@ std::map<Data::eDataTag, Json> cameraLinks(ValueOf const& valueOf);
 
 /// The group-pickup tone type that goes with the two flags.
 int toneType(bool asRinger, bool toneAllowed);
+
+/// What a cell of the ringing table follows while its row has no alert identifier.
+struct RingerRule {
+    Data::eDataTag identifier; ///< of the row
+    Data::eDataTag general;    ///< the setting of the general ringer; 0: always as at the start
+    Json atStart;              ///< while it starts, the library does not know the general ringer yet
+};
+
+/// Nothing for other items and for identifiers.
+std::optional<RingerRule> ringerRuleOf(Data::eDataTag cell);
 
 /// A row of a ranked table as the management service sees it.
 struct Verdict {

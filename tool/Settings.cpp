@@ -217,6 +217,7 @@ Report set(Session& session, std::vector<Assignment> const& assignments, SetOpti
 Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options)
 {
     bool const secrets = session.options().showSecrets;
+    checkRingers(outcomes, options.follow);
     checkTables(session, outcomes);
     bool const heldBack = options.atomic && holdBack(outcomes);
     std::vector<HeardChange> heard;

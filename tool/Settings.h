@@ -34,6 +34,7 @@ struct SetOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
     bool atomic = false; ///< stores nothing when one value is refused
     bool watch = false;  ///< adds what a registered callback heard
+    bool follow = false; ///< a cell that would be overwritten by a rule gets what the rule gives it, and is not refused
 };
 
 /// All values as one bulk set, each accounted for.

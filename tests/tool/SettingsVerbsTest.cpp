@@ -84,6 +84,9 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {words("set HeadsetHardwareAllowed2=false headset[2]/rank=3"), "taken refused "},
         {words("set OpusTest=true QosStatistics=x alert-identifier-3="), "refused taken stored "},
         {{"set", "alert-identifier-0=a\x01", "codec[1]/packetSize=1"}, "refused stored "},
+        {words("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
+        {words("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
+        {words("reset ringer-melody-14"), "stored "}, // follows the general ringer
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "}};
     for (auto const& [command, expected] : cases) {
