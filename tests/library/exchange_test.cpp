@@ -3,6 +3,8 @@
 
 #include "MgmtAgentIfc.h"
 
+#include <array>
+
 using namespace Data;
 
 namespace {
@@ -70,6 +72,22 @@ TEST_F(ExchangeTest, aBulkSetStoresTheGoodReportsThemAndFlagsThem)
         (Texts{"DataCache::setDataValues - ERR invalid value given! 'The provided value '9' is not in valid range 1..8'\n",
                "DataCache::setData - failed to set tag 51 \n"}));
     EXPECT_EQ(listener.heard, Texts{"61=5"});
+}
+
+TEST_F(ExchangeTest, aBulkTellsEachListenerOnceOfItsOwnItems)
+{
+    start();
+    std::array<Listener, 3> listeners;
+    Cache::registerCallback({eDataTagHandsetVolume, eDataTagRingerVolume}, &listeners[1]);
+    for (auto const index : {0U, 2U})
+        Cache::registerCallback({eDataTagHeadsetVolume, eDataTagRingerVolume}, &listeners[index]);
+    BulkData bulk;
+    for (auto const tag : {eDataTagHandsetVolume, eDataTagHeadsetVolume, eDataTagRingerVolume})
+        bulk.addTagValue(tag, 5, false);
+    EXPECT_TRUE(Cache::setDataBulk(bulk));
+    EXPECT_EQ(listeners[0].heard, Texts{"51=5 61=5"});
+    EXPECT_EQ(listeners[1].heard, Texts{"50=5 61=5"});
+    EXPECT_EQ(listeners[2].heard, Texts{"51=5 61=5"});
 }
 
 TEST_F(ExchangeTest, aBulkReadFillsInWhatItCanAndSaysWhatItCannot)
