@@ -26,7 +26,7 @@ namespace {
 
 constexpr char const* fileName = "mediadata.history";
 constexpr char const* olderName = "mediadata.history.1";
-constexpr std::size_t mostBytes = 512 * 1024;
+constexpr std::size_t mostBytes = 512UL * 1024;
 constexpr std::size_t longestValue = 200;
 
 Json stamped(std::string const& who, std::string const& item, Json const& before, Json const& after)
@@ -135,17 +135,18 @@ void History::noteItems(State const& before, State const& after, std::function<s
 
 void History::refuse(eDataTag tag, Json given, std::string reason, std::string result)
 {
-    m_refused[tag] = {std::move(given), std::move(reason), std::move(result)};
+    m_refused[tag] =
+        Json::object({{"given", std::move(given)}, {"reason", std::move(reason)}, {"result", std::move(result)}});
 }
 
 void History::noteRefusals(std::string const& who, State const& before)
 {
     for (auto const& [tag, refusal] : m_refused) {
         auto const& old = before.items[static_cast<std::size_t>(tag) - 1];
-        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal.given, false));
-        entry["result"] = refusal.result;
+        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal["given"], false));
+        entry["result"] = refusal["result"];
         // A reason may quote the value.
-        entry["reason"] = isSecret(tag) ? Json() : Json(refusal.reason);
+        entry["reason"] = isSecret(tag) ? Json() : refusal["reason"];
         m_lines += line(entry);
     }
 }

@@ -40,12 +40,6 @@ private:
         std::map<std::string, Json> others;
     };
 
-    struct Refusal {
-        Json given;
-        std::string reason;
-        std::string result;
-    };
-
     State state() const;
     void note(std::string const& who, std::string const& item, Json const& before, Json const& after);
     void noteRefusals(std::string const& who, State const& before);
@@ -54,8 +48,8 @@ private:
 
     Session& m_session;
     std::set<Data::eDataTag> m_asked;
-    std::map<Data::eDataTag, Refusal> m_refused;
-    std::string m_lines; ///< not yet written
+    std::map<Data::eDataTag, Json> m_refused; ///< what was given, the reason and the result
+    std::string m_lines;                      ///< not yet written
     std::optional<State> m_last;
     bool m_failed = false;
 };

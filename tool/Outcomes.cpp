@@ -56,7 +56,7 @@ std::set<eDataTag> tablesNotStored(std::vector<std::string> const& errors)
     std::set<eDataTag> tables;
     for (auto const& line : errors) {
         if (auto const at = line.find(words); at != std::string::npos)
-            tables.insert(static_cast<eDataTag>(std::atoi(line.c_str() + at + words.size())));
+            tables.insert(static_cast<eDataTag>(std::strtol(line.c_str() + at + words.size(), nullptr, 10)));
     }
     return tables;
 }

@@ -14,6 +14,7 @@ namespace Data {
 class NearMemory final : public std::pmr::memory_resource {
 public:
     NearMemory() = default;
+    ~NearMemory() override = default;
     NearMemory(NearMemory const&) = delete;
     NearMemory& operator=(NearMemory const&) = delete;
 

@@ -8,6 +8,8 @@ namespace Data {
 class DataSourceDB::DataTableHandler::DataTableSRTPEncryptionSetting : public RankedTable {
 public:
     DataTableSRTPEncryptionSetting();
+    DataTableSRTPEncryptionSetting(DataTableSRTPEncryptionSetting const&) = delete;
+    DataTableSRTPEncryptionSetting& operator=(DataTableSRTPEncryptionSetting const&) = delete;
     ~DataTableSRTPEncryptionSetting() override; ///< in the source, and with it the class's table of operations
 };
 
