@@ -130,7 +130,7 @@ Words allCandidates(Words const& words, std::string const& word, bool inShell)
             names.push_back(name);
         return names;
     }
-    auto const verbs = verbNames(inShell);
+    auto verbs = verbNames(inShell);
     if (line.verbs.empty())
         return verbs;
     bool const isKnown = std::find(verbs.begin(), verbs.end(), line.verbs.front()) != verbs.end();

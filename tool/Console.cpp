@@ -20,7 +20,7 @@ namespace Tool {
 namespace {
 
 /// More than any file that the tool reads; what has no end is not read for ever.
-constexpr std::size_t mostBytes = 16 * 1024 * 1024;
+constexpr std::size_t mostBytes = 16UL * 1024 * 1024;
 
 /// Keeps a terminal from showing what is typed.
 class Unseen {

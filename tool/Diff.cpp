@@ -108,10 +108,10 @@ std::vector<CommandText> commandsFor(Document const& document, Sets sets)
 {
     CommandText changed{{"mgmt", "changed"}, {}};
     for (auto const& [name, value] : document.service)
-        changed.arguments.push_back(name + "=" + value);
+        changed.arguments.push_back(fmt::format("{}={}", name, value));
     CommandText flags{{"flags"}, {}};
     for (auto const& [flag, value] : *document.flags)
-        flags.arguments.push_back(flag + "=" + value);
+        flags.arguments.push_back(fmt::format("{}={}", flag, value));
     CommandText device{{"device"}, {}};
     auto const standard = defaultDocument();
     if (document.model != standard.model)

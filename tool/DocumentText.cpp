@@ -23,7 +23,7 @@ namespace {
 
 constexpr char const* formatName = "mediadata export";
 constexpr int formatVersion = 1;
-constexpr std::size_t mostBytes = 16 * 1024 * 1024;
+constexpr std::size_t mostBytes = 16UL * 1024 * 1024;
 constexpr int deepest = 4;
 
 struct TableName {
@@ -117,7 +117,7 @@ Json const& objectAt(std::string const& place, Json const& value)
 void readSettings(std::string const& where, Json const& values, Document& document, TableName const* table = nullptr)
 {
     for (auto const& [name, value] : objectAt(where, values).items()) {
-        auto const place = where + "/" + name;
+        auto const place = fmt::format("{}/{}", where, name);
         auto const tag = findItem(name);
         if (!tag)
             document.unknown.push_back({name, "no item has this name", namesNear(name)});
@@ -131,7 +131,7 @@ void readSettings(std::string const& where, Json const& values, Document& docume
 void readTexts(std::string const& where, Json const& values, std::map<std::string, std::string>& texts)
 {
     for (auto const& [name, value] : objectAt(where, values).items())
-        texts[name] = textAt(where + "/" + name, value);
+        texts[name] = textAt(fmt::format("{}/{}", where, name), value);
 }
 
 int numberAt(Json const& object, char const* name)

@@ -235,6 +235,7 @@ private:
     {
         auto const changed = toStore("flags/");
         std::vector<std::string> words;
+        words.reserve(changed.size());
         for (auto const* const other : changed)
             words.push_back(other->name.substr(other->name.find('/') + 1) + "=" +
                             (other->wanted.is_null() ? "" : other->wanted.get<std::string>()));

@@ -24,7 +24,7 @@ bool parseAssignment(std::string const& text, Assignment& assignment);
 
 /// Reads ITEM=VALUE lines; blank lines and lines that begin with "#" are skipped, blanks around both sides dropped, and a
 /// value in double quotes keeps its blanks. The report holds the lines that are none of these.
-Report readAssignments(std::string const& text, std::string const& fileName, std::vector<Assignment>& assignments);
+Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments);
 
 Report list(Session& session, std::string const& pattern, bool changedOnly);
 Report get(Session& session, std::vector<std::string> const& items);
