@@ -33,6 +33,9 @@ TEST_F(HostProtectionTest, everythingIsPrivateWhateverTheUmask)
 {
     mode_t const before = ::umask(0);
     EXPECT_TRUE(open()) << m_error;
+    for (auto const* const file : {"mediadata.db", "secret.key", "mediadata.lock"})
+        fs::permissions(pathOf(file), fs::perms(0666));
+    EXPECT_TRUE(open()) << m_error;
     EXPECT_TRUE(write("AudioSettings", "RingerVolume", "3")); // with the log file in place
     ::umask(before);
     int files = 0;
@@ -122,10 +125,11 @@ struct Agent : MgmtAgentIfc {
         for (ManageableData::Entry const& each : record.entries())
             heard.push_back(each.item + "=" + each.value);
         auto inner = ::record("system-identifier", "from inside");
-        service.requestSet(inner);
+        EXPECT_TRUE(std::exchange(asked, true) || service.requestSet(inner));
     }
     Host::ManagementService& service;
     std::vector<std::string> heard;
+    bool asked = false;
 };
 
 } // namespace
@@ -147,7 +151,12 @@ TEST_F(HostProtectionTest, theServiceKeepsItsItemsReportsThemAndHidesSecretsInIt
     EXPECT_EQ(agent.heard, (std::vector<std::string>{"country=23", "other-pin-1=8642"}));
     agent.heard.clear();
     service.dispatch();
-    EXPECT_EQ(agent.heard, (std::vector<std::string>{"system-identifier=from inside"}));
+    service.dispatch();
+    EXPECT_EQ(agent.heard, (std::vector<std::string>{"system-identifier=from inside"})) << "told once";
+    limitFiles(0);
+    EXPECT_FALSE(service.change(pin = record("other-pin-1", "9753")));
+    limitFiles();
+    EXPECT_EQ(agent.heard.size(), 1U) << "what could not be stored did not happen";
     service.setAgent(nullptr);
 
     ManageableData asked;

@@ -74,6 +74,17 @@ TEST_F(ExchangeTest, aBulkSetStoresTheGoodReportsThemAndFlagsThem)
     EXPECT_EQ(listener.heard, Texts{"61=5"});
 }
 
+TEST_F(ExchangeTest, aBulkReportsNoCellThatItsTableRefuses)
+{
+    start();
+    BulkData bulk;
+    bulk.addTagValue(eDataTagHeadsetRank1, presentText(eDataTagHeadsetRank1) == "1" ? 2 : 1, false);
+    bulk.addTagValue(eDataTagRingerVolume, 5, false);
+    EXPECT_FALSE(Cache::setDataBulk(bulk));
+    EXPECT_EQ(platform.lines({"reportChanged"}), Texts{"reportChanged ringer-volume=5 [ringer-volume] -> true"});
+    EXPECT_EQ(bulk.getTagsNotSetInDb(), std::set{eDataTagHeadsetRank1});
+}
+
 TEST_F(ExchangeTest, aBulkTellsEachListenerOnceOfItsOwnItems)
 {
     start();

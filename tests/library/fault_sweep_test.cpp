@@ -262,6 +262,9 @@ bool runFaulty(Scenario const& scenario, Scripted::Stored const& seed, Clean con
             << tag << " became " << text << (answer ? " and nobody was told" : "");
     }
 
+    for (auto const& [place, text] : trial.platform.stored().values)
+        EXPECT_NE(text, "new secret") << "stored as it is";
+
     // A table whose text the database refused is stored whole with its next change.
     EXPECT_TRUE(changeEachTable() || trial.excused(eDataTagWarnToneVolume)) << "the next operation";
     expectAgreement(trial);
