@@ -49,9 +49,10 @@ std::string stepText(Step const& step)
     return step.builder == &Builder::dataValidatorStringNoWhitespace ? "a text without blanks" : "";
 }
 
+/// The general ringer's file is copied into the rows of the ringing table that have no identifier.
 bool isTextOfTable(eDataTag tag)
 {
-    return typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone;
+    return tag == eDataTagRingerAudioFile || (typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone);
 }
 
 /// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
@@ -104,6 +105,8 @@ std::string acceptedText(eDataTag tag)
     default:
         break;
     }
+    if (tag == eDataTagCountry)
+        return "two capital letters";
     std::string text;
     auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
     for (std::size_t step = 0; chain && step < steps; ++step) {

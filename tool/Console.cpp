@@ -51,8 +51,8 @@ private:
 bool Console::read(std::string const& file, std::string& text) const
 {
     if (auto const found = m_files.find(file); found != m_files.end()) {
-        text = found->second;
-        return true;
+        text = found->second.value_or("");
+        return found->second.has_value();
     }
     std::ifstream opened;
     if (file != "-")
@@ -96,8 +96,8 @@ std::optional<std::string> Console::passphrase(std::string const& prompt) const
 
 void Console::readAhead(std::string const& file)
 {
-    if (std::string text; read(file, text))
-        m_files[file] = std::move(text);
+    std::string text;
+    m_files[file] = read(file, text) ? std::optional(std::move(text)) : std::nullopt;
 }
 
 void Console::readDirectoryAhead(std::string const& name)

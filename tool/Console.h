@@ -59,7 +59,7 @@ private:
     friend class ProgressLine;
     void paint(std::string const& text) const;
 
-    std::map<std::string, std::string> m_files;
+    std::map<std::string, std::optional<std::string>> m_files; ///< nothing: could not be read
     std::map<std::string, OtherDirectory> m_directories;
     std::map<std::string, std::optional<std::string>> m_passphrases;
 

@@ -3,6 +3,7 @@
 #include "Flags.h"
 #include "Items.h"
 #include "Outcomes.h"
+#include "Rules.h"
 #include "Session.h"
 
 #include "Data/DataItemBuilder.h"
@@ -50,13 +51,20 @@ void settleTables(std::map<eDataTag, Json>& settings)
                                    eDataTagRingerFile0};
     for (int row = 0; row < ringingRows; ++row) {
         auto const identifier = offset(eDataTagAlertIdentifier0, row);
-        // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone.
-        if (settings[identifier] == Json(""))
+        bool const isEmpty = settings[identifier] == Json("");
+        // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone. So does a
+        // general ringer that the row cannot have.
+        if (isEmpty)
             settings[identifier] = defaultOf(identifier);
-        if (settings[identifier] != Json(""))
-            continue;
-        for (auto const column : followers)
-            settings.erase(offset(column, row));
+        for (auto const column : followers) {
+            auto const cell = offset(column, row);
+            auto const general = ringerRuleOf(cell)->general;
+            std::string ignored;
+            if (settings[identifier] == Json(""))
+                settings.erase(cell);
+            else if (isEmpty && general != eDataTagNone && validate(cell, textOf(settings[general]), ignored).is_null())
+                settings[cell] = defaultOf(cell);
+        }
     }
 }
 

@@ -66,11 +66,31 @@ public:
 
     void checkAllTables() { checkTables(m_session, m_settings); }
 
+    /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
+    /// applied first.
+    void applyHardwareFirst()
+    {
+        auto const isOfTable = [](Outcome const& each) {
+            return each.result == "refused" && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
+        };
+        if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
+            (toStore("flags/").empty() && toStore("device/").empty()))
+            return;
+        applyDevice();
+        applyFlags();
+        for (auto& each : m_settings) {
+            if (isOfTable(each))
+                each = check(each.tag, each.text, {});
+        }
+        checkAllTables();
+    }
+
     /// When something was refused, true, and everything else is held back.
     bool holdAllBack()
     {
         if (!isAnyBad())
             return false;
+        takeBackOthers();
         auto const hold = [](auto& each) {
             if (each.result == wouldStore || each.result == "stored")
                 each.result = "held back";
@@ -94,7 +114,6 @@ public:
         }
         if (!atomic || !isAnyBad())
             return;
-        takeBackOthers();
         holdAllBack();
         putBack(m_session, earlier);
     }
@@ -343,6 +362,8 @@ Report importDocument(Session& session, Document const& document, ImportOptions 
 {
     Import import(session, document);
     import.checkAllTables();
+    if (!options.dryRun)
+        import.applyHardwareFirst();
     bool const heldBack = options.atomic && import.holdAllBack();
     if (!options.dryRun && !heldBack)
         import.apply(options.atomic);

@@ -160,7 +160,11 @@ Report History::record(std::string const& who, std::function<Report()> const& ac
     // Between two verbs of one process only the flag file can be edited.
     if (m_last)
         noteItems(*m_last, before, [](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : "flag file"; });
+    m_session.takeStorageFailure();
     auto report = action();
+    if (m_session.takeStorageFailure() && report.code != exitStorage)
+        report.fail(exitStorage,
+                    {"", "the database did not store all of it: the next start brings the previous values back"});
     auto after = state();
     noteItems(before, after, [&](eDataTag tag) -> std::string {
         return m_asked.contains(tag) ? who : isHardwareVerdict(tag) ? "hardware rule" : "library rule";

@@ -4,6 +4,8 @@
 #include "Changes.h"
 #include "Items.h"
 #include "Outcomes.h"
+#include "Reset.h"
+#include "Rules.h"
 #include "Session.h"
 #include "TableRehearsal.h"
 
@@ -189,35 +191,45 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
     Changes const changes(session);
     session.takeErrors();
     auto record = request.record();
-    bool const taken = session.service().setOwned(record) && request.refused.empty();
-    auto const errors = session.takeErrors();
+    bool const taken = session.service().setOwned(record);
+    auto const notStored = tagsNotStored(session.takeErrors());
     auto const reasons = reasonsOf(record);
     auto& report = request.report;
     Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
+    auto const value = [](eDataTag tag) { return readValue(tag).value_or(Json()); };
     for (auto const& [tag, text] : request.values) {
         auto const names = *managementNames(tag);
         auto const reason = reasons.find({names.item, names.subItem});
         auto const own = request.refused.find(tag);
-        auto const* result = "taken";
-        Json why;
+        Outcome outcome{tag, text, {}, {}, "refused", {}};
         if (!isOwned(tag)) {
-            result = "ignored";
-            why = "belongs to another component: use mgmt changed";
-            report.raise(exitRefused);
+            outcome.result = "ignored";
+            outcome.reason = "belongs to another component: use mgmt changed";
         } else if (own != request.refused.end() || reason != reasons.end()) {
-            result = "refused";
-            why = own != request.refused.end() ? own->second : reason->second;
-            session.history().refuse(tag, text, why.get<std::string>());
+            outcome.reason = own != request.refused.end() ? own->second : reason->second;
+        } else if (outcome.wanted = validate(tag, text, outcome.reason); !outcome.wanted.is_null()) {
+            auto const now = value(tag);
+            bool const isMoved = now != outcome.wanted && hardwareFlagOf(tag, value) != eDataTagNone;
+            bool const isThere = taken || now == outcome.wanted;
+            settle(outcome, isThere && !notStored.contains(tag), !notStored.contains(storedTableOf(tag)));
+            if (isMoved && outcome.result == "refused") {
+                outcome.result = "taken";
+                outcome.reason = "the rows of its table were put in order: it is " + cellText(now);
+            }
         }
-        section.rows.push_back({result, nameOf(tag), shown(tag, text, session.options().showSecrets), why});
+        if (outcome.result == "stored")
+            outcome.result = "taken";
+        if (outcome.result != "taken")
+            report.raise(outcome.result == "failed" ? exitStorage : exitRefused);
+        noteRefusals(session, {outcome});
+        section.rows.push_back({outcome.result, nameOf(tag), shown(tag, text, session.options().showSecrets),
+                                outcome.reason.empty() ? Json() : Json(outcome.reason)});
     }
     report.sections.push_back(std::move(section));
     report.sections.push_back(changes.section("changed", "\nChanged:"));
-    if (taken)
-        return std::move(report);
-    if (std::any_of(errors.begin(), errors.end(), isStorageError))
-        report.fail(exitStorage, {"", "the database did not store it"});
-    else
+    if (report.code == exitStorage)
+        report.fail(exitStorage, {"", "the database did not store all of it"});
+    else if (!taken || !request.refused.empty())
         report.fail(exitRefused, {"", "the request was refused"});
     return std::move(report);
 }
@@ -247,7 +259,7 @@ Report managementReset(Session& session)
     Changes const changes(session);
     for (auto const tag : allTags())
         session.history().ask(tag);
-    if (!session.service().resetUserData())
+    if (!resetUserData(session))
         return failure(exitStorage, "", "the library did not reset the user's settings");
     return {exitOk, {changes.section("changed", "Changed:")}};
 }

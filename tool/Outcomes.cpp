@@ -19,7 +19,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
-#include <set>
 #include <string_view>
 #include <utility>
 
@@ -48,40 +47,6 @@ bool alwaysWritten(eDataTag tag)
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
 }
 
-/// The tables whose texts the database refused. They are not among the tags that a bulk set gives back; the log is their
-/// only trace.
-std::set<eDataTag> tablesNotStored(std::vector<std::string> const& errors)
-{
-    constexpr std::string_view words = "storing into db failed, restoring original value for tag ";
-    std::set<eDataTag> tables;
-    for (auto const& line : errors) {
-        if (auto const at = line.find(words); at != std::string::npos)
-            tables.insert(static_cast<eDataTag>(std::strtol(line.c_str() + at + words.size(), nullptr, 10)));
-    }
-    return tables;
-}
-
-/// What the library made of a value that passed its checks.
-void settle(Outcome& outcome, bool taken, bool tableStored)
-{
-    auto const after = readValue(outcome.tag).value_or(Json());
-    if (!tableStored) {
-        outcome.result = "failed";
-        outcome.reason = "the database did not store its table, the next start brings the previous value back";
-    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
-        outcome.result = "refused";
-        outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
-    } else if (!taken) {
-        outcome.result = "failed";
-        outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
-                                             : "the management service did not take it";
-    } else {
-        outcome.result = isFleeting(outcome.tag) ? "taken" : "stored";
-        if (after != outcome.wanted)
-            outcome.reason = "a dependent rule made it " + cellText(after);
-    }
-}
-
 /// How long a value lasts when that is not for good.
 std::string limit(Outcome const& outcome)
 {
@@ -89,6 +54,12 @@ std::string limit(Outcome const& outcome)
     bool const isIdentifier = tag >= eDataTagAlertIdentifier0 && tag <= eDataTagAlertIdentifier14;
     if (isIdentifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
         return "until the next start, which gives a row without an identifier its default one";
+    if (auto const rule = ringerRuleOf(tag);
+        rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
+        return "until the next start, when a row without an alert identifier may have " + cellText(rule->atStart) + " again";
+    auto const links = cameraLinks([](eDataTag each) { return readValue(each).value_or(Json()); });
+    if (auto const link = links.find(tag); link != links.end() && link->second != outcome.wanted)
+        return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
     if (tag >= eDataTagCodecRank1 && tag <= eDataTagCodecRank4)
         return "until the next start: codecs are stored in row order, to re-rank them exchange their types";
     if (isHardwareVerdict(tag))
@@ -201,9 +172,11 @@ void checkRingers(std::vector<Outcome>& outcomes, bool follow)
         auto const rule = ringerRuleOf(outcome.tag);
         if (!rule || outcome.result == "refused" || valueOf(rule->identifier) != Json(""))
             continue;
-        auto const general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
+        auto general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
         std::string ignored;
-        if (outcome.wanted == general || validate(outcome.tag, textOf(general), ignored).is_null())
+        if (validate(outcome.tag, textOf(general), ignored).is_null())
+            general = rule->atStart; // the row cannot have it, and has this from the start on
+        if (outcome.wanted == general)
             continue;
         if (follow) {
             outcome = check(outcome.tag, textOf(general), {});
@@ -240,6 +213,37 @@ bool isStorageError(std::string const& line)
     return line.find("storing into db failed") != std::string::npos;
 }
 
+std::set<eDataTag> tagsNotStored(std::vector<std::string> const& errors)
+{
+    constexpr std::string_view words = "storing into db failed, restoring original value for tag ";
+    std::set<eDataTag> tags;
+    for (auto const& line : errors) {
+        if (auto const at = line.find(words); at != std::string::npos)
+            tags.insert(static_cast<eDataTag>(std::strtol(line.c_str() + at + words.size(), nullptr, 10)));
+    }
+    return tags;
+}
+
+void settle(Outcome& outcome, bool taken, bool tableStored)
+{
+    auto const after = readValue(outcome.tag).value_or(Json());
+    if (!tableStored) {
+        outcome.result = "failed";
+        outcome.reason = "the database did not store its table, the next start brings the previous value back";
+    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
+        outcome.result = "refused";
+        outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
+    } else if (!taken) {
+        outcome.result = "failed";
+        outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
+                                             : "the management service did not take it";
+    } else {
+        outcome.result = isFleeting(outcome.tag) ? "taken" : "stored";
+        if (after != outcome.wanted)
+            outcome.reason = "a dependent rule made it " + cellText(after);
+    }
+}
+
 void store(Session& session, std::vector<Outcome>& outcomes)
 {
     bool const settled = settledByToneType(outcomes);
@@ -253,10 +257,12 @@ void store(Session& session, std::vector<Outcome>& outcomes)
         return;
     session.takeErrors();
     MediaDataCache::setDataBulk(bulk);
-    auto const notStored = tablesNotStored(session.takeErrors());
+    auto const notStored = tagsNotStored(session.takeErrors());
     auto const notTaken = bulk.getTagsNotSetInDb();
     for (auto& outcome : outcomes) {
-        if (outcome.result == wouldStore)
+        bool const isUndone =
+            outcome.result == "unchanged" && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted;
+        if (outcome.result == wouldStore || isUndone)
             settle(outcome, !notTaken.contains(outcome.tag), !notStored.contains(storedTableOf(outcome.tag)));
     }
 }

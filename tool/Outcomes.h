@@ -7,6 +7,7 @@
 #include "Data/DataTypes.h"
 
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,12 @@ bool holdBack(std::vector<Outcome>& outcomes);
 void noteRefusals(Session& session, std::vector<Outcome> const& outcomes);
 
 bool isStorageError(std::string const& line);
+
+/// The items and tables that the database refused, by the library's messages: for tables their only trace.
+std::set<Data::eDataTag> tagsNotStored(std::vector<std::string> const& errors);
+
+/// What the library made of a value that passed its checks: stored, taken, failed or refused.
+void settle(Outcome& outcome, bool taken, bool tableStored);
 
 /// The columns of accountRow().
 std::vector<std::string> accountColumns();

@@ -46,14 +46,6 @@ std::vector<eDataTag> userData()
     return tags;
 }
 
-bool resetUserData(Session& session)
-{
-    bool const done = session.service().resetUserData();
-    // The order resets the cells and leaves their tables to the next write: an empty one.
-    BulkData nothing;
-    return MediaDataCache::setDataBulk(nothing) && done;
-}
-
 bool resetAudio(Session&)
 {
     MediaDataCache::resetDataSetUserAudio();
@@ -129,6 +121,14 @@ Report resetItems(Session& session, std::vector<std::string> const& items, bool 
 }
 
 } // namespace
+
+bool resetUserData(Session& session)
+{
+    bool const done = session.service().resetUserData();
+    // The order resets the cells and leaves their tables to the next write: an empty one.
+    BulkData nothing;
+    return MediaDataCache::setDataBulk(nothing) && done;
+}
 
 Report reset(Session& session, std::vector<std::string> const& what, bool dryRun)
 {

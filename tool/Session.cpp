@@ -157,6 +157,12 @@ std::vector<std::string> Session::takeErrors()
     return std::exchange(m_errors, {});
 }
 
+bool Session::takeStorageFailure()
+{
+    std::lock_guard const held(m_logMutex);
+    return std::exchange(m_storageFailed, false);
+}
+
 void Session::hideInLog(std::string const& secret)
 {
     std::lock_guard const held(m_logMutex);
@@ -179,19 +185,20 @@ std::string Session::withoutSecrets(std::string text) const
     return text;
 }
 
-void Session::onLogLine(int level, std::string const& place, std::string text)
+void Session::onLogLine(int level, std::string const& place, std::string const& text)
 {
     if (m_quiet || m_meaningless.contains(text))
         return;
     std::lock_guard const held(m_logMutex);
     auto const toTell = m_options.showSecrets ? text : withoutSecrets(text);
     // What somebody else's command may see is not for this process's log.
-    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(std::move(text)) : toTell;
+    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(text) : toTell;
     auto const line = [&](std::string const& words) { return fmt::format("log {} {} {}\n", level, place, cellText(words)); };
     std::fputs(line(toLog).c_str(), stderr);
     if (level > errorLevel)
         return;
     m_errors.push_back(toTell);
+    m_storageFailed = m_storageFailed || isStorageError(text) || place.starts_with("./platform/host/Database:");
     if (m_sender)
         *m_sender << line(toTell);
 }

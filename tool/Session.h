@@ -61,6 +61,9 @@ public:
     /// The messages of the library's errors since the last call, secrets masked.
     std::vector<std::string> takeErrors();
 
+    /// Whether the database refused a write since the last call. Not every answer of the library tells.
+    bool takeStorageFailure();
+
     /// Sends what takeErrors() would answer also to `sender`; null ends it.
     void echoErrors(std::ostream* sender);
 
@@ -90,7 +93,7 @@ private:
 
     explicit Session(Options options);
     std::string withoutSecrets(std::string text) const;
-    void onLogLine(int level, std::string const& place, std::string text);
+    void onLogLine(int level, std::string const& place, std::string const& text);
 
     Options m_options;
     bool const m_logsSecrets;
@@ -100,6 +103,7 @@ private:
     std::unique_ptr<Callback> m_callback;
     std::mutex m_logMutex; ///< guards what follows: the library logs on the thread that works
     std::vector<std::string> m_errors;
+    bool m_storageFailed = false;
     std::vector<std::string> m_secrets;
     std::atomic<bool> m_quiet = false;
     History m_history{*this};

@@ -156,6 +156,10 @@ bool Database::prepare(std::string const& path, DatabaseFault& fault)
         fault = {false, "database: " + path + " cannot be used with a write-ahead log"};
         return false;
     }
+    if (sqlite3_db_readonly(m_handle, "main") != 0) {
+        fault = {true, "database: " + path + " is marked as of a format that cannot be written"};
+        return false;
+    }
     // Named, since otherwise a database for temporary tables is made to be checked, too.
     if (sqlite3_exec(m_handle, "PRAGMA main.integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
         return failed(fault, "cannot check " + path);

@@ -6,6 +6,7 @@
 
 #include "Database.h"
 #include "Files.h"
+#include "LogGaps.h"
 #include "Salvage.h"
 
 #include "HostLog.h"
@@ -215,6 +216,8 @@ std::unique_ptr<Database> Mending::open()
     } else if (isCutOff()) {
         // A new file is never so short when it comes to its place.
         fault = {true, "database: " + m_directory.pathOf(databaseName) + " is cut off"};
+    } else if (changesBehindGap(m_directory.pathOf(databaseName + "-wal")) > 1) {
+        fault = {true, "database: " + m_directory.pathOf(databaseName + "-wal") + " is damaged amid the changes it holds"};
     }
     for (bool mended = false;; mended = true) {
         if (!fault.damaged) {

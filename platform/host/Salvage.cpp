@@ -1,6 +1,10 @@
 // A table is read forwards up to the damage, backwards down to it, and in between row by row. The index, which repeats the
-// names of all values on other pages, tells which rows there should have been.
+// names of all values on other pages, tells which rows there should have been. What is missing then is looked for on the
+// pages that no readable page leads to. No old rows are found there: a page that is freed is overwritten with zeros.
 #include "Salvage.h"
+
+#include "Files.h"
+#include "LogGaps.h"
 
 #include <sqlite3.h>
 
@@ -9,8 +13,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <limits>
+#include <system_error>
 
 namespace Host {
 
@@ -20,6 +26,12 @@ constexpr std::size_t pageCountOffset = 28;  // in the file's header, big-endian
 constexpr std::int64_t maximumGap = 100'000; // rows tried one by one
 constexpr std::size_t maximumNames = 100;    // in a report
 constexpr std::int64_t none = std::numeric_limits<std::int64_t>::max();
+constexpr char leafOfTable = 13; // the first byte of such a page
+
+constexpr char const* itemsForwards = "SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid";
+constexpr char const* itemsBackwards = "SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid DESC";
+constexpr char const* entriesForwards = "SELECT id, time, kind, item, value FROM journal ORDER BY id";
+constexpr char const* entriesBackwards = "SELECT id, time, kind, item, value FROM journal ORDER BY id DESC";
 
 /// The text of a column. Null or another type is damage, too.
 bool text(sqlite3_stmt* row, int column, std::string& target)
@@ -33,29 +45,48 @@ bool text(sqlite3_stmt* row, int column, std::string& target)
     return true;
 }
 
+/// Pages are counted from 1.
+off_t offsetOf(std::int64_t number, std::string const& page)
+{
+    return (number - 1) * static_cast<off_t>(page.size());
+}
+
+bool readPage(FileDescriptor const& file, std::int64_t number, std::string& page)
+{
+    return ::pread(file.get(), page.data(), page.size(), offsetOf(number, page)) == static_cast<ssize_t>(page.size());
+}
+
+bool writePage(FileDescriptor const& file, std::int64_t number, std::string const& page)
+{
+    return ::pwrite(file.get(), page.data(), page.size(), offsetOf(number, page)) == static_cast<ssize_t>(page.size());
+}
+
 } // namespace
 
 void Salvage::readAll()
 {
+    m_lostFrames = closeGaps(m_path + "-wal");
+    std::error_code ignored;
+    if (std::filesystem::file_size(m_path, ignored) < m_firstPage.size())
+        replaceFirstPage(); // a log beside a file without pages would be thrown away
     if (!readFile() && replaceFirstPage())
         readFile();
+    if (m_rowsFailed || m_journalFailed)
+        readLoosePages();
+    std::erase_if(m_lost, [this](Key const& each) { return m_items.contains(each); });
 }
 
 bool Salvage::replaceFirstPage() const
 {
-    int const file = ::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC);
+    FileDescriptor const file(::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     std::string page = m_firstPage;
-    bool done = file >= 0 && ::fstat(file, &status) == 0 && page.size() > pageCountOffset + 4;
-    if (done) {
-        auto const pages = static_cast<unsigned long>(status.st_size) / page.size();
-        for (std::size_t i = 0; i < 4; ++i)
-            page[pageCountOffset + i] = static_cast<char>(pages >> (8 * (3 - i)));
-        done = ::pwrite(file, page.data(), page.size(), 0) == static_cast<ssize_t>(page.size());
-    }
-    if (file >= 0)
-        ::close(file);
-    return done;
+    if (!file || ::fstat(file.get(), &status) != 0 || page.size() <= pageCountOffset + 4)
+        return false;
+    auto const pages = std::max<unsigned long>(static_cast<unsigned long>(status.st_size) / page.size(), 1);
+    for (std::size_t i = 0; i < 4; ++i)
+        page[pageCountOffset + i] = static_cast<char>(pages >> (8 * (3 - i)));
+    return writePage(file, 1, page);
 }
 
 bool Salvage::scan(char const* query, RowReader const& reader, std::int64_t parameter)
@@ -72,29 +103,85 @@ bool Salvage::scan(char const* query, RowReader const& reader, std::int64_t para
     return code == SQLITE_DONE;
 }
 
+bool Salvage::open()
+{
+    constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
+    if (sqlite3_open_v2(m_path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK)
+        return false;
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
+    sqlite3_exec(m_handle, "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; PRAGMA mmap_size = 0", nullptr,
+                 nullptr, nullptr);
+    return true;
+}
+
+/// Carries the log over into the file, too.
+void Salvage::close()
+{
+    sqlite3_close(m_handle);
+    m_handle = nullptr;
+}
+
 bool Salvage::readFile()
 {
     m_rowsFailed = m_namesFailed = m_journalFailed = true;
-    constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
-    if (sqlite3_open_v2(m_path.c_str(), &m_handle, flags, nullptr) == SQLITE_OK) {
-        sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-        sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-        sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-        sqlite3_exec(m_handle, "PRAGMA locking_mode = EXCLUSIVE; PRAGMA cell_size_check = ON; PRAGMA mmap_size = 0", nullptr,
-                     nullptr, nullptr);
+    if (open()) {
         readItems();
-        auto const take = [this](sqlite3_stmt* row) {
-            JournalEntry entry{sqlite3_column_int64(row, 1), "", "", ""};
-            if (text(row, 2, entry.kind) && text(row, 3, entry.item) && text(row, 4, entry.value))
-                m_journal.try_emplace(sqlite3_column_int64(row, 0), entry);
-        };
-        m_journalFailed = !scan("SELECT id, time, kind, item, value FROM journal ORDER BY id", take);
+        auto const take = [this](sqlite3_stmt* row) { takeEntry(row); };
+        m_journalFailed = !scan(entriesForwards, take);
         if (m_journalFailed)
-            scan("SELECT id, time, kind, item, value FROM journal ORDER BY id DESC", take);
+            scan(entriesBackwards, take);
+        m_roots.clear();
+        scan("SELECT rootpage FROM sqlite_schema WHERE name IN ('item', 'journal')",
+             [this](sqlite3_stmt* row) { m_roots.insert(sqlite3_column_int64(row, 0)); });
     }
-    sqlite3_close(m_handle);
-    m_handle = nullptr;
+    close();
     return !m_rowsFailed && !m_journalFailed;
+}
+
+/// False when the row is damaged.
+bool Salvage::takeItem(sqlite3_stmt* row)
+{
+    Key key;
+    std::string value;
+    if (!text(row, 1, key.first) || !text(row, 2, key.second) || !text(row, 3, value))
+        return false;
+    m_items.try_emplace(key, value);
+    return true;
+}
+
+void Salvage::takeEntry(sqlite3_stmt* row)
+{
+    JournalEntry entry{sqlite3_column_int64(row, 1), "", "", ""};
+    if (text(row, 2, entry.kind) && text(row, 3, entry.item) && text(row, 4, entry.value))
+        m_journal.try_emplace(sqlite3_column_int64(row, 0), entry);
+}
+
+/// A leaf in the place of a root is all of the table. The leaves of one table give damaged rows in the place of the other, as
+/// do pages that are no leaves.
+void Salvage::readLoosePages()
+{
+    FileDescriptor const file(::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    std::vector<std::string> leaves;
+    std::string page(m_firstPage.size(), '\0');
+    for (std::int64_t number = 2; readPage(file, number, page); ++number) {
+        // The root of a small table is a leaf, too; what it was is not told by a damaged one.
+        if (m_roots.contains(number))
+            page[0] = leafOfTable;
+        if (page[0] == leafOfTable)
+            leaves.push_back(page);
+    }
+    for (auto const& leaf : leaves) {
+        bool const isReady = std::ranges::all_of(m_roots, [&](auto root) { return writePage(file, root, leaf); }) && open();
+        if (isReady) {
+            for (auto const* const query : {itemsForwards, itemsBackwards})
+                scan(query, [this](sqlite3_stmt* row) { takeItem(row); });
+            for (auto const* const query : {entriesForwards, entriesBackwards})
+                scan(query, [this](sqlite3_stmt* row) { takeEntry(row); });
+        }
+        close();
+    }
 }
 
 void Salvage::readItems()
@@ -102,24 +189,18 @@ void Salvage::readItems()
     std::int64_t last = 0;
     bool sound = true;
     auto const take = [&](sqlite3_stmt* row) {
-        std::string schema;
-        std::string element;
-        std::string value;
         last = sqlite3_column_int64(row, 0);
-        if (text(row, 1, schema) && text(row, 2, element) && text(row, 3, value))
-            m_items.try_emplace({schema, element}, value);
-        else
-            sound = false;
+        sound = takeItem(row) && sound;
     };
     m_lost.clear();
-    m_rowsFailed = !scan("SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid", take) || !sound;
+    m_rowsFailed = !scan(itemsForwards, take) || !sound;
     m_namesFailed = false;
     if (!m_rowsFailed)
         return;
     std::set<std::int64_t> rowids;
     std::int64_t const lowest = last;
     last = none;
-    scan("SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid DESC", take);
+    scan(itemsBackwards, take);
     if (last != none && last - lowest < maximumGap)
         for (std::int64_t rowid = lowest + 1; rowid < last; ++rowid)
             rowids.insert(rowid);
@@ -145,14 +226,8 @@ void Salvage::readLeftOutItems(std::set<std::int64_t> rowids)
         scan(backwards, takeName);
     for (std::int64_t const rowid : rowids)
         scan(
-            "SELECT schema, element, value FROM item NOT INDEXED WHERE rowid = ?1",
-            [this](sqlite3_stmt* row) {
-                Key key;
-                std::string value;
-                if (text(row, 0, key.first) && text(row, 1, key.second) && text(row, 2, value))
-                    m_items.try_emplace(key, value);
-            },
-            rowid);
+            "SELECT rowid, schema, element, value FROM item NOT INDEXED WHERE rowid = ?1",
+            [this](sqlite3_stmt* row) { takeItem(row); }, rowid);
     std::copy_if(names.begin(), names.end(), std::inserter(m_lost, m_lost.end()),
                  [this](Key const& each) { return !m_items.contains(each); });
 }
@@ -192,7 +267,10 @@ std::vector<std::string> Salvage::report() const
         result.emplace_back("further values may be lost: their names can no longer be read");
     if (m_journalFailed)
         result.emplace_back("journal entries may be lost");
-    if (!m_rowsFailed && !m_journalFailed)
+    if (m_lostFrames > 0)
+        result.push_back("lost: " + std::to_string(m_lostFrames) +
+                         " pages of the log; values may be as they were before their last changes");
+    if ((!m_rowsFailed || (!m_namesFailed && m_lost.empty())) && !m_journalFailed && m_lostFrames == 0)
         result.emplace_back("nothing was lost");
     return result;
 }

@@ -31,15 +31,22 @@ private:
     using Key = std::pair<std::string, std::string>;
     using RowReader = std::function<void(sqlite3_stmt*)>;
 
+    bool open();
+    void close();
     bool readFile();
     bool replaceFirstPage() const;
+    bool takeItem(sqlite3_stmt* row);
+    void takeEntry(sqlite3_stmt* row);
     void readItems();
     void readLeftOutItems(std::set<std::int64_t> rowids);
+    void readLoosePages();
     bool scan(char const* query, RowReader const& reader, std::int64_t parameter = 0);
 
     std::string const m_path;
     std::string const m_firstPage;
     sqlite3* m_handle = nullptr;
+    std::set<std::int64_t> m_roots; ///< the page that each table begins with
+    std::size_t m_lostFrames = 0;   ///< of the log
 
     std::map<Key, std::string> m_items;
     std::map<std::int64_t, JournalEntry> m_journal;

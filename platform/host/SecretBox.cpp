@@ -2,6 +2,7 @@
 #include "SecretBox.h"
 
 #include "Files.h"
+#include "HostLog.h"
 
 #include <sodium.h>
 
@@ -10,6 +11,8 @@
 
 #include <array>
 #include <vector>
+
+#define UNIT "SecretBox"
 
 namespace Host {
 
@@ -108,8 +111,11 @@ bool SecretBox::decrypt(std::string const& stored, std::string& plain) const
     std::string opened(length - nonceSize - tagSize, '\0');
     if (crypto_aead_xchacha20poly1305_ietf_decrypt(reinterpret_cast<unsigned char*>(opened.data()), nullptr, nullptr,
                                                    sealed.data() + nonceSize, length - nonceSize, bytes(prefix),
-                                                   prefix.size(), sealed.data(), bytes(m_key)) != 0)
+                                                   prefix.size(), sealed.data(), bytes(m_key)) != 0) {
+        if (!m_told.test_and_set())
+            HOST_LOG_ERROR(UNIT, std::string("a secret cannot be read: it was altered, or encrypted under another key"));
         return false;
+    }
     plain = std::move(opened);
     return true;
 }

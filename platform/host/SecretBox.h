@@ -1,6 +1,7 @@
 // Encrypts the secrets that lie in the database, with XChaCha20-Poly1305 under a key file of its own.
 #pragma once
 
+#include <atomic>
 #include <string>
 #include <string_view>
 
@@ -31,6 +32,7 @@ public:
 
 private:
     std::string m_key;
+    mutable std::atomic_flag m_told; ///< that a secret could not be decrypted
 };
 
 } // namespace Host

@@ -88,7 +88,11 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {words("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
         {words("reset ringer-melody-14"), "stored "}, // follows the general ringer
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
-         "refused refused would store "}};
+         "refused refused would store "},
+        {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
+        {words("set group-pickup-tone-type=1"), "stored "},
+        {words("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
+        {words("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "}};
     for (auto const& [command, expected] : cases) {
         Texts asJson = command;
         asJson.push_back("--json");
@@ -99,6 +103,7 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         EXPECT_EQ(results, expected) << answer;
     }
     EXPECT_EQ(tool({"set", "--file", "-"}, std::string("63=a\0b", 6)).status, 4);
+    EXPECT_EQ(tool({"set", "--file", "-"}, "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
     EXPECT_EQ(value("51") + value("59") + value("SRTPEncryption[5]/method"), "7\nfalse\n1\n");
 }
 

@@ -1,6 +1,8 @@
 // The verbs about tables, the management service, the flag file, the device and the shell, run as a user runs them.
 #include "ToolRunner.h"
 
+#include <sys/resource.h>
+
 namespace ToolTest {
 
 class TelephoneVerbs : public ToolRunner {
@@ -54,6 +56,17 @@ TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
     auto const unchanged = tool({"mgmt", "set", "--json", "ringer-volume=6"}).json();
     EXPECT_EQ(unchanged["items"][0]["reason"], "UNCHANGED_DATA: ringer-volume");
     EXPECT_EQ(unchanged["exit"], 4);
+    rlimit limit{};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    rlimit const full{2000, limit.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    auto const failed = tool({"mgmt", "set", "--json", "headset[1]/allowed=false"}).json();
+    auto const reset = tool({"mgmt", "reset-user-data"});
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_TRUE(failed["items"][0]["result"] == "failed" && failed["exit"] == 5 && reset.status == 5) << failed << reset.err;
+    ASSERT_EQ(tool({"set", "ringer-melody-0=5"}).status, 0);
+    EXPECT_EQ(tool({"mgmt", "reset-user-data"}).status, 0);
+    EXPECT_EQ(value("headset[1]/allowed") + value("ringer-volume") + value("ringer-melody-0"), "true\n3\n2\n");
 }
 
 TEST_F(TelephoneVerbs, HideWhatTheDeviceCannotUse)
