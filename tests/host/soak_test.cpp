@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <iostream>
 #include <random>
 
 using Workload::Cache;
@@ -50,10 +49,15 @@ TEST_F(Soak, leavesMemoryDescriptorsThreadsAndLogAsTheyAre)
     int starts = 0;
     std::cout << "seconds  operations  starts  memory kB  descriptors  threads  log kB\n";
     for (std::size_t tenth = 1; tenth < samples.size(); ++tenth) {
-        for (; Clock::now() < begin + length * tenth / 10; ++starts) {
-            start();
-            // A start lasts as long as some work, and then the next one; the last ends with the tenth.
-            for (int i = 0; i < 3000 && Clock::now() < begin + length * tenth / 10; ++i, ++operations) {
+        auto const end = begin + length * tenth / 10;
+        // Each tenth begins with short runs, so that there are many starts; from half time on one run lasts.
+        for (bool isLast = false; !isLast;) {
+            isLast = tenth > 5 || Clock::now() > end - length * 9 / 100;
+            if (tenth <= 5 && starts++ > 0)
+                stop();
+            if (m_platform == nullptr)
+                start();
+            for (int i = 0; (isLast || i < 50) && Clock::now() < end; ++i, ++operations) {
                 auto const number = static_cast<int>(random() % 1000);
                 Workload::operations[random() % std::size(Workload::operations)].run(number);
                 auto country = record("country", std::to_string(number));
@@ -64,7 +68,6 @@ TEST_F(Soak, leavesMemoryDescriptorsThreadsAndLogAsTheyAre)
                 auto const size = std::filesystem::file_size(pathOf("mediadata.db-wal"), none);
                 log = none ? log : std::max(log, static_cast<long>(size / 1024));
             }
-            stop();
         }
         long pages = 0;
         std::ifstream("/proc/self/statm") >> pages >> pages;
@@ -78,6 +81,7 @@ TEST_F(Soak, leavesMemoryDescriptorsThreadsAndLogAsTheyAre)
         EXPECT_EQ(descriptors, samples[1][1]);
         EXPECT_EQ(threads, samples[1][2]);
     }
+    stop();
     EXPECT_LE(log, 2048) << "kB of write-ahead log";
     EXPECT_GT(Workload::meddler.told, 0);
 }

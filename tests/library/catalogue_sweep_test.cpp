@@ -61,7 +61,7 @@ bool rowAcceptsText(Record const& row, std::string const& text, std::string& res
         return rowAccepts(row, text);
     if (row.value.type == eDataItemTypeBool) {
         result = text == "true" || text == "TRUE" ? "true" : "false";
-        return row.stringChain[0].builder == nullptr || text == "true" || text == "TRUE"; // no other is offered
+        return row.stringChain[0].builder == nullptr || result == "true" || text == "false"; // no other is offered
     }
     int const value = ClientUtils::stoi(text);
     result = std::to_string(value);
@@ -82,8 +82,8 @@ int offeredNumber(Record const& row, int i)
 
 using namespace std::string_literals;
 // clang-format off
-std::string const texts[]{"", "1", "-1", "+1", "007", " 1", "a b\t", "true", "TRUE", "beep", "\"quote'", "<a&b>", "x\0y"s,
-                          "\xff\xfe", "99999999999999999999", "Internal.Call", std::string(65536, '&')};
+std::string const texts[]{"", "1", "-1", "+1", "007", " 1", "a b\t", "true", "TRUE", "false", "beep", "\"quote'", "<a&b>",
+                          "x\0y"s, "\xff\xfe", "99999999999999999999", "Internal.Call", std::string(65536, '&')};
 // clang-format on
 
 /// The i-th text to try: those above, then texts at the bounds of the row's lengths or numbers.
@@ -116,7 +116,12 @@ protected:
 
     ~CatalogueSweep() override
     {
-        std::cout << "catalogue sweep: " << m_offered << " values offered, " << m_accepted << " accepted\n";
+        auto const fixed =
+            std::count_if(m_changes.begin(), m_changes.end(), [](auto const& each) { return each.second == 0; });
+        std::cout << "catalogue sweep: " << m_offered << " values offered, " << m_accepted << " accepted, "
+                  << m_changes.size() << " items, " << fixed << " of them without a change\n";
+        // Types and ranks of ranked tables cannot change alone, and two tables keep their last row, allowed from the start.
+        EXPECT_EQ(fixed, 12 + 12 + 2);
     }
 
     /// Offers one value: `set` tells whether it was taken, `expected` is what the item then holds.
@@ -128,10 +133,14 @@ protected:
         auto const now = presentText(tag);
         ++m_offered;
         m_accepted += accepted;
+        m_changes[tag] += answer && now == expected && now != before;
         if (!accepted) {
             EXPECT_TRUE(!answer && now == before && m_writes == 0) << tag << " should refuse " << expected.substr(0, 80);
         } else if (dependsOnOthers(tag)) {
-            EXPECT_TRUE(now == expected || now == before || !answer) << tag << " became " << now.substr(0, 80);
+            // A row without an identifier rings as long as every call.
+            bool const follows = tag >= eDataTagAlertDuration0 && tag < eDataTagAlertType0 && expected == "0" && now == "60";
+            EXPECT_TRUE(now == (answer ? expected : before) || follows)
+                << tag << (answer ? " took " : " refused ") << expected.substr(0, 80) << " and is " << now.substr(0, 80);
         } else {
             EXPECT_TRUE(answer && now == expected) << tag << " should take " << expected.substr(0, 80);
             EXPECT_TRUE(m_writes == 1 || now == before || databaseRow(tag).schema == nullptr) << tag;
@@ -148,13 +157,16 @@ protected:
             EXPECT_TRUE(now.at(tag) == expected) << tag << " became " << now.at(tag).substr(0, 80);
         restart();
         auto const again = snapshot();
+        // As required: a ringing table that XML cannot express is not stored and nobody is told, so that its cells stay old;
+        // an empty element leaves the default, and so does a start in rows that follow the general ringer.
+        auto const& file = now.at(eDataTagRingerFile0);
+        bool const isUnstorable = file.size() > 60000 || file.find_first_of("\0\xff"s) != std::string::npos;
+        bool const mayDiffer = isUnstorable || now.at(eDataTagAlertIdentifier0).empty();
         for (auto const& [tag, text] : kept(now)) {
-            // As required: a ringing table that XML cannot express is not stored and nobody is told, so that the cell stays
-            // old; an empty element leaves the default, and so does a start in rows that follow the general ringer.
-            bool const isRinging = databaseRow(tag).parentTable == eDataTagDistinctiveRinging;
             auto const& came = again.at(tag);
-            EXPECT_TRUE(came == text || (isRinging && (came == m_before.at(tag) || came == record(tag).value.text)))
-                << tag << " was " << text.substr(0, 80) << " and came back " << again.at(tag).substr(0, 80);
+            EXPECT_TRUE(came == text || (mayDiffer && databaseRow(tag).parentTable == eDataTagDistinctiveRinging &&
+                                         came == (isUnstorable ? m_before.at(tag) : record(tag).value.text)))
+                << tag << " was " << text.substr(0, 80) << " and came back " << came.substr(0, 80);
         }
         m_before = again;
         m_expected.clear();
@@ -166,6 +178,7 @@ protected:
     int m_accepted = 0;
     DataTagValue_t m_before; ///< what was held when the round began
     DataTagValue_t m_expected;
+    std::map<eDataTag, int> m_changes; ///< how often each item took a new value
 };
 
 TEST_F(CatalogueSweep, typedValuesAreTakenAsTheRowSaysAndSurviveARestart)
@@ -212,18 +225,17 @@ TEST_F(CatalogueSweep, textsOfTheManagementServiceAreTakenAsTheRowSaysAndSurvive
         SCOPED_TRACE("round " + std::to_string(round));
         for (auto const tag : ownTags) {
             auto const& [managedTag, item, subItem] = DataSourceOCMS::dataOCMSDescriptionTable[tag];
-            // The sub-items of tables are completed to whole tables before they are set.
-            if (item == nullptr || subItem != nullptr)
+            if (item == nullptr)
                 continue;
             auto const offered = offeredText(record(tag), round);
             std::string expected;
             bool const accepted = rowAcceptsText(record(tag), offered, expected);
-            offer(tag, accepted, expected, [&, name = *item] {
+            offer(tag, accepted, expected, [&, root = *item, name = subItem != nullptr ? *subItem : *item] {
                 ManageableData request;
-                request.populate(name, name, offered);
-                bool const taken = Cache::setDataOcms(request);
+                request.populate(root, name, offered);
                 auto const& reasons = request.rejectReasons();
-                return taken || (reasons.size() == 1 && reasons[0].reason == "UNCHANGED_DATA: " + name);
+                return Cache::setDataOcms(request) ||
+                       (reasons.size() == 1 && reasons[0].reason == "UNCHANGED_DATA: " + name);
             });
         }
         restartAndCompare();

@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+#include <sys/resource.h>
+
 using namespace Data;
 using Texts = std::vector<std::string>;
 using FlagFile = ScriptedTest;
@@ -14,19 +16,16 @@ TEST_F(FlagFile, TakesTheFirstTwoWordsOfEachLine)
     struct {
         char const* text;
         DataTagValue_t values;
-        Texts unknown;
+        Texts unknown = {};
     } const cases[] = {
-        {"", {}, {}},
-        {"opus_test false", {{eDataTagOpusTest, "false"}}, {}},
-        {" \taes256_test\t1  2 3\r\nforce_etsi\r\n", {{eDataTagAes256Test, "1"}, {eDataTagForceEtsi, "true"}}, {}},
-        {"icelite_test\nicelite_test no\n", {{eDataTagIceliteTest, "no"}}, {}},
+        {"", {}},
+        {"opus_test false", {{eDataTagOpusTest, "false"}}},
+        {" \taes256_test\t1  2 3\r\nforce_etsi\r\n", {{eDataTagAes256Test, "1"}, {eDataTagForceEtsi, "true"}}},
+        {"icelite_test\nicelite_test no\n", {{eDataTagIceliteTest, "no"}}},
         {"OPUS_TEST\n\nrtcpmux_disabled\n", {{eDataTagRtcpmuxDisabled, "true"}}, {"OPUS_TEST", ""}},
-        {"force_nte8_enabled 1\nforce_nte8_disabled 2",
-         {{eDataTagForceNte8Enabled, "1"}, {eDataTagForceNte8Disabled, "2"}},
-         {}},
+        {"force_nte8_enabled 1\nforce_nte8_disabled 2", {{eDataTagForceNte8Enabled, "1"}, {eDataTagForceNte8Disabled, "2"}}},
         {"force_nte48_enabled 3\nforce_nte48_disabled 4",
-         {{eDataTagForceNte48Enabled, "3"}, {eDataTagForceNte48Disabled, "4"}},
-         {}}};
+         {{eDataTagForceNte48Enabled, "3"}, {eDataTagForceNte48Disabled, "4"}}}};
     for (auto const& [text, values, unknown] : cases) {
         platform.flagFile(text);
         platform.clearLogs();
@@ -52,6 +51,14 @@ TEST_F(FlagFile, IsChangedUntilReadAfterEachWriteAndOnceAfterItsRemoval)
         file.readConfigFile(values);
         EXPECT_FALSE(file.isConfigFileChanged());
     }
+    platform.flagFile("opus_test lost\n");
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    rlimit const none{0, limit.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    file.readConfigFile(values);
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_TRUE(file.isConfigFileChanged()) << "what cannot be opened was not read";
     platform.removeFlagFile();
     EXPECT_TRUE(file.isConfigFileChanged());
     EXPECT_FALSE(file.isConfigFileChanged());

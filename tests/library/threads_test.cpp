@@ -149,6 +149,7 @@ TEST_F(Threads, aCallbackMayUseTheCacheThatCalledIt)
         EXPECT_EQ(presentText(eDataTagRingerVolume), std::to_string(ringerVolume));
         EXPECT_EQ(presentText(eDataTagHeadsetVolume), std::to_string(headsetVolume));
         EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), std::to_string(ringerVolume));
+        EXPECT_EQ(platform.databaseText("AudioSettings", "HeadsetVolume"), std::to_string(headsetVolume));
     }
 }
 

@@ -38,38 +38,46 @@ namespace {
 struct Kind {
     char const* name;
     bool isWhole; // all of what it stores is of one write at any moment
-    bool (*write)(Host::Platform&, std::string const& mark);
+    bool (*write)(Host::Platform&, std::string const& text);
     std::vector<std::pair<std::string, std::string>> places; // schema and element
+    std::size_t padding = 0;                                 // before the mark
 };
+
+/// What the n-th write stores.
+std::string textOf(Kind const& kind, int number)
+{
+    std::string const digits = std::to_string(number);
+    return std::string(kind.padding, digits[0]) + "#" + digits + ";";
+}
 
 constexpr int alerts = 15;
 
-template <eDataTag tag, std::size_t size> bool writeText(Host::Platform&, std::string const& mark)
+template <eDataTag tag> bool writeText(Host::Platform&, std::string const& text)
 {
-    return MediaDataCache::setData(tag, std::string(size, mark[1]) + mark, false);
+    return MediaDataCache::setData(tag, text, false);
 }
 
 /// Every `step`-th item from the first.
-template <eDataTag first, int count, int step> bool writeBulk(Host::Platform&, std::string const& mark)
+template <eDataTag first, int count, int step> bool writeBulk(Host::Platform&, std::string const& text)
 {
     BulkData bulk;
     for (int i = 0; i < count; ++i)
-        bulk.addTagValue(static_cast<eDataTag>(first + step * i), mark, false);
+        bulk.addTagValue(static_cast<eDataTag>(first + step * i), text, false);
     return MediaDataCache::setDataBulk(bulk);
 }
 
-bool writeRecord(Host::Platform& platform, std::string const& mark)
+bool writeRecord(Host::Platform& platform, std::string const& text)
 {
     ManageableData record;
     for (std::string const item : {"function-key-def-100", "function-key-def-101"})
-        record.populate(item, item, mark);
+        record.populate(item, item, text);
     return platform.management().change(record);
 }
 
 std::array<Kind, 6> const kinds{
-    {{"value", false, writeText<eDataTagCamera1Url, 0>, {{"DirectVideoSettings", "Camera1Url"}}},
-     {"secret", false, writeText<eDataTagIceServerPwd0, 0>, {{"ICESettings", "IceServerPwd0"}}},
-     {"value of pages", false, writeText<eDataTagDirectVideo100, 9000>, {{"DirectVideoSettings", "direct-video-100"}}},
+    {{"value", false, writeText<eDataTagCamera1Url>, {{"DirectVideoSettings", "Camera1Url"}}},
+     {"secret", false, writeText<eDataTagIceServerPwd0>, {{"ICESettings", "IceServerPwd0"}}},
+     {"value of pages", false, writeText<eDataTagDirectVideo100>, {{"DirectVideoSettings", "direct-video-100"}}, 9000},
      {"table", true, writeBulk<eDataTagAlertIdentifier0, alerts, 1>, {{"DistinctiveRinging", ""}}},
      {"bulk",
       false,
@@ -89,7 +97,7 @@ struct LedgerLine {
 using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
 
 struct Findings {
-    int lost = 0;    // values of another write than the last acknowledged or one under way
+    int lost = 0;    // values of another write than the last acknowledged or one under way, or in part
     int torn = 0;    // tables and records with parts of several writes
     int damaged = 0; // directories that could not be opened, or not without mending
     std::string examples;
@@ -131,9 +139,10 @@ void check(std::string const& directory, Ledger& ledger, Findings& findings)
             std::vector<int> const marks = marksIn(text);
             writes.insert(marks.begin(), marks.end());
             int& acknowledged = ledger[i].acknowledged[place];
-            if (marks[0] != acknowledged && marks[0] != ledger[i].begun)
+            bool const isWhole = element.empty() || marks[0] == 0 || text == textOf(kinds[i], marks[0]);
+            if ((marks[0] != acknowledged && marks[0] != ledger[i].begun) || !isWhole)
                 find(findings.lost, std::string(kinds[i].name) + " of write " + std::to_string(acknowledged) + " is of " +
-                                        std::to_string(marks[0]));
+                                        std::to_string(marks[0]) + (isWhole ? "" : ", in part"));
             if (element.empty() && marks[0] != 0 && marks.size() != alerts)
                 find(findings.torn, "a table lacks rows");
             acknowledged = marks[0];
@@ -173,7 +182,7 @@ public:
 
     bool write(std::size_t kind, int number)
     {
-        return m_platform != nullptr && kinds[kind].write(*m_platform, "#" + std::to_string(number) + ";");
+        return m_platform != nullptr && kinds[kind].write(*m_platform, textOf(kinds[kind], number));
     }
 
 private:
