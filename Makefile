@@ -30,7 +30,7 @@ lint: install-build install-lint build/clang/build.ninja ## check format and run
 
 sanitize: test-asan test-tsan ## run all tests under the address, undefined-behaviour and thread sanitizers
 
-fuzz: install-fuzz build-fuzz ## run every fuzz target FUZZ_RUNS times, two at a time; takes some hours
+fuzz: install-fuzz build-fuzz ## run every fuzz target FUZZ_RUNS times, on all cores; takes some hours
 	@fuzz/run build/fuzz $(FUZZ_RUNS) $(FUZZ_TARGETS)
 
 coverage: install-cover build-coverage ## run all tests and say which branches of src/ they take

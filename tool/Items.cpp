@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <charconv>
 #include <iterator>
 #include <list>
@@ -70,11 +69,30 @@ Names const& names()
     return all;
 }
 
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 std::string lowerCase(std::string text)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::transform(text.begin(), text.end(), text.begin(), lower);
     return text;
+}
+
+/// Never more than the edit distance, and told at once: how many letters one word has that the other has not.
+std::size_t leastDistance(std::string const& a, std::string const& b)
+{
+    std::array<std::size_t, 256> letters{};
+    for (char const c : a)
+        ++letters[static_cast<unsigned char>(c)];
+    std::size_t common = 0;
+    for (char const c : b) {
+        auto& left = letters[static_cast<unsigned char>(lower(c))];
+        common += left > 0;
+        left -= left > 0;
+    }
+    return std::max(a.size(), b.size()) - common;
 }
 
 /// The edit distance of two words, or something beyond `limit` when it is larger than that.
@@ -156,13 +174,15 @@ std::vector<std::string> nearest(std::string const& word, std::vector<std::strin
     auto const farthest = std::max<std::size_t>(2, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> found;
     for (auto const& candidate : candidates) {
-        auto const lower = lowerCase(candidate);
-        bool const isPart = wanted.size() > 2 && lower.find(wanted) != std::string::npos;
-        // The lengths alone rule most names out: a word of any length is answered at once.
-        if (!isPart && std::max(wanted.size(), lower.size()) - std::min(wanted.size(), lower.size()) > farthest)
+        // Nearly all names are ruled out so: a word of any length is answered at once.
+        bool const mayBePart = wanted.size() > 2 && wanted.size() <= candidate.size();
+        auto const least = leastDistance(wanted, candidate);
+        if (least > farthest && !(mayBePart && least == candidate.size() - wanted.size()))
             continue;
-        auto const away = std::min(distance(wanted, lower, farthest), isPart ? std::size_t{2} : std::string::npos);
-        if (away <= farthest && away < lower.size())
+        auto const name = lowerCase(candidate);
+        bool const isPart = mayBePart && name.find(wanted) != std::string::npos;
+        auto const away = std::min(distance(wanted, name, farthest), isPart ? std::size_t{2} : std::string::npos);
+        if (away <= farthest && away < name.size())
             found.emplace_back(away, candidate);
     }
     std::stable_sort(found.begin(), found.end(), [](auto const& a, auto const& b) { return a.first < b.first; });

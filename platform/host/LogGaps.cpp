@@ -58,15 +58,17 @@ public:
     std::size_t closeGaps()
     {
         auto const isGood = [](Frame const& each) { return each.isGood; };
-        // The last change counts when all of it is there.
-        auto end =
-            std::find_if(m_frames.rbegin(), m_frames.rend(), [](Frame const& each) { return each.isGood && each.isCommit; });
-        auto const before = end == m_frames.rend()
-                                ? end
-                                : std::find_if(end + 1, m_frames.rend(), [](Frame const& each) { return each.isCommit; });
-        if (!std::all_of(end, before, isGood))
-            end = before;
-        m_frames.erase(end.base(), m_frames.end());
+        // What ends the log counts from the last change of which all is there: those behind it may never have been completed.
+        auto end = m_frames.end();
+        for (bool isWhole = false; end != m_frames.begin() && !isWhole;) {
+            auto begin = end - 1;
+            while (begin != m_frames.begin() && !(begin - 1)->isCommit)
+                --begin;
+            isWhole = (end - 1)->isCommit && std::all_of(begin, end, isGood);
+            if (!isWhole)
+                end = begin;
+        }
+        m_frames.erase(end, m_frames.end());
         auto const lost = std::erase_if(m_frames, [](Frame const& each) { return !each.isGood; });
         return lost > 0 && write() ? lost : 0;
     }

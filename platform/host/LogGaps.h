@@ -11,7 +11,7 @@ namespace Host {
 /// is synced before the next begins; more mean damage. 0 without a log, or when the log's header cannot be read.
 std::size_t changesBehindGap(std::string const& log);
 
-/// Takes the unreadable frames out of the log, so that SQLite reads those behind them. An incomplete last change goes, too.
+/// Takes the unreadable frames out of the log, so that SQLite reads those behind them. Incomplete changes at the end go, too.
 /// Returns how many frames were lost; 0 leaves the file as it is.
 std::size_t closeGaps(std::string const& log);
 
