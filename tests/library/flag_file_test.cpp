@@ -26,6 +26,7 @@ TEST_F(FlagFile, TakesTheFirstTwoWordsOfEachLine)
         {"force_nte8_enabled 1\nforce_nte8_disabled 2", {{eDataTagForceNte8Enabled, "1"}, {eDataTagForceNte8Disabled, "2"}}},
         {"force_nte48_enabled 3\nforce_nte48_disabled 4",
          {{eDataTagForceNte48Enabled, "3"}, {eDataTagForceNte48Disabled, "4"}}}};
+    platform.logLevel(5);
     for (auto const& [text, values, unknown] : cases) {
         platform.flagFile(text);
         platform.clearLogs();

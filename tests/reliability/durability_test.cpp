@@ -21,7 +21,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <optional>
+#include <memory>
 #include <set>
 #include <thread>
 
@@ -214,11 +214,11 @@ void runWorkload(bool relaxed)
     std::string const directory = freshDirectory();
     Disk::calls.clear();
     Disk::watched = directory;
-    std::optional<Writer> writer;
+    std::unique_ptr<Writer> writer;
     for (int write = 0; write < static_cast<int>(writes); ++write) {
         if (write % writesUntilRestart == 0) {
             writer.reset();
-            writer.emplace(directory, relaxed);
+            writer = std::make_unique<Writer>(directory, relaxed);
         }
         auto const kind = static_cast<std::size_t>(write) % kinds.size();
         Disk::calls.push_back({Disk::Call::mark, kind, "begun", "", write + 1});
@@ -272,8 +272,8 @@ struct Shared {
 /// Writes until it is killed, restarting now and then. Ends by itself only when a write is refused.
 [[noreturn]] void writeOn(std::string const& directory, Shared& shared, std::mt19937 random)
 {
-    for (std::optional<Writer> writer;; writer.reset()) {
-        writer.emplace(directory, false);
+    for (std::unique_ptr<Writer> writer;; writer.reset()) {
+        writer = std::make_unique<Writer>(directory, false);
         for (int count = 0; count < 30; ++count) {
             auto const kind = random() % kinds.size();
             shared.ledger[kind].begun = ++shared.written;
