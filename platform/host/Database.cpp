@@ -21,11 +21,13 @@ namespace {
 // Entry i brings a file of version i to version i + 1. Entries are never changed: mending a file relies on the place of the
 // tables in it (DatabaseMending.cpp).
 constexpr std::array<char const*, 1> migrations{
+    "BEGIN IMMEDIATE;"
     "CREATE TABLE item (schema TEXT NOT NULL, element TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (schema, element)) "
     "STRICT;"
     "CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, kind TEXT NOT NULL, item TEXT NOT NULL,"
     " value TEXT NOT NULL) STRICT;"
-    "PRAGMA user_version = 1;"};
+    "PRAGMA user_version = 1;"
+    "COMMIT;"};
 
 // The locking mode comes first: whatever reads the file before it would make it use shared memory.
 constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
@@ -182,8 +184,7 @@ bool Database::migrate(DatabaseFault& fault)
         return false;
     }
     for (; version < migrations.size(); ++version) {
-        std::string const step = std::string("BEGIN IMMEDIATE;") + migrations[version] + "COMMIT;";
-        if (sqlite3_exec(m_handle, step.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK)
+        if (sqlite3_exec(m_handle, migrations[version], nullptr, nullptr, nullptr) != SQLITE_OK)
             return failed(fault, fileOf(m_handle) + " cannot be brought to version " + std::to_string(version + 1));
     }
     return true;
