@@ -46,16 +46,14 @@ std::string escaped(std::string const& text, std::string_view kept = "")
         auto const byte = static_cast<unsigned char>(c);
         // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
         bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
-        if (kept.find(c) != std::string_view::npos)
+        if (!isControl || kept.find(c) != std::string_view::npos)
             line += c;
         else if (c == '\n')
             line += "\\n";
         else if (c == '\t')
             line += "\\t";
-        else if (isControl)
-            line += fmt::format("\\x{:02x}", byte);
         else
-            line += c;
+            line += fmt::format("\\x{:02x}", byte);
         previous = byte;
     }
     return line;
@@ -193,12 +191,12 @@ Look tableLook(std::size_t line, Column const& column)
 /// The reason first, then what would be accepted.
 void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::ostream& out)
 {
-    for (auto remark = remarks.rbegin(); remark != remarks.rend(); ++remark) {
-        auto const& text = remark->cells[line];
-        auto const label = remark->name == "reason" ? "" : remark->name + ": ";
+    std::for_each(remarks.rbegin(), remarks.rend(), [&](Column const& remark) {
+        auto const& text = remark.cells[line];
+        auto const label = remark.name == "reason" ? "" : remark.name + ": ";
         for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, lineWidth - indent.size()))
             out << indent << part << '\n';
-    }
+    });
 }
 
 /// What the rows share that stand together below it.
