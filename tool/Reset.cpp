@@ -71,15 +71,10 @@ Report resetSet(Session& session, std::vector<eDataTag> const& tags, bool (*acti
     for (auto const tag : tags)
         session.history().ask(tag);
     Changes const changes(session);
-    session.takeErrors();
     bool const done = action(session);
     report.sections.push_back(changes.section("items"));
     report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
-    for (auto const& error : session.takeErrors()) {
-        if (isStorageError(error))
-            report.fail(exitStorage, {"", error});
-    }
-    if (!done && report.code == exitOk)
+    if (!done)
         report.fail(exitStorage, {"", "not everything was reset"});
     return report;
 }

@@ -105,7 +105,7 @@ private:
 
     bool write()
     {
-        std::fstream file(m_path, std::ios::in | std::ios::out | std::ios::binary | std::ios::trunc);
+        std::ofstream file(m_path, std::ios::binary);
         file << m_header;
         Checksum before = stored(m_header, 24);
         for (auto& [bytes, isGood, isCommit] : m_frames) {
