@@ -2,7 +2,7 @@
 
 #include "Media/MediaDataCache.h"
 
-#include "DataCache/ScopedLock.h"
+#include "DataCache/CacheLock.h"
 
 #include "ClientUtils.h"
 

@@ -1,12 +1,12 @@
 #include "Data/DataCache.h"
 
 #include "Data/BulkData.h"
-#include "Data/DataItem.h"
+#include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceFile.h"
 
-#include "DataCache/ScopedLock.h"
+#include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Log.h"
@@ -103,28 +103,6 @@ DataItemBase* DataCache::findItem(eDataTag tag) const
 void DataCache::place(eDataTag tag, DataItemBase* item)
 {
     m_dataMap[static_cast<std::size_t>(tag)] = item;
-}
-
-void DataCache::touch(eDataTag tag)
-{
-    auto const index = static_cast<std::size_t>(tag);
-    m_touched.set(index);
-    m_touchedBegin = std::min(m_touchedBegin, index);
-    m_touchedEnd = std::max(m_touchedEnd, index + 1);
-}
-
-void DataCache::forgetTouched()
-{
-    for (; m_touchedBegin < m_touchedEnd; ++m_touchedBegin)
-        m_touched.reset(m_touchedBegin);
-    m_touchedBegin = tagCount;
-    m_touchedEnd = 0;
-}
-
-void DataCache::noteChange(eDataTag tag)
-{
-    m_changed = true;
-    touch(tag);
 }
 
 eDataItemType DataCache::getItemType(eDataTag tag)
@@ -372,52 +350,6 @@ void DataCache::readUserDataFromSourceDB()
     if (m_sourceDB)
         m_sourceDB->readDataFromTables(true);
     m_changed = true;
-}
-
-void DataCache::readDataFromSourceFile()
-{
-    if (applyChangedConfigFile())
-        updateCallbacks();
-}
-
-bool DataCache::applyChangedConfigFile()
-{
-    ScopedLock const held(*m_lock);
-    if (!m_sourceFile || !m_sourceFile->isConfigFileChanged())
-        return false;
-
-    DataTagValue_t flags;
-    for (auto* const item : m_dataMap) {
-        if (item && item->tag() >= eDataTagOpusTest && item->source() == eDataSourceFile)
-            flags.emplace(item->tag(), "");
-    }
-    // No flag is user data, so this drops them all: a flag that left the file keeps its last value until the next start.
-    DataItemBuilder::getDefaultValues(flags, eDataComponentNone, true);
-    m_sourceFile->readConfigFile(flags);
-
-    auto const says = [&flags](eDataTag flag, char const* text) {
-        auto const found = flags.find(flag);
-        return found != flags.end() && found->second == text;
-    };
-    flags.emplace(eDataTagCodecHardwareAllowed3, says(eDataTagOpusTest, "false") ? "false" : "true");
-
-    DataTagValue_t methods;
-    for (int tag = eDataTagSRTPEncryptionMethod1; tag <= eDataTagSRTPEncryptionMethod5; ++tag)
-        methods.emplace(static_cast<eDataTag>(tag), "");
-    getDataValues(methods);
-    constexpr int fromMethodToFlag = eDataTagSRTPEncryptionHardwareAllowed1 - eDataTagSRTPEncryptionMethod1;
-    for (auto const& [tag, text] : methods) {
-        int method = 0;
-        convertFromString(text, method);
-        if (method >= 2 && method <= 4)
-            flags.emplace(static_cast<eDataTag>(tag + fromMethodToFlag),
-                          says(eDataTagAes256Test, "true") ? "true" : "false");
-    }
-
-    DataTagValue_t scratch;
-    setDataValues(flags, scratch, false, false);
-    updateDataInSourceDB();
-    return true;
 }
 
 template bool DataCache::getData<int>(eDataTag, int&);

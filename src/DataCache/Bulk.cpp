@@ -1,0 +1,126 @@
+// Many values at once: a client's bulk in and out, and the reset of a list of tags.
+#include "Data/BulkData.h"
+#include "Data/DataCache.h"
+#include "Data/DataItemBase.h"
+#include "Data/DataItemBuilder.h"
+
+#include "DataCache/CacheLock.h"
+#include "DataCache/TextValues.h"
+#include "Log.h"
+
+#include "Semaphore.h"
+
+namespace Data {
+
+namespace {
+
+constexpr char const* unit = "./src/DataCache";
+
+/// Reads the item's value of type T into the bulk. A failed read leaves T's default there, flagged as not stored.
+template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
+{
+    T value{};
+    bool const read = item.getValue(value);
+    bulk.setTagData(item.tag(), value, read);
+    return read;
+}
+
+} // namespace
+
+bool DataCache::setDataBulk(BulkData& bulk)
+{
+    ScopedLock const held(*m_lock);
+    bool accepted = true;
+    DataTagValue_t written;
+    auto const store = [&](eDataTag tag, auto const& value) {
+        bool persisted = false;
+        bool const set = setDataValue(tag, value, persisted);
+        if (persisted)
+            written[tag] = convertToString(value);
+        return set;
+    };
+    for (auto const& [tag, item] : bulk.getTagsValues()) {
+        if (!item)
+            continue;
+        bool set = false;
+        switch (item->itemType) {
+        case eDataItemTypeInt:
+            set = store(tag, item->intValue);
+            break;
+        case eDataItemTypeBool:
+            set = store(tag, item->boolValue);
+            break;
+        case eDataItemTypeString:
+            set = store(tag, item->stringValue);
+            break;
+        default:
+            LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
+            break;
+        }
+        if (set) {
+            bulk.setTagWrittenToDb(tag, true);
+        } else {
+            LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", tag);
+            accepted = false;
+        }
+    }
+
+    DataTagValue_t failed;
+    accepted = updateDataInSourceDB(failed) && accepted;
+    if (!accepted) {
+        for (auto const& entry : failed)
+            bulk.setTagWrittenToDb(entry.first, false);
+    }
+    for (auto const& [tag, text] : written) {
+        if (!failed.contains(tag))
+            writeDataToSourceOCMS(tag, text);
+    }
+    updateCallbacks();
+    return accepted;
+}
+
+bool DataCache::getDataBulk(BulkData& bulk)
+{
+    ScopedLock const held(*m_lock);
+    bool complete = true;
+    for (auto const tag : bulk.listTags()) {
+        auto const* const item = findItem(tag);
+        if (!item) {
+            LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);
+            complete = false;
+            continue;
+        }
+        bool read = false;
+        switch (DataItemBuilder::getItemType(tag)) {
+        case eDataItemTypeInt:
+            read = readIntoBulk<int>(*item, bulk);
+            break;
+        case eDataItemTypeBool:
+            read = readIntoBulk<bool>(*item, bulk);
+            break;
+        case eDataItemTypeString:
+            read = readIntoBulk<std::string>(*item, bulk);
+            break;
+        default:
+            LOG_ERROR(unit, "DataCache::getDataBulk - invalid entry tag %i \n", tag);
+            break;
+        }
+        if (!read) {
+            LOG_ERROR(unit, "DataCache::getDataBulk - failed to get tag %i \n", tag);
+            complete = false;
+        }
+    }
+    return complete;
+}
+
+void DataCache::resetDataToDefault(std::list<eDataTag> const& tags)
+{
+    ScopedLock const held(*m_lock);
+    DataTagValue_t defaults;
+    for (auto const tag : tags)
+        defaults.emplace(tag, "");
+    DataItemBuilder::getDefaultValues(defaults, m_component, false);
+    applyDefaults(defaults);
+}
+
+} // namespace Data

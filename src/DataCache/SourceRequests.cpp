@@ -1,0 +1,93 @@
+// What the database and the management service ask of the cache.
+#include "Data/DataCache.h"
+#include "Data/DataItemBase.h"
+#include "Data/DataItemBuilder.h"
+
+#include "DataCache/CacheLock.h"
+
+#include "Semaphore.h"
+
+namespace Data {
+
+void DataCache::applyDefaults(DataTagValue_t const& defaults)
+{
+    if (defaults.empty())
+        return;
+    DataTagValue_t scratch;
+    setDataValues(defaults, scratch, true, false);
+}
+
+void DataCache::dbCBGetFailed(eDataTag tag)
+{
+    ScopedLock const held(*m_lock);
+    DataTagValue_t defaults{{tag, ""}};
+    DataItemBuilder::getDefaultValues(defaults, eDataComponentNone, true);
+    applyDefaults(defaults);
+}
+
+void DataCache::dbCBResetSelectedToDefault(DataTagValue_t& values)
+{
+    ScopedLock const held(*m_lock);
+    DataItemBuilder::getDefaultValues(values, m_component, false);
+    applyDefaults(values);
+}
+
+void DataCache::ocmsCBResetToDefault()
+{
+    {
+        ScopedLock const held(*m_lock);
+        std::map<eDataTag, DataItemBase*> items;
+        for (auto* const item : m_dataMap) {
+            if (item)
+                items.emplace_hint(items.end(), item->tag(), item);
+        }
+        DataTagValue_t defaults;
+        DataItemBuilder::getDefaultValues(items, defaults, m_component, true);
+        applyDefaults(defaults);
+        m_changed = true;
+        announce(eMobilityReset);
+    }
+    updateCallbacks();
+}
+
+void DataCache::ocmsCBGetDataValues(DataTagValue_t& values)
+{
+    getDataValues(values);
+}
+
+bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t& rejected)
+{
+    bool stored = false;
+    {
+        // One hold across both, so that no other thread sees or flushes a half-set table.
+        ScopedLock const held(*m_lock);
+        bool const accepted = setDataValues(values, rejected, true, false);
+        stored = updateDataInSourceDB() && accepted;
+    }
+    updateCallbacks();
+    return stored;
+}
+
+void DataCache::mobilityChanged(std::string const& value)
+{
+    ScopedLock const held(*m_lock);
+    DataMobility::mobilityChanged(value);
+}
+
+void DataCache::dbCBGetDataValues(DataTagValue_t& values)
+{
+    getDataValues(values);
+}
+
+bool DataCache::dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement)
+{
+    DataTagValue_t scratch;
+    return setDataValues(values, scratch, persist, toManagement);
+}
+
+bool DataCache::dbCBQueryIsTableUserData(eDataTag table)
+{
+    return DataItemBuilder::isUserData(table);
+}
+
+} // namespace Data
