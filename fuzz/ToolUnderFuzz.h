@@ -5,11 +5,11 @@
 #include "../tests/Statements.h"
 #include "Fuzz.h"
 
-#include "ChangeFeed.h"
-#include "CommandLine.h"
-#include "Document.h"
-#include "Exchange.h"
-#include "Items.h"
+#include "holder/ChangeFeed.h"
+#include "cli/CommandLine.h"
+#include "workbench/Document.h"
+#include "workbench/Import.h"
+#include "workbench/Items.h"
 
 #include "HostPlatform.h"
 

@@ -1,8 +1,8 @@
 // Bytes that come through the socket of the tool; an input that begins with no digit has a text of one message in each line.
 #include "ToolUnderFuzz.h"
 
-#include "Protocol.h"
-#include "Server.h"
+#include "holder/Protocol.h"
+#include "holder/Server.h"
 
 using namespace Tool;
 

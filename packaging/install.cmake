@@ -40,7 +40,7 @@ foreach(name mediadata mediadata-host)
 endforeach()
 
 # The tool.
-set(completions tool/completions)
+set(completions tool/cli/completions)
 install(TARGETS mediadata_tool RUNTIME COMPONENT tool)
 install(FILES docs/mediadata.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 install(FILES ${completions}/mediadata.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME mediadata

@@ -1,5 +1,5 @@
 // mediadata: the workbench for the settings of a telephone's media process.
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
 #include <csignal>
 #include <exception>

@@ -240,7 +240,7 @@ TEST_F(Holder, AnswersNobodyElsesCommands)
 
 TEST_F(Holder, IsNotNeededForCompletion)
 {
-    std::string const scripts = MEDIADATA_SOURCE_DIR "/tool/completions/";
+    std::string const scripts = MEDIADATA_SOURCE_DIR "/tool/cli/completions/";
     auto const shell = [&](std::string const& command) {
         return std::system(("bash -c '" + command + "' >" + (root() / "said").string() + " 2>&1").c_str());
     };

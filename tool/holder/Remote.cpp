@@ -1,0 +1,141 @@
+#include "holder/Remote.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <ostream>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto patience = 1s;
+constexpr auto longestSilence = 60s; ///< of a holder that is stopped, say
+constexpr auto longWhile = std::chrono::hours(1);
+
+std::size_t numberIn(std::string const& text)
+{
+    std::size_t number = 0;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+} // namespace
+
+std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
+{
+    Host::FileDescriptor const directory(::open(dataDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    struct stat owner {};
+    struct stat found {};
+    if (!directory || ::fstat(directory.get(), &owner) != 0 || (owner.st_uid != ::geteuid() && ::geteuid() != 0) ||
+        ::fstatat(directory.get(), socketName, &found, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISSOCK(found.st_mode))
+        return std::nullopt;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath(directory.get()).copy(address.sun_path, sizeof address.sun_path - 1);
+    Host::FileDescriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket || ::connect(socket.get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0)
+        return std::nullopt;
+    auto const peer = peerOf(socket.get());
+    if (peer.user != owner.st_uid && peer.user != 0)
+        return std::nullopt;
+    return Remote(std::move(socket), peer.process);
+}
+
+Channel::Event Remote::next(Message& message, Console& console, int output)
+{
+    auto event = Channel::Event::Timeout;
+    // A watch that has begun lasts as long as it takes for something to change.
+    while (m_begun && output >= 0 && event == Channel::Event::Timeout)
+        event = m_channel.receive(message, longWhile, output);
+    if (!m_begun) {
+        event = m_channel.receive(message, patience);
+        if (event == Channel::Event::Timeout)
+            console.quiet();
+        if (event == Channel::Event::Timeout)
+            console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
+                        << std::endl;
+    }
+    return event == Channel::Event::Timeout ? m_channel.receive(message, longestSilence, output) : event;
+}
+
+/// A holder gets only what the command's own words name.
+bool Remote::supply(Request& request, std::string const& asked, Console const& console) const
+{
+    auto const space = asked.find(' ');
+    auto const kind = asked.substr(0, space);
+    auto const name = space == std::string::npos ? "" : asked.substr(space + 1);
+    if (kind == "passphrase") {
+        request.answers[asked] = console.passphrase(name);
+        return true;
+    }
+    bool const isNamed = !name.empty() && std::any_of(request.words.begin(), request.words.end(),
+                                                      [&](auto const& word) { return word.ends_with(name); });
+    if (isNamed && kind == "directory") {
+        request.answers[asked] = packed(console.readDirectory(name));
+        return true;
+    }
+    std::string text;
+    if (isNamed && kind == "file")
+        request.answers[asked] = console.read(name, text) ? std::optional(std::move(text)) : std::nullopt;
+    return isNamed && kind == "file";
+}
+
+std::optional<int> Remote::run(Request request, Console& console, bool untilRead, std::string& failure)
+{
+    for (bool toSend = true;;) {
+        if (toSend && encode(toMessage(request)).size() > longestMessage) {
+            failure = "more than 8 MiB cannot be given to the process that holds the data directory";
+            return std::nullopt;
+        }
+        if (toSend) {
+            m_channel.post(toMessage(request));
+            m_channel.flush(longestSilence);
+        }
+        toSend = false;
+        Message message;
+        auto const event = next(message, console, untilRead ? STDOUT_FILENO : -1);
+        if (event == Channel::Event::ReaderGone)
+            return 0;
+        if (event == Channel::Event::Timeout) {
+            failure = "process " + std::to_string(m_process) + ", which holds the data directory, does not answer" +
+                      (m_begun ? "; it may still carry the command out" : "; nothing was done");
+            return std::nullopt;
+        }
+        std::string const kind = message.empty() ? "" : message[0];
+        if (kind == "begin") {
+            m_begun = true;
+        } else if (kind == "out" && message.size() == 2) {
+            console.quiet();
+            console.out << message[1] << std::flush;
+        } else if (kind == "err" && message.size() == 2) {
+            console.quiet();
+            console.err << message[1] << std::flush;
+        } else if (kind == "progress" && message.size() == 3) {
+            console.progress(numberIn(message[1]), numberIn(message[2]));
+        } else if (kind == "end" && message.size() == 2) {
+            return static_cast<int>(numberIn(message[1]));
+        } else if (kind == "refuse" && message.size() == 2) {
+            failure = "process " + std::to_string(m_process) + ", which holds the data directory: " + message[1];
+            return std::nullopt;
+        } else if (kind == "ask" && message.size() == 2 && supply(request, message[1], console)) {
+            toSend = true;
+        } else if (kind.empty() && !m_begun) {
+            return std::nullopt;
+        } else {
+            failure = "process " + std::to_string(m_process) + ", which held the data directory, ended before it answered";
+            return std::nullopt;
+        }
+    }
+}
+
+} // namespace Tool

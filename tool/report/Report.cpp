@@ -1,0 +1,432 @@
+#include "report/Report.h"
+
+#include "report/Console.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <ctime>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <ostream>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+/// The width that tables keep to where they can.
+constexpr std::size_t lineWidth = 80;
+
+/// Long values are cut in tables: to this width at most, and as far as it takes, but not below the other one.
+constexpr std::size_t widestCell = 44;
+constexpr std::size_t narrowestCell = 12;
+
+/// Columns that say why something was not taken. They are never cut, and stand below their rows where a table is too wide.
+bool isRemark(std::string const& column)
+{
+    return column == "accepted" || column == "reason";
+}
+
+/// A name that is cut names nothing.
+bool isName(std::string const& column)
+{
+    return column == "item" || column == "sub-item";
+}
+
+/// Control characters written out, but for those to be kept.
+std::string escaped(std::string const& text, std::string_view kept = "")
+{
+    std::string line;
+    unsigned char previous = 0;
+    for (char const c : text) {
+        auto const byte = static_cast<unsigned char>(c);
+        // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
+        bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
+        if (!isControl || kept.find(c) != std::string_view::npos)
+            line += c;
+        else if (c == '\n')
+            line += "\\n";
+        else if (c == '\t')
+            line += "\\t";
+        else
+            line += fmt::format("\\x{:02x}", byte);
+        previous = byte;
+    }
+    return line;
+}
+
+/// The number of characters, not bytes, so that columns stay aligned for texts in UTF-8.
+std::size_t width(std::string const& text)
+{
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+}
+
+std::string padded(std::string text, std::size_t columns)
+{
+    text.append(columns - std::min(columns, width(text)), ' ');
+    return text;
+}
+
+std::string cut(std::string text, std::size_t columns)
+{
+    if (width(text) <= columns)
+        return text;
+    std::size_t end = 0;
+    for (std::size_t kept = 0; kept + 3 < columns || (text[end] & 0xc0) == 0x80; ++end)
+        kept += (text[end] & 0xc0) != 0x80;
+    return text.substr(0, end) + "...";
+}
+
+/// How a text looks at a terminal that shows colours.
+enum class Look { Plain, Heading, Good, Bad };
+
+Look lookOf(std::string_view result)
+{
+    static std::map<std::string_view, Look> const looks{
+        {"stored", Look::Good}, {"taken", Look::Good}, {"would store", Look::Good},
+        {"refused", Look::Bad}, {"failed", Look::Bad}, {"unknown", Look::Bad},
+    };
+    auto const found = looks.find(result);
+    return found == looks.end() ? Look::Plain : found->second;
+}
+
+std::string dressed(std::string const& text, Look look)
+{
+    constexpr std::array<char const*, 4> codes{"", "\x1b[1m", "\x1b[32m", "\x1b[31m"};
+    return look == Look::Plain ? text : codes[static_cast<std::size_t>(look)] + text + "\x1b[0m";
+}
+
+std::string withoutTrailingBlanks(std::string line)
+{
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+struct Column {
+    std::string name;
+    std::vector<std::string> cells; ///< of a table the heading first
+    bool mayBeCut;
+};
+
+using Columns = std::vector<Column>;
+
+/// One column of a table; without cells when no row has a value.
+Column columnOf(Section const& section, std::size_t index)
+{
+    auto const& name = section.columns[index];
+    Column column{name, {}, !isRemark(name) && !isName(name)};
+    auto const isNull = [&](auto const& row) { return row[index].is_null(); };
+    // True without rows as well: an empty table has no header.
+    if (std::all_of(section.rows.begin(), section.rows.end(), isNull))
+        return column;
+    auto& heading = column.cells.emplace_back(name);
+    std::transform(heading.begin(), heading.end(), heading.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    for (auto const& row : section.rows)
+        column.cells.push_back(isRemark(name) && row[index].is_null() ? "" : cellText(row[index]));
+    return column;
+}
+
+std::size_t widest(Column const& column)
+{
+    std::size_t most = 0;
+    for (auto const& cell : column.cells)
+        most = std::max(most, width(cell));
+    return most;
+}
+
+/// The width of all columns when long cells are cut to `cell`.
+std::size_t widthOf(Columns const& columns, std::size_t cell)
+{
+    std::size_t all = 0;
+    for (auto const& column : columns)
+        all += (all == 0 ? 0 : 2) + (column.mayBeCut ? std::min(widest(column), cell) : widest(column));
+    return all;
+}
+
+/// Cuts cells until the columns fit.
+void fit(Columns& columns, std::size_t room)
+{
+    std::size_t cell = widestCell;
+    while (cell > narrowestCell && widthOf(columns, cell) > room)
+        --cell;
+    for (auto& column : columns) {
+        for (auto& text : column.cells)
+            text = column.mayBeCut ? cut(text, cell) : text;
+    }
+}
+
+/// Says how the cell in a line of a column looks.
+using Looks = std::function<Look(std::size_t line, Column const& column)>;
+
+/// The lines of a table, each column as wide as its widest cell.
+std::vector<std::string> aligned(Columns const& columns, Looks const& look)
+{
+    std::vector<std::string> lines(columns.empty() ? 0 : columns.front().cells.size());
+    for (auto const& column : columns) {
+        auto const& cells = column.cells;
+        auto const wide = widest(column);
+        for (std::size_t line = 0; line < lines.size(); ++line)
+            lines[line] += dressed(cells[line], look(line, column)) + padded("", wide + 2 - width(cells[line]));
+    }
+    for (auto& line : lines)
+        line = withoutTrailingBlanks(std::move(line));
+    return lines;
+}
+
+Look plain(std::size_t, Column const&)
+{
+    return Look::Plain;
+}
+
+Look tableLook(std::size_t line, Column const& column)
+{
+    return line == 0 ? Look::Heading : column.name == "result" ? lookOf(column.cells[line]) : Look::Plain;
+}
+
+/// The reason first, then what would be accepted.
+void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::ostream& out)
+{
+    std::for_each(remarks.rbegin(), remarks.rend(), [&](Column const& remark) {
+        auto const& text = remark.cells[line];
+        auto const label = remark.name == "reason" ? "" : remark.name + ": ";
+        for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, lineWidth - indent.size()))
+            out << indent << part << '\n';
+    });
+}
+
+/// What the rows share that stand together below it.
+std::string headingOf(Section const& section, std::vector<Json> const& row)
+{
+    std::string heading;
+    for (std::size_t column = 0; column < section.headings; ++column)
+        heading += (column == 0 ? "" : "  ") + cellText(row[column]);
+    return heading;
+}
+
+void writeTable(Section const& section, std::ostream& out, bool coloured)
+{
+    std::string const indent(section.headings == 0 ? 0 : 2, ' ');
+    Columns columns;
+    for (auto index = section.headings; index < section.columns.size(); ++index) {
+        if (auto column = columnOf(section, index); !column.cells.empty())
+            columns.push_back(std::move(column));
+    }
+    Columns remarks;
+    if (widthOf(columns, widestCell) + indent.size() > lineWidth) {
+        std::copy_if(columns.begin(), columns.end(), std::back_inserter(remarks),
+                     [](Column const& column) { return isRemark(column.name); });
+        std::erase_if(columns, [](Column const& column) { return isRemark(column.name); });
+    }
+    fit(columns, lineWidth - indent.size());
+    auto const lines = aligned(columns, coloured ? tableLook : plain);
+    std::string last;
+    for (std::size_t line = 0; line < lines.size(); ++line) {
+        auto const heading = line == 0 ? "" : headingOf(section, section.rows[line - 1]);
+        if (heading != last)
+            out << heading << '\n';
+        last = heading;
+        out << indent << lines[line] << '\n';
+        if (line != 0)
+            writeRemarks(remarks, line, indent + "    ", out);
+    }
+}
+
+void writeBeside(Section const& section, std::ostream& out)
+{
+    Columns beside{{"", section.columns, false}};
+    for (auto const& row : section.rows) {
+        auto& column = beside.emplace_back(Column{"", {}, true});
+        std::transform(row.begin(), row.end(), std::back_inserter(column.cells), cellText);
+    }
+    fit(beside, lineWidth);
+    for (auto const& line : aligned(beside, plain))
+        out << line << '\n';
+}
+
+/// A value stands on one line, however long; what is said about it does not.
+void writePairs(Section const& section, std::ostream& out)
+{
+    std::size_t widestName = 0;
+    for (auto const& column : section.columns)
+        widestName = std::max(widestName, width(column));
+    auto const indent = widestName + 2;
+    for (auto const& row : section.rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            if (row[column].is_null())
+                continue;
+            auto const& name = section.columns[column];
+            auto const text = cellText(row[column]);
+            auto lead = padded(name + ":", indent);
+            for (auto const& line : name == "value" ? std::vector{text} : wrapped(text, lineWidth - indent)) {
+                out << lead << line << '\n';
+                lead.assign(indent, ' ');
+            }
+        }
+    }
+}
+
+std::string rawText(Json const& cell)
+{
+    return cell.is_string() ? cell.get<std::string>() : cellText(cell);
+}
+
+/// A single value as it is for others to read, and harmless at a terminal.
+void writeValues(Section const& section, std::ostream& out, bool toTerminal)
+{
+    if (section.rows.size() == 1) {
+        auto const text = rawText(section.rows.front().back());
+        out << (toTerminal ? escaped(text) : text) << '\n';
+        return;
+    }
+    for (auto const& row : section.rows)
+        out << rawText(row.front()) << " = " << cellText(row.back()) << '\n';
+}
+
+Json object(Section const& section, std::vector<Json> const& row)
+{
+    Json result = Json::object();
+    for (std::size_t column = 0; column < row.size(); ++column)
+        result[section.columns[column]] = row[column];
+    return result;
+}
+
+Json sectionJson(Section const& section)
+{
+    if (section.layout == Layout::Text)
+        return section.rows.front().front();
+    if (section.layout == Layout::Pairs)
+        return section.rows.empty() ? Json() : object(section, section.rows.front());
+    Json rows = Json::array();
+    for (auto const& row : section.rows)
+        rows.push_back(object(section, row));
+    return rows;
+}
+
+} // namespace
+
+void Report::raise(ExitCode other)
+{
+    code = std::max(code, other);
+}
+
+void Report::fail(ExitCode why, Problem problem)
+{
+    raise(why);
+    problems.push_back(std::move(problem));
+}
+
+Report failure(ExitCode code, std::string item, std::string reason, std::vector<std::string> suggestions)
+{
+    Report report;
+    report.fail(code, {std::move(item), std::move(reason), std::move(suggestions)});
+    return report;
+}
+
+std::string cellText(Json const& cell)
+{
+    if (cell.is_null())
+        return "-";
+    if (cell.is_string()) {
+        auto const& text = cell.get_ref<std::string const&>();
+        return text.empty() ? "\"\"" : escaped(text);
+    }
+    if (cell.is_array()) {
+        std::string text;
+        for (auto const& element : cell)
+            text += (text.empty() ? "" : ", ") + cellText(element);
+        return text.empty() ? "-" : text;
+    }
+    return cell.dump();
+}
+
+std::vector<std::string> wrapped(std::string const& text, std::size_t columns)
+{
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at <= text.size();) {
+        auto const end = std::min(text.find(' ', at), text.size());
+        auto const word = text.substr(at, end - at);
+        if (lines.empty() || width(lines.back()) + 1 + width(word) > columns)
+            lines.push_back(word);
+        else
+            lines.back() += ' ' + word;
+        at = end + 1;
+    }
+    return lines;
+}
+
+std::string timeText(std::int64_t milliseconds)
+{
+    auto const seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm parts{};
+    ::localtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%F %T", &parts);
+    return text.data();
+}
+
+void renderText(Report const& report, Console const& console)
+{
+    auto& out = console.out;
+    auto& err = console.err;
+    auto const title = dressed("mediadata:", console.colourErr ? Look::Bad : Look::Plain);
+    for (auto const& section : report.sections) {
+        if (!section.title.empty())
+            out << section.title << '\n';
+        switch (section.layout) {
+        case Layout::Table:
+            writeTable(section, out, console.colourOut);
+            if (section.rows.empty() && !section.title.empty())
+                out << "  nothing\n";
+            break;
+        case Layout::Beside:
+            writeBeside(section, out);
+            break;
+        case Layout::Pairs:
+            writePairs(section, out);
+            break;
+        case Layout::Values:
+            writeValues(section, out, console.outIsTerminal);
+            break;
+        case Layout::Text: {
+            auto const& text = section.rows.front().front().get_ref<std::string const&>();
+            out << (console.outIsTerminal ? escaped(text, "\n\t") : text);
+            break;
+        }
+        }
+    }
+    for (auto const& note : report.notes)
+        out << note << '\n';
+    out.flush();
+    for (auto const& problem : report.problems) {
+        err << title << ' ' << (problem.item.empty() ? "" : escaped(problem.item) + ": ") << escaped(problem.reason) << '\n';
+        for (auto const& suggestion : problem.suggestions)
+            err << "  did you mean  " << suggestion << '\n';
+    }
+    err.flush();
+}
+
+void renderJson(Report const& report, std::ostream& out, int indent)
+{
+    Json result = Json::object();
+    for (auto const& section : report.sections)
+        result[section.name] = sectionJson(section);
+    if (!report.problems.empty()) {
+        Json& errors = result["errors"] = Json::array();
+        for (auto const& problem : report.problems) {
+            Json entry{{"item", problem.item.empty() ? Json() : Json(problem.item)}, {"reason", problem.reason}};
+            if (!problem.suggestions.empty())
+                entry["suggestions"] = problem.suggestions;
+            errors.push_back(std::move(entry));
+        }
+    }
+    result["exit"] = static_cast<int>(report.code);
+    // Values are bytes and need not be UTF-8: what is not is replaced, so that the output always parses.
+    out << result.dump(indent, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
+} // namespace Tool

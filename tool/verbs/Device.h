@@ -1,0 +1,15 @@
+// The device profile, which the hardware rules ask: `device`.
+#pragma once
+
+#include "report/Report.h"
+
+#include <string>
+
+namespace Tool {
+
+class Session;
+
+/// Shows the profile; a model (entry, top, other) or USB (yes, no) that is not empty is stored first.
+Report device(Session& session, std::string const& model, std::string const& usb);
+
+} // namespace Tool

@@ -1,0 +1,20 @@
+// What differs between this telephone and another, a file or the defaults, and the commands that make it anew: `diff`.
+#pragma once
+
+#include "workbench/Document.h"
+
+#include <string>
+
+namespace Tool {
+
+class Session;
+
+/// Every item in which the telephone differs from `other`. Items of which one side says nothing are left out, save flags and
+/// the items of other components, which may be there or not.
+Report diff(Session& session, Document const& other, std::string const& otherName);
+
+/// The fewest commands that make this telephone out of one on which nothing was changed. `asRows` gives them as rows instead
+/// of a text for the shell.
+Report diffCommands(Session& session, bool asRows);
+
+} // namespace Tool

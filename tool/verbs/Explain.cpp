@@ -1,0 +1,294 @@
+#include "verbs/Explain.h"
+
+#include "workbench/FlagFile.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Rules.h"
+#include "workbench/Workbench.h"
+#include "workbench/Rehearsal.h"
+
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "ClientUtils.h"
+#include "DasCrypt.h"
+#include "DataStorage.h"
+#include "HostPlatform.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+/// One source of a value. The last layer that counts wins.
+struct Layer {
+    char const* name;
+    Json holds;
+    std::string says;
+    bool counts;
+};
+
+using Description = DataSourceDB::DbDescription;
+
+Description const& rowOf(eDataTag tag)
+{
+    return DataSourceDB::dataDbDescriptionTable[tag];
+}
+
+/// What lies in the database, decrypted; nothing when nothing was stored.
+std::optional<std::string> storedText(Session& session, Description const& row)
+{
+    DataStorage storage(session.platform(), *row.schema);
+    auto text = storage.getDataItem(*row.element, row.isTable ? 0 : 1);
+    if (text == "failure")
+        return std::nullopt;
+    // As the library reads it: what does not decrypt is taken as it is.
+    std::string plain;
+    if (!row.isTable && ClientUtils::isKnownPasswordDAS(*row.element) && DasCrypt::fromEncryptedText(text, plain) &&
+        !plain.empty())
+        return plain;
+    return text;
+}
+
+/// Everything about one item, gathered layer by layer.
+class Explanation {
+public:
+    Explanation(Session& session, eDataTag tag)
+        : m_session(session), m_tag(tag), m_service(serviceValues(session)), m_value(knownValue(tag, m_service))
+    {
+        if (!exists(tag))
+            return;
+        if (isHeld(tag))
+            addDefault();
+        if (rowOf(tag).schema)
+            addDatabase();
+        else if (storedTableOf(tag) != eDataTagNone)
+            addTable();
+        addService();
+        addFlagFile();
+        addHardware();
+        addRule();
+        addProcess();
+    }
+
+    Report report() const;
+
+private:
+    Layer const* winner() const
+    {
+        Layer const* last = nullptr;
+        for (auto const& layer : m_layers)
+            last = layer.counts ? &layer : last;
+        return last;
+    }
+
+    void add(char const* name, Json holds, std::string says, bool counts)
+    {
+        m_layers.push_back({name, std::move(holds), std::move(says), counts});
+    }
+
+    void addText(char const* name, std::string const& text, std::string const& says)
+    {
+        std::string reason;
+        auto value = validate(m_tag, text, reason);
+        bool const taken = !value.is_null();
+        add(name, taken ? std::move(value) : Json(text), taken ? says : "is not taken: " + reason, taken);
+    }
+
+    void addDefault() { add("catalogue", defaultOf(m_tag), "the default", true); }
+
+    void addDatabase()
+    {
+        auto const& row = rowOf(m_tag);
+        auto const place = row.isTable ? *row.schema : *row.schema + "/" + *row.element;
+        if (auto const text = storedText(m_session, row))
+            addText("database", *text, "stored as " + place);
+        else
+            add("database", {}, "nothing is stored as " + place, false);
+    }
+
+    /// A cell of a table that is stored as one text: what a start reads out of it.
+    void addTable()
+    {
+        auto const table = storedTableOf(m_tag);
+        auto const& row = rowOf(table);
+        auto const text = storedText(m_session, row);
+        if (!text) {
+            add("database", {}, "nothing is stored as " + *row.schema, false);
+            return;
+        }
+        auto const cells = m_session.quietly([&] { return TableRehearsal().read({{table, *text}}); });
+        if (auto const cell = cells.find(m_tag); cell != cells.end())
+            addText("database", cell->second, "stored in the table " + *row.schema);
+    }
+
+    void addService()
+    {
+        auto const told = m_service.find(nameOf(m_tag));
+        bool const isOurs =
+            isHeld(m_tag) && DataCache::DataItemBuilder::findDataRecord(m_tag)->component != eDataComponentNone;
+        if (DataSourceOCMS::dataOCMSDescriptionTable[m_tag].item == nullptr)
+            add("management", {}, "the service has no item for it", false);
+        else if (isOurs)
+            add("management", {}, "keeps nothing: the media component owns it", false);
+        else if (told != m_service.end())
+            addText("management", told->second, "what the service holds for another component");
+        else
+            add("management", {}, "the service has no value", false);
+    }
+
+    void addFlagFile()
+    {
+        auto const flags = flagFileValues();
+        auto const says = [&](char const* word) {
+            auto const line = flags.find(word);
+            return line == flags.end() ? std::string() : line->second;
+        };
+        if (m_tag >= eDataTagOpusTest) {
+            auto const word = flagNames()[static_cast<std::size_t>(m_tag - eDataTagOpusTest)];
+            if (flags.contains(word))
+                addText("flag file", says(word.c_str()), "the line " + word);
+            else
+                add("flag file", {}, "has no line " + word, false);
+            return;
+        }
+        bool const isMethod =
+            m_tag >= eDataTagSRTPEncryptionHardwareAllowed1 && m_tag <= eDataTagSRTPEncryptionHardwareAllowed5;
+        if (!isMethod && m_tag != eDataTagCodecHardwareAllowed3)
+            return;
+        std::error_code ignored;
+        if (!std::filesystem::exists(m_session.platform().pathOf("/data/database/media_config"), ignored)) {
+            add("flag file", {}, "there is none", false);
+            return;
+        }
+        if (!isMethod) {
+            add("flag file", says("opus_test") != "false", "true unless it says opus_test false", true);
+            return;
+        }
+        auto const method =
+            readValue(static_cast<eDataTag>(m_tag - eDataTagSRTPEncryptionHardwareAllowed1 + eDataTagSRTPEncryptionMethod1));
+        bool const isLimited = method && method->get<int>() >= 2 && method->get<int>() <= 4;
+        add("flag file", isLimited ? Json(says("aes256_test") == "true") : Json(),
+            "follows aes256_test for rows with the methods 2 to 4", isLimited);
+    }
+
+    void addHardware()
+    {
+        auto const flag = hardwareFlagOf(m_tag, [](eDataTag tag) { return readValue(tag).value_or(Json(0)); });
+        auto const verdicts = hardwareVerdicts(m_session);
+        auto const own = verdicts.find(m_tag);
+        if (own != verdicts.end()) {
+            // Kept by the last management get of this process, if there was one.
+            add("hardware rule", own->second.allowed, own->second.allowed ? "the device can use it" : own->second.reason,
+                m_value == Json(own->second.allowed) && (!winner() || winner()->holds != m_value));
+        } else if (auto const row = verdicts.find(flag); row != verdicts.end()) {
+            if (!row->second.allowed)
+                m_hidden = row->second.reason;
+            add("hardware rule", {}, row->second.allowed ? "the device can use this row" : row->second.reason, false);
+        }
+    }
+
+    void addRule()
+    {
+        if (rowOf(m_tag).parentTable == eDataTagGroupPickup || m_tag == eDataTagGroupPickup)
+            addGroupPickup();
+        auto const links = cameraLinks([](eDataTag tag) { return readValue(tag).value_or(Json()); });
+        if (auto const link = links.find(m_tag); link != links.end())
+            add("dependent rule", link->second, "the door opener that shows this camera wrote it", link->second == m_value);
+        if (auto const rule = ringerRuleOf(m_tag))
+            addRinging(*rule);
+    }
+
+    /// After a start the flags decide on the type; later whichever was set decides on the other.
+    void addGroupPickup()
+    {
+        auto const isOn = [](eDataTag tag) { return readValue(tag) == Json(true); };
+        auto const type = toneType(isOn(eDataTagGroupPickupAsRinger), isOn(eDataTagGroupPickupToneAllowed));
+        if (m_tag == eDataTagGroupPickup)
+            add("dependent rule", std::to_string(type), "remembers the settled tone type", true);
+        else if (m_tag == eDataTagGroupPickupToneType)
+            add("dependent rule", type, "the type that goes with the two flags", !winner() || winner()->holds != m_value);
+        else
+            add("dependent rule", m_value, "the flag that goes with the tone type", !winner() || winner()->holds != m_value);
+    }
+
+    void addRinging(RingerRule const& rule)
+    {
+        if (readValue(rule.identifier) != Json("")) {
+            add("dependent rule", {}, "none: the row has an alert identifier", false);
+            return;
+        }
+        auto const later = rule.general == eDataTagNone ? rule.atStart : readValue(rule.general).value_or(Json());
+        add("dependent rule", m_value == later ? later : rule.atStart, "no alert identifier: follows the general ringer",
+            m_value == later || m_value == rule.atStart);
+    }
+
+    void addProcess()
+    {
+        auto const* const last = winner();
+        if (isHeld(m_tag) && (!last || last->holds != m_value))
+            add("this process", m_value, "set since the start and kept nowhere", true);
+    }
+
+    Json whereKept() const
+    {
+        auto const& row = rowOf(m_tag);
+        if (row.schema)
+            return "database " + *row.schema + (row.element->empty() ? "" : "/" + *row.element);
+        if (storedTableOf(m_tag) != eDataTagNone)
+            return "database, in the table " + *rowOf(storedTableOf(m_tag)).schema;
+        if (m_tag >= eDataTagOpusTest)
+            return "flag file";
+        if (exists(m_tag) && DataCache::DataItemBuilder::findDataRecord(m_tag)->component != eDataComponentMedia)
+            return "management service";
+        return "nowhere: a start begins with the default";
+    }
+
+    Session& m_session;
+    eDataTag m_tag;
+    ServiceValues m_service;
+    Json m_value;
+    Json m_hidden;
+    std::vector<Layer> m_layers;
+};
+
+Report Explanation::report() const
+{
+    bool const secrets = m_session.options().showSecrets;
+    auto const* const won = winner();
+    Json why = won ? Json(won->says) : Json("nobody has a value for it");
+    if (!exists(m_tag))
+        why = "the catalogue has this item switched off";
+    Section item{"item", Layout::Pairs, {"item", "tag", "value", "from", "why", "kept in", "hidden"}, {{}}};
+    item.rows.front() = {nameOf(m_tag),
+                         static_cast<int>(m_tag),
+                         shown(m_tag, m_value, secrets),
+                         won ? Json(won->name) : Json(),
+                         std::move(why),
+                         exists(m_tag) ? whereKept() : Json(),
+                         m_hidden};
+    Section layers{"layers", Layout::Table, {"wins", "layer", "holds", "reason"}, {}, "\nLayers, the stronger ones below:"};
+    for (auto const& layer : m_layers)
+        layers.rows.push_back({&layer == won ? "yes" : "no", layer.name, shown(m_tag, layer.holds, secrets), layer.says});
+    return {exitOk, {std::move(item), std::move(layers)}};
+}
+
+} // namespace
+
+Report explain(Session& session, std::string const& item)
+{
+    auto const tag = findItem(item);
+    // Reading a flag applies the flag file.
+    readValue(eDataTagOpusTest);
+    return tag ? Explanation(session, *tag).report() : unknownItem(item);
+}
+
+} // namespace Tool

@@ -1,0 +1,304 @@
+#include "verbs/Management.h"
+
+#include "workbench/Accepted.h"
+#include "workbench/Snapshot.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "verbs/Reset.h"
+#include "workbench/Rules.h"
+#include "workbench/Workbench.h"
+#include "workbench/Rehearsal.h"
+
+#include "Data/DataItemBuilder.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Media/MediaDataCache.h"
+
+#include "ManageableData.h"
+#include "ManagementService.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+struct Names {
+    std::string item;
+    std::string subItem;
+};
+
+/// The management names of a tag; nothing when it has none.
+std::optional<Names> managementNames(eDataTag tag)
+{
+    auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[tag];
+    if (!row.item)
+        return std::nullopt;
+    return Names{*row.item, row.subItem ? *row.subItem : *row.item};
+}
+
+bool isOwned(eDataTag tag)
+{
+    return DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia;
+}
+
+/// The tags that a name stands for: all cells of a table's management item, otherwise one.
+std::vector<eDataTag> tagsOf(std::string const& name)
+{
+    std::vector<eDataTag> tags;
+    for (auto const tag : allTags()) {
+        auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[tag];
+        if (row.item && row.subItem && *row.item == name)
+            tags.push_back(tag);
+    }
+    if (tags.empty()) {
+        if (auto const tag = findItem(name))
+            tags.push_back(*tag);
+    }
+    return tags;
+}
+
+Problem noManagementItem(std::string const& name)
+{
+    return {name, "the management service has no item for it"};
+}
+
+/// The assignments by tag. Problems mean that nothing is to be sent.
+struct Request {
+    std::vector<std::pair<eDataTag, std::string>> values;
+    std::map<eDataTag, std::string> refused; ///< what the tool itself does not let through, and why
+    Report report;
+
+    ManageableData record() const
+    {
+        ManageableData record;
+        for (auto const& [tag, text] : values) {
+            auto const names = *managementNames(tag);
+            if (!refused.contains(tag))
+                record.populate(names.item, names.subItem, text);
+        }
+        return record;
+    }
+};
+
+Request requestOf(Session& session, std::vector<Assignment> const& assignments)
+{
+    Request request;
+    for (auto const& [name, text] : assignments) {
+        auto const tag = findItem(name);
+        if (!tag) {
+            request.report.fail(exitUnknownItem, unknownItem(name).problems.front());
+            continue;
+        }
+        if (!managementNames(*tag)) {
+            request.report.fail(exitUnknownItem, noManagementItem(name));
+            continue;
+        }
+        if (std::any_of(request.values.begin(), request.values.end(),
+                        [&](auto const& each) { return each.first == *tag; })) {
+            request.report.fail(exitUsage, {name, "given twice"});
+            continue;
+        }
+        if (isSecret(*tag))
+            session.hideInLog(text);
+        session.history().ask(*tag);
+        request.values.emplace_back(*tag, text);
+        if (auto reason = whyUnfit(*tag, text); !reason.empty())
+            request.refused.emplace(*tag, std::move(reason));
+    }
+    return request;
+}
+
+/// The cells of tables that would not pass their checks. The library gives no reason for those.
+void refuseTables(Session& session, Request& request)
+{
+    TableRehearsal rehearsal;
+    auto const tables = session.quietly([&] {
+        rehearsal.want(request.record());
+        return rehearsal.refused();
+    });
+    for (auto const& [tag, text] : request.values) {
+        if (auto const found = tables.find(storedTableOf(tag)); found != tables.end())
+            request.refused.emplace(tag, found->second);
+    }
+}
+
+using Reasons = std::map<std::pair<std::string, std::string>, std::string>;
+
+Reasons reasonsOf(ManageableData const& record)
+{
+    Reasons reasons;
+    for (auto const& reject : record.rejectReasons()) {
+        auto& text = reasons[{reject.item, reject.subItem}];
+        text += (text.empty() ? "" : "; ") + reject.reason;
+    }
+    return reasons;
+}
+
+} // namespace
+
+Report managementGet(Session& session, std::vector<std::string> const& items)
+{
+    Report report;
+    ManageableData asked;
+    ManageableData observed;
+    std::vector<std::pair<eDataTag, Names>> wanted;
+    for (auto const& name : items) {
+        auto const tags = tagsOf(name);
+        if (tags.empty())
+            report.fail(exitUnknownItem, unknownItem(name).problems.front());
+        for (auto const tag : tags) {
+            if (auto const names = managementNames(tag)) {
+                (isOwned(tag) ? asked : observed).populate(names->item, names->subItem);
+                wanted.emplace_back(tag, *names);
+            } else {
+                report.fail(exitUnknownItem, noManagementItem(name));
+            }
+        }
+    }
+    session.service().getOwned(asked);
+    // What other components own, the service answers itself.
+    if (!observed.entries().empty())
+        session.service().readData(observed);
+    Section section{"items", Layout::Table, {"item", "sub-item", "value", "reason"}, {}};
+    for (auto const& [tag, names] : wanted) {
+        std::string text;
+        bool const known = (isOwned(tag) ? asked : observed).interogate(names.item, names.subItem, text);
+        auto const* const missing = isOwned(tag) ? "hidden: the hardware cannot use this row" : "the service has no value";
+        section.rows.push_back({names.item, names.subItem == names.item ? Json() : Json(names.subItem),
+                                known ? shown(tag, text, session.options().showSecrets) : Json(),
+                                known ? Json() : Json(missing)});
+    }
+    report.sections.push_back(std::move(section));
+    return report;
+}
+
+Report managementSet(Session& session, std::vector<Assignment> const& assignments)
+{
+    auto request = requestOf(session, assignments);
+    if (request.report.code != exitOk)
+        return std::move(request.report);
+    refuseTables(session, request);
+    Changes const changes(session);
+    session.takeErrors();
+    auto record = request.record();
+    bool const taken = session.service().setOwned(record);
+    auto const notStored = tagsNotStored(session.takeErrors());
+    auto const reasons = reasonsOf(record);
+    auto& report = request.report;
+    Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
+    auto const value = [](eDataTag tag) { return readValue(tag).value_or(Json()); };
+    for (auto const& [tag, text] : request.values) {
+        auto const names = *managementNames(tag);
+        auto const reason = reasons.find({names.item, names.subItem});
+        auto const own = request.refused.find(tag);
+        Outcome outcome{tag, text, {}, {}, "refused", {}};
+        if (!isOwned(tag)) {
+            outcome.result = "ignored";
+            outcome.reason = "belongs to another component: use mgmt changed";
+        } else if (own != request.refused.end() || reason != reasons.end()) {
+            outcome.reason = own != request.refused.end() ? own->second : reason->second;
+        } else if (outcome.wanted = validate(tag, text, outcome.reason); !outcome.wanted.is_null()) {
+            auto const now = value(tag);
+            bool const isMoved = now != outcome.wanted && hardwareFlagOf(tag, value) != eDataTagNone;
+            bool const isThere = taken || now == outcome.wanted;
+            settle(outcome, isThere && !notStored.contains(tag), !notStored.contains(storedTableOf(tag)));
+            if (isMoved && outcome.result == "refused") {
+                outcome.result = "taken";
+                outcome.reason = "the rows of its table were put in order: it is " + cellText(now);
+            }
+        }
+        if (outcome.result == "stored")
+            outcome.result = "taken";
+        if (outcome.result != "taken")
+            report.raise(outcome.result == "failed" ? exitStorage : exitRefused);
+        noteRefusals(session, {outcome});
+        section.rows.push_back({outcome.result, nameOf(tag), shown(tag, text, session.options().showSecrets),
+                                outcome.reason.empty() ? Json() : Json(outcome.reason)});
+    }
+    report.sections.push_back(std::move(section));
+    report.sections.push_back(changes.section("changed", "\nChanged:"));
+    if (report.code == exitStorage)
+        report.fail(exitStorage, {"", "the database did not store all of it"});
+    else if (!taken || !request.refused.empty())
+        report.fail(exitRefused, {"", "the request was refused"});
+    return std::move(report);
+}
+
+Report managementChanged(Session& session, std::vector<Assignment> const& assignments)
+{
+    auto request = requestOf(session, assignments);
+    auto& report = request.report;
+    for (auto const& [tag, text] : request.values) {
+        if (isOwned(tag))
+            report.fail(exitRefused, {nameOf(tag), "belongs to the media component: use mgmt set"});
+        else if (request.refused.contains(tag))
+            report.fail(exitRefused, {nameOf(tag), request.refused.at(tag)});
+    }
+    if (report.code != exitOk)
+        return std::move(report);
+    Changes const changes(session);
+    auto record = request.record();
+    if (!session.service().change(record))
+        return failure(exitStorage, "", "the management service could not keep it");
+    report.sections.push_back(changes.section("changed", "Changed:"));
+    return std::move(report);
+}
+
+Report managementReset(Session& session)
+{
+    Changes const changes(session);
+    for (auto const tag : allTags())
+        session.history().ask(tag);
+    if (!resetUserData(session))
+        return failure(exitStorage, "", "the library did not reset the user's settings");
+    return {exitOk, {changes.section("changed", "Changed:")}};
+}
+
+Report managementJournal(Session& session)
+{
+    Section section{"journal", Layout::Table, {"time", "kind", "item", "value"}, {}};
+    section.headings = 1;
+    for (auto const& entry : session.service().journal())
+        section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
+                                entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});
+    return {exitOk, {std::move(section)}};
+}
+
+Report country(Session& session, std::optional<std::string> const& code)
+{
+    Report report;
+    if (code) {
+        report = managementChanged(session, {{nameOf(eDataTagCountry), *code}});
+        if (report.code != exitOk)
+            return report;
+    }
+    auto const known = MediaDataCache::getCountry();
+    Section section{"country", Layout::Pairs, {"code", "number", "region"}, {{}}};
+    section.rows.front() = {readValue(eDataTagCountry).value_or(Json()),
+                            known == eCountryUnknown ? Json() : Json(static_cast<int>(known)),
+                            MediaDataCache::getCountryRegion()};
+    report.sections.push_back(std::move(section));
+    if (known == eCountryUnknown)
+        report.notes.emplace_back("This code is no known country.");
+    return report;
+}
+
+Report mobility(Session& session, std::string const& type)
+{
+    constexpr std::array<std::string_view, 4> known{"", "all", "managed", "unmanaged"};
+    if (std::find(known.begin(), known.end(), type) == known.end())
+        return failure(exitUsage, type, "is no mobility type: all, managed, unmanaged or the empty text");
+    return managementChanged(session, {{nameOf(eDataTagMobilityDataUpdate), type}});
+}
+
+} // namespace Tool

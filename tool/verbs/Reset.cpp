@@ -1,0 +1,139 @@
+#include "verbs/Reset.h"
+
+#include "workbench/Snapshot.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Workbench.h"
+#include "verbs/Settings.h"
+
+#include "Data/BulkData.h"
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Media/MediaDataCache.h"
+
+#include "ManagementService.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+/// What the library's own operation resets, for the preview.
+constexpr std::array userAudio{eDataTagHandsetVolume,        eDataTagHeadsetVolume,       eDataTagHandsfreeVolume,
+                               eDataTagOpenListeningVolume,  eDataTagSocketedHeadsetMode, eDataTagRoomCharacter,
+                               eDataTagMohEnabled,           eDataTagRingerEnabled,       eDataTagRingerVolume,
+                               eDataTagRingerMelody,         eDataTagRingerAudioFile,     eDataTagRingerToneSequence,
+                               eDataTagLineRolloverVolume,   eDataTagAlertBeepVolume,     eDataTagCallWaitingToneVolume,
+                               eDataTagWarnToneVolume,       eDataTagKeyClickVolume,      eDataTagClickKeys,
+                               eDataTagDistinctiveRingerMode};
+
+std::vector<eDataTag> userData()
+{
+    std::vector<eDataTag> tags;
+    for (auto const tag : allTags()) {
+        auto const* const record = DataCache::DataItemBuilder::findDataRecord(tag);
+        if (record && record->component == eDataComponentMedia && record->isUserData && typeOf(tag) != eDataItemTypeComplex)
+            tags.push_back(tag);
+    }
+    return tags;
+}
+
+bool resetAudio(Session&)
+{
+    MediaDataCache::resetDataSetUserAudio();
+    // Announced by the next pass: that of an empty write.
+    BulkData nothing;
+    return MediaDataCache::setDataBulk(nothing);
+}
+
+Report resetSet(Session& session, std::vector<eDataTag> const& tags, bool (*action)(Session&), bool dryRun)
+{
+    Report report;
+    if (dryRun) {
+        Section section{"items", Layout::Table, {"item", "old", "new"}, {}};
+        for (auto const tag : tags) {
+            auto const now = readValue(tag).value_or(Json());
+            if (now != defaultOf(tag))
+                section.rows.push_back({nameOf(tag), shown(tag, now, session.options().showSecrets), defaultOf(tag)});
+        }
+        report.notes.push_back(fmt::format("{} settings would go back to their defaults.", section.rows.size()));
+        report.sections.push_back(std::move(section));
+        return report;
+    }
+    for (auto const tag : tags)
+        session.history().ask(tag);
+    Changes const changes(session);
+    bool const done = action(session);
+    report.sections.push_back(changes.section("items"));
+    report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
+    if (!done)
+        report.fail(exitStorage, {"", "not everything was reset"});
+    return report;
+}
+
+/// The cells of a table or the members of a group, otherwise the item itself.
+std::vector<eDataTag> membersOf(eDataTag item)
+{
+    std::vector<eDataTag> members;
+    for (auto const tag : allTags()) {
+        if (DataSourceDB::dataDbDescriptionTable[tag].parentTable == item)
+            members.push_back(tag);
+    }
+    return members.empty() ? std::vector<eDataTag>{item} : members;
+}
+
+Report resetItems(Session& session, std::vector<std::string> const& items, bool dryRun)
+{
+    Report report;
+    std::vector<Outcome> outcomes;
+    for (auto const& name : items) {
+        auto const item = findItem(name);
+        if (!item) {
+            report.fail(exitUnknownItem, unknownItem(name).problems.front());
+            continue;
+        }
+        for (auto const tag : membersOf(*item)) {
+            if (std::any_of(outcomes.begin(), outcomes.end(), [&](auto const& each) { return each.tag == tag; }))
+                continue;
+            session.history().ask(tag);
+            auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
+            auto& outcome = outcomes.emplace_back(check(tag, record.value.text, {}));
+            if (record.component == eDataComponentMedia)
+                continue;
+            outcome.result = "refused";
+            outcome.reason = "belongs to another component: use mgmt changed";
+        }
+    }
+    return report.code == exitOk ? set(session, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
+}
+
+} // namespace
+
+bool resetUserData(Session& session)
+{
+    bool const done = session.service().resetUserData();
+    // The order resets the cells and leaves their tables to the next write: an empty one.
+    BulkData nothing;
+    return MediaDataCache::setDataBulk(nothing) && done;
+}
+
+Report reset(Session& session, std::vector<std::string> const& what, bool dryRun)
+{
+    auto const names = [&](char const* word) { return std::find(what.begin(), what.end(), word) != what.end(); };
+    if (!names("audio") && !names("user-data"))
+        return resetItems(session, what, dryRun);
+    if (what.size() > 1)
+        return failure(exitUsage, what.back(), "audio and user-data stand alone");
+    return names("audio") ? resetSet(session, {userAudio.begin(), userAudio.end()}, resetAudio, dryRun)
+                          : resetSet(session, userData(), resetUserData, dryRun);
+}
+
+} // namespace Tool

@@ -1,0 +1,44 @@
+// The verbs about single settings: list, get, set, describe, reset.
+#pragma once
+
+#include "report/Report.h"
+
+#include "Data/DataTypes.h"
+
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+struct Outcome;
+
+/// One ITEM=VALUE as it was given.
+struct Assignment {
+    std::string item;
+    std::string value;
+};
+
+/// Cuts at the first "=" after the item; false when there is none or the item is empty.
+bool parseAssignment(std::string const& text, Assignment& assignment);
+
+/// Reads ITEM=VALUE lines; blank lines and lines that begin with "#" are skipped, blanks around both sides dropped, and a
+/// value in double quotes keeps its blanks. The report holds the lines that are none of these.
+Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments);
+
+Report list(Session& session, std::string const& pattern, bool changedOnly);
+Report get(Session& session, std::vector<std::string> const& items);
+Report describe(Session& session, std::string const& item);
+
+struct SetOptions {
+    bool dryRun = false; ///< checks in the same way and writes nothing
+    bool atomic = false; ///< stores nothing when one value is refused
+    bool watch = false;  ///< adds what a registered callback heard
+    bool follow = false; ///< a cell that would be overwritten by a rule gets what the rule gives it, and is not refused
+};
+
+/// All values as one bulk set, each accounted for.
+Report set(Session& session, std::vector<Assignment> const& assignments, SetOptions options);
+Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options);
+
+} // namespace Tool

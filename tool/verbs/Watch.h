@@ -1,0 +1,44 @@
+// Follows the changes of a running library, a line each: `watch`.
+#pragma once
+
+#include "holder/ChangeFeed.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+struct WatchOptions {
+    std::size_t count = 0;   ///< ends after so many changes; 0: never
+    std::size_t seconds = 0; ///< ends after so much time; 0: never
+    bool json = false;
+    bool showSecrets = false;
+};
+
+/// One line: the time and what changed, in JSON an object.
+std::string changeLine(Change const& change, bool json, bool showSecrets);
+
+class Watch {
+public:
+    using Write = std::function<bool(std::string const& lines)>;
+
+    Watch(std::shared_ptr<Subscription> subscription, WatchOptions options);
+
+    /// Hands over lines until the wanted count or time is over, `write` answers false, one of the descriptors `ends` can be
+    /// read or has lost its other side, or the feed closes.
+    Report follow(Write const& write, std::vector<int> const& ends);
+
+    /// Says what was not as wanted; in JSON a line like the others.
+    int close(Report const& report, std::ostream& out, std::ostream& err) const;
+
+private:
+    std::string lines(Subscription::Taken const& taken);
+
+    std::shared_ptr<Subscription> m_subscription;
+    WatchOptions m_options;
+    std::size_t m_told = 0;
+};
+
+} // namespace Tool

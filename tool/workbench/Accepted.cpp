@@ -1,0 +1,135 @@
+#include "workbench/Accepted.h"
+
+#include "workbench/Items.h"
+
+#include "Data/DataItemBuilder.h"
+
+#include "XmlParser.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+using Builder = DataCache::DataItemBuilder;
+using Step = Builder::ValidatorAndParams;
+
+/// Longer ranges are no help to anybody.
+constexpr int mostValues = 20;
+constexpr std::size_t steps = 2;
+
+std::vector<std::string> listed(Step const& step)
+{
+    std::vector<std::string> values;
+    std::istringstream list(step.params[0].text);
+    for (std::string value; std::getline(list, value, step.params[1].text.front());)
+        values.push_back(value);
+    return values;
+}
+
+/// What one step asks for; empty for steps that add nothing to the item's type and for those that the library skips.
+std::string stepText(Step const& step)
+{
+    auto const& [first, last] = step.params;
+    if (step.builder == &Builder::dataValidatorIntRange)
+        return fmt::format("{}..{}", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorBasePort)
+        return fmt::format("an even number {}..{}", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorStringLength)
+        return fmt::format("a text of {} to {} bytes", first.text, last.text);
+    if (step.builder == &Builder::dataValidatorStringsAllowed)
+        return fmt::format("{}", fmt::join(listed(step), " | "));
+    return step.builder == &Builder::dataValidatorStringNoWhitespace ? "a text without blanks" : "";
+}
+
+/// The general ringer's file is copied into the rows of the ringing table that have no identifier.
+bool isTextOfTable(eDataTag tag)
+{
+    return tag == eDataTagRingerAudioFile || (typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone);
+}
+
+/// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
+bool survivesXml(std::string text)
+{
+    // The library writes these as entities, which always come back.
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '&' || c == '<' || c == '>'; }, '.');
+    std::string read;
+    auto const ignore = [](void*, char const*) {};
+    XmlParser parser(
+        &read, [](void*, char const*, char const**) {}, ignore,
+        [](void* to, char const* part, int length) {
+            static_cast<std::string*>(to)->append(part, static_cast<std::size_t>(length));
+        });
+    auto const xml = "<Text>" + text + "</Text>";
+    return parser.parseMessage(xml.data(), static_cast<int>(xml.size())) && read == text;
+}
+
+} // namespace
+
+std::vector<std::string> legalValues(eDataTag tag)
+{
+    if (typeOf(tag) == eDataItemTypeBool)
+        return {"true", "false"};
+    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    if (!chain)
+        return {};
+    std::vector<std::string> values;
+    if (chain->builder == &Builder::dataValidatorStringsAllowed)
+        return listed(*chain);
+    if (chain->builder == &Builder::dataValidatorIntRange) {
+        int const first = std::stoi(chain->params[0].text);
+        int const last = std::stoi(chain->params[1].text);
+        for (int value = first; last - first < mostValues && value <= last; ++value)
+            values.push_back(std::to_string(value));
+    }
+    return values;
+}
+
+std::string acceptedText(eDataTag tag)
+{
+    switch (typeOf(tag)) {
+    case eDataItemTypeBool:
+        return "true | false";
+    case eDataItemTypeComplex:
+        return "nothing: a table is set by its cells";
+    case eDataItemTypeInvalid:
+        return "nothing: switched off in the catalogue";
+    default:
+        break;
+    }
+    if (tag == eDataTagCountry)
+        return "two capital letters";
+    std::string text;
+    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    for (std::size_t step = 0; chain && step < steps; ++step) {
+        auto const words = stepText(chain[step]);
+        text += (text.empty() || words.empty() ? "" : ", ") + words;
+    }
+    if (isTextOfTable(tag))
+        text += std::string(text.empty() ? "" : ", ") + "UTF-8 without control characters";
+    if (!text.empty())
+        return text;
+    return typeOf(tag) == eDataItemTypeInt ? "a whole number" : "any text";
+}
+
+std::string whyUnfit(eDataTag tag, std::string const& text)
+{
+    if (text.find('\0') != std::string::npos)
+        return "a text must not hold the character 0";
+    bool const isCode =
+        text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    if (tag == eDataTagCountry && !isCode)
+        return "is no country code: expected two capital letters";
+    return isTextOfTable(tag) && !survivesXml(text) ? "a table cannot hold it: it must be UTF-8 without control characters"
+                                                    : "";
+}
+
+} // namespace Tool

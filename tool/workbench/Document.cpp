@@ -1,0 +1,147 @@
+#include "workbench/Document.h"
+
+#include "workbench/FlagFile.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Rules.h"
+#include "workbench/Workbench.h"
+
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Data/RankedTables.h"
+
+#include "HostPlatform.h"
+
+#include <array>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+eDataTag offset(eDataTag first, int distance)
+{
+    return static_cast<eDataTag>(first + distance);
+}
+
+/// Rows in the order of their ranks, as the library sorts them while it reads a stored table.
+void sortRows(std::map<eDataTag, Json>& settings, eDataTag first, eDataTag last, int rows,
+              void (*sort)(DataTagValue_t&, int))
+{
+    DataTagValue_t cells;
+    for (auto cell = settings.lower_bound(first); cell != settings.end() && cell->first <= last; ++cell)
+        cells[cell->first] = textOf(cell->second);
+    sort(cells, rows);
+    std::string ignored;
+    for (auto const& [tag, text] : cells)
+        settings[tag] = validate(tag, text, ignored);
+}
+
+void settleTables(std::map<eDataTag, Json>& settings)
+{
+    constexpr int ringingRows = 15;
+    // Codecs are stored in the order of their rows, whatever their ranks say.
+    for (int row = 0; row <= eDataTagCodecRank4 - eDataTagCodecRank1; ++row)
+        settings[offset(eDataTagCodecRank1, row)] = row + 1;
+    sortRows(settings, eDataTagSRTPEncryptionMethod1, eDataTagSRTPEncryptionAllowed5, 5, Utils::sortSRTPEncryptionsByRank);
+    sortRows(settings, eDataTagHeadsetType1, eDataTagHeadsetAllowed3, 3, Utils::sortHeadsetsByRank);
+    constexpr std::array followers{eDataTagAlertDuration0, eDataTagAlertType0, eDataTagRingerMelody0, eDataTagRingerTone0,
+                                   eDataTagRingerFile0};
+    for (int row = 0; row < ringingRows; ++row) {
+        auto const identifier = offset(eDataTagAlertIdentifier0, row);
+        bool const isEmpty = settings[identifier] == Json("");
+        // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone. So does a
+        // general ringer that the row cannot have.
+        if (isEmpty)
+            settings[identifier] = defaultOf(identifier);
+        for (auto const column : followers) {
+            auto const cell = offset(column, row);
+            auto const general = ringerRuleOf(cell)->general;
+            std::string ignored;
+            if (settings[identifier] == Json(""))
+                settings.erase(cell);
+            else if (isEmpty && general != eDataTagNone && validate(cell, textOf(settings[general]), ignored).is_null())
+                settings[cell] = defaultOf(cell);
+        }
+    }
+}
+
+} // namespace
+
+Document documentOf(Session& session)
+{
+    // Reading a flag applies the flag file, which may change items with lower tags.
+    readValue(eDataTagOpusTest);
+    Document document;
+    for (auto const tag : allTags()) {
+        if (isKept(tag))
+            document.settings[tag] = readValue(tag).value_or(Json());
+    }
+    settleTables(document.settings);
+    document.service = serviceValues(session);
+    document.flags = flagFileValues();
+    auto const profile = session.platform().deviceProfile();
+    document.model = Host::modelName(profile.model);
+    document.usb = profile.usb;
+    return document;
+}
+
+Document defaultDocument()
+{
+    Document document;
+    for (auto const tag : allTags()) {
+        if (isKept(tag))
+            document.settings[tag] = defaultOf(tag);
+    }
+    settleTables(document.settings);
+    document.flags.emplace();
+    Host::DeviceProfile const profile;
+    document.model = Host::modelName(profile.model);
+    document.usb = profile.usb;
+    return document;
+}
+
+bool seal(Document& document, std::string const& passphrase)
+{
+    Json secrets = Json::object();
+    for (auto const& [tag, value] : document.settings) {
+        if (isSecret(tag) && value != Json(""))
+            secrets[nameOf(tag)] =
+                Json::binary({value.get_ref<std::string const&>().begin(), value.get_ref<std::string const&>().end()});
+    }
+    dropSecrets(document);
+    auto const bytes = Json::to_cbor(secrets);
+    return document.secrets.emplace().seal({bytes.begin(), bytes.end()}, passphrase);
+}
+
+Report unseal(Document& document, std::string const& passphrase)
+{
+    if (!document.secrets)
+        return failure(exitRefused, "secrets", "the document holds no encrypted secrets");
+    std::string plain;
+    if (!document.secrets->open(passphrase, plain))
+        return failure(exitRefused, "secrets", "wrong passphrase, or the document was altered; nothing was changed");
+    auto const secrets = Json::from_cbor(plain, true, false);
+    // A secret that the box leaves out was empty.
+    for (auto const tag : allTags()) {
+        if (isKept(tag) && isSecret(tag))
+            document.settings[tag] = "";
+    }
+    for (auto const& [name, value] : secrets.items()) {
+        auto const tag = findItem(name);
+        if (!value.is_binary() || !tag || !isSecret(*tag))
+            return failure(exitRefused, "secrets/" + name, "is no secret of this catalogue");
+        document.settings[*tag] = std::string(value.get_binary().begin(), value.get_binary().end());
+    }
+    document.secrets.reset();
+    return {};
+}
+
+std::size_t dropSecrets(Document& document)
+{
+    return static_cast<std::size_t>(std::erase_if(document.settings, [](auto const& each) { return isSecret(each.first); }));
+}
+
+} // namespace Tool

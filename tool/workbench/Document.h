@@ -1,0 +1,58 @@
+// A telephone's configuration as one document: what export writes, import reads and diff compares.
+#pragma once
+
+#include "report/Report.h"
+
+#include "Data/DataTypes.h"
+
+#include "PassphraseBox.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+
+struct Document {
+    /// Something that was given under a name that nothing has, or not in this place. Its value may be a secret.
+    struct Unknown {
+        std::string name;
+        std::string reason;
+        std::vector<std::string> near = {}; ///< names that may have been meant
+    };
+
+    std::map<Data::eDataTag, Json> settings;    ///< single settings, cells of tables, secrets
+    std::map<std::string, std::string> service; ///< what the management service holds for other components
+    std::optional<std::map<std::string, std::string>> flags;
+    std::optional<std::string> model;
+    std::optional<bool> usb;
+    std::optional<Host::PassphraseBox> secrets; ///< the secrets when they are sealed, and then not among the settings
+    std::vector<Unknown> unknown;
+};
+
+/// What this telephone keeps, as its next start will read it: the rows of ranked tables in the order of their ranks, the cells
+/// of ringing rows without an identifier left out, since they follow the general ringer. Secrets in plain.
+Document documentOf(Session& session);
+
+/// A telephone on which nothing was ever changed.
+Document defaultDocument();
+
+/// The secrets go into a box, so that `document` has none in plain. False when the machine cannot.
+bool seal(Document& document, std::string const& passphrase);
+
+/// The secrets come out of the box and among the settings. The report says why not.
+Report unseal(Document& document, std::string const& passphrase);
+
+/// Takes the secrets out; says how many had a value.
+std::size_t dropSecrets(Document& document);
+
+/// The text of the document, indented, with a line end.
+std::string textOf(Document const& document);
+
+/// Reads a document; `report` names the place of what is wrong, and the document is then not to be used.
+Report parseDocument(std::string const& text, std::string const& fileName, Document& document);
+
+} // namespace Tool

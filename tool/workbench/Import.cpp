@@ -1,0 +1,375 @@
+#include "workbench/Import.h"
+
+#include "workbench/Accepted.h"
+#include "workbench/Snapshot.h"
+#include "verbs/Device.h"
+#include "workbench/Document.h"
+#include "workbench/FlagFile.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Workbench.h"
+
+#include "Data/DataItemBuilder.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "HostPlatform.h"
+#include "ManageableData.h"
+#include "ManagementService.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+constexpr char const* wouldStore = "would store";
+
+/// Something of the document that is no setting: of the device, the flag file or the management service.
+struct Other {
+    std::string name;
+    Json before;
+    Json wanted; ///< null: goes away
+    std::string result = "unchanged";
+    std::string accepted = {};
+    std::string reason = {};
+};
+
+/// Everything that an import is about, first checked and then applied.
+class Import {
+public:
+    Import(Session& session, Document const& document) : m_session(session)
+    {
+        auto const service = serviceValues(session);
+        for (auto const& [tag, value] : document.settings)
+            addSetting(tag, textOf(value));
+        auto const profile = session.platform().deviceProfile();
+        if (document.model)
+            addDevice("device/model", Host::modelName(profile.model), *document.model);
+        if (document.usb)
+            addDevice("device/usb", profile.usb, *document.usb);
+        if (document.flags)
+            addFlags(*document.flags);
+        for (auto const& [name, value] : document.service)
+            addService(name, service, value);
+        for (auto const& [name, reason, near] : document.unknown) {
+            auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
+            m_others.push_back({name, {}, {}, "unknown", {}, reason + hint});
+        }
+    }
+
+    void checkAllTables() { checkTables(m_session, m_settings); }
+
+    /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
+    /// applied first.
+    void applyHardwareFirst()
+    {
+        auto const isOfTable = [](Outcome const& each) {
+            return each.result == "refused" && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
+        };
+        if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
+            (toStore("flags/").empty() && toStore("device/").empty()))
+            return;
+        applyDevice();
+        applyFlags();
+        for (auto& each : m_settings) {
+            if (isOfTable(each))
+                each = check(each.tag, each.text, {});
+        }
+        checkAllTables();
+    }
+
+    /// When something was refused, true, and everything else is held back.
+    bool holdAllBack()
+    {
+        if (!isAnyBad())
+            return false;
+        takeBackOthers();
+        auto const hold = [](auto& each) {
+            if (each.result == wouldStore || each.result == "stored")
+                each.result = "held back";
+        };
+        std::for_each(m_others.begin(), m_others.end(), hold);
+        std::for_each(m_settings.begin(), m_settings.end(), hold);
+        return true;
+    }
+
+    void noteAllRefusals() { noteRefusals(m_session, m_settings); }
+
+    void apply(bool atomic)
+    {
+        auto const earlier = Changes::values();
+        storeTogether(m_session, m_settings);
+        // The flags after the tables: a start reads the tables before it looks at the flag file, too.
+        for (auto const step : {&Import::applyDevice, &Import::applyFlags, &Import::applyService}) {
+            // The check of a table may still refuse what its rehearsal took, as may the disk.
+            if (!atomic || !isAnyBad())
+                (this->*step)();
+        }
+        if (!atomic || !isAnyBad())
+            return;
+        holdAllBack();
+        putBack(m_session, earlier);
+    }
+
+    Report report(ImportOptions const& options) const;
+
+private:
+    bool isAnyBad() const
+    {
+        auto const isBad = [](auto const& each) {
+            return each.result == "refused" || each.result == "unknown" || each.result == "failed";
+        };
+        return std::any_of(m_others.begin(), m_others.end(), isBad) ||
+               std::any_of(m_settings.begin(), m_settings.end(), isBad);
+    }
+
+    /// The device and the flags as they were. The service comes last and takes all or nothing.
+    void takeBackOthers()
+    {
+        auto const account = std::exchange(m_others, {});
+        for (auto const& each : account) {
+            if (each.result == "stored")
+                add(each.name, each.wanted, each.before);
+        }
+        applyDevice();
+        applyFlags();
+        auto const undone = std::exchange(m_others, account);
+        for (auto& other : m_others) {
+            auto const isStill = [&](Other const& each) { return each.name == other.name && each.result == "failed"; };
+            if (std::any_of(undone.begin(), undone.end(), isStill)) {
+                other.result = "failed";
+                other.reason = "is stored, and could not be taken back";
+            }
+        }
+    }
+
+    void addSetting(eDataTag tag, std::string const& text)
+    {
+        if (isSecret(tag))
+            m_session.hideInLog(text);
+        m_session.history().ask(tag);
+        auto& outcome = m_settings.emplace_back(check(tag, text, {}));
+        if (isKept(tag) || outcome.result == "refused")
+            return;
+        outcome.result = "refused";
+        outcome.reason =
+            isFleeting(tag) ? "nothing keeps it over a restart" : "belongs to another component: give it under service";
+    }
+
+    Other& add(std::string name, Json before, Json wanted)
+    {
+        auto& other = m_others.emplace_back(Other{std::move(name), std::move(before), std::move(wanted)});
+        if (other.before != other.wanted)
+            other.result = wouldStore;
+        return other;
+    }
+
+    static void refuse(Other& other, std::string accepted, std::string reason)
+    {
+        other.result = "refused";
+        other.accepted = std::move(accepted);
+        other.reason = std::move(reason);
+    }
+
+    void addDevice(char const* name, Json before, Json wanted)
+    {
+        auto& other = add(name, std::move(before), std::move(wanted));
+        Host::DeviceProfile::Model model{};
+        if (other.wanted.is_string() && !Host::modelNamed(other.wanted.get_ref<std::string const&>(), model))
+            refuse(other, "entry | top | other", "no such model");
+    }
+
+    void addFlags(std::map<std::string, std::string> const& wanted)
+    {
+        auto const present = flagFileValues();
+        auto const words = flagNames();
+        for (std::size_t index = 0; index < words.size(); ++index) {
+            auto const old = present.find(words[index]);
+            auto const now = wanted.find(words[index]);
+            if (old == present.end() && now == wanted.end())
+                continue;
+            auto const tag = static_cast<eDataTag>(eDataTagOpusTest + static_cast<int>(index));
+            m_session.history().ask(tag);
+            auto& other = add("flags/" + words[index], old == present.end() ? Json() : Json(old->second),
+                              now == wanted.end() ? Json() : Json(now->second));
+            std::string reason;
+            if (now != wanted.end() && validate(tag, now->second, reason).is_null())
+                refuse(other, "true | false", reason);
+        }
+    }
+
+    void addService(std::string const& name, ServiceValues const& service, std::string const& wanted)
+    {
+        auto const old = service.find(name);
+        auto& other = add(name, old == service.end() ? Json() : Json(old->second), wanted);
+        auto const tag = *findItem(name);
+        auto reason = whyUnfit(tag, wanted);
+        if (DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia)
+            refuse(other, {}, "belongs to the media component: give it under settings");
+        else if (!reason.empty() || (exists(tag) && validate(tag, wanted, reason).is_null()))
+            refuse(other, {}, reason);
+        m_session.history().ask(tag);
+    }
+
+    std::vector<Other*> toStore(std::string const& prefix)
+    {
+        std::vector<Other*> result;
+        for (auto& other : m_others) {
+            if (other.result == wouldStore && other.name.starts_with(prefix))
+                result.push_back(&other);
+        }
+        return result;
+    }
+
+    static void settle(std::vector<Other*> const& others, Report const& answer)
+    {
+        for (auto* const other : others) {
+            other->result = answer.code == exitOk ? "stored" : "failed";
+            if (answer.code != exitOk)
+                other->reason = answer.problems.front().reason;
+        }
+    }
+
+    void applyDevice()
+    {
+        auto const changed = toStore("device/");
+        std::string model;
+        std::string usb;
+        for (auto const* const other : changed)
+            (other->wanted.is_string() ? model : usb) = other->wanted.is_string()     ? other->wanted.get<std::string>()
+                                                        : other->wanted == Json(true) ? "yes"
+                                                                                      : "no";
+        if (!changed.empty())
+            settle(changed, device(m_session, model, usb));
+    }
+
+    void applyFlags()
+    {
+        auto const changed = toStore("flags/");
+        std::vector<std::string> words;
+        words.reserve(changed.size());
+        for (auto const* const other : changed)
+            words.push_back(other->name.substr(other->name.find('/') + 1) + "=" +
+                            (other->wanted.is_null() ? "" : other->wanted.get<std::string>()));
+        if (!changed.empty())
+            settle(changed, flags(m_session, words, false));
+    }
+
+    void applyService()
+    {
+        auto const changed = toStore("");
+        ManageableData record;
+        for (auto const* const other : changed) {
+            auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[*findItem(other->name)];
+            record.populate(*row.item, row.subItem ? *row.subItem : *row.item, other->wanted.get<std::string>());
+        }
+        if (!changed.empty())
+            settle(changed, m_session.service().change(record)
+                                ? Report{}
+                                : failure(exitStorage, "", "the management service could not keep it"));
+    }
+
+    Session& m_session;
+    std::vector<Outcome> m_settings;
+    std::vector<Other> m_others;
+};
+
+Report Import::report(ImportOptions const& options) const
+{
+    Report report;
+    bool const secrets = m_session.options().showSecrets;
+    Section items{"items", Layout::Table, accountColumns(), {}};
+    Section counts{"counts", Layout::Pairs, {}, {{}}};
+    std::map<std::string, std::size_t> numbers;
+    auto const add = [&](std::string const& result, std::vector<Json> row) {
+        ++numbers[result];
+        if (options.all || result != "unchanged")
+            items.rows.push_back(std::move(row));
+    };
+    for (auto const& outcome : m_settings)
+        add(outcome.result, accountRow(outcome, secrets));
+    auto const orNull = [](std::string const& text) { return text.empty() ? Json() : Json(text); };
+    for (auto const& other : m_others)
+        add(other.result,
+            {other.result, other.name, other.before, other.wanted, orNull(other.accepted), orNull(other.reason)});
+    for (auto const* const result : {"stored", wouldStore, "held back", "unchanged", "refused", "unknown", "failed"}) {
+        if (numbers[result] == 0)
+            continue;
+        counts.columns.emplace_back(result);
+        counts.rows.front().emplace_back(numbers[result]);
+    }
+    report.sections = {std::move(items), std::move(counts)};
+    if (numbers["refused"] != 0)
+        report.fail(exitRefused, {"", fmt::format("{} values refused", numbers["refused"])});
+    if (numbers["unknown"] != 0)
+        report.fail(exitUnknownItem, {"", fmt::format("{} items unknown", numbers["unknown"])});
+    if (numbers["failed"] != 0)
+        report.fail(exitStorage, {"", fmt::format("{} values not stored", numbers["failed"])});
+    return report;
+}
+
+} // namespace
+
+Report exportDocument(Session& session, Passphrase const& passphrase)
+{
+    auto document = documentOf(session);
+    Report report;
+    if (session.options().showSecrets) {
+        // Everything in plain.
+    } else if (passphrase) {
+        auto const words = passphrase();
+        auto const again = passphrase();
+        if (!words || words->empty())
+            return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
+        if (words != again)
+            return failure(exitUsage, "", "the two passphrases differ");
+        if (!seal(document, *words))
+            return failure(exitInternal, "", "the secrets could not be encrypted");
+    } else {
+        auto const isSet = [](auto const& each) { return isSecret(each.first) && each.second != Json(""); };
+        auto const set = std::count_if(document.settings.begin(), document.settings.end(), isSet);
+        dropSecrets(document);
+        if (set != 0)
+            report.fail(exitOk, {"", fmt::format("{} secrets are left out; --secrets encrypts them", set)});
+    }
+    report.sections.push_back({"export", Layout::Text, {"text"}, {{textOf(document)}}});
+    return report;
+}
+
+Report readDocument(std::string const& text, std::string const& fileName, Passphrase const& passphrase, Document& document)
+{
+    auto report = parseDocument(text, fileName, document);
+    if (report.code != exitOk || !document.secrets)
+        return report;
+    if (!passphrase) {
+        report.notes.emplace_back("The document's encrypted secrets are left out; --secrets opens them.");
+        return report;
+    }
+    auto const words = passphrase();
+    if (!words || words->empty())
+        return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
+    return unseal(document, *words);
+}
+
+Report importDocument(Session& session, Document const& document, ImportOptions options)
+{
+    Import import(session, document);
+    import.checkAllTables();
+    if (!options.dryRun)
+        import.applyHardwareFirst();
+    bool const heldBack = options.atomic && import.holdAllBack();
+    if (!options.dryRun && !heldBack)
+        import.apply(options.atomic);
+    if (!options.dryRun)
+        import.noteAllRefusals();
+    return import.report(options);
+}
+
+} // namespace Tool

@@ -1,0 +1,234 @@
+#include "workbench/Journal.h"
+
+#include "workbench/Snapshot.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Workbench.h"
+
+#include "Files.h"
+#include "HostPlatform.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <sstream>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+constexpr char const* fileName = "mediadata.history";
+constexpr char const* olderName = "mediadata.history.1";
+constexpr std::size_t mostBytes = 512UL * 1024;
+constexpr std::size_t longestValue = 200;
+
+Json stamped(std::string const& who, std::string const& item, Json const& before, Json const& after)
+{
+    auto const brief = [](Json const& value) {
+        bool const isLong = value.is_string() && value.get_ref<std::string const&>().size() > longestValue;
+        return isLong ? Json(value.get<std::string>().substr(0, longestValue) + "...") : value;
+    };
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    return {{"time", std::chrono::duration_cast<std::chrono::milliseconds>(now).count()},
+            {"who", who},
+            {"item", item},
+            {"old", brief(before)},
+            {"new", brief(after)}};
+}
+
+std::string line(Json const& entry)
+{
+    return entry.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+/// Appends whole lines. A line that a kill left torn is ended first, so that it spoils nothing but itself.
+bool append(Host::DataDirectory const& directory, std::string text, std::string& error)
+{
+    auto const open = [&] { return directory.openFile(fileName, O_RDWR | O_APPEND | O_CREAT, error); };
+    auto file = open();
+    struct stat status {};
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return false;
+    if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > mostBytes) {
+        if (directory.look(olderName, error) == Host::DataDirectory::State::refused ||
+            !directory.rename(fileName, olderName, error))
+            return false;
+        file = open();
+        if (!file)
+            return false;
+        status.st_size = 0;
+    }
+    char last = '\n';
+    if (status.st_size > 0 && ::pread(file.get(), &last, 1, status.st_size - 1) == 1 && last != '\n')
+        text.insert(0, 1, '\n');
+    if (::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()))
+        return true;
+    error = directory.pathOf(fileName) + ": cannot be written";
+    return false;
+}
+
+/// An entry's values are no objects: one that nests, at worst without end, is none of ours.
+bool isFlat(int depth, Json::parse_event_t event, Json&)
+{
+    return depth == 0 || (event != Json::parse_event_t::object_start && event != Json::parse_event_t::array_start);
+}
+
+void readEntries(Host::DataDirectory const& directory, char const* name, std::vector<Json>& entries, std::string& error)
+{
+    if (directory.look(name, error) != Host::DataDirectory::State::present)
+        return;
+    auto const file = directory.openFile(name, O_RDONLY, error);
+    std::string text;
+    std::array<char, 65536> piece;
+    for (ssize_t length = 0; file && (length = ::read(file.get(), piece.data(), piece.size())) > 0;)
+        text.append(piece.data(), static_cast<std::size_t>(length));
+    std::istringstream lines(text);
+    for (std::string each; std::getline(lines, each);) {
+        auto entry = Json::parse(each, isFlat, false);
+        auto const isDiscarded = [](Json const& value) { return value.is_discarded(); };
+        bool const isWhole = entry.is_object() && std::none_of(entry.begin(), entry.end(), isDiscarded) &&
+                             entry.value("time", Json()).is_number_integer() && entry.value("item", Json()).is_string() &&
+                             entry.value("who", Json()).is_string();
+        if (isWhole)
+            entries.push_back(std::move(entry));
+    }
+}
+
+} // namespace
+
+History::State History::state() const
+{
+    State state{Changes::values(), {}};
+    for (auto const& [name, value] : serviceValues(m_session)) {
+        auto const tag = findItem(name);
+        if (!tag || !isHeld(*tag))
+            state.others[name] = value;
+    }
+    auto const profile = m_session.platform().deviceProfile();
+    state.others["device/model"] = Host::modelName(profile.model);
+    state.others["device/usb"] = profile.usb;
+    return state;
+}
+
+void History::note(std::string const& who, std::string const& item, Json const& before, Json const& after)
+{
+    auto entry = stamped(who, item, before, after);
+    entry["result"] = "stored";
+    m_lines += line(entry);
+}
+
+void History::noteItems(State const& before, State const& after, std::function<std::string(eDataTag)> const& who)
+{
+    for (std::size_t index = 0; index < after.items.size(); ++index) {
+        auto const tag = allTags()[index];
+        if (before.items[index] != after.items[index] && !m_refused.contains(tag))
+            note(who(tag), nameOf(tag), shown(tag, before.items[index], false), shown(tag, after.items[index], false));
+    }
+}
+
+void History::refuse(eDataTag tag, Json given, std::string reason, std::string result)
+{
+    m_refused[tag] =
+        Json::object({{"given", std::move(given)}, {"reason", std::move(reason)}, {"result", std::move(result)}});
+}
+
+void History::noteRefusals(std::string const& who, State const& before)
+{
+    for (auto const& [tag, refusal] : m_refused) {
+        auto const& old = before.items[static_cast<std::size_t>(tag) - 1];
+        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal["given"], false));
+        entry["result"] = refusal["result"];
+        // A reason may quote the value.
+        entry["reason"] = isSecret(tag) ? Json() : refusal["reason"];
+        m_lines += line(entry);
+    }
+}
+
+Report History::record(std::string const& who, std::function<Report()> const& action)
+{
+    auto const before = state();
+    m_lines.clear();
+    m_asked.clear();
+    m_refused.clear();
+    // Between two verbs of one process only the flag file can be edited.
+    if (m_last)
+        noteItems(*m_last, before, [](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : "flag file"; });
+    m_session.takeStorageFailure();
+    auto report = action();
+    if (m_session.takeStorageFailure() && report.code != exitStorage)
+        report.fail(exitStorage,
+                    {"", "the database did not store all of it: the next start brings the previous values back"});
+    auto after = state();
+    noteItems(before, after, [&](eDataTag tag) -> std::string {
+        return m_asked.contains(tag) ? who : isHardwareVerdict(tag) ? "hardware rule" : "library rule";
+    });
+    for (auto const& [name, value] : after.others) {
+        auto const old = before.others.find(name);
+        if (old == before.others.end() || old->second != value)
+            note(who, name, old == before.others.end() ? Json() : old->second, value);
+    }
+    noteRefusals(who, before);
+    m_last = std::move(after);
+    keep(report);
+    return report;
+}
+
+void History::keep(Report& report)
+{
+    std::string error;
+    if (m_lines.empty() || append(m_session.platform().files(), m_lines, error) || std::exchange(m_failed, true))
+        return;
+    report.fail(exitOk, {"", "the history could not be written: " + error});
+}
+
+std::vector<Json> History::entries(std::string& error) const
+{
+    std::vector<Json> entries;
+    for (auto const* const name : {olderName, fileName})
+        readEntries(m_session.platform().files(), name, entries, error);
+    return entries;
+}
+
+Report history(Session& session, std::string const& pattern, std::size_t limit)
+{
+    std::set<std::string> names;
+    if (!pattern.empty()) {
+        for (auto const tag : matchItems(pattern))
+            names.insert(nameOf(tag));
+    }
+    std::string error;
+    auto entries = session.history().entries(error);
+    std::erase_if(entries, [&](Json const& entry) {
+        auto const item = entry["item"].get<std::string>();
+        return !pattern.empty() && !names.contains(item) && item.find(pattern) == std::string::npos;
+    });
+    if (error.empty() && entries.empty() && !pattern.empty() && names.empty())
+        return failure(exitUnknownItem, pattern, "matches no item and no entry", namesNear(pattern));
+    auto const first = entries.size() - std::min(limit, entries.size());
+    Section section{"history", Layout::Table, {"time", "who", "item", "old", "new", "result", "reason"}, {}};
+    section.headings = 2;
+    for (auto index = first; index < entries.size(); ++index) {
+        auto const& entry = entries[index];
+        auto& row = section.rows.emplace_back();
+        row.emplace_back(timeText(entry["time"].get<std::int64_t>()));
+        for (std::size_t column = 1; column < section.columns.size(); ++column)
+            row.push_back(entry.value(section.columns[column], Json()));
+    }
+    Report report{exitOk, {std::move(section)}};
+    if (!error.empty())
+        report.fail(exitStorage, {"", error});
+    else if (entries.empty())
+        report.notes.emplace_back(pattern.empty() ? "Nothing was changed yet." : "No change of such an item is known.");
+    else if (first > 0)
+        report.notes.push_back(std::to_string(first) + " older entries; --limit shows more.");
+    return report;
+}
+
+} // namespace Tool

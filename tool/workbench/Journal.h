@@ -1,0 +1,60 @@
+// The journal of changes in the data directory: when, who, which item, old, new, result. Two files of half a megabyte at most,
+// one JSON object a line; secrets are masked before they get there.
+#pragma once
+
+#include "report/Report.h"
+
+#include "Data/DataTypes.h"
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+
+class History {
+public:
+    explicit History(Session& session) : m_session(session) {}
+
+    /// The running verb asks for a change of this item; what changes besides is the work of the library's rules.
+    void ask(Data::eDataTag tag) { m_asked.insert(tag); }
+
+    /// The running verb met a refusal; `result` is "refused" or "not stored".
+    void refuse(Data::eDataTag tag, Json given, std::string reason, std::string result = "refused");
+
+    /// Runs a verb and keeps what it changed. A journal that cannot be written is told of once and stops nothing.
+    Report record(std::string const& who, std::function<Report()> const& action);
+
+    /// All entries, oldest first. `error` says what could not be read.
+    std::vector<Json> entries(std::string& error) const;
+
+private:
+    /// Everything that a verb can change.
+    struct State {
+        std::vector<Json> items; ///< in the order of allTags()
+        std::map<std::string, Json> others;
+    };
+
+    State state() const;
+    void note(std::string const& who, std::string const& item, Json const& before, Json const& after);
+    void noteRefusals(std::string const& who, State const& before);
+    void noteItems(State const& before, State const& after, std::function<std::string(Data::eDataTag)> const& who);
+    void keep(Report& report);
+
+    Session& m_session;
+    std::set<Data::eDataTag> m_asked;
+    std::map<Data::eDataTag, Json> m_refused; ///< what was given, the reason and the result
+    std::string m_lines;                      ///< not yet written
+    std::optional<State> m_last;
+    bool m_failed = false;
+};
+
+/// The last `limit` entries of the items that match the pattern, of all items when it is empty.
+Report history(Session& session, std::string const& pattern, std::size_t limit);
+
+} // namespace Tool

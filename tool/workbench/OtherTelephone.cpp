@@ -1,0 +1,177 @@
+// One process has one platform, so that another one reads the other directory. It gets a copy, taken while nobody has the
+// directory, since opening a directory may mend it.
+#include "workbench/OtherTelephone.h"
+
+#include "report/Report.h"
+
+#include "Files.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <system_error>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/file.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char const* lockFile = "mediadata.lock";
+constexpr char const* databaseFile = "mediadata.db";
+
+/// What orders this process to end waits until the object has gone.
+class EndsLater {
+public:
+    EndsLater()
+    {
+        sigset_t ends;
+        sigemptyset(&ends);
+        for (int const signal : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&ends, signal);
+        ::pthread_sigmask(SIG_BLOCK, &ends, &m_before);
+    }
+    ~EndsLater() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    EndsLater(EndsLater const&) = delete;
+    EndsLater& operator=(EndsLater const&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
+/// A private directory that goes away with the object.
+class Scratch {
+public:
+    Scratch()
+    {
+        std::error_code ignored;
+        auto name = (fs::temp_directory_path(ignored) / "mediadata.XXXXXX").string();
+        if (::mkdtemp(name.data()))
+            m_path = name;
+    }
+    ~Scratch()
+    {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+    Scratch(Scratch const&) = delete;
+    Scratch& operator=(Scratch const&) = delete;
+
+    fs::path const& path() const { return m_path; }
+
+private:
+    fs::path m_path;
+};
+
+/// Everything in it but links; the lock that the caller holds keeps others out meanwhile.
+bool copyFiles(fs::path const& from, fs::path const& to)
+{
+    std::error_code error;
+    fs::create_directory(to, error);
+    for (fs::recursive_directory_iterator at(from, error), end; !error && at != end; at.increment(error)) {
+        auto const target = to / at->path().lexically_relative(from);
+        auto const type = at->symlink_status(error).type();
+        if (type == fs::file_type::directory)
+            fs::create_directory(target, error);
+        else if (type == fs::file_type::regular)
+            fs::copy_file(at->path(), target, error);
+    }
+    return !error;
+}
+
+std::string contentOf(fs::path const& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Runs this tool over the directory; its output lies in the scratch directory then. The exit status, or -1.
+int runExport(fs::path const& directory, fs::path const& out, fs::path const& err)
+{
+    std::string words[]{"mediadata", "--data-dir", directory.string(), "export", "--show-secrets"};
+    char* arguments[]{words[0].data(), words[1].data(), words[2].data(), words[3].data(), words[4].data(), nullptr};
+    posix_spawn_file_actions_t streams;
+    ::posix_spawn_file_actions_init(&streams);
+    ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    ::posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    // The child may end at once.
+    posix_spawnattr_t attributes;
+    sigset_t none;
+    sigemptyset(&none);
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    pid_t child = 0;
+    // Under an emulator the process's own file is the emulator.
+    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
+    int const started =
+        ::posix_spawn(&child, program && *program ? program : "/proc/self/exe", &streams, &attributes, arguments, ::environ);
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&streams);
+    int status = 0;
+    while (started == 0 && ::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return -1;
+    }
+    return started == 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// The last line that the other process said, without its name.
+std::string lastWords(std::string text)
+{
+    text.erase(text.find_last_not_of('\n') + 1);
+    auto const line = text.substr(text.rfind('\n') + 1);
+    constexpr std::string_view name = "mediadata: ";
+    return line.starts_with(name) ? line.substr(name.size()) : line.empty() ? "it could not be read" : line;
+}
+
+} // namespace
+
+OtherDirectory readDirectory(fs::path const& directory)
+{
+    std::error_code error;
+    bool const isThere = fs::exists(directory / databaseFile, error);
+    if (error)
+        return {exitStorage, error.message()};
+    if (!isThere)
+        return {exitUsage, "is no data directory: it holds no " + std::string(databaseFile)};
+    EndsLater const later; // The copy holds secrets: it goes first.
+    Scratch const scratch;
+    Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
+    auto const copy = scratch.path() / "copy";
+    if (scratch.path().empty() || (isFree && !copyFiles(directory, copy)))
+        return {exitStorage, "cannot be copied"};
+    auto const out = scratch.path() / "out";
+    auto const err = scratch.path() / "err";
+    if (runExport(isFree ? copy : directory, out, err) != 0)
+        return {exitStorage, lastWords(contentOf(err))};
+    return {exitOk, contentOf(out), contentOf(err)};
+}
+
+std::string packed(OtherDirectory const& directory)
+{
+    return Json{directory.status, directory.text, directory.remarks}.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+OtherDirectory unpacked(std::string const& text)
+{
+    auto const parts = Json::parse(text, nullptr, false);
+    bool const isWhole = parts.is_array() && parts.size() == 3 && parts[0].is_number_integer() && parts[1].is_string() &&
+                         parts[2].is_string();
+    if (!isWhole)
+        return {exitUsage, "cannot be read"};
+    return {parts[0].get<int>(), parts[1].get<std::string>(), parts[2].get<std::string>()};
+}
+
+} // namespace Tool

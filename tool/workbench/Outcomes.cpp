@@ -1,0 +1,341 @@
+#include "workbench/Outcomes.h"
+
+#include "workbench/Accepted.h"
+#include "workbench/Snapshot.h"
+#include "workbench/Items.h"
+#include "workbench/Rules.h"
+#include "workbench/Workbench.h"
+#include "workbench/Rehearsal.h"
+
+#include "Data/BulkData.h"
+#include "Data/DataItemBase.h"
+#include "Data/DataItemBuilder.h"
+#include "Media/MediaDataCache.h"
+
+#include "ManagementService.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+namespace {
+
+constexpr char const* wouldStore = "would store";
+
+void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
+{
+    if (value.is_number())
+        bulk.addTagValue<int>(tag, value.get<int>(), false);
+    else if (value.is_boolean())
+        bulk.addTagValue<bool>(tag, value.get<bool>(), false);
+    else
+        bulk.addTagValue<std::string>(tag, value.get<std::string>(), false);
+}
+
+/// These take effect each time they are written, also with the value they have.
+bool alwaysWritten(eDataTag tag)
+{
+    return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
+}
+
+/// How long a value lasts when that is not for good.
+std::string limit(Outcome const& outcome)
+{
+    auto const tag = outcome.tag;
+    bool const isIdentifier = tag >= eDataTagAlertIdentifier0 && tag <= eDataTagAlertIdentifier14;
+    if (isIdentifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
+        return "until the next start, which gives a row without an identifier its default one";
+    if (auto const rule = ringerRuleOf(tag);
+        rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
+        return "until the next start, when a row without an alert identifier may have " + cellText(rule->atStart) + " again";
+    auto const links = cameraLinks([](eDataTag each) { return readValue(each).value_or(Json()); });
+    if (auto const link = links.find(tag); link != links.end() && link->second != outcome.wanted)
+        return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
+    if (tag >= eDataTagCodecRank1 && tag <= eDataTagCodecRank4)
+        return "until the next start: codecs are stored in row order, to re-rank them exchange their types";
+    if (isHardwareVerdict(tag))
+        return "until the next start, which asks the hardware anew";
+    return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
+}
+
+/// The group-pickup tone type brings its two flags along. Set together with them it would leave the group's remembered type
+/// behind, and the next change of a flag would be undone.
+bool settledByToneType(std::vector<Outcome> const& outcomes)
+{
+    auto const wanted = [&](eDataTag tag) {
+        auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](auto const& each) { return each.tag == tag; });
+        bool const changes = found != outcomes.end() && found->result == wouldStore;
+        return std::pair(changes, changes ? found->wanted : readValue(tag).value_or(Json()));
+    };
+    auto const [typeChanges, type] = wanted(eDataTagGroupPickupToneType);
+    auto const asRinger = wanted(eDataTagGroupPickupAsRinger).second;
+    auto const allowed = wanted(eDataTagGroupPickupToneAllowed).second;
+    return typeChanges && type == Json(toneType(asRinger == Json(true), allowed == Json(true)));
+}
+
+} // namespace
+
+std::string textOf(Json const& value)
+{
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+Json validate(eDataTag tag, std::string const& text, std::string& reason)
+{
+    std::unique_ptr<DataItemBase> const item(DataCache::DataItemBuilder::createDataItem(tag, eDataSourceNone));
+    if (!item || !item->setValueString(text, reason))
+        return {};
+    int number = 0;
+    if (item->getValue(number))
+        return number;
+    bool flag = false;
+    if (item->getValue(flag))
+        return flag;
+    std::string value;
+    item->getValue(value);
+    return value;
+}
+
+Json defaultOf(eDataTag tag)
+{
+    std::string ignored;
+    return exists(tag) ? validate(tag, DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.text, ignored) : Json();
+}
+
+ServiceValues serviceValues(Session& session)
+{
+    ServiceValues values;
+    for (auto const& item : session.service().items())
+        values.emplace(item.subItem, item.value);
+    return values;
+}
+
+Json knownValue(eDataTag tag, ServiceValues const& others)
+{
+    if (isHeld(tag))
+        return readValue(tag).value_or(Json());
+    auto const other = others.find(nameOf(tag));
+    std::string ignored;
+    return other == others.end() ? Json() : validate(tag, other->second, ignored);
+}
+
+Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others)
+{
+    Outcome outcome{tag, text, knownValue(tag, others), {}, "refused", {}};
+    if (!exists(tag))
+        outcome.reason = "the catalogue has this item switched off";
+    else if (typeOf(tag) == eDataItemTypeComplex)
+        outcome.reason = "a table is set by its cells";
+    else if (tag >= eDataTagOpusTest)
+        outcome.reason = "is set by the flag file: use flags";
+    else if (outcome.reason = whyUnfit(tag, text); outcome.reason.empty())
+        outcome.wanted = validate(tag, text, outcome.reason);
+    if (!outcome.wanted.is_null())
+        outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? "unchanged" : wouldStore;
+    return outcome;
+}
+
+void checkTables(Session& session, std::vector<Outcome>& outcomes)
+{
+    TableRehearsal rehearsal;
+    for (auto const& outcome : outcomes) {
+        if (outcome.result == wouldStore)
+            rehearsal.want(outcome.tag, textOf(outcome.wanted));
+    }
+    auto const refused = session.quietly([&] { return rehearsal.refused(); });
+    for (auto& outcome : outcomes) {
+        auto const found = refused.find(storedTableOf(outcome.tag));
+        if (outcome.result == wouldStore && found != refused.end()) {
+            outcome.result = "refused";
+            outcome.reason = found->second;
+        }
+    }
+}
+
+void checkRingers(std::vector<Outcome>& outcomes, bool follow)
+{
+    auto const valueOf = [&](eDataTag tag) {
+        auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](auto const& each) { return each.tag == tag; });
+        bool const isWanted = found != outcomes.end() && found->result != "refused";
+        return isWanted ? found->wanted : readValue(tag).value_or(Json());
+    };
+    for (auto& outcome : outcomes) {
+        auto const rule = ringerRuleOf(outcome.tag);
+        if (!rule || outcome.result == "refused" || valueOf(rule->identifier) != Json(""))
+            continue;
+        auto general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
+        std::string ignored;
+        if (validate(outcome.tag, textOf(general), ignored).is_null())
+            general = rule->atStart; // the row cannot have it, and has this from the start on
+        if (outcome.wanted == general)
+            continue;
+        if (follow) {
+            outcome = check(outcome.tag, textOf(general), {});
+        } else if (outcome.result == wouldStore) {
+            outcome.result = "refused";
+            outcome.reason = "its row has no alert identifier and follows the general ringer: " + cellText(general);
+        }
+    }
+}
+
+bool holdBack(std::vector<Outcome>& outcomes)
+{
+    auto const isRefused = [](Outcome const& outcome) { return outcome.result == "refused" || outcome.result == "failed"; };
+    if (std::none_of(outcomes.begin(), outcomes.end(), isRefused))
+        return false;
+    for (auto& outcome : outcomes) {
+        if (outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken")
+            outcome.result = "held back";
+    }
+    return true;
+}
+
+void noteRefusals(Session& session, std::vector<Outcome> const& outcomes)
+{
+    for (auto const& outcome : outcomes) {
+        if (outcome.result == "refused" || outcome.result == "failed")
+            session.history().refuse(outcome.tag, outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted,
+                                     outcome.reason, outcome.result == "failed" ? "not stored" : "refused");
+    }
+}
+
+bool isStorageError(std::string const& line)
+{
+    return line.find("storing into db failed") != std::string::npos;
+}
+
+std::set<eDataTag> tagsNotStored(std::vector<std::string> const& errors)
+{
+    constexpr std::string_view words = "storing into db failed, restoring original value for tag ";
+    std::set<eDataTag> tags;
+    for (auto const& line : errors) {
+        if (auto const at = line.find(words); at != std::string::npos)
+            tags.insert(static_cast<eDataTag>(std::strtol(line.c_str() + at + words.size(), nullptr, 10)));
+    }
+    return tags;
+}
+
+void settle(Outcome& outcome, bool taken, bool tableStored)
+{
+    auto const after = readValue(outcome.tag).value_or(Json());
+    if (!tableStored) {
+        outcome.result = "failed";
+        outcome.reason = "the database did not store its table, the next start brings the previous value back";
+    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
+        outcome.result = "refused";
+        outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
+    } else if (!taken) {
+        outcome.result = "failed";
+        outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
+                                             : "the management service did not take it";
+    } else {
+        outcome.result = isFleeting(outcome.tag) ? "taken" : "stored";
+        if (after != outcome.wanted)
+            outcome.reason = "a dependent rule made it " + cellText(after);
+    }
+}
+
+void store(Session& session, std::vector<Outcome>& outcomes)
+{
+    bool const settled = settledByToneType(outcomes);
+    BulkData bulk;
+    for (auto const& outcome : outcomes) {
+        bool const isFlag = outcome.tag == eDataTagGroupPickupAsRinger || outcome.tag == eDataTagGroupPickupToneAllowed;
+        if (outcome.result == wouldStore && !(isFlag && settled))
+            addToBulk(bulk, outcome.tag, outcome.wanted);
+    }
+    if (bulk.getTags().empty())
+        return;
+    session.takeErrors();
+    MediaDataCache::setDataBulk(bulk);
+    auto const notStored = tagsNotStored(session.takeErrors());
+    auto const notTaken = bulk.getTagsNotSetInDb();
+    for (auto& outcome : outcomes) {
+        bool const isUndone =
+            outcome.result == "unchanged" && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted;
+        if (outcome.result == wouldStore || isUndone)
+            settle(outcome, !notTaken.contains(outcome.tag), !notStored.contains(storedTableOf(outcome.tag)));
+    }
+}
+
+void storeTogether(Session& session, std::vector<Outcome>& outcomes)
+{
+    constexpr int passes = 3;
+    for (int pass = 0; pass < passes; ++pass) {
+        store(session, outcomes);
+        bool isUndone = false;
+        for (auto& outcome : outcomes) {
+            bool const counts = outcome.result == "stored" || outcome.result == "unchanged";
+            if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted && pass + 1 < passes) {
+                outcome.result = wouldStore;
+                outcome.reason.clear();
+                isUndone = true;
+            }
+        }
+        if (!isUndone)
+            break;
+    }
+    for (auto& outcome : outcomes) {
+        if (outcome.result == "stored" && outcome.before == outcome.wanted)
+            outcome.result = "unchanged";
+    }
+}
+
+void putBack(Session& session, std::vector<Json> const& earlier)
+{
+    std::vector<Outcome> outcomes;
+    for (std::size_t index = 0; index < earlier.size(); ++index) {
+        auto const tag = allTags()[index];
+        if (!earlier[index].is_null())
+            outcomes.push_back(check(tag, textOf(earlier[index]), {}));
+    }
+    storeTogether(session, outcomes);
+}
+
+std::vector<std::string> accountColumns()
+{
+    return {"result", "item", "old", "new", "accepted", "reason"};
+}
+
+std::vector<Json> accountRow(Outcome const& outcome, bool showSecrets)
+{
+    Json const given = outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted;
+    bool const goesIn = outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken";
+    auto const reason = outcome.reason.empty() && goesIn ? limit(outcome) : outcome.reason;
+    return {outcome.result,
+            nameOf(outcome.tag),
+            shown(outcome.tag, outcome.before, showSecrets),
+            shown(outcome.tag, given, showSecrets),
+            outcome.wanted.is_null() ? Json(acceptedText(outcome.tag)) : Json(),
+            reason.empty() ? Json() : Json(reason)};
+}
+
+Report account(std::vector<Outcome> const& outcomes, bool showSecrets)
+{
+    Report report;
+    Section section{"items", Layout::Table, accountColumns(), {}};
+    std::size_t refused = 0;
+    std::size_t failed = 0;
+    for (auto const& outcome : outcomes) {
+        section.rows.push_back(accountRow(outcome, showSecrets));
+        refused += outcome.result == "refused";
+        failed += outcome.result == "failed";
+    }
+    report.sections.push_back(std::move(section));
+    if (refused != 0)
+        report.fail(exitRefused, {"", fmt::format("{} of {} values refused", refused, outcomes.size())});
+    if (failed != 0)
+        report.fail(exitStorage, {"", fmt::format("{} of {} values not stored", failed, outcomes.size())});
+    return report;
+}
+
+} // namespace Tool

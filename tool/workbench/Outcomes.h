@@ -1,0 +1,85 @@
+// What becomes of the values of a set, an import or a reset: checked by the library's own validators and table checks, stored
+// in one bulk set, and accounted for one by one.
+#pragma once
+
+#include "report/Report.h"
+
+#include "Data/DataTypes.h"
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+
+/// One value and what becomes of it.
+struct Outcome {
+    Data::eDataTag tag;
+    std::string text; ///< as given
+    Json before;
+    Json wanted;        ///< null when the text was refused
+    std::string result; ///< refused, unchanged, would store; then stored, taken (by what keeps nothing), failed or held back
+    std::string reason;
+};
+
+/// The value as the library reads and writes it.
+std::string textOf(Json const& value);
+
+/// The library's own check of a text, on an item of its own making; the typed value when it passes, else null.
+Json validate(Data::eDataTag tag, std::string const& text, std::string& reason);
+
+/// The catalogue's default as a value; null for items that are switched off.
+Json defaultOf(Data::eDataTag tag);
+
+/// What the management service holds, by name. Taken as a whole: reading one by one would fill the service's journal.
+using ServiceValues = std::map<std::string, std::string>;
+ServiceValues serviceValues(Session& session);
+
+/// The current value without asking the service; null when there is none.
+Json knownValue(Data::eDataTag tag, ServiceValues const& others);
+
+/// Checks one value, more strictly than the library where it takes what would be lost; nothing is stored.
+Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& others);
+
+/// Runs the library's checks of whole tables on copies of the tables with the wanted cells in them, as they are made now and
+/// at the next start, and refuses the cells of tables that do not pass; nothing is stored.
+void checkTables(Session& session, std::vector<Outcome>& outcomes);
+
+/// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
+void checkRingers(std::vector<Outcome>& outcomes, bool follow);
+
+/// Stores what would be stored, in one bulk set, and says what the library made of it.
+void store(Session& session, std::vector<Outcome>& outcomes);
+
+/// Stores in as many bulk sets as it takes until the rules by which items depend on one another leave all values standing,
+/// three at most: for values that were read from a telephone and therefore stand together.
+void storeTogether(Session& session, std::vector<Outcome>& outcomes);
+
+/// Sets all held items back to what they were (Changes::values()).
+void putBack(Session& session, std::vector<Json> const& earlier);
+
+/// For all or nothing: when one value was refused, true, and what would be stored is held back.
+bool holdBack(std::vector<Outcome>& outcomes);
+
+/// Tells the history of what was refused.
+void noteRefusals(Session& session, std::vector<Outcome> const& outcomes);
+
+bool isStorageError(std::string const& line);
+
+/// The items and tables that the database refused, by the library's messages: for tables their only trace.
+std::set<Data::eDataTag> tagsNotStored(std::vector<std::string> const& errors);
+
+/// What the library made of a value that passed its checks: stored, taken, failed or refused.
+void settle(Outcome& outcome, bool taken, bool tableStored);
+
+/// The columns of accountRow().
+std::vector<std::string> accountColumns();
+std::vector<Json> accountRow(Outcome const& outcome, bool showSecrets);
+
+/// All outcomes as the section "items", and the exit code that follows.
+Report account(std::vector<Outcome> const& outcomes, bool showSecrets);
+
+} // namespace Tool

@@ -1,0 +1,136 @@
+#include "workbench/Rehearsal.h"
+
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Rules.h"
+#include "workbench/Workbench.h"
+
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Data/DataTableHandler.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include "ManageableData.h"
+
+#include <fmt/format.h>
+
+#include <list>
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+using Handler = DataSourceDB::DataTableHandler;
+using Builder = DataCache::DataItemBuilder;
+
+namespace {
+
+/// The door openers are left out: their rule writes the cameras through the facade, past the callback.
+std::list<eDataTag> const tables{eDataTagGroupPickup, eDataTagCodecSettings, eDataTagDistinctiveRinging,
+                                 eDataTagSRTPEncryptionSettings, eDataTagHeadsetPriorities};
+
+/// The two moments at which the check of a table looks at it.
+struct Moment {
+    bool atStart;
+    char const* refusal;
+};
+
+constexpr Moment moments[]{
+    {false, "the check of the table {} rejected it: {}"},
+    // A start reads a table before it asks the hardware; a table that it rejects goes back to the defaults.
+    {true, "the table {} would be lost at the next start, when hidden rows count, too: {}"},
+};
+
+constexpr char const* demand = "each row needs a type or method and a rank of its own, and one must be allowed";
+
+} // namespace
+
+void TableRehearsal::want(eDataTag tag, std::string text)
+{
+    m_values[tag] = std::move(text);
+}
+
+void TableRehearsal::want(ManageableData request)
+{
+    NoServices none;
+    DataSourceOCMS(none, eDataComponentMedia, {}, {allTags().begin(), allTags().end()}, this, nullptr).setData(request);
+}
+
+std::map<eDataTag, std::string> TableRehearsal::refused()
+{
+    std::map<eDataTag, std::string> result;
+    auto const wanted = m_values;
+    for (auto const& moment : moments) {
+        m_values = wanted; // The check restores what it rejects.
+        m_atStart = moment.atStart;
+        Handler handler(tables, this);
+        for (auto const& [tag, text] : wanted)
+            handler.setTableChanged(storedTableOf(tag));
+        DataTagValue_t rejected;
+        handler.writeTablesToDB(rejected);
+        for (auto const& [tag, text] : rejected) {
+            if (auto const table = storedTableOf(tag); table != eDataTagNone)
+                result.try_emplace(table, fmt::format(fmt::runtime(moment.refusal), nameOf(table), demand));
+        }
+    }
+    return result;
+}
+
+DataTagValue_t TableRehearsal::read(DataTagValue_t stored)
+{
+    m_fromCache = false;
+    m_values = std::move(stored);
+    Handler(tables, this).readDataFromTables(false);
+    return m_values;
+}
+
+void TableRehearsal::dbCBGetDataValues(DataTagValue_t& values)
+{
+    for (auto& [tag, text] : values) {
+        auto const own = m_values.find(tag);
+        bool const isUntold = m_atStart && isHardwareVerdict(tag);
+        if (own != m_values.end() && !isUntold)
+            text = own->second;
+        else if (m_fromCache && !isUntold)
+            text = textOf(readValue(tag).value_or(Json("")));
+        else if (auto const* const record = Builder::findDataRecord(tag))
+            text = record->value.text;
+    }
+}
+
+bool TableRehearsal::dbCBSetDataValues(DataTagValue_t const& values, bool, bool)
+{
+    std::string ignored;
+    for (auto const& [tag, text] : values) {
+        if (!validate(tag, text, ignored).is_null())
+            m_values[tag] = text;
+    }
+    return true;
+}
+
+void TableRehearsal::dbCBGetFailed(eDataTag) {}
+
+void TableRehearsal::dbCBResetSelectedToDefault(DataTagValue_t& values)
+{
+    Builder::getDefaultValues(values, eDataComponentMedia, false);
+    dbCBSetDataValues(values, false, false);
+}
+
+bool TableRehearsal::dbCBQueryIsTableUserData(eDataTag table)
+{
+    return Builder::isUserData(table);
+}
+
+void TableRehearsal::ocmsCBGetDataValues(DataTagValue_t& values)
+{
+    dbCBGetDataValues(values);
+}
+
+bool TableRehearsal::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t&)
+{
+    return dbCBSetDataValues(values, true, false);
+}
+
+void TableRehearsal::ocmsCBResetToDefault() {}
+
+} // namespace Tool

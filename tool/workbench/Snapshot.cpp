@@ -1,0 +1,37 @@
+#include "workbench/Snapshot.h"
+
+#include "workbench/Items.h"
+#include "workbench/Workbench.h"
+
+#include <utility>
+
+namespace Tool {
+
+Changes::Changes(Session& session) : m_session(session), m_before(values()) {}
+
+std::vector<Json> Changes::values()
+{
+    // Reading a flag applies the flag file, which may change items with lower tags.
+    readValue(Data::eDataTagOpusTest);
+    std::vector<Json> result;
+    for (auto const tag : allTags()) {
+        bool const counts = isHeld(tag) && typeOf(tag) != Data::eDataItemTypeComplex;
+        result.push_back(counts ? readValue(tag).value_or(Json()) : Json());
+    }
+    return result;
+}
+
+Section Changes::section(std::string name, std::string title) const
+{
+    Section section{std::move(name), Layout::Table, {"item", "old", "new"}, {}, std::move(title)};
+    bool const secrets = m_session.options().showSecrets;
+    auto const after = values();
+    for (std::size_t index = 0; index < after.size(); ++index) {
+        auto const tag = allTags()[index];
+        if (m_before[index] != after[index])
+            section.rows.push_back({nameOf(tag), shown(tag, m_before[index], secrets), shown(tag, after[index], secrets)});
+    }
+    return section;
+}
+
+} // namespace Tool

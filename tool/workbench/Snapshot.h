@@ -1,0 +1,29 @@
+// What a verb changed: all values that the cache holds, before and after.
+#pragma once
+
+#include "report/Report.h"
+
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+class Session;
+
+class Changes {
+public:
+    /// Keeps the present values.
+    explicit Changes(Session& session);
+
+    /// The values of the items that the cache holds, in the order of allTags(); null for tables and for all others.
+    static std::vector<Json> values();
+
+    /// What differs from them now: item, old, new. Whole tables are left out, since their cells tell the same.
+    Section section(std::string name, std::string title = {}) const;
+
+private:
+    Session& m_session;
+    std::vector<Json> m_before;
+};
+
+} // namespace Tool
