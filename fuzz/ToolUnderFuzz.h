@@ -5,8 +5,8 @@
 #include "../tests/Statements.h"
 #include "Fuzz.h"
 
-#include "holder/ChangeFeed.h"
 #include "cli/CommandLine.h"
+#include "holder/ChangeFeed.h"
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 #include "workbench/Items.h"
@@ -37,7 +37,7 @@ public:
     {
         static ToolUnderFuzz tool;
         if (tool.isChanged()) {
-            Tool::importDocument(tool.session(), tool.m_base, {});
+            Tool::importDocument(tool.workbench(), tool.m_base, {});
             if (tool.kept() != tool.m_text)
                 tool.start();
             // Its two files would soon be so long that whoever reads them takes most of the time.
@@ -49,14 +49,14 @@ public:
     }
     ~ToolUnderFuzz()
     {
-        workbench.session.reset();
+        invocation.workbench.reset();
         std::filesystem::remove_all(m_path);
     }
 
-    Tool::Session& session() { return *workbench.session; }
+    Tool::Workbench& workbench() { return *invocation.workbench; }
 
     /// Everything that an export holds.
-    std::string kept() { return Tool::textOf(Tool::documentOf(session())); }
+    std::string kept() { return Tool::textOf(Tool::documentOf(workbench())); }
     std::string const& keptBefore() const { return m_text; }
 
     /// Something was written since ready().
@@ -72,7 +72,7 @@ public:
         EXPECT_EQ(Statements::foreign(), "");
     }
 
-    Tool::Workbench workbench;
+    Tool::Invocation invocation;
 
 private:
     static constexpr char const* secret = "Unmistakable1";
@@ -83,13 +83,13 @@ private:
         Statements::watch();
         std::string pattern = "/dev/shm/fuzz-tool-XXXXXX";
         m_path = ::mkdtemp(pattern.data());
-        workbench.feed = &m_feed;
+        invocation.feed = &m_feed;
         start();
         for (auto const tag : Tool::allTags())
             if (Tool::isSecret(tag) && Tool::isKept(tag))
                 m_base.settings[tag] = secret;
-        Tool::importDocument(session(), m_base, {});
-        m_base = Tool::documentOf(session());
+        Tool::importDocument(workbench(), m_base, {});
+        m_base = Tool::documentOf(workbench());
         m_text = kept();
         EXPECT_NE(m_text.find(secret), std::string::npos);
         start();
@@ -98,14 +98,14 @@ private:
 
     void start()
     {
-        workbench.session.reset();
+        invocation.workbench.reset();
         std::filesystem::remove_all(m_path + "/data");
-        workbench.options.dataDirectory = m_path + "/data";
+        invocation.options.dataDirectory = m_path + "/data";
         std::string error;
         bool inUse = false;
-        workbench.session = Tool::Session::open(workbench.options, error, inUse);
-        EXPECT_TRUE(workbench.session) << error;
-        Tool::importDocument(session(), m_base, {});
+        invocation.workbench = Tool::Workbench::open(invocation.options, error, inUse);
+        EXPECT_TRUE(invocation.workbench) << error;
+        Tool::importDocument(workbench(), m_base, {});
     }
 
     /// Names, sizes and times of the files.

@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::ostringstream out;
     std::ostringstream err;
     FilesConsole console(out, err, input.substr(std::min(end + 2, size)));
-    auto bench = tool.workbench;
+    auto bench = tool.invocation;
     console.directory = bench.options.dataDirectory;
     bench.console = &console;
     bench.isRemote = words.empty() || words.front() != "complete"; // no threads for progress, no holding

@@ -79,7 +79,7 @@ std::vector<std::string> textsOf(Host::Database& database)
     return texts;
 }
 
-/// Changes `file` or `log` as a line says.
+/// Snapshot `file` or `log` as a line says.
 void damage(std::string const& line, std::string& file, std::string& log)
 {
     bool const inLog = line.starts_with('w');

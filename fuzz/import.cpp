@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (report.code != exitOk)
         return 0;
 
-    auto const account = importDocument(tool.session(), document, options);
+    auto const account = importDocument(tool.workbench(), document, options);
     std::ostringstream out;
     renderJson(account, out);
     tool.check(account.code, input, out.str());

@@ -27,8 +27,8 @@ int main(int count, char** words)
     holdStandardStreams();
     std::signal(SIGXFSZ, SIG_IGN); // A write beyond the limit of a file's size fails like one to a full disk.
     try {
-        Tool::Workbench workbench;
-        return Tool::runCommand(workbench, {words + (count > 0 ? 1 : 0), words + count});
+        Tool::Invocation invocation;
+        return Tool::runCommand(invocation, {words + (count > 0 ? 1 : 0), words + count});
     } catch (std::exception const& error) {
         std::cerr << "mediadata: " << error.what() << '\n';
         return Tool::exitInternal;

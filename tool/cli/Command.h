@@ -1,9 +1,9 @@
 // One command line while it is parsed and run. CommandLine.cpp runs it; Verbs.cpp says which verbs and options there are.
 #pragma once
 
-#include "verbs/Catalogue.h"
 #include "cli/CommandLine.h"
 #include "holder/Server.h"
+#include "verbs/Catalogue.h"
 #include "verbs/Settings.h"
 
 #include <CLI/CLI.hpp>
@@ -19,17 +19,17 @@ namespace Tool {
 /// The options live here because the parser writes into them.
 class Command {
 public:
-    explicit Command(Workbench& workbench);
+    explicit Command(Invocation& invocation);
     int run(std::vector<std::string> words);
     std::vector<std::string> verbs() const;
     std::vector<OptionName> options(std::vector<std::string> const& verbs) const;
 
 private:
-    using Verb = std::function<Report(Session&)>;
+    using Verb = std::function<Report(Workbench&)>;
 
     CLI::App* add(std::string const& name, std::string const& help);
     /// A verb that needs the library.
-    void onSession(CLI::App* verb, Verb action);
+    void onWorkbench(CLI::App* verb, Verb action);
     /// A verb that changes something, which the history tells as done by `who`.
     void onChange(CLI::App* verb, std::string who, Verb action);
     void addGlobalOptions();
@@ -40,10 +40,10 @@ private:
     void addTelephone();
     void addHolders();
 
-    Report assign(Session& session);
-    Report exportTo(Session& session);
-    Report importFrom(Session& session);
-    Report compare(Session& session);
+    Report assign(Workbench& workbench);
+    Report exportTo(Workbench& workbench);
+    Report importFrom(Workbench& workbench);
+    Report compare(Workbench& workbench);
     /// Reads what the user gives beside the words before another process is kept out of the data directory.
     void gatherInput();
     /// The file of `diff` is a data directory, and not this one.
@@ -53,7 +53,7 @@ private:
     /// The words ITEM=VALUE and what is wrong with them.
     Report assignments(std::vector<Assignment>& result) const;
     Report withAssignments(std::function<Report(std::vector<Assignment> const&)> const& action) const;
-    Session& session();
+    Workbench& workbench();
     /// Opens the data directory, unless another process serves it and runs the command instead (Answered).
     void reach();
     std::unique_ptr<Server> startServer();
@@ -76,7 +76,7 @@ private:
         int status;
     };
 
-    Workbench& m_workbench;
+    Invocation& m_invocation;
     CLI::App m_app{"See, change and exercise the settings of a telephone's media process.", "mediadata"};
     std::function<Report()> m_action;
     std::function<int()> m_process; ///< in the place of an action: a verb that goes on until it is ended

@@ -2,8 +2,8 @@
 
 #include "cli/Command.h"
 #include "cli/Help.h"
-#include "workbench/Items.h"
 #include "cli/Shell.h"
+#include "workbench/Items.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -33,7 +33,7 @@ std::filesystem::path defaultDataDirectory()
 
 } // namespace
 
-Command::Command(Workbench& workbench) : m_workbench(workbench), m_json(workbench.options.json)
+Command::Command(Invocation& invocation) : m_invocation(invocation), m_json(invocation.options.json)
 {
     m_app.formatter(helpFormatter()); // The verbs take it over when they are added.
     m_app.require_subcommand(1);
@@ -51,13 +51,13 @@ void Command::addGlobalOptions()
 {
     m_app.add_flag("--json", m_json, "Answer with one JSON object");
     m_app.add_flag("--show-secrets", m_showSecrets, "Show passwords and PINs instead of stars");
-    if (m_workbench.inShell)
+    if (m_invocation.inShell)
         return;
     m_app.set_version_flag("--version", "mediadata " MEDIADATA_VERSION, "Print the version and exit");
     m_app.add_option("--color", m_colour, "auto (at a terminal, unless NO_COLOR is set), always or never")
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->option_text("WHEN");
-    auto& options = m_workbench.options;
+    auto& options = m_invocation.options;
     options.dataDirectory = defaultDataDirectory();
     m_app.add_option("--data-dir", options.dataDirectory, "Data directory instead of " + options.dataDirectory.string())
         ->envname("MEDIADATA_DIR")
@@ -119,37 +119,37 @@ std::vector<std::string> Command::wordsNear(std::string const& word) const
     return nearest(word, candidates);
 }
 
-Session& Command::session()
+Workbench& Command::workbench()
 {
-    if (!m_workbench.session)
+    if (!m_invocation.workbench)
         reach();
-    m_workbench.session->showSecrets(m_showSecrets || m_workbench.options.showSecrets);
-    return *m_workbench.session;
+    m_invocation.workbench->showSecrets(m_showSecrets || m_invocation.options.showSecrets);
+    return *m_invocation.workbench;
 }
 
 int Command::render(Report const& report) const
 {
     bool const isOneOfManyLines = m_process && !m_holds; // `watch`
     if (m_json)
-        renderJson(report, m_workbench.console->out, isOneOfManyLines ? -1 : 2);
+        renderJson(report, m_invocation.console->out, isOneOfManyLines ? -1 : 2);
     else
-        renderText(report, *m_workbench.console);
+        renderText(report, *m_invocation.console);
     return report.code;
 }
 
 int Command::run(std::vector<std::string> words)
 {
     m_words = words;
-    bool const isOwn = !m_workbench.inShell && !m_workbench.isRemote;
+    bool const isOwn = !m_invocation.inShell && !m_invocation.isRemote;
     if (isOwn)
-        chooseColours(*m_workbench.console, m_colour);
+        chooseColours(*m_invocation.console, m_colour);
     bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
     std::reverse(words.begin(), words.end()); // The parser takes its words from the end.
     try {
         m_app.parse(std::move(words));
     } catch (CLI::ParseError const& error) {
         if (error.get_exit_code() == 0) // The help was asked for.
-            return m_app.exit(error, m_workbench.console->out, m_workbench.console->err);
+            return m_app.exit(error, m_invocation.console->out, m_invocation.console->err);
         m_json = m_json || wantsJson; // The parser takes options over only when all words are in order.
         auto const unexpected = m_app.remaining(true);
         if (unexpected.empty())
@@ -158,21 +158,21 @@ int Command::run(std::vector<std::string> words)
             failure(exitUsage, unexpected.front(), "is not expected here; see --help", wordsNear(unexpected.front())));
     }
     try {
-        if (!m_workbench.inShell) {
-            m_workbench.options.showSecrets = m_showSecrets;
-            m_workbench.options.json = m_json;
+        if (!m_invocation.inShell) {
+            m_invocation.options.showSecrets = m_showSecrets;
+            m_invocation.options.json = m_json;
         }
         if (isOwn)
-            chooseColours(*m_workbench.console, m_colour);
-        if (m_holds && m_workbench.isRemote)
+            chooseColours(*m_invocation.console, m_colour);
+        if (m_holds && m_invocation.isRemote)
             return render(failure(exitUsage, "", "this verb runs in a process of its own"));
         if (m_process)
             return m_process();
         if (isOwn)
             gatherInput();
         std::optional<ProgressLine> progress;
-        if (!m_workbench.isRemote)
-            progress.emplace(*m_workbench.console);
+        if (!m_invocation.isRemote)
+            progress.emplace(*m_invocation.console);
         auto const report = m_action();
         progress.reset();
         return render(report);
@@ -187,9 +187,9 @@ int Command::run(std::vector<std::string> words)
 
 std::vector<std::string> verbNames(bool inShell)
 {
-    Workbench workbench;
-    workbench.inShell = inShell;
-    auto names = Command(workbench).verbs();
+    Invocation invocation;
+    invocation.inShell = inShell;
+    auto names = Command(invocation).verbs();
     if (inShell)
         names.insert(names.end(), {"watch", "help", "exit"});
     return names;
@@ -197,21 +197,21 @@ std::vector<std::string> verbNames(bool inShell)
 
 std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool inShell)
 {
-    Workbench workbench;
-    workbench.inShell = inShell;
-    return Command(workbench).options(verbs);
+    Invocation invocation;
+    invocation.inShell = inShell;
+    return Command(invocation).options(verbs);
 }
 
-int runCommand(Workbench& workbench, std::vector<std::string> words)
+int runCommand(Invocation& invocation, std::vector<std::string> words)
 {
     if (!words.empty() && words.front() == "help") { // As others have it: help, help VERB.
         words.erase(words.begin());
         words.emplace_back("--help");
     }
-    bool const completes = !workbench.inShell && !workbench.isRemote && !words.empty() && words.front() == "complete";
-    int const code = completes ? complete({words.begin() + 1, words.end()}, workbench.console->out)
-                               : Command(workbench).run(std::move(words));
-    auto const& console = *workbench.console;
+    bool const completes = !invocation.inShell && !invocation.isRemote && !words.empty() && words.front() == "complete";
+    int const code = completes ? complete({words.begin() + 1, words.end()}, invocation.console->out)
+                               : Command(invocation).run(std::move(words));
+    auto const& console = *invocation.console;
     if (console.out.flush())
         return code;
     console.err << "mediadata: the answer could not be written\n";

@@ -14,10 +14,10 @@ class ChangeFeed;
 class Watch;
 
 /// What the verbs of one process share. The library is started by the first verb that needs it.
-struct Workbench {
+struct Invocation {
     Console* console = &standardConsole();
     Options options;
-    std::shared_ptr<Session> session;
+    std::shared_ptr<Workbench> workbench;
     bool inShell = false;
     bool isRemote = false;        ///< the command came through the socket
     ChangeFeed* feed = nullptr;   ///< the holder's changes, while it serves
@@ -36,6 +36,6 @@ struct OptionName {
 std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool inShell);
 
 /// Runs one command, words without the program's name, and answers the exit status.
-int runCommand(Workbench& workbench, std::vector<std::string> words);
+int runCommand(Invocation& invocation, std::vector<std::string> words);
 
 } // namespace Tool

@@ -1,9 +1,9 @@
 // The verbs about the configuration as a whole, and their options: explain, diff, export, import, reset, history.
 #include "cli/Command.h"
 #include "verbs/Diff.h"
-#include "workbench/Import.h"
 #include "verbs/Explain.h"
 #include "verbs/Reset.h"
+#include "workbench/Import.h"
 
 #include <algorithm>
 #include <ostream>
@@ -21,7 +21,7 @@ void Command::addConfiguration()
 {
     auto* const explaining = add("explain", "Show where an item's value comes from, layer by layer");
     explaining->add_option("ITEM", m_item, "A name, or a tag number")->required();
-    onSession(explaining, [this](Session& session) { return explain(session, m_item); });
+    onWorkbench(explaining, [this](Workbench& workbench) { return explain(workbench, m_item); });
 
     auto const secretOptions = [this](CLI::App* verb, char const* help) {
         verb->add_flag("--secrets", m_secrets, help);
@@ -34,18 +34,18 @@ void Command::addConfiguration()
     comparing->add_option("OTHER", m_file, "An exported file, - for standard input, or a data directory");
     comparing->add_flag("--commands", m_commands, "The fewest commands that make this telephone out of a new one");
     secretOptions(comparing, "Open the file's encrypted secrets");
-    onSession(comparing, [this](Session& session) { return compare(session); });
+    onWorkbench(comparing, [this](Workbench& workbench) { return compare(workbench); });
 
     auto* const writing = add("export", "Print the configuration as one JSON document");
     secretOptions(writing, "Put the secrets in, encrypted under a passphrase");
-    onSession(writing, [this](Session& session) { return exportTo(session); });
+    onWorkbench(writing, [this](Workbench& workbench) { return exportTo(workbench); });
 
     auto* const reading = add("import", "Take over an exported configuration, each item accounted for");
     reading->add_option("FILE", m_file, "The document, - for standard input")->required();
     reading->add_flag("--dry-run", m_dryRun, "Check the document and write nothing");
     reading->add_flag("--atomic", m_atomic, "Store nothing when one item is refused or unknown");
     secretOptions(reading, "Open the encrypted secrets and store them");
-    onChange(reading, "import", [this](Session& session) { return importFrom(session); });
+    onChange(reading, "import", [this](Workbench& workbench) { return importFrom(workbench); });
 
     auto* const resetting = add("reset", "Go back to the defaults");
     resetting
@@ -54,19 +54,19 @@ void Command::addConfiguration()
                      "table stands for its cells")
         ->required();
     resetting->add_flag("--dry-run", m_dryRun, "Show what would change and write nothing");
-    onChange(resetting, "reset", [this](Session& session) { return reset(session, m_items, m_dryRun); });
+    onChange(resetting, "reset", [this](Workbench& workbench) { return reset(workbench, m_items, m_dryRun); });
 
     auto* const looking = add("history", "Show who changed what, and when");
     looking->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
     looking->add_option("--limit", m_limit, "So many entries, the latest ones; otherwise 100")
         ->check(CLI::Range(0, 1000000))
         ->option_text("NUMBER");
-    onSession(looking, [this](Session& session) { return history(session, m_item, m_limit); });
+    onWorkbench(looking, [this](Workbench& workbench) { return history(workbench, m_item, m_limit); });
 }
 
 void Command::gatherInput()
 {
-    auto& console = *m_workbench.console;
+    auto& console = *m_invocation.console;
     for (auto const& file : {m_file, m_passphraseFile}) {
         if (!file.empty())
             console.readAhead(file);
@@ -80,9 +80,9 @@ void Command::gatherInput()
 bool Command::isOtherDirectory() const
 {
     std::error_code ignored;
-    auto const path = m_workbench.console->directory / m_file;
+    auto const path = m_invocation.console->directory / m_file;
     return std::filesystem::is_directory(path, ignored) &&
-           !std::filesystem::equivalent(path, m_workbench.options.dataDirectory, ignored);
+           !std::filesystem::equivalent(path, m_invocation.options.dataDirectory, ignored);
 }
 
 std::function<std::optional<std::string>()> Command::passphrase() const
@@ -90,9 +90,9 @@ std::function<std::optional<std::string>()> Command::passphrase() const
     if (m_passphraseFile.empty() && !m_secrets)
         return {};
     if (m_passphraseFile.empty())
-        return [this] { return m_workbench.console->passphrase(passphrasePrompt); };
+        return [this] { return m_invocation.console->passphrase(passphrasePrompt); };
     std::string text;
-    if (!m_workbench.console->read(m_passphraseFile, text))
+    if (!m_invocation.console->read(m_passphraseFile, text))
         throw BadInput{m_passphraseFile, "cannot be read"};
     if (m_passphraseFile == "-" && m_file == "-")
         throw BadInput{m_passphraseFile, "holds the document; give the passphrase in a file"};
@@ -102,40 +102,40 @@ std::function<std::optional<std::string>()> Command::passphrase() const
     return [text] { return std::optional(text); };
 }
 
-Report Command::exportTo(Session& session)
+Report Command::exportTo(Workbench& workbench)
 {
-    auto report = exportDocument(session, passphrase());
+    auto report = exportDocument(workbench, passphrase());
     // The document is JSON already.
     m_json = m_json && report.code != exitOk;
     return report;
 }
 
-Report Command::importFrom(Session& session)
+Report Command::importFrom(Workbench& workbench)
 {
     std::string text;
-    if (!m_workbench.console->read(m_file, text))
+    if (!m_invocation.console->read(m_file, text))
         return failure(exitUsage, m_file, "cannot be read");
     Document document;
     auto report = readDocument(text, m_file == "-" ? "standard input" : m_file, passphrase(), document);
     if (report.code != exitOk)
         return report;
-    auto account = importDocument(session, document, {.dryRun = m_dryRun, .atomic = m_atomic, .all = m_json});
+    auto account = importDocument(workbench, document, {.dryRun = m_dryRun, .atomic = m_atomic, .all = m_json});
     account.notes = std::move(report.notes);
     return account;
 }
 
-Report Command::compare(Session& session)
+Report Command::compare(Workbench& workbench)
 {
     if (m_commands && !m_file.empty())
         return failure(exitUsage, m_file, "--commands compares with the defaults");
     if (m_commands)
-        return diffCommands(session, m_json);
+        return diffCommands(workbench, m_json);
     if (m_file.empty())
-        return diff(session, defaultDocument(), "the defaults");
+        return diff(workbench, defaultDocument(), "the defaults");
     Document other;
     Report report;
     std::error_code ignored;
-    auto const& console = *m_workbench.console;
+    auto const& console = *m_invocation.console;
     if (isOtherDirectory()) {
         auto const read = console.readDirectory(m_file);
         if (read.status != exitOk)
@@ -143,7 +143,7 @@ Report Command::compare(Session& session)
         console.err << read.remarks;
         report = parseDocument(read.text, m_file, other);
     } else if (std::filesystem::is_directory(console.directory / m_file, ignored)) {
-        other = documentOf(session);
+        other = documentOf(workbench);
     } else {
         std::string text;
         if (!console.read(m_file, text))
@@ -152,7 +152,7 @@ Report Command::compare(Session& session)
     }
     if (report.code != exitOk)
         return report;
-    auto differences = diff(session, other, m_file == "-" ? "standard input" : m_file);
+    auto differences = diff(workbench, other, m_file == "-" ? "standard input" : m_file);
     differences.notes = std::move(report.notes);
     return differences;
 }

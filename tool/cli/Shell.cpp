@@ -1,8 +1,8 @@
 #include "cli/Shell.h"
 
-#include "workbench/Items.h"
 #include "holder/Server.h"
 #include "verbs/Watch.h"
+#include "workbench/Items.h"
 
 #include <editline/readline.h>
 
@@ -48,20 +48,20 @@ std::string text(Filter const& watch, std::vector<HeardChange> const& changes, O
 }
 
 /// What the shell itself finds wrong.
-int refuse(Workbench const& workbench, ExitCode code, std::string item, std::string reason)
+int refuse(Invocation const& invocation, ExitCode code, std::string item, std::string reason)
 {
     auto const report = failure(code, std::move(item), std::move(reason));
-    if (workbench.options.json)
-        renderJson(report, workbench.console->out);
+    if (invocation.options.json)
+        renderJson(report, invocation.console->out);
     else
-        renderText(report, *workbench.console);
+        renderText(report, *invocation.console);
     return code;
 }
 
-int applyWatch(Workbench const& workbench, Filter& watch, std::vector<std::string> const& words)
+int applyWatch(Invocation const& invocation, Filter& watch, std::vector<std::string> const& words)
 {
     if (words.size() > 2)
-        return refuse(workbench, exitUsage, "", "usage: watch [PATTERN | off]");
+        return refuse(invocation, exitUsage, "", "usage: watch [PATTERN | off]");
     watch = {};
     if (words.size() == 1)
         return exitOk;
@@ -70,7 +70,7 @@ int applyWatch(Workbench const& workbench, Filter& watch, std::vector<std::strin
         return exitOk;
     auto const tags = matchItems(words[1]);
     watch.only.emplace(tags.begin(), tags.end());
-    return tags.empty() ? refuse(workbench, exitUnknownItem, words[1], "matches no item") : exitOk;
+    return tags.empty() ? refuse(invocation, exitUnknownItem, words[1], "matches no item") : exitOk;
 }
 
 /// A secret is not to be called back with the cursor keys.
@@ -196,11 +196,11 @@ private:
     bool m_terminal;
 };
 
-int runLine(Workbench& workbench, Filter& watch, std::vector<std::string> const& words)
+int runLine(Invocation& invocation, Filter& watch, std::vector<std::string> const& words)
 {
     if (words.front() == "watch")
-        return applyWatch(workbench, watch, words);
-    return runCommand(workbench, words);
+        return applyWatch(invocation, watch, words);
+    return runCommand(invocation, words);
 }
 
 } // namespace
@@ -231,32 +231,32 @@ bool splitWords(std::string const& line, std::vector<std::string>& words)
     return quote == 0;
 }
 
-int runShell(Workbench& workbench, Server& server, int end)
+int runShell(Invocation& invocation, Server& server, int end)
 {
     endDescriptor = end;
     news.event = Host::FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     Filter watch;
-    auto const options = workbench.options;
+    auto const options = invocation.options;
     bool const isTerminal = ::isatty(STDIN_FILENO) == 1;
     auto const own = std::this_thread::get_id();
-    workbench.inShell = true;
-    Session::Listener before;
+    invocation.inShell = true;
+    Workbench::Listener before;
     auto const hear = [&](std::vector<HeardChange> const& changes) {
         before(changes);
         tell(text(watch, changes, options), !isTerminal || std::this_thread::get_id() == own);
     };
-    auto& session = *workbench.session;
+    auto& workbench = *invocation.workbench;
     {
         auto const turn = server.commandTurn();
-        before = session.listen({});
-        session.listen(hear);
+        before = workbench.listen({});
+        workbench.listen(hear);
     }
     Input const input(isTerminal);
     int gravest = exitOk;
     for (std::string line; input.read(line);) {
         std::vector<std::string> words;
         if (!splitWords(line, words)) {
-            gravest = std::max(gravest, refuse(workbench, exitUsage, "", "a quote is not closed"));
+            gravest = std::max(gravest, refuse(invocation, exitUsage, "", "a quote is not closed"));
             continue;
         }
         if (words.empty() || words.front().rfind('#', 0) == 0)
@@ -266,10 +266,10 @@ int runShell(Workbench& workbench, Server& server, int end)
         if (!namesASecret(words))
             input.remember(line);
         auto const turn = server.commandTurn();
-        gravest = std::max(gravest, runLine(workbench, watch, words));
+        gravest = std::max(gravest, runLine(invocation, watch, words));
     }
     auto const turn = server.commandTurn();
-    session.listen(before);
+    workbench.listen(before);
     return gravest;
 }
 

@@ -13,7 +13,7 @@ class Server;
 
 /// Reads commands until "exit", the end of the input, or `end` is readable; a terminal gets line editing, anything else is
 /// read as it comes. Answers the gravest exit status of the commands.
-int runShell(Workbench& workbench, Server& server, int end);
+int runShell(Invocation& invocation, Server& server, int end);
 
 /// Cuts a line into words: blanks separate, quotes ('...' or "...") and a backslash keep them. False when one stays open.
 bool splitWords(std::string const& line, std::vector<std::string>& words);

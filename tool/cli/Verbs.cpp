@@ -1,10 +1,10 @@
 // The verbs and their options.
 #include "cli/Command.h"
 #include "verbs/Device.h"
-#include "workbench/FlagFile.h"
-#include "workbench/Items.h"
 #include "verbs/Management.h"
 #include "verbs/Tables.h"
+#include "workbench/FlagFile.h"
+#include "workbench/Items.h"
 
 #include <map>
 #include <utility>
@@ -16,15 +16,15 @@ CLI::App* Command::add(std::string const& name, std::string const& help)
     return m_app.add_subcommand(name, help);
 }
 
-void Command::onSession(CLI::App* verb, Verb action)
+void Command::onWorkbench(CLI::App* verb, Verb action)
 {
-    verb->callback([this, action = std::move(action)] { m_action = [this, action] { return action(session()); }; });
+    verb->callback([this, action = std::move(action)] { m_action = [this, action] { return action(workbench()); }; });
 }
 
 void Command::onChange(CLI::App* verb, std::string who, Verb action)
 {
-    onSession(verb, [who = std::move(who), action = std::move(action)](Session& session) {
-        return session.history().record(who, [&] { return action(session); });
+    onWorkbench(verb, [who = std::move(who), action = std::move(action)](Workbench& workbench) {
+        return workbench.journal().record(who, [&] { return action(workbench); });
     });
 }
 
@@ -33,11 +33,11 @@ void Command::addSettings()
     auto* const listing = add("list", "List items with their values");
     listing->add_option("PATTERN", m_item, "A glob with * or ?, or a part of a name");
     listing->add_flag("--changed", m_changedOnly, "Only what differs from its default");
-    onSession(listing, [this](Session& session) { return list(session, m_item, m_changedOnly); });
+    onWorkbench(listing, [this](Workbench& workbench) { return list(workbench, m_item, m_changedOnly); });
 
     auto* const reading = add("get", "Print values");
     reading->add_option("ITEM", m_items, "Names, or tag numbers")->required();
-    onSession(reading, [this](Session& session) { return get(session, m_items); });
+    onWorkbench(reading, [this](Workbench& workbench) { return get(workbench, m_items); });
 
     auto* const writing = add("set", "Set values, all in one bulk set");
     writing->add_option("ITEM=VALUE", m_items, "A value may be empty");
@@ -45,11 +45,11 @@ void Command::addSettings()
     writing->add_flag("--dry-run", m_dryRun, "Check the values and write nothing");
     writing->add_flag("--atomic", m_atomic, "Store nothing when one value is refused");
     writing->add_flag("--watch", m_watch, "Show what a registered callback heard");
-    onChange(writing, "set", [this](Session& session) { return assign(session); });
+    onChange(writing, "set", [this](Workbench& workbench) { return assign(workbench); });
 
     auto* const describing = add("describe", "Show everything the catalogue says about an item");
     describing->add_option("ITEM", m_item, "A name, or a tag number")->required();
-    onSession(describing, [this](Session& session) { return describe(session, m_item); });
+    onWorkbench(describing, [this](Workbench& workbench) { return describe(workbench, m_item); });
 
     addConfiguration();
 }
@@ -77,21 +77,21 @@ void Command::addManagement()
     verb->require_subcommand(1);
     auto* const reading = verb->add_subcommand("get", "Read items as the service reads them");
     reading->add_option("ITEM", m_items, "An item, or a table such as codecSettings")->required();
-    onSession(reading, [this](Session& session) { return managementGet(session, m_items); });
+    onWorkbench(reading, [this](Workbench& workbench) { return managementGet(workbench, m_items); });
 
     auto* const writing = verb->add_subcommand("set", "Set items of the media component, with reject reasons");
     writing->add_option("ITEM=VALUE", m_items, "As the service names them")->required();
-    onChange(writing, "management", [this](Session& session) {
-        return withAssignments([&](auto const& values) { return managementSet(session, values); });
+    onChange(writing, "management", [this](Workbench& workbench) {
+        return withAssignments([&](auto const& values) { return managementSet(workbench, values); });
     });
 
     auto* const changed = verb->add_subcommand("changed", "Report that items of other components changed");
     changed->add_option("ITEM=VALUE", m_items, "As the service names them")->required();
-    onChange(changed, "management", [this](Session& session) {
-        return withAssignments([&](auto const& values) { return managementChanged(session, values); });
+    onChange(changed, "management", [this](Workbench& workbench) {
+        return withAssignments([&](auto const& values) { return managementChanged(workbench, values); });
     });
     onChange(verb->add_subcommand("reset-user-data", "Order a reset of the user's settings"), "management", managementReset);
-    onSession(verb->add_subcommand("journal", "Show what the library read, reported and requested"), managementJournal);
+    onWorkbench(verb->add_subcommand("journal", "Show what the library read, reported and requested"), managementJournal);
 }
 
 void Command::addTelephone()
@@ -102,34 +102,34 @@ void Command::addTelephone()
         ->check(CLI::IsMember(tableNames()));
     showing->add_option("--alert", m_item, "Of the ringing table, the row of this alert identifier")
         ->option_text("IDENTIFIER");
-    onSession(showing, [this](Session& session) { return table(session, m_word, m_item); });
+    onWorkbench(showing, [this](Workbench& workbench) { return table(workbench, m_word, m_item); });
 
     auto* const where = add("country", "Show the country, or report a new one");
     auto* const code = where->add_option("CODE", m_word, "Two capital letters, as of ISO 3166-1");
-    onChange(where, "management", [this, code](Session& session) {
-        return country(session, code->empty() ? std::nullopt : std::optional(m_word));
+    onChange(where, "management", [this, code](Workbench& workbench) {
+        return country(workbench, code->empty() ? std::nullopt : std::optional(m_word));
     });
 
     auto* const moving = add("mobility", "Announce how the user's data is handled");
     moving->add_option("TYPE", m_word, "all, managed, unmanaged or an empty text")->required();
-    onChange(moving, "management", [this](Session& session) { return mobility(session, m_word); });
+    onChange(moving, "management", [this](Workbench& workbench) { return mobility(workbench, m_word); });
 
     auto* const options = add("flags", "Show or change the flag file");
     options->add_option("FLAG[=VALUE]", m_items, "FLAG alone means true, FLAG= takes its line away");
     options->add_flag("--clear", m_clear, "Remove the file");
-    onChange(options, "flag file", [this](Session& session) { return flags(session, m_items, m_clear); });
+    onChange(options, "flag file", [this](Workbench& workbench) { return flags(workbench, m_items, m_clear); });
 
     auto* const profile = add("device", "Show or change the device profile");
     profile->add_option("--model", m_word, "entry, top or other")
         ->check(CLI::IsMember({"entry", "top", "other"}))
         ->option_text("MODEL");
     profile->add_option("--usb", m_item, "yes or no")->check(CLI::IsMember({"yes", "no"}))->option_text("ANSWER");
-    onChange(profile, "device", [this](Session& session) { return device(session, m_word, m_item); });
+    onChange(profile, "device", [this](Workbench& workbench) { return device(workbench, m_word, m_item); });
 }
 
 void Command::addHolders()
 {
-    if (m_workbench.inShell)
+    if (m_invocation.inShell)
         return;
     auto const process = [this](CLI::App* verb, int (Command::*start)(), bool holds) {
         verb->callback([this, start, holds] {
@@ -174,12 +174,12 @@ Report Command::withAssignments(std::function<Report(std::vector<Assignment> con
     return report.code == exitOk ? action(values) : report;
 }
 
-Report Command::assign(Session& session)
+Report Command::assign(Workbench& workbench)
 {
     std::vector<Assignment> values;
     if (!m_file.empty()) {
         std::string text;
-        if (!m_workbench.console->read(m_file, text))
+        if (!m_invocation.console->read(m_file, text))
             return failure(exitUsage, m_file, "cannot be read");
         auto report = readAssignments(text, m_file, values);
         if (report.code != exitOk)
@@ -190,7 +190,7 @@ Report Command::assign(Session& session)
         return report;
     if (values.empty())
         return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
-    return set(session, values, {.dryRun = m_dryRun, .atomic = m_atomic, .watch = m_watch});
+    return set(workbench, values, {.dryRun = m_dryRun, .atomic = m_atomic, .watch = m_watch});
 }
 
 } // namespace Tool

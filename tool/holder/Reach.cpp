@@ -1,8 +1,8 @@
 // Who holds the data directory: this process, or another one that runs the command for it.
 #include "cli/Command.h"
-#include "workbench/Items.h"
-#include "holder/Remote.h"
 #include "cli/Shell.h"
+#include "holder/Remote.h"
+#include "workbench/Items.h"
 
 #include "HostPlatform.h"
 
@@ -30,8 +30,8 @@ constexpr auto pause = 20ms;
 
 void Command::reach()
 {
-    auto const& console = *m_workbench.console;
-    auto& options = m_workbench.options;
+    auto const& console = *m_invocation.console;
+    auto& options = m_invocation.options;
     options.dryRun = m_dryRun;
     Request request{m_words, {}, console.colourOut, console.colourErr, console.showsProgress, console.outIsTerminal};
     std::error_code ignored;
@@ -43,14 +43,14 @@ void Command::reach()
             if (m_holds)
                 throw OpenFailure{"data directory " + options.dataDirectory.string() + ": in use by process " +
                                   std::to_string(holder->process()) + ", which serves it"};
-            if (auto const status = holder->run(request, *m_workbench.console, m_process != nullptr, reason))
+            if (auto const status = holder->run(request, *m_invocation.console, m_process != nullptr, reason))
                 throw Answered{*status};
             if (!reason.empty())
                 throw OpenFailure{reason};
         }
         bool inUse = false;
-        m_workbench.session = Session::open(options, reason, inUse);
-        if (m_workbench.session)
+        m_invocation.workbench = Workbench::open(options, reason, inUse);
+        if (m_invocation.workbench)
             return;
         // A short command is soon over, and a process that has just begun will serve.
         auto const waited = std::chrono::steady_clock::now() - begin;
@@ -65,7 +65,7 @@ void Command::reach()
 std::unique_ptr<Server> Command::startServer()
 {
     std::string reason;
-    auto server = Server::start(m_workbench, reason);
+    auto server = Server::start(m_invocation, reason);
     if (!server)
         throw OpenFailure{reason};
     return server;
@@ -74,17 +74,17 @@ std::unique_ptr<Server> Command::startServer()
 int Command::shell()
 {
     EndSignals const signals;
-    session();
+    workbench();
     auto const server = startServer();
-    return runShell(m_workbench, *server, signals.descriptor());
+    return runShell(m_invocation, *server, signals.descriptor());
 }
 
 int Command::serve()
 {
     EndSignals const signals;
-    auto const& directory = session().platform().directory();
+    auto const& directory = workbench().platform().directory();
     auto const server = startServer();
-    auto& out = m_workbench.console->out;
+    auto& out = m_invocation.console->out;
     if (m_json)
         out << Json{{"serving", directory}, {"process", ::getpid()}}.dump() << std::endl;
     else
@@ -106,23 +106,23 @@ int Command::watch()
     }
     // Whoever holds the directory: to be told to end is the usual end.
     for (int const ending : {SIGINT, SIGTERM, SIGHUP}) {
-        if (!m_workbench.isRemote)
+        if (!m_invocation.isRemote)
             std::signal(ending, [](int) { ::_exit(exitOk); });
     }
-    session();
+    workbench();
     WatchOptions const options{m_count, m_seconds, m_json, m_showSecrets};
-    if (m_workbench.isRemote) {
-        m_workbench.watch = std::make_shared<Watch>(m_workbench.feed->subscribe(std::move(only)), options);
+    if (m_invocation.isRemote) {
+        m_invocation.watch = std::make_shared<Watch>(m_invocation.feed->subscribe(std::move(only)), options);
         return exitOk;
     }
     EndSignals const signals;
     auto const server = startServer();
-    Watch following(m_workbench.feed->subscribe(std::move(only)), options);
+    Watch following(m_invocation.feed->subscribe(std::move(only)), options);
     auto const write = [&](std::string const& lines) {
-        return static_cast<bool>(m_workbench.console->out << lines << std::flush);
+        return static_cast<bool>(m_invocation.console->out << lines << std::flush);
     };
     auto const report = following.follow(write, {signals.descriptor(), STDOUT_FILENO});
-    return following.close(report, m_workbench.console->out, m_workbench.console->err);
+    return following.close(report, m_invocation.console->out, m_invocation.console->err);
 }
 
 } // namespace Tool

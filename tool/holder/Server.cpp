@@ -90,7 +90,7 @@ public:
         return found.has_value();
     }
 
-    OtherDirectory readDirectory(std::string const& name) const override
+    OtherTelephone readDirectory(std::string const& name) const override
     {
         return unpacked(answerTo("directory " + name).value_or(""));
     }
@@ -122,17 +122,17 @@ private:
 /// The library's errors reach the command that caused them.
 class ErrorEcho {
 public:
-    ErrorEcho(Session& session, std::ostream& err) : m_session(session)
+    ErrorEcho(Workbench& workbench, std::ostream& err) : m_workbench(workbench)
     {
-        m_session.takeErrors();
-        m_session.echoErrors(&err);
+        m_workbench.takeErrors();
+        m_workbench.echoErrors(&err);
     }
-    ~ErrorEcho() { m_session.echoErrors(nullptr); }
+    ~ErrorEcho() { m_workbench.echoErrors(nullptr); }
     ErrorEcho(ErrorEcho const&) = delete;
     ErrorEcho& operator=(ErrorEcho const&) = delete;
 
 private:
-    Session& m_session;
+    Workbench& m_workbench;
 };
 
 std::string reason(int code)
@@ -142,7 +142,7 @@ std::string reason(int code)
 
 } // namespace
 
-Reply answer(Workbench const& holder, Message const& message, std::function<void(Message const&)> const& progress)
+Reply answer(Invocation const& holder, Message const& message, std::function<void(Message const&)> const& progress)
 {
     Reply reply;
     Request request;
@@ -156,13 +156,13 @@ Reply answer(Workbench const& holder, Message const& message, std::function<void
         err << "mediadata: " << error << '\n';
     } else {
         SendersConsole console(request, out, err, progress);
-        Workbench bench;
+        Invocation bench;
         bench.console = &console;
         bench.options.dataDirectory = holder.options.dataDirectory;
-        bench.session = holder.session;
+        bench.workbench = holder.workbench;
         bench.feed = holder.feed;
         bench.isRemote = true;
-        ErrorEcho const echo(*holder.session, err);
+        ErrorEcho const echo(*holder.workbench, err);
         try {
             status = runCommand(bench, request.words);
         } catch (Asked const& asked) {
@@ -178,18 +178,18 @@ Reply answer(Workbench const& holder, Message const& message, std::function<void
     return reply;
 }
 
-Server::Server(Workbench& holder) : m_holder(holder), m_end(::eventfd(0, EFD_CLOEXEC)) {}
+Server::Server(Invocation& holder) : m_holder(holder), m_end(::eventfd(0, EFD_CLOEXEC)) {}
 
-std::unique_ptr<Server> Server::start(Workbench& holder, std::string& error)
+std::unique_ptr<Server> Server::start(Invocation& holder, std::string& error)
 {
     std::unique_ptr<Server> server(new Server(holder));
     if (!server->listen(error))
         return nullptr;
     holder.feed = &server->m_feed;
     auto& feed = server->m_feed;
-    auto before = holder.session->listen({});
+    auto before = holder.workbench->listen({});
     server->m_listenerBefore = before;
-    holder.session->listen([&feed, before = std::move(before)](auto const& changes) {
+    holder.workbench->listen([&feed, before = std::move(before)](auto const& changes) {
         feed.publish(changes);
         if (before)
             before(changes);
@@ -201,7 +201,7 @@ std::unique_ptr<Server> Server::start(Workbench& holder, std::string& error)
 /// The directory's lock is ours: what a process that was killed left behind can go.
 bool Server::listen(std::string& error)
 {
-    auto const& path = m_holder.session->platform().directory();
+    auto const& path = m_holder.workbench->platform().directory();
     auto const refuse = [&](std::string const& why) {
         error = path + '/' + socketName + ": " + why;
         return false;
@@ -244,7 +244,7 @@ Server::~Server()
         ::shutdown(connection.channel.descriptor(), SHUT_RD);
         connection.thread.join();
     }
-    m_holder.session->listen(m_listenerBefore);
+    m_holder.workbench->listen(m_listenerBefore);
     m_holder.feed = nullptr;
 }
 

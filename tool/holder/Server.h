@@ -2,9 +2,9 @@
 // directory and runs their commands one after the other.
 #pragma once
 
+#include "cli/CommandLine.h"
 #include "holder/ChangeFeed.h"
 #include "holder/Channel.h"
-#include "cli/CommandLine.h"
 #include "verbs/Watch.h"
 
 #include <atomic>
@@ -25,13 +25,13 @@ struct Reply {
     bool asks = false;                 ///< the sender is to send its request again
 };
 
-/// Runs one request on the holder's session. `progress` gets what is to be sent at once.
-Reply answer(Workbench const& holder, Message const& message, std::function<void(Message const&)> const& progress = {});
+/// Runs one request on the holder's workbench. `progress` gets what is to be sent at once.
+Reply answer(Invocation const& holder, Message const& message, std::function<void(Message const&)> const& progress = {});
 
 class Server {
 public:
-    /// Listens for the session of `holder`, which outlives the server. Null with `error` when the socket cannot be made.
-    static std::unique_ptr<Server> start(Workbench& holder, std::string& error);
+    /// Listens for the workbench of `holder`, which outlives the server. Null with `error` when the socket cannot be made.
+    static std::unique_ptr<Server> start(Invocation& holder, std::string& error);
 
     /// Lets a running command end, then sends everybody away.
     ~Server();
@@ -49,16 +49,16 @@ private:
         std::thread thread;
     };
 
-    explicit Server(Workbench& holder);
+    explicit Server(Invocation& holder);
     bool listen(std::string& error);
     void acceptAll();
     void admit(Host::FileDescriptor socket);
     void serve(Connection& connection);
     bool serveOne(Connection& connection, Message const& message);
 
-    Workbench& m_holder;
+    Invocation& m_holder;
     ChangeFeed m_feed;
-    Session::Listener m_listenerBefore;
+    Workbench::Listener m_listenerBefore;
     Host::FileDescriptor m_directory;
     Host::FileDescriptor m_socket;
     Host::FileDescriptor m_end; ///< readable: no more connections

@@ -66,7 +66,7 @@ bool Console::read(std::string const& file, std::string& text) const
     return input.eof() && !input.bad();
 }
 
-OtherDirectory Console::readDirectory(std::string const& name) const
+OtherTelephone Console::readDirectory(std::string const& name) const
 {
     auto const found = m_directories.find(name);
     return found != m_directories.end() ? found->second : Tool::readDirectory(directory / name);

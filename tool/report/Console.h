@@ -29,7 +29,7 @@ public:
     virtual bool read(std::string const& file, std::string& text) const;
 
     /// Another data directory.
-    virtual OtherDirectory readDirectory(std::string const& name) const;
+    virtual OtherTelephone readDirectory(std::string const& name) const;
 
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
     virtual std::optional<std::string> passphrase(std::string const& prompt) const;
@@ -60,7 +60,7 @@ private:
     void paint(std::string const& text) const;
 
     std::map<std::string, std::optional<std::string>> m_files; ///< nothing: could not be read
-    std::map<std::string, OtherDirectory> m_directories;
+    std::map<std::string, OtherTelephone> m_directories;
     std::map<std::string, std::optional<std::string>> m_passphrases;
 
     mutable std::mutex m_mutex; ///< guards what follows and the writing of progress

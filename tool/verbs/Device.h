@@ -7,9 +7,9 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// Shows the profile; a model (entry, top, other) or USB (yes, no) that is not empty is stored first.
-Report device(Session& session, std::string const& model, std::string const& usb);
+Report device(Workbench& workbench, std::string const& model, std::string const& usb);
 
 } // namespace Tool

@@ -126,10 +126,10 @@ std::vector<CommandText> commandsFor(Document const& document, Sets sets)
 
 } // namespace
 
-Report diff(Session& session, Document const& other, std::string const& otherName)
+Report diff(Workbench& workbench, Document const& other, std::string const& otherName)
 {
-    auto const here = documentOf(session);
-    bool const secrets = session.options().showSecrets;
+    auto const here = documentOf(workbench);
+    bool const secrets = workbench.options().showSecrets;
     Section section{"differences", Layout::Table, {"item", "other", "here"}, {}, "Differences from " + otherName + ":"};
     for (auto const& [tag, value] : here.settings) {
         auto const counterpart = other.settings.find(tag);
@@ -149,10 +149,10 @@ Report diff(Session& session, Document const& other, std::string const& otherNam
     return report;
 }
 
-Report diffCommands(Session& session, bool asRows)
+Report diffCommands(Workbench& workbench, bool asRows)
 {
-    auto const document = documentOf(session);
-    auto sets = setsFor(document, session.options().showSecrets);
+    auto const document = documentOf(workbench);
+    auto sets = setsFor(document, workbench.options().showSecrets);
     auto const leftOut = sets.leftOut;
     Section rows{"commands", Layout::Table, {"command"}, {}};
     std::string text;

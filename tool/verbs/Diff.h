@@ -7,14 +7,14 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// Every item in which the telephone differs from `other`. Items of which one side says nothing are left out, save flags and
 /// the items of other components, which may be there or not.
-Report diff(Session& session, Document const& other, std::string const& otherName);
+Report diff(Workbench& workbench, Document const& other, std::string const& otherName);
 
 /// The fewest commands that make this telephone out of one on which nothing was changed. `asRows` gives them as rows instead
 /// of a text for the shell.
-Report diffCommands(Session& session, bool asRows);
+Report diffCommands(Workbench& workbench, bool asRows);
 
 } // namespace Tool

@@ -3,9 +3,9 @@
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
+#include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
 #include "workbench/Workbench.h"
-#include "workbench/Rehearsal.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
@@ -44,9 +44,9 @@ Description const& rowOf(eDataTag tag)
 }
 
 /// What lies in the database, decrypted; nothing when nothing was stored.
-std::optional<std::string> storedText(Session& session, Description const& row)
+std::optional<std::string> storedText(Workbench& workbench, Description const& row)
 {
-    DataStorage storage(session.platform(), *row.schema);
+    DataStorage storage(workbench.platform(), *row.schema);
     auto text = storage.getDataItem(*row.element, row.isTable ? 0 : 1);
     if (text == "failure")
         return std::nullopt;
@@ -61,8 +61,8 @@ std::optional<std::string> storedText(Session& session, Description const& row)
 /// Everything about one item, gathered layer by layer.
 class Explanation {
 public:
-    Explanation(Session& session, eDataTag tag)
-        : m_session(session), m_tag(tag), m_service(serviceValues(session)), m_value(knownValue(tag, m_service))
+    Explanation(Workbench& workbench, eDataTag tag)
+        : m_workbench(workbench), m_tag(tag), m_service(serviceValues(workbench)), m_value(knownValue(tag, m_service))
     {
         if (!exists(tag))
             return;
@@ -109,7 +109,7 @@ private:
     {
         auto const& row = rowOf(m_tag);
         auto const place = row.isTable ? *row.schema : *row.schema + "/" + *row.element;
-        if (auto const text = storedText(m_session, row))
+        if (auto const text = storedText(m_workbench, row))
             addText("database", *text, "stored as " + place);
         else
             add("database", {}, "nothing is stored as " + place, false);
@@ -120,12 +120,12 @@ private:
     {
         auto const table = storedTableOf(m_tag);
         auto const& row = rowOf(table);
-        auto const text = storedText(m_session, row);
+        auto const text = storedText(m_workbench, row);
         if (!text) {
             add("database", {}, "nothing is stored as " + *row.schema, false);
             return;
         }
-        auto const cells = m_session.quietly([&] { return TableRehearsal().read({{table, *text}}); });
+        auto const cells = m_workbench.quietly([&] { return Rehearsal().read({{table, *text}}); });
         if (auto const cell = cells.find(m_tag); cell != cells.end())
             addText("database", cell->second, "stored in the table " + *row.schema);
     }
@@ -165,7 +165,7 @@ private:
         if (!isMethod && m_tag != eDataTagCodecHardwareAllowed3)
             return;
         std::error_code ignored;
-        if (!std::filesystem::exists(m_session.platform().pathOf("/data/database/media_config"), ignored)) {
+        if (!std::filesystem::exists(m_workbench.platform().pathOf("/data/database/media_config"), ignored)) {
             add("flag file", {}, "there is none", false);
             return;
         }
@@ -183,7 +183,7 @@ private:
     void addHardware()
     {
         auto const flag = hardwareFlagOf(m_tag, [](eDataTag tag) { return readValue(tag).value_or(Json(0)); });
-        auto const verdicts = hardwareVerdicts(m_session);
+        auto const verdicts = hardwareVerdicts(m_workbench);
         auto const own = verdicts.find(m_tag);
         if (own != verdicts.end()) {
             // Kept by the last management get of this process, if there was one.
@@ -252,7 +252,7 @@ private:
         return "nowhere: a start begins with the default";
     }
 
-    Session& m_session;
+    Workbench& m_workbench;
     eDataTag m_tag;
     ServiceValues m_service;
     Json m_value;
@@ -262,7 +262,7 @@ private:
 
 Report Explanation::report() const
 {
-    bool const secrets = m_session.options().showSecrets;
+    bool const secrets = m_workbench.options().showSecrets;
     auto const* const won = winner();
     Json why = won ? Json(won->says) : Json("nobody has a value for it");
     if (!exists(m_tag))
@@ -283,12 +283,12 @@ Report Explanation::report() const
 
 } // namespace
 
-Report explain(Session& session, std::string const& item)
+Report explain(Workbench& workbench, std::string const& item)
 {
     auto const tag = findItem(item);
     // Reading a flag applies the flag file.
     readValue(eDataTagOpusTest);
-    return tag ? Explanation(session, *tag).report() : unknownItem(item);
+    return tag ? Explanation(workbench, *tag).report() : unknownItem(item);
 }
 
 } // namespace Tool

@@ -7,10 +7,10 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// Every layer that could give the item its value, what it holds and says, which one won, and why a table's row is hidden from
 /// the management service. Asks without changing anything.
-Report explain(Session& session, std::string const& item);
+Report explain(Workbench& workbench, std::string const& item);
 
 } // namespace Tool

@@ -1,13 +1,13 @@
 #include "verbs/Management.h"
 
+#include "verbs/Reset.h"
 #include "workbench/Accepted.h"
-#include "workbench/Snapshot.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
-#include "verbs/Reset.h"
-#include "workbench/Rules.h"
-#include "workbench/Workbench.h"
 #include "workbench/Rehearsal.h"
+#include "workbench/Rules.h"
+#include "workbench/Snapshot.h"
+#include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
@@ -90,7 +90,7 @@ struct Request {
     }
 };
 
-Request requestOf(Session& session, std::vector<Assignment> const& assignments)
+Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignments)
 {
     Request request;
     for (auto const& [name, text] : assignments) {
@@ -109,8 +109,8 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
             continue;
         }
         if (isSecret(*tag))
-            session.hideInLog(text);
-        session.history().ask(*tag);
+            workbench.hideInLog(text);
+        workbench.journal().ask(*tag);
         request.values.emplace_back(*tag, text);
         if (auto reason = whyUnfit(*tag, text); !reason.empty())
             request.refused.emplace(*tag, std::move(reason));
@@ -119,10 +119,10 @@ Request requestOf(Session& session, std::vector<Assignment> const& assignments)
 }
 
 /// The cells of tables that would not pass their checks. The library gives no reason for those.
-void refuseTables(Session& session, Request& request)
+void refuseTables(Workbench& workbench, Request& request)
 {
-    TableRehearsal rehearsal;
-    auto const tables = session.quietly([&] {
+    Rehearsal rehearsal;
+    auto const tables = workbench.quietly([&] {
         rehearsal.want(request.record());
         return rehearsal.refused();
     });
@@ -146,7 +146,7 @@ Reasons reasonsOf(ManageableData const& record)
 
 } // namespace
 
-Report managementGet(Session& session, std::vector<std::string> const& items)
+Report managementGet(Workbench& workbench, std::vector<std::string> const& items)
 {
     Report report;
     ManageableData asked;
@@ -165,34 +165,34 @@ Report managementGet(Session& session, std::vector<std::string> const& items)
             }
         }
     }
-    session.service().getOwned(asked);
+    workbench.service().getOwned(asked);
     // What other components own, the service answers itself.
     if (!observed.entries().empty())
-        session.service().readData(observed);
+        workbench.service().readData(observed);
     Section section{"items", Layout::Table, {"item", "sub-item", "value", "reason"}, {}};
     for (auto const& [tag, names] : wanted) {
         std::string text;
         bool const known = (isOwned(tag) ? asked : observed).interogate(names.item, names.subItem, text);
         auto const* const missing = isOwned(tag) ? "hidden: the hardware cannot use this row" : "the service has no value";
         section.rows.push_back({names.item, names.subItem == names.item ? Json() : Json(names.subItem),
-                                known ? shown(tag, text, session.options().showSecrets) : Json(),
+                                known ? shown(tag, text, workbench.options().showSecrets) : Json(),
                                 known ? Json() : Json(missing)});
     }
     report.sections.push_back(std::move(section));
     return report;
 }
 
-Report managementSet(Session& session, std::vector<Assignment> const& assignments)
+Report managementSet(Workbench& workbench, std::vector<Assignment> const& assignments)
 {
-    auto request = requestOf(session, assignments);
+    auto request = requestOf(workbench, assignments);
     if (request.report.code != exitOk)
         return std::move(request.report);
-    refuseTables(session, request);
-    Changes const changes(session);
-    session.takeErrors();
+    refuseTables(workbench, request);
+    Snapshot const changes(workbench);
+    workbench.takeErrors();
     auto record = request.record();
-    bool const taken = session.service().setOwned(record);
-    auto const notStored = tagsNotStored(session.takeErrors());
+    bool const taken = workbench.service().setOwned(record);
+    auto const notStored = tagsNotStored(workbench.takeErrors());
     auto const reasons = reasonsOf(record);
     auto& report = request.report;
     Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
@@ -221,8 +221,8 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
             outcome.result = "taken";
         if (outcome.result != "taken")
             report.raise(outcome.result == "failed" ? exitStorage : exitRefused);
-        noteRefusals(session, {outcome});
-        section.rows.push_back({outcome.result, nameOf(tag), shown(tag, text, session.options().showSecrets),
+        noteRefusals(workbench, {outcome});
+        section.rows.push_back({outcome.result, nameOf(tag), shown(tag, text, workbench.options().showSecrets),
                                 outcome.reason.empty() ? Json() : Json(outcome.reason)});
     }
     report.sections.push_back(std::move(section));
@@ -234,9 +234,9 @@ Report managementSet(Session& session, std::vector<Assignment> const& assignment
     return std::move(report);
 }
 
-Report managementChanged(Session& session, std::vector<Assignment> const& assignments)
+Report managementChanged(Workbench& workbench, std::vector<Assignment> const& assignments)
 {
-    auto request = requestOf(session, assignments);
+    auto request = requestOf(workbench, assignments);
     auto& report = request.report;
     for (auto const& [tag, text] : request.values) {
         if (isOwned(tag))
@@ -246,39 +246,39 @@ Report managementChanged(Session& session, std::vector<Assignment> const& assign
     }
     if (report.code != exitOk)
         return std::move(report);
-    Changes const changes(session);
+    Snapshot const changes(workbench);
     auto record = request.record();
-    if (!session.service().change(record))
+    if (!workbench.service().change(record))
         return failure(exitStorage, "", "the management service could not keep it");
     report.sections.push_back(changes.section("changed", "Changed:"));
     return std::move(report);
 }
 
-Report managementReset(Session& session)
+Report managementReset(Workbench& workbench)
 {
-    Changes const changes(session);
+    Snapshot const changes(workbench);
     for (auto const tag : allTags())
-        session.history().ask(tag);
-    if (!resetUserData(session))
+        workbench.journal().ask(tag);
+    if (!resetUserData(workbench))
         return failure(exitStorage, "", "the library did not reset the user's settings");
     return {exitOk, {changes.section("changed", "Changed:")}};
 }
 
-Report managementJournal(Session& session)
+Report managementJournal(Workbench& workbench)
 {
     Section section{"journal", Layout::Table, {"time", "kind", "item", "value"}, {}};
     section.headings = 1;
-    for (auto const& entry : session.service().journal())
+    for (auto const& entry : workbench.service().journal())
         section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
                                 entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});
     return {exitOk, {std::move(section)}};
 }
 
-Report country(Session& session, std::optional<std::string> const& code)
+Report country(Workbench& workbench, std::optional<std::string> const& code)
 {
     Report report;
     if (code) {
-        report = managementChanged(session, {{nameOf(eDataTagCountry), *code}});
+        report = managementChanged(workbench, {{nameOf(eDataTagCountry), *code}});
         if (report.code != exitOk)
             return report;
     }
@@ -293,12 +293,12 @@ Report country(Session& session, std::optional<std::string> const& code)
     return report;
 }
 
-Report mobility(Session& session, std::string const& type)
+Report mobility(Workbench& workbench, std::string const& type)
 {
     constexpr std::array<std::string_view, 4> known{"", "all", "managed", "unmanaged"};
     if (std::find(known.begin(), known.end(), type) == known.end())
         return failure(exitUsage, type, "is no mobility type: all, managed, unmanaged or the empty text");
-    return managementChanged(session, {{nameOf(eDataTagMobilityDataUpdate), type}});
+    return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), type}});
 }
 
 } // namespace Tool

@@ -10,27 +10,27 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// A get request: what the service is told, table rows that the hardware cannot use left out.
-Report managementGet(Session& session, std::vector<std::string> const& items);
+Report managementGet(Workbench& workbench, std::vector<std::string> const& items);
 
 /// A set request, with the reject reasons of its items and what it changed.
-Report managementSet(Session& session, std::vector<Assignment> const& assignments);
+Report managementSet(Workbench& workbench, std::vector<Assignment> const& assignments);
 
 /// A report that items of other components changed; the service keeps the values.
-Report managementChanged(Session& session, std::vector<Assignment> const& assignments);
+Report managementChanged(Workbench& workbench, std::vector<Assignment> const& assignments);
 
 /// Orders a reset of the user's settings.
-Report managementReset(Session& session);
+Report managementReset(Workbench& workbench);
 
 /// What the library read, reported and requested.
-Report managementJournal(Session& session);
+Report managementJournal(Workbench& workbench);
 
 /// The country and what it means; a code, two capital letters, is reported as the new country first.
-Report country(Session& session, std::optional<std::string> const& code);
+Report country(Workbench& workbench, std::optional<std::string> const& code);
 
 /// Announces how the user's data is handled.
-Report mobility(Session& session, std::string const& type);
+Report mobility(Workbench& workbench, std::string const& type);
 
 } // namespace Tool

@@ -1,10 +1,10 @@
 #include "verbs/Reset.h"
 
-#include "workbench/Snapshot.h"
+#include "verbs/Settings.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
+#include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
-#include "verbs/Settings.h"
 
 #include "Data/BulkData.h"
 #include "Data/DataItemBuilder.h"
@@ -46,7 +46,7 @@ std::vector<eDataTag> userData()
     return tags;
 }
 
-bool resetAudio(Session&)
+bool resetAudio(Workbench&)
 {
     MediaDataCache::resetDataSetUserAudio();
     // Announced by the next pass: that of an empty write.
@@ -54,7 +54,7 @@ bool resetAudio(Session&)
     return MediaDataCache::setDataBulk(nothing);
 }
 
-Report resetSet(Session& session, std::vector<eDataTag> const& tags, bool (*action)(Session&), bool dryRun)
+Report resetSet(Workbench& workbench, std::vector<eDataTag> const& tags, bool (*action)(Workbench&), bool dryRun)
 {
     Report report;
     if (dryRun) {
@@ -62,16 +62,16 @@ Report resetSet(Session& session, std::vector<eDataTag> const& tags, bool (*acti
         for (auto const tag : tags) {
             auto const now = readValue(tag).value_or(Json());
             if (now != defaultOf(tag))
-                section.rows.push_back({nameOf(tag), shown(tag, now, session.options().showSecrets), defaultOf(tag)});
+                section.rows.push_back({nameOf(tag), shown(tag, now, workbench.options().showSecrets), defaultOf(tag)});
         }
         report.notes.push_back(fmt::format("{} settings would go back to their defaults.", section.rows.size()));
         report.sections.push_back(std::move(section));
         return report;
     }
     for (auto const tag : tags)
-        session.history().ask(tag);
-    Changes const changes(session);
-    bool const done = action(session);
+        workbench.journal().ask(tag);
+    Snapshot const changes(workbench);
+    bool const done = action(workbench);
     report.sections.push_back(changes.section("items"));
     report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
     if (!done)
@@ -90,7 +90,7 @@ std::vector<eDataTag> membersOf(eDataTag item)
     return members.empty() ? std::vector<eDataTag>{item} : members;
 }
 
-Report resetItems(Session& session, std::vector<std::string> const& items, bool dryRun)
+Report resetItems(Workbench& workbench, std::vector<std::string> const& items, bool dryRun)
 {
     Report report;
     std::vector<Outcome> outcomes;
@@ -103,7 +103,7 @@ Report resetItems(Session& session, std::vector<std::string> const& items, bool 
         for (auto const tag : membersOf(*item)) {
             if (std::any_of(outcomes.begin(), outcomes.end(), [&](auto const& each) { return each.tag == tag; }))
                 continue;
-            session.history().ask(tag);
+            workbench.journal().ask(tag);
             auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
             auto& outcome = outcomes.emplace_back(check(tag, record.value.text, {}));
             if (record.component == eDataComponentMedia)
@@ -112,28 +112,28 @@ Report resetItems(Session& session, std::vector<std::string> const& items, bool 
             outcome.reason = "belongs to another component: use mgmt changed";
         }
     }
-    return report.code == exitOk ? set(session, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
+    return report.code == exitOk ? set(workbench, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
 }
 
 } // namespace
 
-bool resetUserData(Session& session)
+bool resetUserData(Workbench& workbench)
 {
-    bool const done = session.service().resetUserData();
+    bool const done = workbench.service().resetUserData();
     // The order resets the cells and leaves their tables to the next write: an empty one.
     BulkData nothing;
     return MediaDataCache::setDataBulk(nothing) && done;
 }
 
-Report reset(Session& session, std::vector<std::string> const& what, bool dryRun)
+Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dryRun)
 {
     auto const names = [&](char const* word) { return std::find(what.begin(), what.end(), word) != what.end(); };
     if (!names("audio") && !names("user-data"))
-        return resetItems(session, what, dryRun);
+        return resetItems(workbench, what, dryRun);
     if (what.size() > 1)
         return failure(exitUsage, what.back(), "audio and user-data stand alone");
-    return names("audio") ? resetSet(session, {userAudio.begin(), userAudio.end()}, resetAudio, dryRun)
-                          : resetSet(session, userData(), resetUserData, dryRun);
+    return names("audio") ? resetSet(workbench, {userAudio.begin(), userAudio.end()}, resetAudio, dryRun)
+                          : resetSet(workbench, userData(), resetUserData, dryRun);
 }
 
 } // namespace Tool

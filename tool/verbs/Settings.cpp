@@ -1,10 +1,10 @@
 #include "verbs/Settings.h"
 
-#include "workbench/Accepted.h"
 #include "verbs/Catalogue.h"
-#include "workbench/Snapshot.h"
+#include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
+#include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
@@ -113,14 +113,14 @@ Report readAssignments(std::string const& content, std::string const& fileName, 
     return report;
 }
 
-Report list(Session& session, std::string const& pattern, bool changedOnly)
+Report list(Workbench& workbench, std::string const& pattern, bool changedOnly)
 {
     auto const tags = pattern.empty() ? allTags() : matchItems(pattern);
     if (tags.empty())
         return failure(exitUnknownItem, pattern, "matches no item", namesNear(pattern));
     Report report;
     Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
-    auto const others = serviceValues(session);
+    auto const others = serviceValues(workbench);
     for (auto const tag : tags) {
         if (!exists(tag))
             continue;
@@ -128,7 +128,7 @@ Report list(Session& session, std::string const& pattern, bool changedOnly)
         bool const isChanged = !value.is_null() && typeOf(tag) != eDataItemTypeComplex && value != defaultOf(tag);
         if (!changedOnly || isChanged)
             section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)),
-                                    shown(tag, value, session.options().showSecrets)});
+                                    shown(tag, value, workbench.options().showSecrets)});
     }
     if (section.rows.empty())
         report.notes.emplace_back(changedOnly ? "Nothing differs from the defaults."
@@ -137,7 +137,7 @@ Report list(Session& session, std::string const& pattern, bool changedOnly)
     return report;
 }
 
-Report get(Session& session, std::vector<std::string> const& items)
+Report get(Workbench& workbench, std::vector<std::string> const& items)
 {
     Report report;
     Section section{"items", Layout::Values, {"item", "tag", "type", "value"}, {}};
@@ -154,13 +154,13 @@ Report get(Session& session, std::vector<std::string> const& items)
             report.fail(exitStorage, {name, "the management service has no value for it"});
         else
             section.rows.push_back({nameOf(*tag), static_cast<int>(*tag), typeName(typeOf(*tag)),
-                                    shown(*tag, *value, session.options().showSecrets)});
+                                    shown(*tag, *value, workbench.options().showSecrets)});
     }
     report.sections.push_back(std::move(section));
     return report;
 }
 
-Report describe(Session& session, std::string const& item)
+Report describe(Workbench& workbench, std::string const& item)
 {
     auto const tag = findItem(item);
     if (!tag)
@@ -168,7 +168,7 @@ Report describe(Session& session, std::string const& item)
     auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[*tag];
     auto const& database = DataSourceDB::dataDbDescriptionTable[*tag];
     auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[*tag];
-    bool const secrets = session.options().showSecrets;
+    bool const secrets = workbench.options().showSecrets;
     auto const parent = database.parentTable;
     std::vector<std::pair<char const*, Json>> const lines{
         {"item", nameOf(*tag)},
@@ -197,45 +197,45 @@ Report describe(Session& session, std::string const& item)
     return {exitOk, {std::move(section)}};
 }
 
-Report set(Session& session, std::vector<Assignment> const& assignments, SetOptions options)
+Report set(Workbench& workbench, std::vector<Assignment> const& assignments, SetOptions options)
 {
     std::vector<eDataTag> tags;
     auto report = resolve(assignments, tags);
     if (report.code != exitOk)
         return report;
-    auto const others = serviceValues(session);
+    auto const others = serviceValues(workbench);
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < tags.size(); ++index) {
         if (isSecret(tags[index]))
-            session.hideInLog(assignments[index].value);
-        session.history().ask(tags[index]);
+            workbench.hideInLog(assignments[index].value);
+        workbench.journal().ask(tags[index]);
         outcomes.push_back(check(tags[index], assignments[index].value, others));
     }
-    return set(session, std::move(outcomes), options);
+    return set(workbench, std::move(outcomes), options);
 }
 
-Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options)
+Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions options)
 {
-    bool const secrets = session.options().showSecrets;
+    bool const secrets = workbench.options().showSecrets;
     checkRingers(outcomes, options.follow);
-    checkTables(session, outcomes);
+    checkTables(workbench, outcomes);
     bool const heldBack = options.atomic && holdBack(outcomes);
     std::vector<HeardChange> heard;
     if (!options.dryRun && !heldBack) {
-        auto previous = session.listen({});
-        session.listen([&](auto const& changes) {
+        auto previous = workbench.listen({});
+        workbench.listen([&](auto const& changes) {
             heard.insert(heard.end(), changes.begin(), changes.end());
             if (previous)
                 previous(changes);
         });
-        auto const earlier = options.atomic ? Changes::values() : std::vector<Json>();
-        store(session, outcomes);
+        auto const earlier = options.atomic ? Snapshot::values() : std::vector<Json>();
+        store(workbench, outcomes);
         if (options.atomic && holdBack(outcomes))
-            putBack(session, earlier);
-        session.listen(std::move(previous));
+            putBack(workbench, earlier);
+        workbench.listen(std::move(previous));
     }
     if (!options.dryRun)
-        noteRefusals(session, outcomes);
+        noteRefusals(workbench, outcomes);
     auto report = account(outcomes, secrets);
     if (options.watch)
         report.sections.push_back(heardSection(heard, secrets));

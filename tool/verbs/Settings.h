@@ -10,7 +10,7 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 struct Outcome;
 
 /// One ITEM=VALUE as it was given.
@@ -26,9 +26,9 @@ bool parseAssignment(std::string const& text, Assignment& assignment);
 /// value in double quotes keeps its blanks. The report holds the lines that are none of these.
 Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments);
 
-Report list(Session& session, std::string const& pattern, bool changedOnly);
-Report get(Session& session, std::vector<std::string> const& items);
-Report describe(Session& session, std::string const& item);
+Report list(Workbench& workbench, std::string const& pattern, bool changedOnly);
+Report get(Workbench& workbench, std::vector<std::string> const& items);
+Report describe(Workbench& workbench, std::string const& item);
 
 struct SetOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
@@ -38,7 +38,7 @@ struct SetOptions {
 };
 
 /// All values as one bulk set, each accounted for.
-Report set(Session& session, std::vector<Assignment> const& assignments, SetOptions options);
-Report set(Session& session, std::vector<Outcome> outcomes, SetOptions options);
+Report set(Workbench& workbench, std::vector<Assignment> const& assignments, SetOptions options);
+Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions options);
 
 } // namespace Tool

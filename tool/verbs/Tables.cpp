@@ -92,28 +92,29 @@ eDataTag offset(eDataTag tag, int distance)
     return static_cast<eDataTag>(tag + distance);
 }
 
-Json value(Session& session, eDataTag tag)
+Json value(Workbench& workbench, eDataTag tag)
 {
-    return shown(tag, readValue(tag).value_or(Json()), session.options().showSecrets);
+    return shown(tag, readValue(tag).value_or(Json()), workbench.options().showSecrets);
 }
 
-Section ranked(Session& session, RankedTable const& table)
+Section ranked(Workbench& workbench, RankedTable const& table)
 {
     Section section{table.name, Layout::Table, {"rank", table.typeName, "allowed", "hardware", "packet size", "row"}, {}};
-    auto const verdicts = hardwareVerdicts(session);
+    auto const verdicts = hardwareVerdicts(workbench);
     for (int row = 0; row < table.rows; ++row) {
-        auto const type = value(session, offset(table.type, row));
+        auto const type = value(workbench, offset(table.type, row));
         auto const verdict = verdicts.find(offset(table.hardware, table.hardwareByType ? type.get<int>() : row));
-        section.rows.push_back({value(session, offset(table.rank, row)), type, value(session, offset(table.allowed, row)),
+        section.rows.push_back({value(workbench, offset(table.rank, row)), type,
+                                value(workbench, offset(table.allowed, row)),
                                 verdict == verdicts.end() || verdict->second.allowed,
-                                table.packetSize ? value(session, offset(table.packetSize, row)) : Json(), row + 1});
+                                table.packetSize ? value(workbench, offset(table.packetSize, row)) : Json(), row + 1});
     }
     std::stable_sort(section.rows.begin(), section.rows.end(),
                      [](auto const& a, auto const& b) { return a.front() < b.front(); });
     return section;
 }
 
-Section grouped(Session& session, Group const& group)
+Section grouped(Workbench& workbench, Group const& group)
 {
     Section section{group.name, group.layout, {group.key}, {}};
     for (auto const& field : group.fields)
@@ -122,31 +123,31 @@ Section grouped(Session& session, Group const& group)
         auto& row = section.rows.emplace_back();
         row.emplace_back(group.firstNumber + thing);
         for (auto const& field : group.fields)
-            row.push_back(value(session, offset(field.first, thing * group.stride)));
+            row.push_back(value(workbench, offset(field.first, thing * group.stride)));
     }
     return section;
 }
 
 /// Beside each door opener the name of the camera that it shows.
-void addCameraNames(Session& session, Section& openers)
+void addCameraNames(Workbench& workbench, Section& openers)
 {
     auto const shows = std::find(openers.columns.begin(), openers.columns.end(), "direct video") - openers.columns.begin();
     constexpr int stride = eDataTagCamera2Name - eDataTagCamera1Name;
     openers.columns.emplace_back("camera");
     for (auto& row : openers.rows) {
         auto const camera = row[static_cast<std::size_t>(shows)].get<int>();
-        row.push_back(camera > 0 ? value(session, offset(eDataTagCamera1Name, (camera - 1) * stride)) : Json());
+        row.push_back(camera > 0 ? value(workbench, offset(eDataTagCamera1Name, (camera - 1) * stride)) : Json());
     }
 }
 
-Section groupPickup(Session& session)
+Section groupPickup(Workbench& workbench)
 {
     return {"group-pickup",
             Layout::Pairs,
             {"as ringer", "tone allowed", "tone type", "tone interval", "settled tone type"},
-            {{value(session, eDataTagGroupPickupAsRinger), value(session, eDataTagGroupPickupToneAllowed),
-              value(session, eDataTagGroupPickupToneType), value(session, eDataTagGroupPickupToneInterval),
-              value(session, eDataTagGroupPickup)}}};
+            {{value(workbench, eDataTagGroupPickupAsRinger), value(workbench, eDataTagGroupPickupToneAllowed),
+              value(workbench, eDataTagGroupPickupToneType), value(workbench, eDataTagGroupPickupToneInterval),
+              value(workbench, eDataTagGroupPickup)}}};
 }
 
 } // namespace
@@ -162,27 +163,27 @@ std::vector<std::string> tableNames()
     return names;
 }
 
-Report table(Session& session, std::string const& name, std::string const& alert)
+Report table(Workbench& workbench, std::string const& name, std::string const& alert)
 {
     if (!alert.empty() && name != ringing)
         return failure(exitUsage, name, "has no alert identifiers");
     for (auto const& table : rankedTables) {
         if (name == table.name)
-            return {exitOk, {ranked(session, table)}};
+            return {exitOk, {ranked(workbench, table)}};
     }
     for (auto const& group : groups()) {
         if (name != group.name)
             continue;
-        auto section = grouped(session, group);
+        auto section = grouped(workbench, group);
         if (name == "door-openers")
-            addCameraNames(session, section);
+            addCameraNames(workbench, section);
         if (!alert.empty())
             std::erase_if(section.rows, [&](auto const& row) { return row[1] != Json(alert); });
         if (section.rows.empty())
             return failure(exitUnknownItem, alert, "no row of the ringing table has this alert identifier");
         return {exitOk, {std::move(section)}};
     }
-    return {exitOk, {groupPickup(session)}};
+    return {exitOk, {groupPickup(workbench)}};
 }
 
 } // namespace Tool

@@ -8,13 +8,13 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// The words that `table` knows.
 std::vector<std::string> tableNames();
 
 /// One table; `name` is one of tableNames(). With an alert identifier only the row that a call carrying it rings by, which
 /// needs the ringing table.
-Report table(Session& session, std::string const& name, std::string const& alert);
+Report table(Workbench& workbench, std::string const& name, std::string const& alert);
 
 } // namespace Tool

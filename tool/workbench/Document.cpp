@@ -70,7 +70,7 @@ void settleTables(std::map<eDataTag, Json>& settings)
 
 } // namespace
 
-Document documentOf(Session& session)
+Document documentOf(Workbench& workbench)
 {
     // Reading a flag applies the flag file, which may change items with lower tags.
     readValue(eDataTagOpusTest);
@@ -80,9 +80,9 @@ Document documentOf(Session& session)
             document.settings[tag] = readValue(tag).value_or(Json());
     }
     settleTables(document.settings);
-    document.service = serviceValues(session);
+    document.service = serviceValues(workbench);
     document.flags = flagFileValues();
-    auto const profile = session.platform().deviceProfile();
+    auto const profile = workbench.platform().deviceProfile();
     document.model = Host::modelName(profile.model);
     document.usb = profile.usb;
     return document;

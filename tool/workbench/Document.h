@@ -14,7 +14,7 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 struct Document {
     /// Something that was given under a name that nothing has, or not in this place. Its value may be a secret.
@@ -35,7 +35,7 @@ struct Document {
 
 /// What this telephone keeps, as its next start will read it: the rows of ranked tables in the order of their ranks, the cells
 /// of ringing rows without an identifier left out, since they follow the general ringer. Secrets in plain.
-Document documentOf(Session& session);
+Document documentOf(Workbench& workbench);
 
 /// A telephone on which nothing was ever changed.
 Document defaultDocument();

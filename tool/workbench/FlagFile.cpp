@@ -1,7 +1,7 @@
 #include "workbench/FlagFile.h"
 
-#include "workbench/Snapshot.h"
 #include "workbench/Items.h"
+#include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBase.h"
@@ -148,7 +148,7 @@ std::map<std::string, std::string> flagFileValues()
     return values;
 }
 
-Report flags(Session& session, std::vector<std::string> const& changes, bool clear)
+Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool clear)
 {
     std::filesystem::path const path = platformPath(flagFile);
     auto lines = readLines(path);
@@ -158,9 +158,9 @@ Report flags(Session& session, std::vector<std::string> const& changes, bool cle
     if (report.code != exitOk)
         return report;
     if (clear || !changes.empty()) {
-        Changes const before(session);
+        Snapshot const before(workbench);
         for (int tag = eDataTagOpusTest; tag < eDataTagEnd; ++tag)
-            session.history().ask(static_cast<eDataTag>(tag));
+            workbench.journal().ask(static_cast<eDataTag>(tag));
         std::error_code error;
         std::filesystem::create_directories(path.parent_path(), error);
         bool const done = lines.empty() ? ::unlink(path.c_str()) == 0 || errno == ENOENT : replaceFile(path, lines);

@@ -9,7 +9,7 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// The words of the flag file, in the order of their tags.
 std::vector<std::string> flagNames();
@@ -19,6 +19,6 @@ std::map<std::string, std::string> flagFileValues();
 
 /// Shows the flags. Each change is FLAG (a line without a value), FLAG=VALUE or FLAG= (the line goes away); the file is
 /// replaced as a whole, and removed when no line is left or `clear` is set. Lines that it does not know stay.
-Report flags(Session& session, std::vector<std::string> const& changes, bool clear);
+Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool clear);
 
 } // namespace Tool

@@ -1,12 +1,12 @@
 #include "workbench/Import.h"
 
-#include "workbench/Accepted.h"
-#include "workbench/Snapshot.h"
 #include "verbs/Device.h"
+#include "workbench/Accepted.h"
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
+#include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
@@ -44,12 +44,12 @@ struct Other {
 /// Everything that an import is about, first checked and then applied.
 class Import {
 public:
-    Import(Session& session, Document const& document) : m_session(session)
+    Import(Workbench& workbench, Document const& document) : m_workbench(workbench)
     {
-        auto const service = serviceValues(session);
+        auto const service = serviceValues(workbench);
         for (auto const& [tag, value] : document.settings)
             addSetting(tag, textOf(value));
-        auto const profile = session.platform().deviceProfile();
+        auto const profile = workbench.platform().deviceProfile();
         if (document.model)
             addDevice("device/model", Host::modelName(profile.model), *document.model);
         if (document.usb)
@@ -64,7 +64,7 @@ public:
         }
     }
 
-    void checkAllTables() { checkTables(m_session, m_settings); }
+    void checkAllTables() { checkTables(m_workbench, m_settings); }
 
     /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
     /// applied first.
@@ -100,12 +100,12 @@ public:
         return true;
     }
 
-    void noteAllRefusals() { noteRefusals(m_session, m_settings); }
+    void noteAllRefusals() { noteRefusals(m_workbench, m_settings); }
 
     void apply(bool atomic)
     {
-        auto const earlier = Changes::values();
-        storeTogether(m_session, m_settings);
+        auto const earlier = Snapshot::values();
+        storeTogether(m_workbench, m_settings);
         // The flags after the tables: a start reads the tables before it looks at the flag file, too.
         for (auto const step : {&Import::applyDevice, &Import::applyFlags, &Import::applyService}) {
             // The check of a table may still refuse what its rehearsal took, as may the disk.
@@ -115,7 +115,7 @@ public:
         if (!atomic || !isAnyBad())
             return;
         holdAllBack();
-        putBack(m_session, earlier);
+        putBack(m_workbench, earlier);
     }
 
     Report report(ImportOptions const& options) const;
@@ -153,8 +153,8 @@ private:
     void addSetting(eDataTag tag, std::string const& text)
     {
         if (isSecret(tag))
-            m_session.hideInLog(text);
-        m_session.history().ask(tag);
+            m_workbench.hideInLog(text);
+        m_workbench.journal().ask(tag);
         auto& outcome = m_settings.emplace_back(check(tag, text, {}));
         if (isKept(tag) || outcome.result == "refused")
             return;
@@ -196,7 +196,7 @@ private:
             if (old == present.end() && now == wanted.end())
                 continue;
             auto const tag = static_cast<eDataTag>(eDataTagOpusTest + static_cast<int>(index));
-            m_session.history().ask(tag);
+            m_workbench.journal().ask(tag);
             auto& other = add("flags/" + words[index], old == present.end() ? Json() : Json(old->second),
                               now == wanted.end() ? Json() : Json(now->second));
             std::string reason;
@@ -215,7 +215,7 @@ private:
             refuse(other, {}, "belongs to the media component: give it under settings");
         else if (!reason.empty() || (exists(tag) && validate(tag, wanted, reason).is_null()))
             refuse(other, {}, reason);
-        m_session.history().ask(tag);
+        m_workbench.journal().ask(tag);
     }
 
     std::vector<Other*> toStore(std::string const& prefix)
@@ -247,7 +247,7 @@ private:
                                                         : other->wanted == Json(true) ? "yes"
                                                                                       : "no";
         if (!changed.empty())
-            settle(changed, device(m_session, model, usb));
+            settle(changed, device(m_workbench, model, usb));
     }
 
     void applyFlags()
@@ -259,7 +259,7 @@ private:
             words.push_back(other->name.substr(other->name.find('/') + 1) + "=" +
                             (other->wanted.is_null() ? "" : other->wanted.get<std::string>()));
         if (!changed.empty())
-            settle(changed, flags(m_session, words, false));
+            settle(changed, flags(m_workbench, words, false));
     }
 
     void applyService()
@@ -271,12 +271,12 @@ private:
             record.populate(*row.item, row.subItem ? *row.subItem : *row.item, other->wanted.get<std::string>());
         }
         if (!changed.empty())
-            settle(changed, m_session.service().change(record)
+            settle(changed, m_workbench.service().change(record)
                                 ? Report{}
                                 : failure(exitStorage, "", "the management service could not keep it"));
     }
 
-    Session& m_session;
+    Workbench& m_workbench;
     std::vector<Outcome> m_settings;
     std::vector<Other> m_others;
 };
@@ -284,7 +284,7 @@ private:
 Report Import::report(ImportOptions const& options) const
 {
     Report report;
-    bool const secrets = m_session.options().showSecrets;
+    bool const secrets = m_workbench.options().showSecrets;
     Section items{"items", Layout::Table, accountColumns(), {}};
     Section counts{"counts", Layout::Pairs, {}, {{}}};
     std::map<std::string, std::size_t> numbers;
@@ -317,11 +317,11 @@ Report Import::report(ImportOptions const& options) const
 
 } // namespace
 
-Report exportDocument(Session& session, Passphrase const& passphrase)
+Report exportDocument(Workbench& workbench, Passphrase const& passphrase)
 {
-    auto document = documentOf(session);
+    auto document = documentOf(workbench);
     Report report;
-    if (session.options().showSecrets) {
+    if (workbench.options().showSecrets) {
         // Everything in plain.
     } else if (passphrase) {
         auto const words = passphrase();
@@ -358,9 +358,9 @@ Report readDocument(std::string const& text, std::string const& fileName, Passph
     return unseal(document, *words);
 }
 
-Report importDocument(Session& session, Document const& document, ImportOptions options)
+Report importDocument(Workbench& workbench, Document const& document, ImportOptions options)
 {
-    Import import(session, document);
+    Import import(workbench, document);
     import.checkAllTables();
     if (!options.dryRun)
         import.applyHardwareFirst();

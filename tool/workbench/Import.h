@@ -9,15 +9,15 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 struct Document;
 
 /// Asks for the passphrase; nothing when none can be had.
 using Passphrase = std::function<std::optional<std::string>()>;
 
-/// The document as text. Secrets stand in it in plain when the session shows secrets, otherwise sealed under `passphrase` if
+/// The document as text. Secrets stand in it in plain when the workbench shows secrets, otherwise sealed under `passphrase` if
 /// there is one to ask, otherwise not at all.
-Report exportDocument(Session& session, Passphrase const& passphrase);
+Report exportDocument(Workbench& workbench, Passphrase const& passphrase);
 
 struct ImportOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
@@ -29,6 +29,6 @@ struct ImportOptions {
 Report readDocument(std::string const& text, std::string const& fileName, Passphrase const& passphrase, Document& document);
 
 /// Makes the telephone what the document says and accounts for every item of it.
-Report importDocument(Session& session, Document const& document, ImportOptions options);
+Report importDocument(Workbench& workbench, Document const& document, ImportOptions options);
 
 } // namespace Tool

@@ -1,8 +1,8 @@
 #include "workbench/Journal.h"
 
-#include "workbench/Snapshot.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
+#include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Files.h"
@@ -103,28 +103,28 @@ void readEntries(Host::DataDirectory const& directory, char const* name, std::ve
 
 } // namespace
 
-History::State History::state() const
+Journal::State Journal::state() const
 {
-    State state{Changes::values(), {}};
-    for (auto const& [name, value] : serviceValues(m_session)) {
+    State state{Snapshot::values(), {}};
+    for (auto const& [name, value] : serviceValues(m_workbench)) {
         auto const tag = findItem(name);
         if (!tag || !isHeld(*tag))
             state.others[name] = value;
     }
-    auto const profile = m_session.platform().deviceProfile();
+    auto const profile = m_workbench.platform().deviceProfile();
     state.others["device/model"] = Host::modelName(profile.model);
     state.others["device/usb"] = profile.usb;
     return state;
 }
 
-void History::note(std::string const& who, std::string const& item, Json const& before, Json const& after)
+void Journal::note(std::string const& who, std::string const& item, Json const& before, Json const& after)
 {
     auto entry = stamped(who, item, before, after);
     entry["result"] = "stored";
     m_lines += line(entry);
 }
 
-void History::noteItems(State const& before, State const& after, std::function<std::string(eDataTag)> const& who)
+void Journal::noteItems(State const& before, State const& after, std::function<std::string(eDataTag)> const& who)
 {
     for (std::size_t index = 0; index < after.items.size(); ++index) {
         auto const tag = allTags()[index];
@@ -133,13 +133,13 @@ void History::noteItems(State const& before, State const& after, std::function<s
     }
 }
 
-void History::refuse(eDataTag tag, Json given, std::string reason, std::string result)
+void Journal::refuse(eDataTag tag, Json given, std::string reason, std::string result)
 {
     m_refused[tag] =
         Json::object({{"given", std::move(given)}, {"reason", std::move(reason)}, {"result", std::move(result)}});
 }
 
-void History::noteRefusals(std::string const& who, State const& before)
+void Journal::noteRefusals(std::string const& who, State const& before)
 {
     for (auto const& [tag, refusal] : m_refused) {
         auto const& old = before.items[static_cast<std::size_t>(tag) - 1];
@@ -151,7 +151,7 @@ void History::noteRefusals(std::string const& who, State const& before)
     }
 }
 
-Report History::record(std::string const& who, std::function<Report()> const& action)
+Report Journal::record(std::string const& who, std::function<Report()> const& action)
 {
     auto const before = state();
     m_lines.clear();
@@ -160,9 +160,9 @@ Report History::record(std::string const& who, std::function<Report()> const& ac
     // Between two verbs of one process only the flag file can be edited.
     if (m_last)
         noteItems(*m_last, before, [](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : "flag file"; });
-    m_session.takeStorageFailure();
+    m_workbench.takeStorageFailure();
     auto report = action();
-    if (m_session.takeStorageFailure() && report.code != exitStorage)
+    if (m_workbench.takeStorageFailure() && report.code != exitStorage)
         report.fail(exitStorage,
                     {"", "the database did not store all of it: the next start brings the previous values back"});
     auto after = state();
@@ -180,23 +180,23 @@ Report History::record(std::string const& who, std::function<Report()> const& ac
     return report;
 }
 
-void History::keep(Report& report)
+void Journal::keep(Report& report)
 {
     std::string error;
-    if (m_lines.empty() || append(m_session.platform().files(), m_lines, error) || std::exchange(m_failed, true))
+    if (m_lines.empty() || append(m_workbench.platform().files(), m_lines, error) || std::exchange(m_failed, true))
         return;
     report.fail(exitOk, {"", "the history could not be written: " + error});
 }
 
-std::vector<Json> History::entries(std::string& error) const
+std::vector<Json> Journal::entries(std::string& error) const
 {
     std::vector<Json> entries;
     for (auto const* const name : {olderName, fileName})
-        readEntries(m_session.platform().files(), name, entries, error);
+        readEntries(m_workbench.platform().files(), name, entries, error);
     return entries;
 }
 
-Report history(Session& session, std::string const& pattern, std::size_t limit)
+Report history(Workbench& workbench, std::string const& pattern, std::size_t limit)
 {
     std::set<std::string> names;
     if (!pattern.empty()) {
@@ -204,7 +204,7 @@ Report history(Session& session, std::string const& pattern, std::size_t limit)
             names.insert(nameOf(tag));
     }
     std::string error;
-    auto entries = session.history().entries(error);
+    auto entries = workbench.journal().entries(error);
     std::erase_if(entries, [&](Json const& entry) {
         auto const item = entry["item"].get<std::string>();
         return !pattern.empty() && !names.contains(item) && item.find(pattern) == std::string::npos;

@@ -15,11 +15,11 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
-class History {
+class Journal {
 public:
-    explicit History(Session& session) : m_session(session) {}
+    explicit Journal(Workbench& workbench) : m_workbench(workbench) {}
 
     /// The running verb asks for a change of this item; what changes besides is the work of the library's rules.
     void ask(Data::eDataTag tag) { m_asked.insert(tag); }
@@ -46,7 +46,7 @@ private:
     void noteItems(State const& before, State const& after, std::function<std::string(Data::eDataTag)> const& who);
     void keep(Report& report);
 
-    Session& m_session;
+    Workbench& m_workbench;
     std::set<Data::eDataTag> m_asked;
     std::map<Data::eDataTag, Json> m_refused; ///< what was given, the reason and the result
     std::string m_lines;                      ///< not yet written
@@ -55,6 +55,6 @@ private:
 };
 
 /// The last `limit` entries of the items that match the pattern, of all items when it is empty.
-Report history(Session& session, std::string const& pattern, std::size_t limit);
+Report history(Workbench& workbench, std::string const& pattern, std::size_t limit);
 
 } // namespace Tool

@@ -137,7 +137,7 @@ std::string lastWords(std::string text)
 
 } // namespace
 
-OtherDirectory readDirectory(fs::path const& directory)
+OtherTelephone readDirectory(fs::path const& directory)
 {
     std::error_code error;
     bool const isThere = fs::exists(directory / databaseFile, error);
@@ -159,12 +159,12 @@ OtherDirectory readDirectory(fs::path const& directory)
     return {exitOk, contentOf(out), contentOf(err)};
 }
 
-std::string packed(OtherDirectory const& directory)
+std::string packed(OtherTelephone const& directory)
 {
     return Json{directory.status, directory.text, directory.remarks}.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-OtherDirectory unpacked(std::string const& text)
+OtherTelephone unpacked(std::string const& text)
 {
     auto const parts = Json::parse(text, nullptr, false);
     bool const isWhole = parts.is_array() && parts.size() == 3 && parts[0].is_number_integer() && parts[1].is_string() &&

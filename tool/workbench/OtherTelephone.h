@@ -7,7 +7,7 @@
 namespace Tool {
 
 /// What a data directory keeps.
-struct OtherDirectory {
+struct OtherTelephone {
     int status = 0;           ///< an exit status
     std::string text = {};    ///< the exported document, secrets in plain; otherwise why there is none
     std::string remarks = {}; ///< what is to be told besides, whole lines
@@ -15,10 +15,10 @@ struct OtherDirectory {
 
 /// Reads a data directory, which stays as it is to the byte: a copy of it is read. A directory that another process has is
 /// asked for through that process.
-OtherDirectory readDirectory(std::filesystem::path const& directory);
+OtherTelephone readDirectory(std::filesystem::path const& directory);
 
 /// One line of text and back, for the way through the socket.
-std::string packed(OtherDirectory const& directory);
-OtherDirectory unpacked(std::string const& text);
+std::string packed(OtherTelephone const& directory);
+OtherTelephone unpacked(std::string const& text);
 
 } // namespace Tool

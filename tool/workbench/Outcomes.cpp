@@ -1,11 +1,11 @@
 #include "workbench/Outcomes.h"
 
 #include "workbench/Accepted.h"
-#include "workbench/Snapshot.h"
 #include "workbench/Items.h"
-#include "workbench/Rules.h"
-#include "workbench/Workbench.h"
 #include "workbench/Rehearsal.h"
+#include "workbench/Rules.h"
+#include "workbench/Snapshot.h"
+#include "workbench/Workbench.h"
 
 #include "Data/BulkData.h"
 #include "Data/DataItemBase.h"
@@ -111,10 +111,10 @@ Json defaultOf(eDataTag tag)
     return exists(tag) ? validate(tag, DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.text, ignored) : Json();
 }
 
-ServiceValues serviceValues(Session& session)
+ServiceValues serviceValues(Workbench& workbench)
 {
     ServiceValues values;
-    for (auto const& item : session.service().items())
+    for (auto const& item : workbench.service().items())
         values.emplace(item.subItem, item.value);
     return values;
 }
@@ -144,14 +144,14 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
     return outcome;
 }
 
-void checkTables(Session& session, std::vector<Outcome>& outcomes)
+void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
-    TableRehearsal rehearsal;
+    Rehearsal rehearsal;
     for (auto const& outcome : outcomes) {
         if (outcome.result == wouldStore)
             rehearsal.want(outcome.tag, textOf(outcome.wanted));
     }
-    auto const refused = session.quietly([&] { return rehearsal.refused(); });
+    auto const refused = workbench.quietly([&] { return rehearsal.refused(); });
     for (auto& outcome : outcomes) {
         auto const found = refused.find(storedTableOf(outcome.tag));
         if (outcome.result == wouldStore && found != refused.end()) {
@@ -199,12 +199,12 @@ bool holdBack(std::vector<Outcome>& outcomes)
     return true;
 }
 
-void noteRefusals(Session& session, std::vector<Outcome> const& outcomes)
+void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes)
 {
     for (auto const& outcome : outcomes) {
         if (outcome.result == "refused" || outcome.result == "failed")
-            session.history().refuse(outcome.tag, outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted,
-                                     outcome.reason, outcome.result == "failed" ? "not stored" : "refused");
+            workbench.journal().refuse(outcome.tag, outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted,
+                                       outcome.reason, outcome.result == "failed" ? "not stored" : "refused");
     }
 }
 
@@ -244,7 +244,7 @@ void settle(Outcome& outcome, bool taken, bool tableStored)
     }
 }
 
-void store(Session& session, std::vector<Outcome>& outcomes)
+void store(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     bool const settled = settledByToneType(outcomes);
     BulkData bulk;
@@ -255,9 +255,9 @@ void store(Session& session, std::vector<Outcome>& outcomes)
     }
     if (bulk.getTags().empty())
         return;
-    session.takeErrors();
+    workbench.takeErrors();
     MediaDataCache::setDataBulk(bulk);
-    auto const notStored = tagsNotStored(session.takeErrors());
+    auto const notStored = tagsNotStored(workbench.takeErrors());
     auto const notTaken = bulk.getTagsNotSetInDb();
     for (auto& outcome : outcomes) {
         bool const isUndone =
@@ -267,11 +267,11 @@ void store(Session& session, std::vector<Outcome>& outcomes)
     }
 }
 
-void storeTogether(Session& session, std::vector<Outcome>& outcomes)
+void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     constexpr int passes = 3;
     for (int pass = 0; pass < passes; ++pass) {
-        store(session, outcomes);
+        store(workbench, outcomes);
         bool isUndone = false;
         for (auto& outcome : outcomes) {
             bool const counts = outcome.result == "stored" || outcome.result == "unchanged";
@@ -290,7 +290,7 @@ void storeTogether(Session& session, std::vector<Outcome>& outcomes)
     }
 }
 
-void putBack(Session& session, std::vector<Json> const& earlier)
+void putBack(Workbench& workbench, std::vector<Json> const& earlier)
 {
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < earlier.size(); ++index) {
@@ -298,7 +298,7 @@ void putBack(Session& session, std::vector<Json> const& earlier)
         if (!earlier[index].is_null())
             outcomes.push_back(check(tag, textOf(earlier[index]), {}));
     }
-    storeTogether(session, outcomes);
+    storeTogether(workbench, outcomes);
 }
 
 std::vector<std::string> accountColumns()

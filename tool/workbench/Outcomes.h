@@ -13,7 +13,7 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// One value and what becomes of it.
 struct Outcome {
@@ -36,7 +36,7 @@ Json defaultOf(Data::eDataTag tag);
 
 /// What the management service holds, by name. Taken as a whole: reading one by one would fill the service's journal.
 using ServiceValues = std::map<std::string, std::string>;
-ServiceValues serviceValues(Session& session);
+ServiceValues serviceValues(Workbench& workbench);
 
 /// The current value without asking the service; null when there is none.
 Json knownValue(Data::eDataTag tag, ServiceValues const& others);
@@ -46,26 +46,26 @@ Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& 
 
 /// Runs the library's checks of whole tables on copies of the tables with the wanted cells in them, as they are made now and
 /// at the next start, and refuses the cells of tables that do not pass; nothing is stored.
-void checkTables(Session& session, std::vector<Outcome>& outcomes);
+void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes);
 
 /// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
 void checkRingers(std::vector<Outcome>& outcomes, bool follow);
 
 /// Stores what would be stored, in one bulk set, and says what the library made of it.
-void store(Session& session, std::vector<Outcome>& outcomes);
+void store(Workbench& workbench, std::vector<Outcome>& outcomes);
 
 /// Stores in as many bulk sets as it takes until the rules by which items depend on one another leave all values standing,
 /// three at most: for values that were read from a telephone and therefore stand together.
-void storeTogether(Session& session, std::vector<Outcome>& outcomes);
+void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes);
 
-/// Sets all held items back to what they were (Changes::values()).
-void putBack(Session& session, std::vector<Json> const& earlier);
+/// Sets all held items back to what they were (Snapshot::values()).
+void putBack(Workbench& workbench, std::vector<Json> const& earlier);
 
 /// For all or nothing: when one value was refused, true, and what would be stored is held back.
 bool holdBack(std::vector<Outcome>& outcomes);
 
 /// Tells the history of what was refused.
-void noteRefusals(Session& session, std::vector<Outcome> const& outcomes);
+void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes);
 
 bool isStorageError(std::string const& line);
 

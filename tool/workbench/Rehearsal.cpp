@@ -45,18 +45,18 @@ constexpr char const* demand = "each row needs a type or method and a rank of it
 
 } // namespace
 
-void TableRehearsal::want(eDataTag tag, std::string text)
+void Rehearsal::want(eDataTag tag, std::string text)
 {
     m_values[tag] = std::move(text);
 }
 
-void TableRehearsal::want(ManageableData request)
+void Rehearsal::want(ManageableData request)
 {
     NoServices none;
     DataSourceOCMS(none, eDataComponentMedia, {}, {allTags().begin(), allTags().end()}, this, nullptr).setData(request);
 }
 
-std::map<eDataTag, std::string> TableRehearsal::refused()
+std::map<eDataTag, std::string> Rehearsal::refused()
 {
     std::map<eDataTag, std::string> result;
     auto const wanted = m_values;
@@ -76,7 +76,7 @@ std::map<eDataTag, std::string> TableRehearsal::refused()
     return result;
 }
 
-DataTagValue_t TableRehearsal::read(DataTagValue_t stored)
+DataTagValue_t Rehearsal::read(DataTagValue_t stored)
 {
     m_fromCache = false;
     m_values = std::move(stored);
@@ -84,7 +84,7 @@ DataTagValue_t TableRehearsal::read(DataTagValue_t stored)
     return m_values;
 }
 
-void TableRehearsal::dbCBGetDataValues(DataTagValue_t& values)
+void Rehearsal::dbCBGetDataValues(DataTagValue_t& values)
 {
     for (auto& [tag, text] : values) {
         auto const own = m_values.find(tag);
@@ -98,7 +98,7 @@ void TableRehearsal::dbCBGetDataValues(DataTagValue_t& values)
     }
 }
 
-bool TableRehearsal::dbCBSetDataValues(DataTagValue_t const& values, bool, bool)
+bool Rehearsal::dbCBSetDataValues(DataTagValue_t const& values, bool, bool)
 {
     std::string ignored;
     for (auto const& [tag, text] : values) {
@@ -108,29 +108,29 @@ bool TableRehearsal::dbCBSetDataValues(DataTagValue_t const& values, bool, bool)
     return true;
 }
 
-void TableRehearsal::dbCBGetFailed(eDataTag) {}
+void Rehearsal::dbCBGetFailed(eDataTag) {}
 
-void TableRehearsal::dbCBResetSelectedToDefault(DataTagValue_t& values)
+void Rehearsal::dbCBResetSelectedToDefault(DataTagValue_t& values)
 {
     Builder::getDefaultValues(values, eDataComponentMedia, false);
     dbCBSetDataValues(values, false, false);
 }
 
-bool TableRehearsal::dbCBQueryIsTableUserData(eDataTag table)
+bool Rehearsal::dbCBQueryIsTableUserData(eDataTag table)
 {
     return Builder::isUserData(table);
 }
 
-void TableRehearsal::ocmsCBGetDataValues(DataTagValue_t& values)
+void Rehearsal::ocmsCBGetDataValues(DataTagValue_t& values)
 {
     dbCBGetDataValues(values);
 }
 
-bool TableRehearsal::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t&)
+bool Rehearsal::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t&)
 {
     return dbCBSetDataValues(values, true, false);
 }
 
-void TableRehearsal::ocmsCBResetToDefault() {}
+void Rehearsal::ocmsCBResetToDefault() {}
 
 } // namespace Tool

@@ -13,7 +13,7 @@ class ManageableData;
 
 namespace Tool {
 
-class TableRehearsal : private Data::DataDBCallback, private Data::DataOCMSCallback {
+class Rehearsal : private Data::DataDBCallback, private Data::DataOCMSCallback {
 public:
     /// Puts a value in the place of the present one.
     void want(Data::eDataTag tag, std::string text);

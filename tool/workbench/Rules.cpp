@@ -134,9 +134,9 @@ std::optional<RingerRule> ringerRuleOf(eDataTag cell)
     return RingerRule{offset(eDataTagAlertIdentifier0, row), column->second.first, column->second.second};
 }
 
-std::map<eDataTag, Verdict> hardwareVerdicts(Session& session)
+std::map<eDataTag, Verdict> hardwareVerdicts(Workbench& workbench)
 {
-    auto const service = serviceValues(session);
+    auto const service = serviceValues(workbench);
     Observer observer(service);
     NoServices none;
     DataSourceOCMS source(none, eDataComponentMedia, {}, {allTags().begin(), allTags().end()}, &observer, nullptr);
@@ -146,8 +146,8 @@ std::map<eDataTag, Verdict> hardwareVerdicts(Session& session)
         if (row.item && row.subItem)
             asked.populate(*row.item, *row.subItem);
     }
-    session.quietly([&] { return source.getData(asked); });
-    bool const isEntryModel = session.platform().deviceProfile().model == Host::DeviceProfile::Model::entry;
+    workbench.quietly([&] { return source.getData(asked); });
+    bool const isEntryModel = workbench.platform().deviceProfile().model == Host::DeviceProfile::Model::entry;
     std::map<eDataTag, Verdict> result;
     for (auto const& table : rankedTables) {
         for (int index = 0; index < table.rows; ++index) {

@@ -16,7 +16,7 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
 /// Under this context a management source of one's own tells the service nothing.
 class NoServices : public SvcRTEContext {
@@ -50,7 +50,7 @@ struct Verdict {
 };
 
 /// The verdicts of the library's hardware rules, by the table's hardware flag. Nothing is kept, unlike after a management get.
-std::map<Data::eDataTag, Verdict> hardwareVerdicts(Session& session);
+std::map<Data::eDataTag, Verdict> hardwareVerdicts(Workbench& workbench);
 
 /// The hardware flag that decides on the row of a ranked table's cell; 0 for other items. Codecs go by type.
 Data::eDataTag hardwareFlagOf(Data::eDataTag cell, ValueOf const& valueOf);

@@ -7,9 +7,9 @@
 
 namespace Tool {
 
-Changes::Changes(Session& session) : m_session(session), m_before(values()) {}
+Snapshot::Snapshot(Workbench& workbench) : m_workbench(workbench), m_before(values()) {}
 
-std::vector<Json> Changes::values()
+std::vector<Json> Snapshot::values()
 {
     // Reading a flag applies the flag file, which may change items with lower tags.
     readValue(Data::eDataTagOpusTest);
@@ -21,10 +21,10 @@ std::vector<Json> Changes::values()
     return result;
 }
 
-Section Changes::section(std::string name, std::string title) const
+Section Snapshot::section(std::string name, std::string title) const
 {
     Section section{std::move(name), Layout::Table, {"item", "old", "new"}, {}, std::move(title)};
-    bool const secrets = m_session.options().showSecrets;
+    bool const secrets = m_workbench.options().showSecrets;
     auto const after = values();
     for (std::size_t index = 0; index < after.size(); ++index) {
         auto const tag = allTags()[index];

@@ -8,12 +8,12 @@
 
 namespace Tool {
 
-class Session;
+class Workbench;
 
-class Changes {
+class Snapshot {
 public:
     /// Keeps the present values.
-    explicit Changes(Session& session);
+    explicit Snapshot(Workbench& workbench);
 
     /// The values of the items that the cache holds, in the order of allTags(); null for tables and for all others.
     static std::vector<Json> values();
@@ -22,7 +22,7 @@ public:
     Section section(std::string name, std::string title = {}) const;
 
 private:
-    Session& m_session;
+    Workbench& m_workbench;
     std::vector<Json> m_before;
 };
 

@@ -86,7 +86,7 @@ std::filesystem::path scratchDirectory()
 
 } // namespace
 
-void Session::Callback::onDataUpdate(BulkData& changes)
+void Workbench::Callback::onDataUpdate(BulkData& changes)
 {
     if (!listener)
         return;
@@ -98,7 +98,7 @@ void Session::Callback::onDataUpdate(BulkData& changes)
     listener(heard);
 }
 
-Session::Session(Options options)
+Workbench::Workbench(Options options)
     : m_options(std::move(options)), m_logsSecrets(m_options.showSecrets),
       m_meaningless(m_options.logLevel ? std::set<std::string>() : linesOfGeneralRinger()),
       m_callback(std::make_unique<Callback>())
@@ -108,29 +108,29 @@ Session::Session(Options options)
     });
 }
 
-std::unique_ptr<Session> Session::open(Options const& options, std::string& error, bool& inUse)
+std::unique_ptr<Workbench> Workbench::open(Options const& options, std::string& error, bool& inUse)
 {
-    std::unique_ptr<Session> session(new Session(options));
+    std::unique_ptr<Workbench> workbench(new Workbench(options));
     auto directory = options.dataDirectory;
     std::error_code ignored;
     if (options.dryRun &&
         std::filesystem::symlink_status(directory, ignored).type() == std::filesystem::file_type::not_found)
-        directory = session->m_scratch = scratchDirectory();
-    session->m_platform = Host::Platform::open({directory.string(), options.logLevel}, error, &inUse);
-    if (!session->m_platform)
+        directory = workbench->m_scratch = scratchDirectory();
+    workbench->m_platform = Host::Platform::open({directory.string(), options.logLevel}, error, &inUse);
+    if (!workbench->m_platform)
         return nullptr;
-    MediaDataCache::init(*session->m_platform);
+    MediaDataCache::init(*workbench->m_platform);
     for (auto const tag : allTags()) {
         if (isSecret(tag))
-            session->hideInLog(readValue(tag).value_or(Json("")).get<std::string>());
+            workbench->hideInLog(readValue(tag).value_or(Json("")).get<std::string>());
     }
-    session->service().setAgent(MediaDataCache::managementAgent());
-    session->service().reportAll();
-    MediaDataCache::registerCallback(tagsThatAnnounce(), session->m_callback.get());
-    return session;
+    workbench->service().setAgent(MediaDataCache::managementAgent());
+    workbench->service().reportAll();
+    MediaDataCache::registerCallback(tagsThatAnnounce(), workbench->m_callback.get());
+    return workbench;
 }
 
-Session::~Session()
+Workbench::~Workbench()
 {
     if (m_platform)
         service().setAgent(nullptr);
@@ -141,42 +141,42 @@ Session::~Session()
     std::filesystem::remove_all(m_scratch, ignored);
 }
 
-Host::ManagementService& Session::service()
+Host::ManagementService& Workbench::service()
 {
     return m_platform->management();
 }
 
-Session::Listener Session::listen(Listener listener)
+Workbench::Listener Workbench::listen(Listener listener)
 {
     return std::exchange(m_callback->listener, std::move(listener));
 }
 
-std::vector<std::string> Session::takeErrors()
+std::vector<std::string> Workbench::takeErrors()
 {
     std::lock_guard const held(m_logMutex);
     return std::exchange(m_errors, {});
 }
 
-bool Session::takeStorageFailure()
+bool Workbench::takeStorageFailure()
 {
     std::lock_guard const held(m_logMutex);
     return std::exchange(m_storageFailed, false);
 }
 
-void Session::hideInLog(std::string const& secret)
+void Workbench::hideInLog(std::string const& secret)
 {
     std::lock_guard const held(m_logMutex);
     if (!secret.empty() && std::find(m_secrets.begin(), m_secrets.end(), secret) == m_secrets.end())
         m_secrets.push_back(secret);
 }
 
-void Session::echoErrors(std::ostream* sender)
+void Workbench::echoErrors(std::ostream* sender)
 {
     std::lock_guard const held(m_logMutex);
     m_sender = sender;
 }
 
-std::string Session::withoutSecrets(std::string text) const
+std::string Workbench::withoutSecrets(std::string text) const
 {
     for (auto const& secret : m_secrets) {
         for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
@@ -185,7 +185,7 @@ std::string Session::withoutSecrets(std::string text) const
     return text;
 }
 
-void Session::onLogLine(int level, std::string const& place, std::string const& text)
+void Workbench::onLogLine(int level, std::string const& place, std::string const& text)
 {
     if (m_quiet || m_meaningless.contains(text))
         return;

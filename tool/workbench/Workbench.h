@@ -1,8 +1,8 @@
 // One running library over one data directory: opened by the first verb that needs values, closed at the end of the process.
 #pragma once
 
-#include "workbench/Journal.h"
 #include "report/Report.h"
+#include "workbench/Journal.h"
 
 #include "Data/DataTypes.h"
 #include "Data/DataUpdateCallback.h"
@@ -38,16 +38,16 @@ struct HeardChange {
     Json value;
 };
 
-class Session {
+class Workbench {
 public:
     using Listener = std::function<void(std::vector<HeardChange> const&)>;
 
     /// Starts the library. Null, with the reason in `error`, when the data directory cannot be used.
     /// `inUse` says that another process holds it.
-    static std::unique_ptr<Session> open(Options const& options, std::string& error, bool& inUse);
-    ~Session();
-    Session(Session const&) = delete;
-    Session& operator=(Session const&) = delete;
+    static std::unique_ptr<Workbench> open(Options const& options, std::string& error, bool& inUse);
+    ~Workbench();
+    Workbench(Workbench const&) = delete;
+    Workbench& operator=(Workbench const&) = delete;
 
     Options const& options() const { return m_options; }
     void showSecrets(bool show) { m_options.showSecrets = show; }
@@ -68,7 +68,7 @@ public:
     void echoErrors(std::ostream* sender);
 
     /// The journal of changes.
-    History& history() { return m_history; }
+    Journal& journal() { return m_journal; }
 
     /// Runs `action` and drops what is logged meanwhile: for questions that the library answers by refusing.
     template <class Action> auto quietly(Action action)
@@ -91,7 +91,7 @@ private:
         Listener listener;
     };
 
-    explicit Session(Options options);
+    explicit Workbench(Options options);
     std::string withoutSecrets(std::string text) const;
     void onLogLine(int level, std::string const& place, std::string const& text);
 
@@ -106,7 +106,7 @@ private:
     bool m_storageFailed = false;
     std::vector<std::string> m_secrets;
     std::atomic<bool> m_quiet = false;
-    History m_history{*this};
+    Journal m_journal{*this};
     std::ostream* m_sender = nullptr;
 };
 
