@@ -49,11 +49,11 @@ bool DataStorage::setDataItems(std::string const& xmlFragment)
     case Host::TableWrite::Result::complete:
         return my.database->write({my.schema, "", text});
     case Host::TableWrite::Result::dropped:
-        return false;
-    case Host::TableWrite::Result::refused:
         break;
+    case Host::TableWrite::Result::refused:
+        HOST_LOG_ERROR(UNIT, "a row of the table " + my.schema + " was refused; the table stays as it was");
     }
-    HOST_LOG_ERROR(UNIT, "a row of the table " + my.schema + " was refused; the table stays as it was");
+    my.database->noteFailedWrite({my.schema, ""});
     return false;
 }
 
@@ -71,5 +71,10 @@ bool DataStorage::setDataItem(std::string const& element, std::string const& tex
 {
     Implementation& my = *m_implementation;
     my.table.abandon();
-    return my.database != nullptr && !element.empty() && my.database->write({my.schema, element, text});
+    if (my.database == nullptr)
+        return false;
+    if (!element.empty())
+        return my.database->write({my.schema, element, text});
+    my.database->noteFailedWrite({my.schema, element});
+    return false;
 }

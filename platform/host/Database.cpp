@@ -208,13 +208,19 @@ sqlite3_stmt* Database::prepared(Statement statement)
     return prepared;
 }
 
+/// Logs and remembers that something failed. Always false.
+bool Database::complain(std::string const& text)
+{
+    HOST_LOG_ERROR(UNIT, text);
+    m_hadError = true;
+    return false;
+}
+
 bool Database::run(Statement statement, std::span<std::string const> parameters, std::vector<Row>* rows)
 {
     sqlite3_stmt* const text = prepared(statement);
-    if (text == nullptr) {
-        HOST_LOG_ERROR(UNIT, std::string("\"") + m_texts[statement] + "\" cannot be prepared: " + sqlite3_errmsg(m_handle));
-        return false;
-    }
+    if (text == nullptr)
+        return complain(std::string("\"") + m_texts[statement] + "\" cannot be prepared: " + sqlite3_errmsg(m_handle));
     int place = 0;
     for (std::string const& each : parameters)
         sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -227,7 +233,7 @@ bool Database::run(Statement statement, std::span<std::string const> parameters,
             rows->push_back(std::move(row));
     }
     if (code != SQLITE_DONE)
-        HOST_LOG_ERROR(UNIT, fileOf(m_handle) + ": " + sqlite3_errmsg(m_handle) + " (" + m_texts[statement] + ")");
+        complain(fileOf(m_handle) + ": " + sqlite3_errmsg(m_handle) + " (" + m_texts[statement] + ")");
     sqlite3_reset(text);
     sqlite3_clear_bindings(text);
     return code == SQLITE_DONE;
@@ -310,7 +316,35 @@ bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<Jou
 bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     std::lock_guard const lock(m_mutex);
-    return writeWithWaiting(items, journal);
+    if (writeWithWaiting(items, journal))
+        return true;
+    for (StoredItem const& each : items)
+        keepFailedWrite({each.schema, each.element});
+    return false;
+}
+
+void Database::keepFailedWrite(FailedWrite failed)
+{
+    if (m_failedWrites.size() < failedWriteLimit)
+        m_failedWrites.insert(std::move(failed));
+}
+
+void Database::noteFailedWrite(FailedWrite failed)
+{
+    std::lock_guard const lock(m_mutex);
+    keepFailedWrite(std::move(failed));
+}
+
+std::set<FailedWrite> Database::takeFailedWrites()
+{
+    std::lock_guard const lock(m_mutex);
+    return std::exchange(m_failedWrites, {});
+}
+
+bool Database::takeError()
+{
+    std::lock_guard const lock(m_mutex);
+    return std::exchange(m_hadError, false);
 }
 
 void Database::addToNextWrite(std::vector<JournalEntry> entries)

@@ -3,6 +3,7 @@
 // Schemas that begin with "@" are the platform's own (the management service's items, the device profile).
 #pragma once
 
+#include "FailedWrite.h"
 #include "JournalEntry.h"
 #include "ReadAhead.h"
 
@@ -11,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -48,7 +50,7 @@ public:
     /// Nothing when it was never stored or the file cannot be read (the latter is logged).
     std::optional<std::string> read(std::string const& schema, std::string const& element);
 
-    /// Stores everything or nothing; durable when true. False is logged.
+    /// Stores everything or nothing; durable when true. False is logged and noted for takeFailedWrites().
     bool write(StoredItem const& item) { return write({&item, 1}, {}); }
     bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
@@ -64,6 +66,16 @@ public:
 
     /// How many values begin with `prefix`.
     int countValues(std::string const& prefix);
+
+    /// Notes a write that was refused before it came here.
+    void noteFailedWrite(FailedWrite failed);
+
+    /// What was not stored since the last call, also when a later write stored it. At most `failedWriteLimit`; further ones
+    /// are left out.
+    std::set<FailedWrite> takeFailedWrites();
+
+    /// Since the last call SQLite failed at a statement, whether it was to read a value, to store one or to keep the journal.
+    bool takeError();
 
 private:
     enum Statement {
@@ -88,6 +100,8 @@ private:
     bool prepareStatements(DatabaseFault& fault);
     bool failed(DatabaseFault& fault, std::string const& action) const;
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+    bool complain(std::string const& text);
+    void keepFailedWrite(FailedWrite failed);
     sqlite3_stmt* prepared(Statement);
     void readAhead();
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
@@ -102,6 +116,8 @@ private:
     bool m_readAhead = false;
     std::vector<JournalEntry> m_waiting; // for the next write
     std::optional<ReadAhead> m_ahead;    // from the first read to the first write or the end of the start-up
+    std::set<FailedWrite> m_failedWrites;
+    bool m_hadError = false;
 };
 
 } // namespace Host

@@ -107,6 +107,16 @@ std::string Platform::pathOf(std::string const& telephonePath) const
     return directory() + (telephonePath.starts_with('/') ? "" : "/") + telephonePath;
 }
 
+std::set<FailedWrite> Platform::takeFailedWrites()
+{
+    return m_database->takeFailedWrites();
+}
+
+bool Platform::takeDatabaseError()
+{
+    return m_database->takeError();
+}
+
 void Platform::readDeviceProfile()
 {
     modelNamed(m_database->read(deviceSchema, "model").value_or(""), m_profile.model);

@@ -224,3 +224,40 @@ TEST_F(HostStorageTest, whatIsReadAheadAtStartIsNeitherStaleNorForgotten)
         }
     }
 }
+
+TEST_F(HostStorageTest, everyWriteThatStoresNothingIsToldOnce)
+{
+    using Failures = std::set<Host::FailedWrite>;
+    std::string const audio = "AudioSettings";
+    std::string const srtp = "SRTPEncryptionSettings";
+    DataStorage values(*m_platform, audio);
+    auto const told = [&] { return m_platform->takeFailedWrites(); };
+    EXPECT_EQ(told(), Failures()) << "the table of the start is stored";
+
+    EXPECT_FALSE(m_table->setDataItems("<Method>"));
+    EXPECT_EQ(told(), (Failures{{srtp, ""}})) << "a row that is not well-formed";
+    for (int number = 1; number < 5; ++number)
+        EXPECT_FALSE(m_table->setDataItems(row(2, number)));
+    EXPECT_EQ(told(), (Failures{{srtp, ""}})) << "the rows behind it";
+    EXPECT_FALSE(values.setDataItems(row(2, 0)));
+    EXPECT_EQ(told(), (Failures{{audio, ""}})) << "a schema without a table";
+    EXPECT_FALSE(values.setDataItem("", "text"));
+    EXPECT_EQ(told(), (Failures{{audio, ""}})) << "a whole schema as a value";
+    EXPECT_FALSE(m_platform->takeDatabaseError()) << "nothing of this came to the file";
+
+    limitFiles(0);
+    EXPECT_FALSE(writeRows(*m_table, 2));
+    EXPECT_FALSE(values.setDataItem("RingerVolume", "3"));
+    EXPECT_FALSE(values.setDataItem("RingerVolume", "4"));
+    EXPECT_FALSE(m_platform->setDeviceProfile({}));
+    limitFiles();
+    EXPECT_TRUE(m_platform->takeDatabaseError());
+    EXPECT_TRUE(values.setDataItem("RingerVolume", "3"));
+    EXPECT_EQ(told(), (Failures{{srtp, ""}, {audio, "RingerVolume"}, {"@device", "model"}, {"@device", "usb"}}));
+    EXPECT_EQ(told(), Failures());
+    EXPECT_FALSE(m_platform->takeDatabaseError());
+
+    for (std::size_t number = 0; number < Host::failedWriteLimit + 1; ++number)
+        EXPECT_FALSE(DataStorage(*m_platform, "s" + std::to_string(number)).setDataItem("", ""));
+    EXPECT_EQ(told().size(), Host::failedWriteLimit);
+}
