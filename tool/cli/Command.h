@@ -4,7 +4,7 @@
 #include "cli/CommandLine.h"
 #include "holder/Server.h"
 #include "verbs/Catalogue.h"
-#include "verbs/Settings.h"
+#include "workbench/Assignment.h"
 
 #include <CLI/CLI.hpp>
 

@@ -2,7 +2,7 @@
 
 #include "cli/Command.h"
 #include "cli/Help.h"
-#include "cli/Shell.h"
+#include "verbs/Shell.h"
 #include "workbench/Items.h"
 
 #include <algorithm>

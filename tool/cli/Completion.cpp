@@ -1,9 +1,9 @@
 // Completion of verbs, names and legal values.
+#include "verbs/Shell.h"
+#include "verbs/Table.h"
 #include "workbench/Accepted.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
-#include "cli/Shell.h"
-#include "verbs/Tables.h"
 
 #include <algorithm>
 #include <map>

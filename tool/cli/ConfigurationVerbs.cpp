@@ -2,7 +2,9 @@
 #include "cli/Command.h"
 #include "verbs/Diff.h"
 #include "verbs/Explain.h"
+#include "verbs/History.h"
 #include "verbs/Reset.h"
+#include "workbench/Differences.h"
 #include "workbench/Import.h"
 
 #include <algorithm>

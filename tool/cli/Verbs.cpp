@@ -1,10 +1,15 @@
 // The verbs and their options.
 #include "cli/Command.h"
-#include "verbs/Device.h"
-#include "verbs/Management.h"
-#include "verbs/Tables.h"
+#include "verbs/Country.h"
+#include "verbs/Describe.h"
+#include "verbs/Get.h"
+#include "verbs/List.h"
+#include "verbs/Mobility.h"
+#include "verbs/Table.h"
+#include "workbench/Device.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
+#include "workbench/Management.h"
 
 #include <map>
 #include <utility>

@@ -1,7 +1,7 @@
 // Who holds the data directory: this process, or another one that runs the command for it.
 #include "cli/Command.h"
-#include "cli/Shell.h"
 #include "holder/Remote.h"
+#include "verbs/Shell.h"
 #include "workbench/Items.h"
 
 #include "HostPlatform.h"

@@ -5,7 +5,7 @@
 #include "cli/CommandLine.h"
 #include "holder/ChangeFeed.h"
 #include "holder/Channel.h"
-#include "verbs/Watch.h"
+#include "holder/Watch.h"
 
 #include <atomic>
 #include <functional>

@@ -1,17 +1,11 @@
-// What differs between this telephone and another, a file or the defaults, and the commands that make it anew: `diff`.
+// The commands that make this telephone anew: `diff --commands`.
 #pragma once
 
-#include "workbench/Document.h"
-
-#include <string>
+#include "report/Report.h"
 
 namespace Tool {
 
 class Workbench;
-
-/// Every item in which the telephone differs from `other`. Items of which one side says nothing are left out, save flags and
-/// the items of other components, which may be there or not.
-Report diff(Workbench& workbench, Document const& other, std::string const& otherName);
 
 /// The fewest commands that make this telephone out of one on which nothing was changed. `asRows` gives them as rows instead
 /// of a text for the shell.

@@ -1,7 +1,8 @@
 #include "verbs/Reset.h"
 
-#include "verbs/Settings.h"
+#include "workbench/Assignment.h"
 #include "workbench/Items.h"
+#include "workbench/Management.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
@@ -10,8 +11,6 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
-
-#include "ManagementService.h"
 
 #include <fmt/format.h>
 
@@ -116,14 +115,6 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
 }
 
 } // namespace
-
-bool resetUserData(Workbench& workbench)
-{
-    bool const done = workbench.service().resetUserData();
-    // The order resets the cells and leaves their tables to the next write: an empty one.
-    BulkData nothing;
-    return MediaDataCache::setDataBulk(nothing) && done;
-}
 
 Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dryRun)
 {

@@ -10,9 +10,6 @@ namespace Tool {
 
 class Workbench;
 
-/// The library's reset of the user's data, the tables stored as well. False when not everything was reset.
-bool resetUserData(Workbench& workbench);
-
 /// `what` is "audio" or "user-data", which the library resets by operations of its own, or items. A table's or group's name
 /// stands for all its cells. With `dryRun` nothing changes and the report says what would.
 Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dryRun);

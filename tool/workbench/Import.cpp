@@ -1,7 +1,7 @@
 #include "workbench/Import.h"
 
-#include "verbs/Device.h"
 #include "workbench/Accepted.h"
+#include "workbench/Device.h"
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"

@@ -54,7 +54,4 @@ private:
     bool m_failed = false;
 };
 
-/// The last `limit` entries of the items that match the pattern, of all items when it is empty.
-Report history(Workbench& workbench, std::string const& pattern, std::size_t limit);
-
 } // namespace Tool

@@ -1,4 +1,4 @@
-// The verbs about single settings: list, get, set, describe, reset.
+// Values as they are given, ITEM=VALUE: read, and set in one bulk set.
 #pragma once
 
 #include "report/Report.h"
@@ -25,10 +25,6 @@ bool parseAssignment(std::string const& text, Assignment& assignment);
 /// Reads ITEM=VALUE lines; blank lines and lines that begin with "#" are skipped, blanks around both sides dropped, and a
 /// value in double quotes keeps its blanks. The report holds the lines that are none of these.
 Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments);
-
-Report list(Workbench& workbench, std::string const& pattern, bool changedOnly);
-Report get(Workbench& workbench, std::vector<std::string> const& items);
-Report describe(Workbench& workbench, std::string const& item);
 
 struct SetOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing

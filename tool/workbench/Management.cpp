@@ -1,4 +1,4 @@
-#include "verbs/Management.h"
+#include "workbench/Management.h"
 
 #include "verbs/Reset.h"
 #include "workbench/Accepted.h"
@@ -9,6 +9,7 @@
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
+#include "Data/BulkData.h"
 #include "Data/DataItemBuilder.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
@@ -254,6 +255,14 @@ Report managementChanged(Workbench& workbench, std::vector<Assignment> const& as
     return std::move(report);
 }
 
+bool resetUserData(Workbench& workbench)
+{
+    bool const done = workbench.service().resetUserData();
+    // The order resets the cells and leaves their tables to the next write: an empty one.
+    BulkData nothing;
+    return MediaDataCache::setDataBulk(nothing) && done;
+}
+
 Report managementReset(Workbench& workbench)
 {
     Snapshot const changes(workbench);
@@ -272,33 +281,6 @@ Report managementJournal(Workbench& workbench)
         section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
                                 entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});
     return {exitOk, {std::move(section)}};
-}
-
-Report country(Workbench& workbench, std::optional<std::string> const& code)
-{
-    Report report;
-    if (code) {
-        report = managementChanged(workbench, {{nameOf(eDataTagCountry), *code}});
-        if (report.code != exitOk)
-            return report;
-    }
-    auto const known = MediaDataCache::getCountry();
-    Section section{"country", Layout::Pairs, {"code", "number", "region"}, {{}}};
-    section.rows.front() = {readValue(eDataTagCountry).value_or(Json()),
-                            known == eCountryUnknown ? Json() : Json(static_cast<int>(known)),
-                            MediaDataCache::getCountryRegion()};
-    report.sections.push_back(std::move(section));
-    if (known == eCountryUnknown)
-        report.notes.emplace_back("This code is no known country.");
-    return report;
-}
-
-Report mobility(Workbench& workbench, std::string const& type)
-{
-    constexpr std::array<std::string_view, 4> known{"", "all", "managed", "unmanaged"};
-    if (std::find(known.begin(), known.end(), type) == known.end())
-        return failure(exitUsage, type, "is no mobility type: all, managed, unmanaged or the empty text");
-    return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), type}});
 }
 
 } // namespace Tool

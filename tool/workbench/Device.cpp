@@ -1,4 +1,4 @@
-#include "verbs/Device.h"
+#include "workbench/Device.h"
 
 #include "workbench/Workbench.h"
 

@@ -1,4 +1,4 @@
-#include "verbs/Watch.h"
+#include "holder/Watch.h"
 
 #include "workbench/Items.h"
 

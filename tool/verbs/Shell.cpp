@@ -1,7 +1,7 @@
-#include "cli/Shell.h"
+#include "verbs/Shell.h"
 
 #include "holder/Server.h"
-#include "verbs/Watch.h"
+#include "holder/Watch.h"
 #include "workbench/Items.h"
 
 #include <editline/readline.h>

@@ -1,10 +1,9 @@
-// The verbs that act as the telephone's management service: mgmt, country, mobility.
+// The workbench acts as the telephone's management service.
 #pragma once
 
 #include "report/Report.h"
-#include "verbs/Settings.h"
+#include "workbench/Assignment.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,16 +20,13 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
 /// A report that items of other components changed; the service keeps the values.
 Report managementChanged(Workbench& workbench, std::vector<Assignment> const& assignments);
 
+/// The library's reset of the user's data, the tables stored as well. False when not everything was reset.
+bool resetUserData(Workbench& workbench);
+
 /// Orders a reset of the user's settings.
 Report managementReset(Workbench& workbench);
 
 /// What the library read, reported and requested.
 Report managementJournal(Workbench& workbench);
-
-/// The country and what it means; a code, two capital letters, is reported as the new country first.
-Report country(Workbench& workbench, std::optional<std::string> const& code);
-
-/// Announces how the user's data is handled.
-Report mobility(Workbench& workbench, std::string const& type);
 
 } // namespace Tool

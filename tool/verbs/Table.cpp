@@ -1,4 +1,4 @@
-#include "verbs/Tables.h"
+#include "verbs/Table.h"
 
 #include "workbench/Items.h"
 #include "workbench/Rules.h"

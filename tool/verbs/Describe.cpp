@@ -1,0 +1,80 @@
+#include "verbs/Describe.h"
+
+#include "verbs/Catalogue.h"
+#include "workbench/Accepted.h"
+#include "workbench/Items.h"
+#include "workbench/Workbench.h"
+
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+
+#include <utility>
+
+namespace Tool {
+
+using namespace Data;
+
+namespace {
+
+char const* ownerOf(eDataTag tag)
+{
+    if (!isHeld(tag))
+        return "another component; asked from the management service each time";
+    if (tag > eDataTagFunctionKeyDef915)
+        return "media; set by the flag file";
+    if (DataCache::DataItemBuilder::findDataRecord(tag)->component != eDataComponentMedia)
+        return "another component; observed through the management service";
+    return "media";
+}
+
+Json orNull(std::string text)
+{
+    return text == "-" ? Json() : Json(std::move(text));
+}
+
+Json nameOrNull(std::string const* name)
+{
+    return name ? Json(*name) : Json();
+}
+
+} // namespace
+
+Report describe(Workbench& workbench, std::string const& item)
+{
+    auto const tag = findItem(item);
+    if (!tag)
+        return unknownItem(item);
+    auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[*tag];
+    auto const& database = DataSourceDB::dataDbDescriptionTable[*tag];
+    auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[*tag];
+    bool const secrets = workbench.options().showSecrets;
+    auto const parent = database.parentTable;
+    std::vector<std::pair<char const*, Json>> const lines{
+        {"item", nameOf(*tag)},
+        {"tag", static_cast<int>(*tag)},
+        {"value", shown(*tag, readValue(*tag).value_or(Json()), secrets)},
+        {"type", typeName(record.value.type)},
+        {"default", exists(*tag) ? Json(record.value.text) : Json()},
+        {"accepted", acceptedText(*tag)},
+        {"value check", orNull(chainText(record.valueChain))},
+        {"text check", orNull(chainText(record.stringChain))},
+        {"owner", ownerOf(*tag)},
+        {"user data", record.isUserData},
+        {"secret", isSecret(*tag)},
+        {"schema", nameOrNull(database.schema)},
+        {"element", nameOrNull(database.element)},
+        {"table", parent > eDataTagNone && parent < eDataTagEnd ? Json(nameOf(parent)) : Json()},
+        {"management item", nameOrNull(management.item)},
+        {"sub-item", nameOrNull(management.subItem)},
+        {"names", namesOf(*tag)},
+    };
+    Section section{"item", Layout::Pairs, {}, {{}}};
+    for (auto const& [column, value] : lines) {
+        section.columns.emplace_back(column);
+        section.rows.front().push_back(value);
+    }
+    return {exitOk, {std::move(section)}};
+}
+
+} // namespace Tool
