@@ -4,9 +4,9 @@
 #include "../tests/Statements.h"
 #include "Fuzz.h"
 
-#include "Database.h"
 #include "Files.h"
 #include "HostLog.h"
+#include "store/Database.h"
 
 #include <filesystem>
 #include <fstream>

@@ -19,7 +19,8 @@ install(TARGETS mediadata_library mediadata_host_platform EXPORT mediadata
 # The headers. Of the host platform those that start and drive it; the rest is its own affair.
 install(DIRECTORY include/ DESTINATION ${headers}/mediadata COMPONENT development)
 install(DIRECTORY platform/include/ DESTINATION ${headers}/mediadata-platform COMPONENT development)
-set(host_headers DeviceProfile.h FailedWrite.h HostLog.h HostPlatform.h JournalEntry.h ManagementService.h)
+set(host_headers seam/DeviceProfile.h seam/FailedWrite.h seam/HostLog.h seam/HostPlatform.h service/JournalEntry.h
+    service/ManagementService.h)
 list(TRANSFORM host_headers PREPEND platform/host/)
 install(FILES ${host_headers} DESTINATION ${headers}/mediadata-host COMPONENT development)
 

@@ -1,7 +1,7 @@
 // The statements that SQLite runs in this process, watched from inside: which texts, and whether each is one of the library's.
 #pragma once
 
-#include "DatabaseMending.h"
+#include "mending/DatabaseMending.h"
 
 #include <sqlite3.h>
 

@@ -4,9 +4,9 @@
 #include "../Records.h"
 #include "AppLog.h"
 #include "DasCrypt.h"
-#include "Database.h"
 #include "ManagementService.h"
 #include "MgmtAgentIfc.h"
+#include "store/Database.h"
 
 #include <vector>
 

@@ -2,9 +2,9 @@
 #include "../Statements.h"
 #include "HostTest.h"
 
-#include "Database.h"
 #include "ManageableData.h"
 #include "ManagementService.h"
+#include "store/Database.h"
 
 using namespace std::string_literals;
 

@@ -1,8 +1,8 @@
 // What the host's storage promises beyond the conformance suite: unfinished tables forgotten, damaged files mended.
 #include "HostTest.h"
 
-#include "Database.h"
 #include "Semaphore.h"
+#include "store/Database.h"
 
 namespace fs = std::filesystem;
 

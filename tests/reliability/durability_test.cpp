@@ -7,10 +7,10 @@
 #include "Media/MediaDataCache.h"
 
 #include "DasCrypt.h"
-#include "Database.h"
 #include "HostPlatform.h"
 #include "ManageableData.h"
 #include "ManagementService.h"
+#include "store/Database.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -5,7 +5,7 @@
 
 #include "Data/DataTypes.h"
 
-#include "PassphraseBox.h"
+#include "secrets/PassphraseBox.h"
 
 #include <map>
 #include <optional>

@@ -2,9 +2,9 @@
 // every statement but reading and changing rows of the two tables, and each statement is prepared once, from one fixed
 // list, when it is first needed. One transaction is one sync of the write-ahead log. The file is locked for this connection
 // alone, hence needs no shared memory.
-#include "Database.h"
+#include "store/Database.h"
 
-#include "HostLog.h"
+#include "seam/HostLog.h"
 
 #include <sqlite3.h>
 

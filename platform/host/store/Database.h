@@ -3,9 +3,9 @@
 // Schemas that begin with "@" are the platform's own (the management service's items, the device profile).
 #pragma once
 
-#include "FailedWrite.h"
-#include "JournalEntry.h"
-#include "ReadAhead.h"
+#include "seam/FailedWrite.h"
+#include "service/JournalEntry.h"
+#include "store/ReadAhead.h"
 
 #include <array>
 #include <cstdint>

@@ -1,17 +1,17 @@
 // Opens the parts of the host platform in the order in which they need each other, and answers the static functions of the
 // seam from the process's one platform.
-#include "HostPlatform.h"
+#include "seam/HostPlatform.h"
 
 #include "ClientUtils.h"
 #include "DasCrypt.h"
-#include "Database.h"
-#include "DatabaseMending.h"
 #include "Files.h"
 #include "HardwareVersion.h"
-#include "HostLog.h"
-#include "ManagementService.h"
 #include "PlatformPath.h"
-#include "SecretBox.h"
+#include "mending/DatabaseMending.h"
+#include "seam/HostLog.h"
+#include "secrets/SecretBox.h"
+#include "service/ManagementService.h"
+#include "store/Database.h"
 
 #include <fcntl.h>
 

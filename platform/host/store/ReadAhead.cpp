@@ -1,5 +1,5 @@
 // Rows are sorted once, when the last one is there: comparing hashes costs less than keeping them in order meanwhile.
-#include "ReadAhead.h"
+#include "store/ReadAhead.h"
 
 #include <algorithm>
 #include <functional>

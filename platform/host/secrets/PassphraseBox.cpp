@@ -1,4 +1,4 @@
-#include "PassphraseBox.h"
+#include "secrets/PassphraseBox.h"
 
 #include <sodium.h>
 

@@ -1,10 +1,10 @@
 // A table is read forwards up to the damage, backwards down to it, and in between row by row. The index, which repeats the
 // names of all values on other pages, tells which rows there should have been. What is missing then is looked for on the
 // pages that no readable page leads to. No old rows are found there: a page that is freed is overwritten with zeros.
-#include "Salvage.h"
+#include "mending/Salvage.h"
 
 #include "Files.h"
-#include "LogGaps.h"
+#include "mending/LogGaps.h"
 
 #include <sqlite3.h>
 

@@ -9,7 +9,7 @@
 // while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
 #include "Semaphore.h"
 
-#include "LockMark.h"
+#include "seam/LockMark.h"
 
 #include <algorithm>
 #include <atomic>

@@ -17,7 +17,7 @@
 // belongs to a new operation: this is what finds the first row again after a text with too few rows.
 #pragma once
 
-#include "LockMark.h"
+#include "seam/LockMark.h"
 
 #include <cstddef>
 #include <string>

@@ -1,6 +1,6 @@
 // The log: one line a message, on standard error or to the process's own sink. A message cannot break its line and cannot
 // send control characters to a terminal, whatever values it quotes.
-#include "HostLog.h"
+#include "seam/HostLog.h"
 
 #include "AppLog.h"
 #include "ClientUtils.h"

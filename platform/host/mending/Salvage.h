@@ -1,7 +1,7 @@
 // Reads what can still be read from a damaged database file.
 #pragma once
 
-#include "Database.h"
+#include "store/Database.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,7 @@
 // The log's layout is that of SQLite's file format: a header of 32 bytes, then frames, each of a header of 24 bytes and a
 // page. A frame's checksum goes on from the one before it, as that is written there: hence whatever is behind a damaged
 // frame can still be checked.
-#include "LogGaps.h"
+#include "mending/LogGaps.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,11 +1,10 @@
 // The data access service over the host's database.
 #include "DataStorage.h"
 
-#include "Database.h"
-#include "HostPlatform.h"
-#include "TableWrite.h"
-
-#include "HostLog.h"
+#include "seam/HostLog.h"
+#include "seam/HostPlatform.h"
+#include "store/Database.h"
+#include "store/TableWrite.h"
 
 #define UNIT "DataStorage"
 

@@ -1,5 +1,5 @@
 // Gathers the rows of a table and checks each: see the header for how a table is replaced whole.
-#include "TableWrite.h"
+#include "store/TableWrite.h"
 
 #include "XmlParser.h"
 

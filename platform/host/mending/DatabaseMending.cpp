@@ -2,14 +2,13 @@
 // "mediadata.db.mended", which marks it as complete; then whatever bears the database's names is set aside, and the new file
 // takes the place. A ".new" found at start is unfinished and thrown away, a ".mended" found at start is carried to its
 // place.
-#include "DatabaseMending.h"
+#include "mending/DatabaseMending.h"
 
-#include "Database.h"
 #include "Files.h"
-#include "LogGaps.h"
-#include "Salvage.h"
-
-#include "HostLog.h"
+#include "mending/LogGaps.h"
+#include "mending/Salvage.h"
+#include "seam/HostLog.h"
+#include "store/Database.h"
 
 #include <fcntl.h>
 #include <unistd.h>

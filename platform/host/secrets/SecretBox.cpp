@@ -1,8 +1,8 @@
 // The encrypted form: the prefix, then base64 of nonce, cipher text and tag. The prefix is authenticated with the rest.
-#include "SecretBox.h"
+#include "secrets/SecretBox.h"
 
 #include "Files.h"
-#include "HostLog.h"
+#include "seam/HostLog.h"
 
 #include <sodium.h>
 

@@ -1,12 +1,12 @@
 // Items lie in the database under the schema "@management/" + item, with the sub-item as element; secret ones encrypted.
 // Requests are reported back to the library only on dispatch(): a request usually comes with the cache's lock held, in the
 // middle of an operation, and the other parts of a telephone take their time as well.
-#include "ManagementService.h"
+#include "service/ManagementService.h"
 
-#include "Database.h"
 #include "ManageableData.h"
 #include "MgmtAgentIfc.h"
-#include "SecretBox.h"
+#include "secrets/SecretBox.h"
+#include "store/Database.h"
 
 #include <algorithm>
 #include <array>
