@@ -1,7 +1,7 @@
 // The platform's lock.
 #pragma once
 
-#include <cstddef>
+#include <memory>
 
 /// Counts up to `maximum`, starting with `initial`. With `initial` 0 it is held by the thread that made it; a recursive one
 /// may be taken again by its holder and is free when given as often as taken (the first hold of a held construction counts
@@ -21,7 +21,5 @@ public:
 
 private:
     struct State;
-    /// Where the state lies: an object with a lock of its own is made for every notification.
-    alignas(std::max_align_t) std::byte m_room[128];
-    State* m_state;
+    std::unique_ptr<State> const m_state;
 };

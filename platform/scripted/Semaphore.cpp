@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
-#include <new>
 #include <set>
 #include <thread>
 
@@ -64,20 +63,16 @@ struct Semaphore::State : Lock {
 };
 
 Semaphore::Semaphore(int maximum, int initial, bool recursive)
-    : m_state(new (m_room) State(initial, maximum - initial, recursive))
+    : m_state(std::make_unique<State>(initial, maximum - initial, recursive))
 {
-    static_assert(sizeof(State) <= sizeof m_room && alignof(State) <= alignof(std::max_align_t));
     std::lock_guard const guard(mutex);
-    locks.insert(m_state);
+    locks.insert(m_state.get());
 }
 
 Semaphore::~Semaphore()
 {
-    {
-        std::lock_guard const guard(mutex);
-        locks.erase(m_state);
-    }
-    m_state->~State();
+    std::lock_guard const guard(mutex);
+    locks.erase(m_state.get());
 }
 
 bool Semaphore::take(int timeoutMs)

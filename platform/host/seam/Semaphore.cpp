@@ -16,7 +16,6 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <new>
 
 namespace {
 
@@ -187,15 +186,11 @@ bool Semaphore::State::handOver()
     return true;
 }
 
-Semaphore::Semaphore(int maximum, int initial, bool recursive) : m_state(new (m_room) State(maximum, initial, recursive))
-{
-    static_assert(sizeof(State) <= sizeof m_room && alignof(State) <= alignof(std::max_align_t));
-}
+Semaphore::Semaphore(int maximum, int initial, bool recursive)
+    : m_state(std::make_unique<State>(maximum, initial, recursive))
+{}
 
-Semaphore::~Semaphore()
-{
-    m_state->~State();
-}
+Semaphore::~Semaphore() = default;
 
 bool Semaphore::take(int timeoutMs)
 {
