@@ -22,6 +22,7 @@ install(DIRECTORY platform/include/ DESTINATION ${headers}/mediadata-platform CO
 set(host_headers seam/DeviceProfile.h seam/FailedWrite.h seam/HostLog.h seam/HostPlatform.h service/JournalEntry.h
     service/ManagementService.h)
 list(TRANSFORM host_headers PREPEND platform/host/)
+list(APPEND host_headers platform/common/AnnotatedMutex.h)
 install(FILES ${host_headers} DESTINATION ${headers}/mediadata-host COMPONENT development)
 
 # find_package(mediadata)

@@ -20,6 +20,6 @@ public:
     bool give();
 
 private:
-    struct State;
+    class State;
     std::unique_ptr<State> const m_state;
 };

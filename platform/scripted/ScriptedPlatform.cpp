@@ -61,7 +61,7 @@ public:
     {
         return Seam::truth("readData", describe(record), true, [&] {
             std::vector<ManageableData::Entry> const asked = record.entries();
-            std::lock_guard const guard(m_platform.m_mutex);
+            Threads::Lock const guard(m_platform.m_mutex);
             for (ManageableData::Entry const& entry : asked) {
                 auto const found = m_platform.m_managementValues.find({entry.item, entry.subItem});
                 if (found != m_platform.m_managementValues.end())
@@ -91,7 +91,7 @@ public:
 private:
     bool accepts(char const* operation)
     {
-        std::lock_guard const guard(m_platform.m_mutex);
+        Threads::Lock const guard(m_platform.m_mutex);
         if (!m_platform.m_managementAccepts)
             m_platform.complain(operation);
         return m_platform.m_managementAccepts.value_or(false);
@@ -128,75 +128,75 @@ Platform& Platform::current()
 
 void Platform::database(std::string const& schema, std::string const& element, std::string const& text)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_stored.values[{schema, element}] = text;
 }
 
 void Platform::table(std::string const& schema, std::string const& xml)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_stored.tables[schema] = xml;
 }
 
 void Platform::emptyDatabase()
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_emptyDatabase = true;
 }
 
 void Platform::schemaMissing(std::string const& schema)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_missingSchemas.insert(schema);
 }
 
 std::optional<std::string> Platform::databaseText(std::string const& schema, std::string const& element) const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     auto const found = m_stored.values.find({schema, element});
     return found == m_stored.values.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<std::string> Platform::databaseTable(std::string const& schema) const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     auto const found = m_stored.tables.find(schema);
     return found == m_stored.tables.end() ? std::nullopt : std::optional(found->second);
 }
 
 Stored Platform::stored() const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     return m_stored;
 }
 
 void Platform::management(std::string const& item, std::string const& subItem, std::string const& value)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_managementValues[{item, subItem}] = value;
 }
 
 void Platform::managementAnswersNothing()
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_managementAnswersNothing = true;
 }
 
 void Platform::managementAccepts(bool accepts)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_managementAccepts = accepts;
 }
 
 void Platform::managementMissing()
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_managementMissing = true;
 }
 
 void Platform::hardware(bool entryModel, bool topModel, bool usb)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_entryModel = entryModel;
     m_topModel = topModel;
     m_usb = usb;
@@ -207,7 +207,7 @@ void Platform::flagFile(std::string const& text)
     std::filesystem::path const path = m_directory + flagFilePath;
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     // Two writes within one tick of the clock must still differ.
     std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() +
                                                std::chrono::seconds(++m_flagFileVersion));
@@ -220,13 +220,13 @@ void Platform::removeFlagFile()
 
 void Platform::logLevel(int level)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_logLevel = level;
 }
 
 std::vector<Call> Platform::journal() const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     return m_journal;
 }
 
@@ -247,19 +247,19 @@ std::vector<std::string> Platform::lines(std::set<std::string> const& names) con
 
 void Platform::clearJournal()
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_journal.clear();
 }
 
 void Platform::keepJournal(bool keep)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_keepJournal = keep;
 }
 
 std::vector<LogLine> Platform::logs() const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     return m_logs;
 }
 
@@ -274,39 +274,39 @@ std::vector<std::string> Platform::logs(int level) const
 
 void Platform::clearLogs()
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_logs.clear();
 }
 
 std::vector<std::string> Platform::unscripted() const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     return m_unscripted;
 }
 
 void Platform::onCall(std::function<void(Call const&)> hook)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_hook = std::move(hook);
 }
 
 void Platform::failCall(std::size_t k, bool forGood)
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     m_failAt = k == 0 ? 0 : m_fallibleCalls + k;
     m_failForGood = forGood;
 }
 
 std::size_t Platform::fallibleCalls() const
 {
-    std::lock_guard const guard(m_mutex);
+    Threads::Lock const guard(m_mutex);
     return m_fallibleCalls;
 }
 
 Executable* Platform::findService(std::string const& name)
 {
     bool const found = Seam::truth("findService", {name}, true, [&] {
-        std::lock_guard const guard(m_mutex);
+        Threads::Lock const guard(m_mutex);
         if (name != "LocalMgmtIfc")
             complain("findService " + name);
         return name == "LocalMgmtIfc" && !m_managementMissing;
@@ -326,7 +326,7 @@ std::string Platform::call(std::string const& name, std::vector<std::string> arg
     thread_local bool insideHook = false;
     Call entry{name, std::move(arguments), "", lockDepthOfThisThread(), std::this_thread::get_id(), false};
     if (failure != nullptr) {
-        std::lock_guard const guard(m_mutex);
+        Threads::Lock const guard(m_mutex);
         ++m_fallibleCalls;
         entry.injected = m_failAt != 0 && (m_failForGood ? m_fallibleCalls >= m_failAt : m_fallibleCalls == m_failAt);
     }
@@ -334,7 +334,7 @@ std::string Platform::call(std::string const& name, std::vector<std::string> arg
 
     std::function<void(Call const&)> hook;
     {
-        std::lock_guard const guard(m_mutex);
+        Threads::Lock const guard(m_mutex);
         if (m_keepJournal)
             m_journal.push_back(entry);
         if (!insideHook)
@@ -351,7 +351,7 @@ std::string Platform::call(std::string const& name, std::vector<std::string> arg
 bool Seam::reachable(std::string const& schema)
 {
     Platform& platform = Platform::current();
-    std::lock_guard const guard(platform.m_mutex);
+    Threads::Lock const guard(platform.m_mutex);
     return !platform.m_missingSchemas.contains(schema);
 }
 
@@ -361,7 +361,7 @@ std::string Seam::read(std::string const& schema, std::string const& element, bo
     std::optional<std::string> const found = whole ? platform.databaseTable(schema) : platform.databaseText(schema, element);
     if (found)
         return *found;
-    std::lock_guard const guard(platform.m_mutex);
+    Threads::Lock const guard(platform.m_mutex);
     if (!platform.m_emptyDatabase)
         platform.complain("getDataItem " + schema + " " + (whole ? std::string("(whole table)") : element));
     return "failure";
@@ -381,7 +381,7 @@ void Seam::replaceTable(std::string const& schema, std::string const& xml)
 bool Seam::hardware(std::string const& question)
 {
     Platform& platform = Platform::current();
-    std::lock_guard const guard(platform.m_mutex);
+    Threads::Lock const guard(platform.m_mutex);
     return question == "is_TL20" ? platform.m_entryModel : question == "is_TL70" ? platform.m_topModel : platform.m_usb;
 }
 
@@ -390,7 +390,7 @@ void Seam::log(int level, char const* file, std::string text)
     Platform* const platform = currentPlatform;
     if (platform == nullptr)
         return;
-    std::lock_guard const guard(platform->m_mutex);
+    Threads::Lock const guard(platform->m_mutex);
     if (level > 2 && level > platform->m_logLevel)
         platform->complain("log line of level " + std::to_string(level) + " that nobody wants: " + text);
     platform->m_logs.push_back({level, file, std::move(text)});
@@ -401,7 +401,7 @@ bool Seam::logWanted(int level)
     Platform* const platform = currentPlatform;
     if (platform == nullptr)
         return false;
-    std::lock_guard const guard(platform->m_mutex);
+    Threads::Lock const guard(platform->m_mutex);
     return level <= platform->m_logLevel;
 }
 

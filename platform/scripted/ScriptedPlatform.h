@@ -3,6 +3,7 @@
 // Exactly one Scripted::Platform may exist at a time; the static functions of the seam go through it.
 #pragma once
 
+#include "AnnotatedMutex.h"
 #include "ManageableData.h"
 #include "SvcRTEContext.h"
 
@@ -10,7 +11,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -144,31 +144,31 @@ private:
 
     std::string call(std::string const& name, std::vector<std::string> arguments, char const* failure,
                      std::function<std::string()> const& answer);
-    void complain(std::string const& what);
+    void complain(std::string const& what) MEDIADATA_REQUIRES(m_mutex);
 
-    mutable std::mutex m_mutex;
+    mutable Threads::Mutex m_mutex;
     std::string m_directory;
-    Stored m_stored;
-    bool m_emptyDatabase = false;
-    std::set<std::string> m_missingSchemas;
+    Stored m_stored MEDIADATA_GUARDED_BY(m_mutex);
+    bool m_emptyDatabase MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::set<std::string> m_missingSchemas MEDIADATA_GUARDED_BY(m_mutex);
     std::unique_ptr<Management> m_management;
-    std::map<std::pair<std::string, std::string>, std::string> m_managementValues;
-    bool m_managementAnswersNothing = false;
-    bool m_managementMissing = false;
-    std::optional<bool> m_managementAccepts;
-    bool m_entryModel = false;
-    bool m_topModel = false;
-    bool m_usb = false;
-    int m_flagFileVersion = 0;
-    int m_logLevel = 2;
-    bool m_keepJournal = true;
-    std::vector<Call> m_journal;
-    std::vector<LogLine> m_logs;
-    std::vector<std::string> m_unscripted;
-    std::function<void(Call const&)> m_hook;
-    std::size_t m_fallibleCalls = 0;
-    std::size_t m_failAt = 0;
-    bool m_failForGood = false;
+    std::map<std::pair<std::string, std::string>, std::string> m_managementValues MEDIADATA_GUARDED_BY(m_mutex);
+    bool m_managementAnswersNothing MEDIADATA_GUARDED_BY(m_mutex) = false;
+    bool m_managementMissing MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::optional<bool> m_managementAccepts MEDIADATA_GUARDED_BY(m_mutex);
+    bool m_entryModel MEDIADATA_GUARDED_BY(m_mutex) = false;
+    bool m_topModel MEDIADATA_GUARDED_BY(m_mutex) = false;
+    bool m_usb MEDIADATA_GUARDED_BY(m_mutex) = false;
+    int m_flagFileVersion MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    int m_logLevel MEDIADATA_GUARDED_BY(m_mutex) = 2;
+    bool m_keepJournal MEDIADATA_GUARDED_BY(m_mutex) = true;
+    std::vector<Call> m_journal MEDIADATA_GUARDED_BY(m_mutex);
+    std::vector<LogLine> m_logs MEDIADATA_GUARDED_BY(m_mutex);
+    std::vector<std::string> m_unscripted MEDIADATA_GUARDED_BY(m_mutex);
+    std::function<void(Call const&)> m_hook MEDIADATA_GUARDED_BY(m_mutex);
+    std::size_t m_fallibleCalls MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    std::size_t m_failAt MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    bool m_failForGood MEDIADATA_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace Scripted

@@ -2,16 +2,17 @@
 // semaphores, so that the depth of a thread and the sum of all holds are exact at any moment.
 #include "Semaphore.h"
 
+#include "AnnotatedMutex.h"
 #include "Seam.h"
 
 #include <chrono>
-#include <condition_variable>
 #include <map>
-#include <mutex>
 #include <set>
 #include <thread>
 
 namespace {
+
+Threads::Mutex mutex;
 
 /// What one thread has of a semaphore: how often it took it, and how many of the semaphore's units that keeps.
 struct Hold {
@@ -19,14 +20,15 @@ struct Hold {
     int units = 0;
 };
 
-struct Lock {
-    Lock(int initial, int missing, bool isRecursive) : free(initial), recursive(isRecursive), madeHeld(initial == 0)
+/// The units of a semaphore: those that are free, and who holds the others.
+struct Units {
+    Units(int initial, int missing, bool isRecursive) : free(initial), recursive(isRecursive), madeHeld(initial == 0)
     {
         if (missing > 0)
             holds[std::this_thread::get_id()] = {recursive ? 1 : missing, missing};
     }
 
-    bool tryTake()
+    bool tryTake() MEDIADATA_REQUIRES(mutex)
     {
         std::thread::id const self = std::this_thread::get_id();
         if (recursive && holds.contains(self)) {
@@ -45,51 +47,55 @@ struct Lock {
     /// How many units come free when the holder gives once.
     int unitsGiven(Hold const& hold) const { return !recursive ? 1 : hold.depth == 1 ? hold.units : 0; }
 
-    int free;
+    int free MEDIADATA_GUARDED_BY(mutex);
     bool const recursive;
     bool const madeHeld;
-    std::map<std::thread::id, Hold> holds;
-    std::condition_variable given;
+    std::map<std::thread::id, Hold> holds MEDIADATA_GUARDED_BY(mutex);
+    Threads::Condition given;
 };
 
-std::mutex mutex;
-std::set<Lock const*> locks;
-std::size_t taken = 0;
+std::set<Units const*> semaphores MEDIADATA_GUARDED_BY(mutex);
+std::size_t taken MEDIADATA_GUARDED_BY(mutex) = 0;
 
 } // namespace
 
-struct Semaphore::State : Lock {
-    using Lock::Lock;
+class Semaphore::State : public Units {
+    using Units::Units;
 };
 
 Semaphore::Semaphore(int maximum, int initial, bool recursive)
     : m_state(std::make_unique<State>(initial, maximum - initial, recursive))
 {
-    std::lock_guard const guard(mutex);
-    locks.insert(m_state.get());
+    Threads::Lock const guard(mutex);
+    semaphores.insert(m_state.get());
 }
 
 Semaphore::~Semaphore()
 {
-    std::lock_guard const guard(mutex);
-    locks.erase(m_state.get());
+    Threads::Lock const guard(mutex);
+    semaphores.erase(m_state.get());
 }
 
 bool Semaphore::take(int timeoutMs)
 {
-    std::unique_lock guard(mutex);
-    auto const tryTake = [this] { return m_state->tryTake(); };
-    if (timeoutMs < 0)
-        m_state->given.wait(guard, tryTake);
-    else if (!m_state->given.wait_for(guard, std::chrono::milliseconds(timeoutMs), tryTake))
-        return false;
+    Threads::Lock guard(mutex);
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    bool isInTime = true;
+    while (!m_state->tryTake()) {
+        if (!isInTime)
+            return false;
+        if (timeoutMs < 0)
+            m_state->given.wait(guard);
+        else
+            isInTime = m_state->given.waitUntil(guard, end);
+    }
     ++taken;
     return true;
 }
 
 bool Semaphore::give()
 {
-    std::lock_guard const guard(mutex);
+    Threads::Lock const guard(mutex);
     auto const held = m_state->holds.find(std::this_thread::get_id());
     if (held == m_state->holds.end())
         return false;
@@ -100,7 +106,7 @@ bool Semaphore::give()
     if (--hold.depth == 0)
         m_state->holds.erase(held);
     if (units > 0)
-        m_state->given.notify_all();
+        m_state->given.notifyAll();
     return true;
 }
 
@@ -108,11 +114,11 @@ namespace Scripted {
 
 int lockDepthOfThisThread()
 {
-    std::lock_guard const guard(mutex);
+    Threads::Lock const guard(mutex);
     int depth = 0;
-    for (Lock const* lock : locks) {
-        auto const held = lock->holds.find(std::this_thread::get_id());
-        if (lock->madeHeld && held != lock->holds.end())
+    for (Units const* each : semaphores) {
+        auto const held = each->holds.find(std::this_thread::get_id());
+        if (each->madeHeld && held != each->holds.end())
             depth += held->second.depth;
     }
     return depth;
@@ -120,17 +126,17 @@ int lockDepthOfThisThread()
 
 int Platform::heldLocks()
 {
-    std::lock_guard const guard(mutex);
+    Threads::Lock const guard(mutex);
     int holds = 0;
-    for (Lock const* lock : locks)
-        for (auto const& [thread, hold] : lock->holds)
+    for (Units const* each : semaphores)
+        for (auto const& [thread, hold] : each->holds)
             holds += hold.depth;
     return holds;
 }
 
 std::size_t Platform::takenLocks()
 {
-    std::lock_guard const guard(mutex);
+    Threads::Lock const guard(mutex);
     return taken;
 }
 

@@ -2,6 +2,7 @@
 // send control characters to a terminal, whatever values it quotes.
 #include "seam/HostLog.h"
 
+#include "AnnotatedMutex.h"
 #include "AppLog.h"
 #include "ClientUtils.h"
 
@@ -14,7 +15,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <mutex>
 
 namespace {
 
@@ -33,8 +33,8 @@ std::atomic<int>& wantedLevel()
 }
 
 struct Output {
-    std::mutex mutex;
-    std::function<void(Host::LogLine const&)> sink;
+    Threads::Mutex mutex;
+    std::function<void(Host::LogLine const&)> sink MEDIADATA_GUARDED_BY(mutex);
 };
 
 Output& output()
@@ -88,7 +88,7 @@ std::string printable(std::string const& text)
 void write(Host::LogLine const& line)
 {
     Output& out = output();
-    std::lock_guard const lock(out.mutex);
+    Threads::Lock const lock(out.mutex);
     if (out.sink) {
         out.sink(line);
         return;
@@ -109,7 +109,7 @@ void Host::setLogLevel(int level)
 void Host::setLogSink(std::function<void(LogLine const&)> sink)
 {
     Output& out = output();
-    std::lock_guard const lock(out.mutex);
+    Threads::Lock const lock(out.mutex);
     out.sink = std::move(sink);
 }
 

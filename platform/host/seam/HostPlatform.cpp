@@ -119,13 +119,14 @@ bool Platform::takeDatabaseError()
 
 void Platform::readDeviceProfile()
 {
+    Threads::Lock const lock(m_mutex);
     modelNamed(m_database->read(deviceSchema, "model").value_or(""), m_profile.model);
     m_profile.usb = ClientUtils::stob(m_database->read(deviceSchema, "usb").value_or(ClientUtils::btos(m_profile.usb)));
 }
 
 DeviceProfile Platform::deviceProfile() const
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     return m_profile;
 }
 
@@ -137,7 +138,7 @@ DeviceProfile Platform::currentProfile()
 
 bool Platform::setDeviceProfile(DeviceProfile const& profile)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     std::array<StoredItem, 2> const items{
         {{deviceSchema, "model", modelName(profile.model)}, {deviceSchema, "usb", ClientUtils::btos(profile.usb)}}};
     if (!m_database->write(items, {}))

@@ -1,12 +1,12 @@
 // The platform of a workstation: everything the library asks of a telephone, kept in one data directory.
 #pragma once
 
+#include "AnnotatedMutex.h"
 #include "DeviceProfile.h"
 #include "FailedWrite.h"
 #include "SvcRTEContext.h"
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -85,8 +85,8 @@ private:
     std::unique_ptr<Database> m_database;
     std::unique_ptr<ManagementService> m_management;
 
-    mutable std::mutex m_mutex; // guards m_profile
-    DeviceProfile m_profile;
+    mutable Threads::Mutex m_mutex; // taken before the database's
+    DeviceProfile m_profile MEDIADATA_GUARDED_BY(m_mutex);
 };
 
 } // namespace Host

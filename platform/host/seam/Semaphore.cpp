@@ -1,21 +1,20 @@
-// The lock of the host platform. One atomic word counts what is free, so that taking and giving without contention is one
-// exchange each, and a holder's further takes touch nothing shared. Under contention threads queue and a unit is handed to
+// The lock of the host platform. One atomic word counts the free units: without contention, take and give are one atomic
+// operation each, and a holder's further takes touch nothing shared. Under contention threads queue, and a unit is handed to
 // the first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
 //
 // A waiter first looks out for its turn for some microseconds, since most holds are over by then and sleeping costs more.
 //
-// Locking: the queue is guarded by `m_mutex`. A waiter leaves its place on the stack as soon as it sees `granted`, so that
-// setting it is the last that others do there. `depth` belongs to the owner. `word` is twice the number of free units, plus 1
-// while threads may be queued; only a holder of `m_mutex` sets or clears that 1.
+// Locking: `m_word` is twice the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or
+// clears that 1. `m_depth` belongs to the owner. A waiter lies on its thread's stack and is gone as soon as it sees `granted`,
+// so that setting it is the last that others do to it.
 #include "Semaphore.h"
 
+#include "AnnotatedMutex.h"
 #include "seam/LockMark.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 
 namespace {
 
@@ -34,16 +33,18 @@ struct Waiter {
     /// Looks out for the turn without sleeping.
     bool spin() const
     {
-        for (int i = 0; i < spins && !granted.load(std::memory_order_acquire); ++i)
+        for (int i = 0; i < spins && !isGranted(); ++i)
             std::atomic_signal_fence(std::memory_order_seq_cst);
-        return granted.load(std::memory_order_acquire);
+        return isGranted();
     }
+
+    bool isGranted() const { return granted.load(std::memory_order_acquire); }
 
     static constexpr int spins = 4000;
 
     void const* const thread;
     std::atomic<bool> granted = false;
-    std::condition_variable wake;
+    Threads::Condition wake;
     Waiter* next = nullptr;
 };
 
@@ -85,105 +86,141 @@ constexpr unsigned unit = 2;
 
 } // namespace
 
-struct Semaphore::State {
-    State(int maximum, int initial, bool isRecursive)
-        : recursive(isRecursive), exclusive(isRecursive || maximum <= 1),
-          capacity(exclusive ? unit : unit * static_cast<unsigned>(maximum)),
-          word(std::min(capacity, unit * static_cast<unsigned>(std::max(initial, 0))))
+class Semaphore::State {
+public:
+    State(int maximum, int initial, bool recursive)
+        : m_recursive(recursive), m_exclusive(recursive || maximum <= 1),
+          m_capacity(m_exclusive ? unit : unit * static_cast<unsigned>(maximum)),
+          m_word(std::min(m_capacity, unit * static_cast<unsigned>(std::max(initial, 0))))
     {
-        if (exclusive && word == 0)
+        if (m_exclusive && m_word == 0)
             own(thisThread());
     }
 
+    bool take(int timeoutMs);
+    bool give();
+
+private:
     void own(void const* thread)
     {
-        depth = 1;
-        owner.store(thread, std::memory_order_relaxed);
+        m_depth = 1;
+        m_owner.store(thread, std::memory_order_relaxed);
     }
 
-    bool ownedHere() const { return owner.load(std::memory_order_relaxed) == thisThread(); }
+    bool isOwnedHere() const { return m_owner.load(std::memory_order_relaxed) == thisThread(); }
 
-    bool tryTake()
-    {
-        unsigned now = word.load(std::memory_order_relaxed);
-        while (now >= unit && (now & queued) == 0)
-            if (word.compare_exchange_weak(now, now - unit, std::memory_order_acquire, std::memory_order_relaxed))
-                return true;
-        return false;
-    }
-
-    bool giveUnit()
-    {
-        unsigned now = word.load(std::memory_order_relaxed);
-        while ((now & queued) == 0) {
-            if (now >= capacity)
-                return false;
-            if (word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
-                return true;
-        }
-        return handOver();
-    }
-
+    bool tryTake();
     bool waitForTurn(int timeoutMs);
+    bool giveUnit();
     bool handOver();
 
-    bool const recursive;
-    bool const exclusive; // one unit, and only the thread that has it may give it
-    unsigned const capacity;
-    std::atomic<unsigned> word;
-    std::atomic<void const*> owner = nullptr; // only compared with the caller itself, which alone can have put itself there
-    int depth = 0;
+    bool const m_recursive;
+    bool const m_exclusive; // one unit, and only the thread that has it may give it
+    unsigned const m_capacity;
+    std::atomic<unsigned> m_word;
+    std::atomic<void const*> m_owner = nullptr; // only compared with the caller, which alone can have put itself there
+    int m_depth = 0;
 
-    std::mutex m_mutex;
-    WaitingLine m_queue;
+    Threads::Mutex m_mutex;
+    WaitingLine m_queue MEDIADATA_GUARDED_BY(m_mutex);
 };
+
+bool Semaphore::State::tryTake()
+{
+    unsigned now = m_word.load(std::memory_order_relaxed);
+    while (now >= unit && (now & queued) == 0)
+        if (m_word.compare_exchange_weak(now, now - unit, std::memory_order_acquire, std::memory_order_relaxed))
+            return true;
+    return false;
+}
 
 bool Semaphore::State::waitForTurn(int timeoutMs)
 {
-    std::unique_lock lock(m_mutex);
+    Threads::Lock lock(m_mutex);
     // Announce the waiter before looking once more: from here on nobody changes the word without the mutex.
-    unsigned const now = word.fetch_or(queued, std::memory_order_acquire);
+    unsigned const now = m_word.fetch_or(queued, std::memory_order_acquire);
     if (m_queue.empty() && now >= unit) {
-        word.store((now & ~queued) - unit, std::memory_order_relaxed);
-        if (exclusive)
+        m_word.store((now & ~queued) - unit, std::memory_order_relaxed);
+        if (m_exclusive)
             own(thisThread());
         return true;
     }
     Waiter self(thisThread());
     m_queue.push(self);
-    auto const granted = [&] { return self.granted.load(std::memory_order_acquire); };
     if (timeoutMs < 0) {
         lock.unlock();
         if (self.spin())
             return true;
         lock.lock();
-        self.wake.wait(lock, granted);
-    } else if (!self.wake.wait_until(lock, std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs),
-                                     granted)) {
-        m_queue.remove(self);
+        while (!self.isGranted())
+            self.wake.wait(lock);
+        return true;
     }
-    return granted();
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+    while (!self.isGranted() && self.wake.waitUntil(lock, end)) {
+    }
+    if (!self.isGranted())
+        m_queue.remove(self);
+    return self.isGranted();
+}
+
+bool Semaphore::State::giveUnit()
+{
+    unsigned now = m_word.load(std::memory_order_relaxed);
+    while ((now & queued) == 0) {
+        if (now >= m_capacity)
+            return false;
+        if (m_word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
+            return true;
+    }
+    return handOver();
 }
 
 /// Gives a unit to the first in the queue.
 bool Semaphore::State::handOver()
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     if (m_queue.empty()) { // those who waited gave up
-        unsigned const now = word.load(std::memory_order_relaxed) & ~queued;
-        if (now >= capacity)
+        unsigned const now = m_word.load(std::memory_order_relaxed) & ~queued;
+        if (now >= m_capacity)
             return false;
-        word.store(now + unit, std::memory_order_release);
+        m_word.store(now + unit, std::memory_order_release);
         return true;
     }
     Waiter& next = m_queue.pop();
-    if (exclusive)
+    if (m_exclusive)
         own(next.thread);
     if (m_queue.empty())
-        word.fetch_and(~queued, std::memory_order_release);
-    next.wake.notify_one();
+        m_word.fetch_and(~queued, std::memory_order_release);
+    next.wake.notifyOne();
     next.granted.store(true, std::memory_order_release);
     return true;
+}
+
+bool Semaphore::State::take(int timeoutMs)
+{
+    if (m_recursive && isOwnedHere()) {
+        ++m_depth;
+        return true;
+    }
+    if (tryTake()) {
+        if (m_exclusive)
+            own(thisThread());
+        return true;
+    }
+    return timeoutMs != 0 && waitForTurn(timeoutMs);
+}
+
+bool Semaphore::State::give()
+{
+    if (!m_exclusive)
+        return giveUnit();
+    if (!isOwnedHere())
+        return false;
+    if (--m_depth > 0)
+        return true;
+    m_owner.store(nullptr, std::memory_order_relaxed);
+    return giveUnit();
 }
 
 Semaphore::Semaphore(int maximum, int initial, bool recursive)
@@ -195,30 +232,12 @@ Semaphore::~Semaphore() = default;
 bool Semaphore::take(int timeoutMs)
 {
     ++t_taken;
-    State& my = *m_state;
-    if (my.recursive && my.ownedHere()) {
-        ++my.depth;
-        return true;
-    }
-    if (my.tryTake()) {
-        if (my.exclusive)
-            my.own(thisThread());
-        return true;
-    }
-    return timeoutMs != 0 && my.waitForTurn(timeoutMs);
+    return m_state->take(timeoutMs);
 }
 
 bool Semaphore::give()
 {
-    State& my = *m_state;
-    if (!my.exclusive)
-        return my.giveUnit();
-    if (!my.ownedHere())
-        return false;
-    if (--my.depth > 0)
-        return true;
-    my.owner.store(nullptr, std::memory_order_relaxed);
-    return my.giveUnit();
+    return m_state->give();
 }
 
 Host::LockMark Host::lockMark()

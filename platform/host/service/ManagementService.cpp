@@ -56,7 +56,7 @@ ManagementService::ManagementService(Database& database, SecretBox const& secret
 
 ManagementService::~ManagementService()
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     keepJournal();
 }
 
@@ -96,7 +96,7 @@ bool ManagementService::store(ManageableData const& record)
 
 bool ManagementService::readData(ManageableData& record)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     std::vector<ManageableData::Entry> const asked = record.entries();
     for (ManageableData::Entry const& each : asked) {
         std::optional<std::string> value = m_database.read(schemaPrefix + each.item, each.subItem);
@@ -110,14 +110,14 @@ bool ManagementService::readData(ManageableData& record)
 
 bool ManagementService::reportChanged(ManageableData& record, std::vector<std::string> const&)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     note("reported", record);
     return true;
 }
 
 bool ManagementService::requestSet(ManageableData& record)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     note("requested", record);
     if (!store(record))
         return false;
@@ -129,20 +129,20 @@ bool ManagementService::requestSet(ManageableData& record)
 
 void ManagementService::setAgent(MgmtAgentIfc* agent)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     m_agent = agent;
 }
 
 MgmtAgentIfc* ManagementService::agent()
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     return m_agent;
 }
 
 bool ManagementService::change(ManageableData& record)
 {
     {
-        std::lock_guard const lock(m_mutex);
+        Threads::Lock const lock(m_mutex);
         if (!store(record))
             return false;
     }
@@ -165,7 +165,7 @@ void ManagementService::dispatch()
 {
     std::vector<Item> requested;
     {
-        std::lock_guard const lock(m_mutex);
+        Threads::Lock const lock(m_mutex);
         requested.swap(m_requested);
     }
     ManageableData record;
@@ -208,7 +208,7 @@ std::vector<ManagementService::Item> ManagementService::items()
 
 std::vector<JournalEntry> ManagementService::journal(int limit)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     keepJournal();
     return m_database.journal(limit);
 }

@@ -2,10 +2,10 @@
 // takes what the library reads, reports and requests, and calls the library in the service's name.
 #pragma once
 
+#include "AnnotatedMutex.h"
 #include "JournalEntry.h"
 #include "LocalMgmtIfc.h"
 
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -65,19 +65,19 @@ public:
     std::vector<JournalEntry> journal(int limit = journalLimit);
 
 private:
-    void note(std::string const& kind, ManageableData const& record);
-    bool keepJournal();
-    bool store(ManageableData const& record);
+    void note(std::string const& kind, ManageableData const& record) MEDIADATA_REQUIRES(m_mutex);
+    bool keepJournal() MEDIADATA_REQUIRES(m_mutex);
+    bool store(ManageableData const& record) MEDIADATA_REQUIRES(m_mutex);
     MgmtAgentIfc* agent();
 
     Database& m_database;
     SecretBox const& m_secrets;
 
-    std::mutex m_mutex; // guards everything below; taken before the database's
-    MgmtAgentIfc* m_agent = nullptr;
-    std::vector<JournalEntry>
-        m_unsaved; // saved with the next durable change and at the end; when there are many the database takes them
-    std::vector<Item> m_requested;
+    Threads::Mutex m_mutex; // taken before the database's
+    MgmtAgentIfc* m_agent MEDIADATA_GUARDED_BY(m_mutex) = nullptr;
+    // Saved with the next durable change and at the end; when there are many the database takes them.
+    std::vector<JournalEntry> m_unsaved MEDIADATA_GUARDED_BY(m_mutex);
+    std::vector<Item> m_requested MEDIADATA_GUARDED_BY(m_mutex);
 };
 
 } // namespace Host

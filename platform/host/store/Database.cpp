@@ -116,6 +116,7 @@ std::array<char const*, Database::statements> const Database::m_texts{
 std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault& fault)
 {
     std::unique_ptr<Database> database(new Database);
+    Threads::Lock const lock(database->m_mutex);
     return database->prepare(path, fault) ? std::move(database) : nullptr;
 }
 
@@ -254,7 +255,7 @@ void Database::readAhead()
 
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     if (!std::exchange(m_readAhead, true))
         readAhead();
     if (std::string value; m_ahead) {
@@ -271,14 +272,26 @@ std::optional<std::string> Database::read(std::string const& schema, std::string
     return rows.front().front();
 }
 
+bool Database::runItems(std::span<StoredItem const> items)
+{
+    for (StoredItem const& each : items)
+        if (!run(writeItem, std::array{each.schema, each.element, each.value}))
+            return false;
+    return true;
+}
+
+bool Database::runJournal(std::span<JournalEntry const> journal)
+{
+    for (JournalEntry const& each : journal)
+        if (!run(addEntry, std::array{std::to_string(each.time), each.kind, each.item, each.value}))
+            return false;
+    return true;
+}
+
 bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    bool const itemsDone = std::all_of(items.begin(), items.end(), [&](StoredItem const& each) {
-        return run(writeItem, std::array{each.schema, each.element, each.value});
-    });
-    bool const journalDone = std::all_of(journal.begin(), journal.end(), [&](JournalEntry const& each) {
-        return run(addEntry, std::array{std::to_string(each.time), each.kind, each.item, each.value});
-    });
+    bool const itemsDone = runItems(items);
+    bool const journalDone = runJournal(journal);
     return itemsDone && journalDone && (journal.empty() || run(trimJournal, std::array{std::to_string(journalLimit)}));
 }
 
@@ -315,7 +328,7 @@ bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<Jou
 
 bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     if (writeWithWaiting(items, journal))
         return true;
     for (StoredItem const& each : items)
@@ -331,25 +344,25 @@ void Database::keepFailedWrite(FailedWrite failed)
 
 void Database::noteFailedWrite(FailedWrite failed)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     keepFailedWrite(std::move(failed));
 }
 
 std::set<FailedWrite> Database::takeFailedWrites()
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     return std::exchange(m_failedWrites, {});
 }
 
 bool Database::takeError()
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     return std::exchange(m_hadError, false);
 }
 
 void Database::addToNextWrite(std::vector<JournalEntry> entries)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     bool const waited = !m_waiting.empty();
     m_waiting.insert(m_waiting.end(), std::make_move_iterator(entries.begin()), std::make_move_iterator(entries.end()));
     // A journal that cannot be kept must not grow without end.
@@ -359,7 +372,7 @@ void Database::addToNextWrite(std::vector<JournalEntry> entries)
 
 std::vector<StoredItem> Database::list(std::string const& prefix)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     std::vector<Row> rows;
     std::vector<StoredItem> result;
     if (run(listItems, std::array{prefix, after(prefix)}, &rows))
@@ -370,7 +383,7 @@ std::vector<StoredItem> Database::list(std::string const& prefix)
 
 std::vector<JournalEntry> Database::journal(int limit)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     std::vector<Row> rows;
     std::vector<JournalEntry> result;
     if (run(readJournal, std::array{std::to_string(limit)}, &rows))
@@ -382,7 +395,7 @@ std::vector<JournalEntry> Database::journal(int limit)
 
 int Database::countValues(std::string const& prefix)
 {
-    std::lock_guard const lock(m_mutex);
+    Threads::Lock const lock(m_mutex);
     std::vector<Row> rows;
     if (!run(countItems, std::array{prefix, after(prefix)}, &rows) || rows.empty())
         return 0;

@@ -3,6 +3,7 @@
 // Schemas that begin with "@" are the platform's own (the management service's items, the device profile).
 #pragma once
 
+#include "AnnotatedMutex.h"
 #include "seam/FailedWrite.h"
 #include "service/JournalEntry.h"
 #include "store/ReadAhead.h"
@@ -10,7 +11,6 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <span>
@@ -95,29 +95,34 @@ private:
     using Row = std::vector<std::string>;
 
     Database() = default;
-    bool prepare(std::string const& path, DatabaseFault& fault);
-    bool migrate(DatabaseFault& fault);
-    bool prepareStatements(DatabaseFault& fault);
-    bool failed(DatabaseFault& fault, std::string const& action) const;
-    bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
-    bool complain(std::string const& text);
-    void keepFailedWrite(FailedWrite failed);
-    sqlite3_stmt* prepared(Statement);
-    void readAhead();
-    bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
-    bool transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
-    bool writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+    bool prepare(std::string const& path, DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
+    bool migrate(DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
+    bool prepareStatements(DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
+    bool failed(DatabaseFault& fault, std::string const& action) const MEDIADATA_REQUIRES(m_mutex);
+    bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr)
+        MEDIADATA_REQUIRES(m_mutex);
+    bool complain(std::string const& text) MEDIADATA_REQUIRES(m_mutex);
+    void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
+    sqlite3_stmt* prepared(Statement) MEDIADATA_REQUIRES(m_mutex);
+    void readAhead() MEDIADATA_REQUIRES(m_mutex);
+    bool runItems(std::span<StoredItem const> items) MEDIADATA_REQUIRES(m_mutex);
+    bool runJournal(std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
+    bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
+    bool transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
+    bool writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+        MEDIADATA_REQUIRES(m_mutex);
 
     static std::array<char const*, statements> const m_texts;
 
-    std::mutex m_mutex; // guards everything below once open() has returned
-    sqlite3* m_handle = nullptr;
-    std::array<sqlite3_stmt*, statements> m_prepared{};
-    bool m_readAhead = false;
-    std::vector<JournalEntry> m_waiting; // for the next write
-    std::optional<ReadAhead> m_ahead;    // from the first read to the first write or the end of the start-up
-    std::set<FailedWrite> m_failedWrites;
-    bool m_hadError = false;
+    Threads::Mutex m_mutex;
+    sqlite3* m_handle MEDIADATA_GUARDED_BY(m_mutex) = nullptr;
+    std::array<sqlite3_stmt*, statements> m_prepared MEDIADATA_GUARDED_BY(m_mutex){};
+    bool m_readAhead MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::vector<JournalEntry> m_waiting MEDIADATA_GUARDED_BY(m_mutex); // for the next write
+    // From the first read to the first write or the end of the start-up.
+    std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);
+    std::set<FailedWrite> m_failedWrites MEDIADATA_GUARDED_BY(m_mutex);
+    bool m_hadError MEDIADATA_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace Host
