@@ -32,7 +32,7 @@ std::atomic<Platform*> g_current = nullptr;
 
 } // namespace
 
-Platform::Platform() : m_directory(std::make_unique<DataDirectory>()), m_secrets(std::make_unique<SecretBox>()) {}
+Platform::Platform() : m_directory(std::make_unique<DataDirectory>()) {}
 
 Platform::~Platform()
 {
@@ -66,8 +66,10 @@ std::unique_ptr<Platform> Platform::open(Options const& options, std::string& er
 bool Platform::take(Options const& options, std::string& error)
 {
     bool newKey = false;
-    if (!m_directory->open(options.directory, error) || !prepareFlagFile(error) ||
-        !m_secrets->open(*m_directory, newKey, error))
+    if (!m_directory->open(options.directory, error) || !prepareFlagFile(error))
+        return false;
+    m_secrets = SecretBox::open(*m_directory, newKey, error);
+    if (m_secrets == nullptr)
         return false;
     m_database = openDatabase(*m_directory, m_notices, error);
     if (m_database == nullptr)
@@ -173,11 +175,9 @@ bool HardwareVersion::is_USBSupported()
 // The library may hand over one string for both texts, hence a result apart.
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
 {
-    std::string result;
     Host::Platform const* const platform = Host::Platform::current();
-    bool const done = platform != nullptr && platform->secrets().encrypt(plain, result);
-    stored = done ? std::move(result) : std::string();
-    return done;
+    stored = platform != nullptr ? platform->secrets().encrypt(plain) : "";
+    return platform != nullptr;
 }
 
 bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
@@ -185,6 +185,6 @@ bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
     std::string result;
     Host::Platform const* const platform = Host::Platform::current();
     bool const done = platform != nullptr && platform->secrets().decrypt(stored, result);
-    plain = done ? std::move(result) : std::string();
+    plain = std::move(result);
     return done;
 }

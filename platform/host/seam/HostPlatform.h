@@ -56,8 +56,8 @@ public:
     /// The values that the database did not store since the last call: whatever made a DataStorage of this platform answer
     /// false to a write (a row that is not well-formed or out of place, a table behind it, a whole table written as a value,
     /// SQLite, a full disk), and the platform's own items. A write that failed stays listed when a later one succeeds; the
-    /// list ends at `failedWriteLimit`. The library stores a secret that cannot be encrypted as an empty text: that write
-    /// succeeds and is not listed (an open platform has its key, and encrypting does not fail with it). For any thread.
+    /// list ends at `failedWriteLimit`. Encrypting a secret before its write does not fail while there is a platform. For any
+    /// thread.
     std::set<FailedWrite> takeFailedWrites();
 
     /// Since the last call SQLite failed at something, be it a read, a write or the service's journal. For any thread.

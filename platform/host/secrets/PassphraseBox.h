@@ -7,6 +7,11 @@
 namespace Host {
 
 struct PassphraseBox {
+    // What comes from elsewhere must not keep the machine busy for a minute.
+    static constexpr int mostPasses = 8;
+    static constexpr int leastMemoryKiB = 8;
+    static constexpr int mostMemoryKiB = 256 * 1024;
+
     int passes = 0;     ///< Argon2id: how often the memory is gone over
     int memoryKiB = 0;  ///< Argon2id: how much memory
     std::string salt;   ///< base64
@@ -15,11 +20,10 @@ struct PassphraseBox {
     /// Seals `plain` with a fresh salt. False when the machine cannot (no memory).
     bool seal(std::string const& plain, std::string const& passphrase);
 
-    /// False, and `plain` empty, for another passphrase, for a box that was altered, and for parameters beyond what any
-    /// machine should be asked for (see isSane).
+    /// False, and `plain` empty, for another passphrase, a box that was altered, and one that is not sane.
     bool open(std::string const& passphrase, std::string& plain) const;
 
-    /// The parameters are within 1..16 passes and 8 KiB..1 GiB, and the salt is one.
+    /// The parameters are within the limits above (one pass at the least), and the salt is one.
     bool isSane() const;
 };
 

@@ -9,8 +9,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <vector>
 
 #define UNIT "SecretBox"
 
@@ -19,105 +19,74 @@ namespace Host {
 namespace {
 
 constexpr char const* keyName = "secret.key";
-constexpr std::size_t keySize = crypto_aead_xchacha20poly1305_ietf_KEYBYTES;
-constexpr std::size_t nonceSize = crypto_aead_xchacha20poly1305_ietf_NPUBBYTES;
-constexpr std::size_t tagSize = crypto_aead_xchacha20poly1305_ietf_ABYTES;
-constexpr int base64 = sodium_base64_VARIANT_URLSAFE_NO_PADDING;
 
-using Bytes = std::vector<unsigned char>;
-
-std::string encoded(unsigned char const* data, std::size_t size)
+bool makeKey(DataDirectory const& directory, SealingKey& key, std::string& error)
 {
-    std::string text(sodium_base64_encoded_len(size, base64), '\0');
-    sodium_bin2base64(text.data(), text.size(), data, size, base64);
-    text.pop_back(); // the terminating zero
-    return text;
+    randombytes_buf(key.bytes.data(), key.bytes.size());
+    std::string content(key.bytes.begin(), key.bytes.end());
+    bool const kept = directory.replaceFile(keyName, content, error);
+    sodium_memzero(content.data(), content.size());
+    return kept;
 }
 
-unsigned char const* bytes(std::string_view text)
+bool readKey(DataDirectory const& directory, SealingKey& key, std::string& error)
 {
-    return reinterpret_cast<unsigned char const*>(text.data());
-}
-
-} // namespace
-
-SecretBox::~SecretBox()
-{
-    sodium_memzero(m_key.data(), m_key.size());
-}
-
-bool SecretBox::open(DataDirectory const& directory, bool& made, std::string& error)
-{
-    made = false;
-    if (sodium_init() < 0) {
-        error = "encryption is not available on this machine";
-        return false;
-    }
-    DataDirectory::State const state = directory.look(keyName, error);
-    if (state == DataDirectory::State::refused)
-        return false;
-    if (state == DataDirectory::State::absent) {
-        m_key.resize(keySize);
-        randombytes_buf(m_key.data(), m_key.size());
-        made = directory.replaceFile(keyName, m_key, error);
-        return made;
-    }
     FileDescriptor const file = directory.openFile(keyName, O_RDONLY, error);
     if (!file)
         return false;
-    std::array<char, keySize + 1> content{};
-    ssize_t const length = ::read(file.get(), content.data(), content.size());
-    bool const isKey = length == static_cast<ssize_t>(keySize);
+    std::array<unsigned char, SealingKey::size + 1> content{}; // one more, to see whether the file goes on
+    bool const isKey = ::read(file.get(), content.data(), content.size()) == static_cast<ssize_t>(SealingKey::size);
     if (isKey)
-        m_key.assign(content.data(), keySize);
+        std::copy_n(content.begin(), SealingKey::size, key.bytes.begin());
     else
-        error = directory.pathOf(keyName) + " is damaged: it does not hold a key of " + std::to_string(keySize) +
+        error = directory.pathOf(keyName) + " is damaged: it does not hold a key of " + std::to_string(SealingKey::size) +
                 " bytes. Put the right file back, or remove it and set the secrets again";
     sodium_memzero(content.data(), content.size());
     return isKey;
 }
 
-bool SecretBox::encrypt(std::string const& plain, std::string& stored) const
+} // namespace
+
+std::unique_ptr<SecretBox> SecretBox::open(DataDirectory const& directory, bool& made, std::string& error)
 {
-    stored.clear();
-    if (m_key.size() != keySize)
-        return false;
+    made = false;
+    if (!sealingWorks()) {
+        error = "encryption is not available on this machine";
+        return nullptr;
+    }
+    std::unique_ptr<SecretBox> box(new SecretBox);
+    switch (directory.look(keyName, error)) {
+    case DataDirectory::State::refused:
+        return nullptr;
+    case DataDirectory::State::absent:
+        made = makeKey(directory, box->m_key, error);
+        return made ? std::move(box) : nullptr;
+    case DataDirectory::State::present:
+        break;
+    }
+    return readKey(directory, box->m_key, error) ? std::move(box) : nullptr;
+}
+
+std::string SecretBox::encrypt(std::string const& plain) const
+{
     // There is nothing to hide, and a reader takes an empty decrypted text for none at all.
-    if (plain.empty())
-        return true;
-    Bytes sealed(nonceSize + plain.size() + tagSize);
-    randombytes_buf(sealed.data(), nonceSize);
-    if (crypto_aead_xchacha20poly1305_ietf_encrypt(sealed.data() + nonceSize, nullptr, bytes(plain), plain.size(),
-                                                   bytes(prefix), prefix.size(), nullptr, sealed.data(), bytes(m_key)) != 0)
-        return false;
-    stored = std::string(prefix) + encoded(sealed.data(), sealed.size());
-    return true;
+    return plain.empty() ? "" : std::string(prefix) + toBase64(seal(plain, prefix, m_key));
 }
 
 bool SecretBox::decrypt(std::string const& stored, std::string& plain) const
 {
     plain.clear();
     if (stored.empty())
-        return m_key.size() == keySize;
-    if (m_key.size() != keySize || !stored.starts_with(prefix))
+        return true;
+    Bytes sealed;
+    if (!stored.starts_with(prefix) || !fromBase64(std::string_view(stored).substr(prefix.size()), sealed) ||
+        sealed.size() < sealingSize)
         return false;
-    std::string_view const text = std::string_view(stored).substr(prefix.size());
-    Bytes sealed(text.size());
-    std::size_t length = 0;
-    // Only the one text that encrypt() makes of these bytes counts: the decoder lets some foreign characters pass.
-    if (sodium_base642bin(sealed.data(), sealed.size(), text.data(), text.size(), nullptr, &length, nullptr, base64) != 0 ||
-        length < nonceSize + tagSize || encoded(sealed.data(), length) != text)
-        return false;
-    std::string opened(length - nonceSize - tagSize, '\0');
-    if (crypto_aead_xchacha20poly1305_ietf_decrypt(reinterpret_cast<unsigned char*>(opened.data()), nullptr, nullptr,
-                                                   sealed.data() + nonceSize, length - nonceSize, bytes(prefix),
-                                                   prefix.size(), sealed.data(), bytes(m_key)) != 0) {
-        if (!m_told.test_and_set())
-            HOST_LOG_ERROR(UNIT, std::string("a secret cannot be read: it was altered, or encrypted under another key"));
-        return false;
-    }
-    plain = std::move(opened);
-    return true;
+    if (unseal(sealed, prefix, m_key, plain))
+        return true;
+    if (!m_told.test_and_set())
+        HOST_LOG_ERROR(UNIT, std::string("a secret cannot be read: it was altered, or encrypted under another key"));
+    return false;
 }
 
 } // namespace Host

@@ -1,7 +1,10 @@
 // Encrypts the secrets that lie in the database, with XChaCha20-Poly1305 under a key file of its own.
 #pragma once
 
+#include "secrets/Sealing.h"
+
 #include <atomic>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -9,29 +12,26 @@ namespace Host {
 
 class DataDirectory;
 
-/// For any thread once it is open: the key does not change.
+/// For any thread: the key does not change.
 class SecretBox {
 public:
     /// What every encrypted text begins with: the version of the form.
     static constexpr std::string_view prefix = "x1:";
 
-    SecretBox() = default;
-    ~SecretBox();
-    SecretBox(SecretBox const&) = delete;
-    SecretBox& operator=(SecretBox const&) = delete;
-
-    /// Reads the key file, or makes it when there is none (then `made` is true). False with `error` when the file is not a
+    /// Reads the key file, or makes it when there is none (then `made` is true). Null with `error` when the file is not a
     /// plain private file of this user or not a key.
-    bool open(DataDirectory const& directory, bool& made, std::string& error);
+    static std::unique_ptr<SecretBox> open(DataDirectory const& directory, bool& made, std::string& error);
 
-    /// The printable encrypted form; an empty text stays empty. Empty and false without a key.
-    bool encrypt(std::string const& plain, std::string& stored) const;
+    /// The printable encrypted form; an empty text stays empty.
+    std::string encrypt(std::string const& plain) const;
 
     /// False, and `plain` empty, unless encrypt() made the text under this key and nobody altered it since.
     bool decrypt(std::string const& stored, std::string& plain) const;
 
 private:
-    std::string m_key;
+    SecretBox() = default;
+
+    SealingKey m_key;
     mutable std::atomic_flag m_told; ///< that a secret could not be decrypted
 };
 

@@ -84,9 +84,8 @@ bool ManagementService::store(ManageableData const& record)
     for (ManageableData::Entry const& each : record.entries()) {
         if (!each.hasValue)
             continue;
-        StoredItem& item = stored.emplace_back(StoredItem{schemaPrefix + each.item, each.subItem, each.value});
-        if (isSecretItem(fullName(each)) && !m_secrets.encrypt(each.value, item.value))
-            return false;
+        std::string const text = isSecretItem(fullName(each)) ? m_secrets.encrypt(each.value) : each.value;
+        stored.push_back({schemaPrefix + each.item, each.subItem, text});
     }
     if (!m_database.write(stored, m_unsaved))
         return false;
