@@ -24,10 +24,7 @@ template <class T> constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? 
 
 } // namespace
 
-/// On the heap, whatever the process has made its default memory resource.
-BulkData::BulkData() : m_items(std::pmr::new_delete_resource()) {}
-
-BulkData::BulkData(std::pmr::memory_resource& room) : m_items(&room) {}
+BulkData::BulkData() : m_lock(std::make_unique<CacheLock>(CacheLock::State::Free)) {}
 
 BulkData::BulkData(BulkData const& other) : BulkData()
 {
@@ -40,12 +37,12 @@ BulkData& BulkData::operator=(BulkData const& other)
         return *this;
     // The source is copied under its own lock alone and moved in under ours alone: two objects assigned to each other by two
     // threads never wait for one another.
-    Items items(std::pmr::new_delete_resource());
+    Items items;
     {
-        ScopedLock const held(other.m_lock);
+        ScopedLock const held(*other.m_lock);
         deepCopyMap(other.m_items, items);
     }
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     m_items = std::move(items);
     return *this;
 }
@@ -66,7 +63,7 @@ BulkDataItem* BulkData::findItem(eDataTag tag)
 
 bool BulkData::addTag(eDataTag tag)
 {
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     m_items.try_emplace(tag);
     return true;
 }
@@ -89,7 +86,7 @@ template <class T> bool BulkData::addTagValue(eDataTag tag, T const& value, bool
     auto const type = checkTagType(tag, value);
     if (type == eDataItemTypeInvalid)
         return false;
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     auto& item = m_items[tag];
     if (!item)
         item.emplace();
@@ -106,12 +103,12 @@ template <class T> bool BulkData::setTagData(eDataTag tag, T const& value, bool 
 
 template <class T> bool BulkData::getTagValue(eDataTag tag, T& value)
 {
-    m_lock.take(-1);
+    m_lock->take();
     auto const* const item = findItem(tag);
     if (!item)
         return false; // The lock stays held: required behaviour, felt only by other threads that use the same object.
     value = item->*field<T>;
-    m_lock.give();
+    m_lock->give();
     return true;
 }
 
@@ -122,14 +119,14 @@ template <class T> bool BulkData::getTagData(eDataTag tag, T& value)
 
 void BulkData::setTagWrittenToDb(eDataTag tag, bool written)
 {
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     if (auto* const item = findItem(tag))
         item->writtenToDb = written;
 }
 
 std::set<eDataTag> BulkData::getTagsNotSetInDb()
 {
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     std::set<eDataTag> tags;
     for (auto const& [tag, item] : m_items) {
         if (item && !item->writtenToDb)
@@ -167,13 +164,13 @@ std::map<eDataTag, BulkDataItem*> BulkData::getTagsValues() const
 
 void BulkData::clear()
 {
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     m_items.clear();
 }
 
 std::string BulkData::serialize()
 {
-    ScopedLock const held(m_lock);
+    ScopedLock const held(*m_lock);
     std::string text;
     for (auto const& [tag, item] : m_items) {
         if (!item)

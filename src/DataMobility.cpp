@@ -23,6 +23,17 @@ void DataMobility::announce(eMobilityType type)
     ++m_announcements;
 }
 
+void DataMobility::finishPush(Push const& push)
+{
+    for (auto const& [tag, text] : push.settings) {
+        auto const found = m_pendingUserData.find(tag);
+        if (found != m_pendingUserData.end() && found->second == text)
+            m_pendingUserData.erase(found);
+    }
+    if (push.announcement == m_announcements)
+        m_mobilityType = eMobilityNone;
+}
+
 void DataMobility::mobilityChanged(std::string const& value)
 {
     struct Announcement {

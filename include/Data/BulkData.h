@@ -3,17 +3,18 @@
 
 #include "Data/DataTypes.h"
 #include "Data/Export.h"
-
-#include "Semaphore.h"
+#include "Data/ThreadSafety.h"
 
 #include <map>
-#include <memory_resource>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
 namespace Data {
+
+class CacheLock;
 
 /// One value of a BulkData. Only the field that `itemType` names is meaningful.
 struct BulkDataItem {
@@ -45,35 +46,33 @@ public:
     template <class T> bool setTagData(eDataTag tag, T const& value, bool writtenToDb);
     /// Reads a value. A tag without a value answers false and leaves the lock held by the caller, which is required behaviour:
     /// other threads then wait for this object.
-    template <class T> bool getTagValue(eDataTag tag, T& value);
+    template <class T> bool getTagValue(eDataTag tag, T& value) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     template <class T> bool getTagData(eDataTag tag, T& value);
     /// Says whether the tag's value is in the database; ignored for a tag without a value.
     void setTagWrittenToDb(eDataTag tag, bool written);
     /// The tags whose values are not in the database.
     std::set<eDataTag> getTagsNotSetInDb();
     /// A copy of the tags asked for. Takes no lock.
-    std::set<eDataTag> getTags() const;
+    std::set<eDataTag> getTags() const MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     /// A copy of the map; the items stay this object's own. Takes no lock.
-    std::map<eDataTag, BulkDataItem*> getTagsValues() const;
+    std::map<eDataTag, BulkDataItem*> getTagsValues() const MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     /// Removes all tags and values.
     void clear();
     /// `<item><tag>T</tag><value>V</value></item>` for each value in tag order, nothing escaped.
     std::string serialize();
 
 private:
-    friend class DataCache; ///< reads the tags without the set; makes objects whose nodes lie where it wants
+    friend class DataCache; ///< reads the tags without the copy that getTags makes
 
-    /// All tags asked for, those with a value with their item: one node a tag instead of a map and a set.
-    using Items = std::pmr::map<eDataTag, std::optional<BulkDataItem>>;
+    /// All tags asked for, those that have a value with their item.
+    using Items = std::map<eDataTag, std::optional<BulkDataItem>>;
 
-    /// The nodes come from `room`, which must outlive the object; copies of the object do without it.
-    MEDIADATA_HIDDEN explicit BulkData(std::pmr::memory_resource& room);
     static void deepCopyMap(Items const& source, Items& target);
-    MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag);
-    MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const;
+    MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const MEDIADATA_NO_THREAD_SAFETY_ANALYSIS; ///< as getTags
 
-    Items m_items;
-    mutable Semaphore m_lock{1, 1, true}; ///< in the object, since one is made for every callee of a change
+    Items m_items MEDIADATA_GUARDED_BY(*m_lock);
+    std::unique_ptr<CacheLock> m_lock;
 };
 
 } // namespace Data

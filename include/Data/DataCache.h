@@ -6,35 +6,34 @@
 #include "Data/DataOCMSCallback.h"
 #include "Data/DataTypes.h"
 #include "Data/Export.h"
+#include "Data/ThreadSafety.h"
 
 #include <array>
 #include <bitset>
 #include <cstddef>
-#include <forward_list>
 #include <list>
 #include <map>
 #include <memory>
-#include <memory_resource>
-#include <set>
 #include <string>
 
 class DataUpdateCallback;
 class ManageableData;
 class MgmtAgentIfc;
-class Semaphore;
 class SvcRTEContext;
 
 namespace Data {
 
 class BulkData;
+struct BulkDataItem;
+class CacheLock;
 class DataItemBase;
 class DataSourceDB;
 class DataSourceFile;
 class DataSourceOCMS;
 
-/// Locking: one re-entrant lock guards the item map, every item, the changed flag and the mobility state. Every public
-/// operation takes it without time limit and gives it on every return. Notifications and pushes of user data run after it was
-/// given, except inside an outer operation that still holds it. Failures are results, logged under "./src/DataCache".
+/// Locking: one re-entrant lock guards the items, the changed flag and the mobility state. Every public operation takes it
+/// without time limit and gives it on every return. Callbacks are called and user data is pushed after it was given, or with it
+/// held when an outer operation still holds it. Failures are results, logged under "./src/DataCache".
 class MEDIADATA_EXPORT DataCache : public DataOCMSCallback, public DataDBCallback, public DataMobility {
 public:
     class DataItemBuilder;
@@ -50,7 +49,8 @@ public:
     /// service, and `value` is overwritten even when that fails; a wrong type leaves it untouched.
     template <class T> bool getData(eDataTag tag, T& value);
     /// Validates, stores, persists and announces one value. `toManagement` asks that a value kept in the database is also
-    /// reported to the management service. False when refused or not stored; the old value then stands.
+    /// reported to the management service. False when it was refused or not stored, and the old value stands; also when the
+    /// management service did not take it, and the new value stays.
     template <class T> bool setData(eDataTag tag, T const& value, bool toManagement);
     /// Sets many values given as text. `rejected` gets one entry per tag not taken: empty when unchanged, otherwise the
     /// reason. The first failed database write ends the batch. Announces nothing.
@@ -103,44 +103,70 @@ public:
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
 
-    /// What a notification pass has for one callee. The list has them in the order of the callees' addresses.
-    struct Notice;
-    using Notices = std::pmr::forward_list<Notice>;
+    /// The tags of the items whose changed marks may be set. What is in it, and not how many items there are, decides what a
+    /// notification pass costs.
+    class TouchedTags {
+    public:
+        MEDIADATA_HIDDEN void insert(eDataTag tag);
+        bool contains(eDataTag tag) const { return m_tags[static_cast<std::size_t>(tag)]; }
+        /// Takes out the lowest tag; 0 when there is none.
+        MEDIADATA_HIDDEN eDataTag takeLowest();
+        void clear() { *this = {}; }
 
-    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, bool& persisted);
-    template <class T> inline bool setUnlessPresent(eDataTag tag, T const& value, bool& persisted);
-    template <class T>
-    MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present, bool& persisted);
-    template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value);
-    template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value);
-    template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value);
-    bool readDataFromSourceDB(eDataTag tag, DataItemBase* item);
-    bool writeDataToSourceDB(eDataTag tag, DataItemBase const* item);
-    bool updateDataInSourceDB(DataTagValue_t& rejected);
-    bool updateDataInSourceDB();
+    private:
+        std::bitset<tagCount> m_tags;
+        std::size_t m_begin = tagCount; ///< no tag is lower
+        std::size_t m_end = 0;          ///< all tags are lower
+    };
 
-    MEDIADATA_HIDDEN bool applyChangedConfigFile();
-    MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const;
-    MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item);
-    MEDIADATA_HIDDEN void touch(eDataTag tag);
-    MEDIADATA_HIDDEN void forgetTouched();
-    MEDIADATA_HIDDEN void noteChange(eDataTag tag);
-    MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults);
-    template <class T> MEDIADATA_HIDDEN static void addChange(DataItemBase const& item, Notices& notices);
-    MEDIADATA_HIDDEN void collectChanges(Notices& notices);
-    MEDIADATA_HIDDEN void pushUserData(DataTagValue_t pending, unsigned int announcement);
+    /// What a notification pass has to tell.
+    struct Notification;
 
-    eDataComponent m_component;
-    bool m_initialised = false;
-    std::unique_ptr<Semaphore> m_lock;
-    std::array<DataItemBase*, tagCount> m_dataMap{}; ///< owning; by tag, null where there is no item
-    bool m_changed = false;
-    std::unique_ptr<DataSourceDB> m_sourceDB;
-    std::unique_ptr<DataSourceOCMS> m_sourceOCMS;
-    std::unique_ptr<DataSourceFile> m_sourceFile;
-    std::bitset<tagCount> m_touched;       ///< the tags whose changed mark may be set
-    std::size_t m_touchedBegin = tagCount; ///< no touched tag is lower
-    std::size_t m_touchedEnd = 0;          ///< all touched tags are lower
+    // The work behind the public operations, which is done with the lock held and calls none of them.
+
+    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, bool& persisted)
+        MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present,
+                                                         bool& persisted) MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value) MEDIADATA_REQUIRES(*m_lock);
+    bool readDataFromSourceDB(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
+    bool writeDataToSourceDB(eDataTag tag, DataItemBase const* item) MEDIADATA_REQUIRES(*m_lock);
+    bool updateDataInSourceDB(DataTagValue_t& rejected) MEDIADATA_REQUIRES(*m_lock);
+    bool updateDataInSourceDB() MEDIADATA_REQUIRES(*m_lock);
+
+    MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+        MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void getTexts(DataTagValue_t& values) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool applyChangedConfigFile() MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, T const& value, DataTagValue_t& written)
+        MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& written)
+        MEDIADATA_REQUIRES(*m_lock);
+
+    MEDIADATA_HIDDEN void noteChange(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool allChangesAreNoted() const MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void addChange(DataItemBase const& item, Notification& notification) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void collectChanges(Notification& notification) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void notifyChanges() MEDIADATA_REQUIRES(*m_lock);
+    // Runs without the lock where the pass does not run inside another operation.
+    MEDIADATA_HIDDEN void notify(Notification& notification);
+
+    eDataComponent const m_component;
+    std::unique_ptr<CacheLock> const m_lock;
+    bool m_initialised MEDIADATA_GUARDED_BY(*m_lock) = false;
+    /// Owning; by tag, null where there is no item.
+    std::array<DataItemBase*, tagCount> m_dataMap MEDIADATA_GUARDED_BY(*m_lock){};
+    bool m_changed MEDIADATA_GUARDED_BY(*m_lock) = false;
+    TouchedTags m_touched MEDIADATA_GUARDED_BY(*m_lock);
+    // Made by the constructor before it gives the lock.
+    std::unique_ptr<DataSourceDB> m_sourceDB MEDIADATA_PT_GUARDED_BY(*m_lock);
+    std::unique_ptr<DataSourceOCMS> m_sourceOCMS; ///< its names do not change, and it asks for the lock where it needs it
+    std::unique_ptr<DataSourceFile> m_sourceFile MEDIADATA_PT_GUARDED_BY(*m_lock);
 };
 
 } // namespace Data

@@ -19,8 +19,8 @@ public:
     virtual void readUserDataFromSourceDB() = 0;
 };
 
-/// The mobility type and the user settings that wait for being pushed. Both are guarded by the cache's lock, which the cache
-/// holds around every access.
+/// The mobility type and the user settings that wait for being pushed. The lock that guards both is the cache's, which derives
+/// from this class: every operation is called with it held.
 class MEDIADATA_EXPORT DataMobility : public DataMobilityCallback {
 public:
     DataMobility();
@@ -43,9 +43,25 @@ protected:
         eMobilityManaged = 5 ///< collects and sends nothing
     };
 
+    /// The user settings to push, and the announcement that asks for it.
+    struct Push {
+        DataTagValue_t settings;
+        unsigned int announcement;
+    };
+
     /// Makes `type` the present one, counted as news even when it is the same again.
     void announce(eMobilityType type);
+    /// True while user settings that change are to be added to the pending ones.
+    bool collectsUserData() const { return m_mobilityType != eMobilityNone; }
+    /// The place of one pending setting; made when there is none.
+    std::string& pendingUserData(eDataTag tag) { return m_pendingUserData[tag]; }
+    /// True when the pending settings are to be pushed.
+    bool isPushDue() const { return m_mobilityType != eMobilityNone && m_mobilityType != eMobilityManaged; }
+    Push push() const { return {m_pendingUserData, m_announcements}; }
+    /// Forgets what was pushed. A setting that changed meanwhile stays pending, and a newer announcement stays in force.
+    MEDIADATA_HIDDEN void finishPush(Push const& push);
 
+private:
     int m_mobilityType = eMobilityNone;
     unsigned int m_announcements = 0; ///< tells a new announcement of the same type from the old one
     DataTagValue_t m_pendingUserData;

@@ -8,8 +8,6 @@
 #include "DataCache/TextValues.h"
 #include "Log.h"
 
-#include "Semaphore.h"
-
 namespace Data {
 
 namespace {
@@ -27,37 +25,38 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
 
 } // namespace
 
+/// `written` gets the value when it went into the database.
+template <class T> bool DataCache::setFromBulk(eDataTag tag, T const& value, DataTagValue_t& written)
+{
+    bool persisted = false;
+    bool const set = setDataValue(tag, value, persisted);
+    if (persisted)
+        written[tag] = convertToString(value);
+    return set;
+}
+
+bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& written)
+{
+    switch (item.itemType) {
+    case eDataItemTypeInt:
+        return setFromBulk(tag, item.intValue, written);
+    case eDataItemTypeBool:
+        return setFromBulk(tag, item.boolValue, written);
+    case eDataItemTypeString:
+        return setFromBulk(tag, item.stringValue, written);
+    default:
+        LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
+        return false;
+    }
+}
+
 bool DataCache::setDataBulk(BulkData& bulk)
 {
     ScopedLock const held(*m_lock);
     bool accepted = true;
     DataTagValue_t written;
-    auto const store = [&](eDataTag tag, auto const& value) {
-        bool persisted = false;
-        bool const set = setDataValue(tag, value, persisted);
-        if (persisted)
-            written[tag] = convertToString(value);
-        return set;
-    };
     for (auto const& [tag, item] : bulk.getTagsValues()) {
-        if (!item)
-            continue;
-        bool set = false;
-        switch (item->itemType) {
-        case eDataItemTypeInt:
-            set = store(tag, item->intValue);
-            break;
-        case eDataItemTypeBool:
-            set = store(tag, item->boolValue);
-            break;
-        case eDataItemTypeString:
-            set = store(tag, item->stringValue);
-            break;
-        default:
-            LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
-            break;
-        }
-        if (set) {
+        if (setFromBulk(tag, *item, written)) {
             bulk.setTagWrittenToDb(tag, true);
         } else {
             LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", tag);
@@ -75,7 +74,7 @@ bool DataCache::setDataBulk(BulkData& bulk)
         if (!failed.contains(tag))
             writeDataToSourceOCMS(tag, text);
     }
-    updateCallbacks();
+    notifyChanges();
     return accepted;
 }
 

@@ -12,7 +12,6 @@
 #include "Log.h"
 
 #include "ManageableData.h"
-#include "Semaphore.h"
 #include "SvcRTEContext.h"
 
 #include <algorithm>
@@ -39,7 +38,7 @@ constexpr bool isActionInBatch(eDataTag tag)
 } // namespace
 
 DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observedTags, eDataComponent component)
-    : m_component(component), m_lock(std::make_unique<Semaphore>(1, 0, true))
+    : m_component(component), m_lock(std::make_unique<CacheLock>(CacheLock::State::Held))
 {
     DataItemBuilder::verifyDataTable();
     clearDataMap();
@@ -65,12 +64,12 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     readAllDataFromSourceDB();
     readDataFromSourceFile();
 
-    // What was read at start-up is nobody's news.
+    // What was read at start-up notifies nobody.
     for (auto* const item : m_dataMap) {
         if (item)
             item->takeChange();
     }
-    forgetTouched();
+    m_touched.clear();
 
     m_initialised = true;
     m_lock->give();
@@ -78,7 +77,7 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
 
 DataCache::~DataCache()
 {
-    m_lock->take(-1);
+    m_lock->take();
     clearDataMap();
     m_sourceDB.reset();
     m_sourceOCMS.reset();
@@ -91,7 +90,7 @@ void DataCache::clearDataMap()
     ScopedLock const held(*m_lock);
     for (auto*& item : m_dataMap)
         delete std::exchange(item, nullptr);
-    forgetTouched();
+    m_touched.clear();
 }
 
 DataItemBase* DataCache::findItem(eDataTag tag) const
@@ -116,16 +115,15 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
     auto* const item = findItem(tag);
     if (!item)
         return readDataFromSourceOCMS(tag, value);
-    if (item->source() == eDataSourceFile)
-        readDataFromSourceFile();
+    if (item->source() == eDataSourceFile && applyChangedConfigFile())
+        notifyChanges();
     return item->getValue(value);
 }
 
 /// `persisted` becomes true when the value went into the database. What is rare is called and not inlined, so that the way of
 /// an unchanged value is short.
-template <class T> inline bool DataCache::setUnlessPresent(eDataTag tag, T const& value, bool& persisted)
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
 {
-    ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);
     if (!item)
         return setAtManagement(tag, value);
@@ -139,23 +137,18 @@ template <class T> inline bool DataCache::setUnlessPresent(eDataTag tag, T const
     return changeValue(*item, value, present, persisted);
 }
 
-template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
-{
-    return setUnlessPresent(tag, value, persisted);
-}
-
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
     ScopedLock const held(*m_lock);
     bool persisted = false;
-    bool stored = setUnlessPresent(tag, value, persisted) && updateDataInSourceDB();
+    bool stored = setDataValue(tag, value, persisted) && updateDataInSourceDB();
     if (stored && persisted && toManagement) {
         stored = writeDataToSourceOCMS(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
     }
     if (m_changed) // asked here, too, since an unchanged value is set often
-        updateCallbacks();
+        notifyChanges();
     return stored;
 }
 
@@ -186,7 +179,7 @@ template <class T>
             return true;
         LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
         item.setValue(present, reason);
-        touch(tag); // a nested pass may have taken the first change
+        m_touched.insert(tag); // a nested pass may have taken the first change
         return false;
     case eDataSourceFile:
         LOG_ERROR(unit, "DataCache::setDataValue -> DATA_FILE not implemented \n");
@@ -201,6 +194,11 @@ template <class T>
 bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
 {
     ScopedLock const held(*m_lock);
+    return setTexts(values, rejected, persist, toManagement);
+}
+
+bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+{
     bool accepted = true;
     for (auto const& [tag, text] : values) {
         auto* const item = findItem(tag);
@@ -225,7 +223,7 @@ bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& reje
             LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n",
                       tag);
             item->setValueString(present, reason);
-            touch(tag);
+            m_touched.insert(tag);
             return false;
         }
         if (toManagement)
@@ -237,6 +235,11 @@ bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& reje
 void DataCache::getDataValues(DataTagValue_t& values)
 {
     ScopedLock const held(*m_lock);
+    getTexts(values);
+}
+
+void DataCache::getTexts(DataTagValue_t& values)
+{
     for (auto& [tag, text] : values) {
         auto const* const item = findItem(tag);
         if (item && !item->getValueString(text))
@@ -269,18 +272,16 @@ void DataCache::unregisterCallback(DataUpdateCallback* callback)
 
 bool DataCache::getDataOcms(ManageableData& record)
 {
-    return m_sourceOCMS && m_sourceOCMS->getData(record);
+    return m_sourceOCMS->getData(record);
 }
 
 bool DataCache::setDataOcms(ManageableData& record)
 {
-    return m_sourceOCMS && m_sourceOCMS->setData(record);
+    return m_sourceOCMS->setData(record);
 }
 
 bool DataCache::manageableDataChanged(ManageableData& record)
 {
-    if (!m_sourceOCMS)
-        return false;
     m_sourceOCMS->manageableDataChanged(record);
     return true;
 }
@@ -292,24 +293,24 @@ MgmtAgentIfc& DataCache::managementAgent()
 
 bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
 {
-    bool const read = m_sourceDB && m_sourceDB->readDataValue(tag, item);
-    touch(tag);
+    bool const read = m_sourceDB->readDataValue(tag, item);
+    m_touched.insert(tag);
     return read;
 }
 
 bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
 {
-    return m_sourceDB && m_sourceDB->writeDataValue(tag, item);
+    return m_sourceDB->writeDataValue(tag, item);
 }
 
 bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
 {
-    return m_sourceDB && m_sourceDB->writeDataTables(rejected);
+    return m_sourceDB->writeDataTables(rejected);
 }
 
 bool DataCache::updateDataInSourceDB()
 {
-    if (m_sourceDB && !m_sourceDB->hasChangedTables())
+    if (!m_sourceDB->hasChangedTables())
         return true;
     DataTagValue_t scratch;
     return updateDataInSourceDB(scratch);
@@ -317,13 +318,13 @@ bool DataCache::updateDataInSourceDB()
 
 template <class T> bool DataCache::writeDataToSourceOCMS(eDataTag tag, T const& value)
 {
-    return m_sourceOCMS && m_sourceOCMS->setData(tag, convertToString(value));
+    return m_sourceOCMS->setData(tag, convertToString(value));
 }
 
 template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value)
 {
     std::string text;
-    bool const read = m_sourceOCMS && m_sourceOCMS->getData(tag, text);
+    bool const read = m_sourceOCMS->getData(tag, text);
     convertFromString(text, value);
     return read;
 }
@@ -335,8 +336,7 @@ void DataCache::readAllDataFromSourceDB()
         if (item && item->source() == eDataSourceDB)
             readDataFromSourceDB(item->tag(), item);
     }
-    if (m_sourceDB)
-        m_sourceDB->readDataFromTables(false);
+    m_sourceDB->readDataFromTables(false);
     m_changed = true;
 }
 
@@ -347,8 +347,7 @@ void DataCache::readUserDataFromSourceDB()
         if (item && DataItemBuilder::isUserData(item->tag()))
             readDataFromSourceDB(item->tag(), item);
     }
-    if (m_sourceDB)
-        m_sourceDB->readDataFromTables(true);
+    m_sourceDB->readDataFromTables(true);
     m_changed = true;
 }
 

@@ -7,20 +7,22 @@
 #include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
 
-#include "Semaphore.h"
-
 namespace Data {
 
 void DataCache::readDataFromSourceFile()
 {
-    if (applyChangedConfigFile())
+    bool applied = false;
+    {
+        ScopedLock const held(*m_lock);
+        applied = applyChangedConfigFile();
+    }
+    if (applied)
         updateCallbacks();
 }
 
 bool DataCache::applyChangedConfigFile()
 {
-    ScopedLock const held(*m_lock);
-    if (!m_sourceFile || !m_sourceFile->isConfigFileChanged())
+    if (!m_sourceFile->isConfigFileChanged())
         return false;
 
     DataTagValue_t flags;
@@ -41,7 +43,7 @@ bool DataCache::applyChangedConfigFile()
     DataTagValue_t methods;
     for (int tag = eDataTagSRTPEncryptionMethod1; tag <= eDataTagSRTPEncryptionMethod5; ++tag)
         methods.emplace(static_cast<eDataTag>(tag), "");
-    getDataValues(methods);
+    getTexts(methods);
     constexpr int fromMethodToFlag = eDataTagSRTPEncryptionHardwareAllowed1 - eDataTagSRTPEncryptionMethod1;
     for (auto const& [tag, text] : methods) {
         int method = 0;
@@ -52,7 +54,7 @@ bool DataCache::applyChangedConfigFile()
     }
 
     DataTagValue_t scratch;
-    setDataValues(flags, scratch, false, false);
+    setTexts(flags, scratch, false, false);
     updateDataInSourceDB();
     return true;
 }

@@ -6,19 +6,15 @@
 #include "Data/DataUpdateCallback.h"
 
 #include "DataCache/CacheLock.h"
-#include "DataCache/NearMemory.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Log.h"
 
-#include "Semaphore.h"
-
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
-#include <functional>
-#include <iterator>
-#include <memory_resource>
+#include <map>
 #include <optional>
-#include <utility>
+#include <string>
 
 namespace Data {
 
@@ -26,128 +22,134 @@ namespace {
 
 constexpr char const* unit = "./src/DataCache";
 
-} // namespace
+/// What each callee is told, in the order of the callees' addresses.
+using Changes = std::map<DataUpdateCallback*, BulkData>;
 
-void DataCache::touch(eDataTag tag)
+template <class T> void addValue(DataItemBase const& item, Changes& changes)
 {
-    auto const index = static_cast<std::size_t>(tag);
-    m_touched.set(index);
-    m_touchedBegin = std::min(m_touchedBegin, index);
-    m_touchedEnd = std::max(m_touchedEnd, index + 1);
+    T value{};
+    item.getValue(value);
+    for (auto* const callback : item.callbacks())
+        changes[callback].setTagData(item.tag(), value, false);
 }
 
-void DataCache::forgetTouched()
+} // namespace
+
+struct DataCache::Notification {
+    Changes changes;
+    std::optional<Push> push;
+};
+
+void DataCache::TouchedTags::insert(eDataTag tag)
 {
-    for (; m_touchedBegin < m_touchedEnd; ++m_touchedBegin)
-        m_touched.reset(m_touchedBegin);
-    m_touchedBegin = tagCount;
-    m_touchedEnd = 0;
+    auto const index = static_cast<std::size_t>(tag);
+    m_tags.set(index);
+    m_begin = std::min(m_begin, index);
+    m_end = std::max(m_end, index + 1);
+}
+
+eDataTag DataCache::TouchedTags::takeLowest()
+{
+    while (m_begin < m_end) {
+        auto const index = m_begin++;
+        if (m_tags[index]) {
+            m_tags.reset(index);
+            return static_cast<eDataTag>(index);
+        }
+    }
+    m_begin = tagCount;
+    m_end = 0;
+    return eDataTagNone;
 }
 
 void DataCache::noteChange(eDataTag tag)
 {
     m_changed = true;
-    touch(tag);
+    m_touched.insert(tag);
 }
 
-struct DataCache::Notice {
-    Notice(DataUpdateCallback* callback, std::pmr::memory_resource& room) : callee(callback), changes(room) {}
-
-    DataUpdateCallback* callee;
-    BulkData changes;
-};
-
-template <class T> void DataCache::addChange(DataItemBase const& item, Notices& notices)
+bool DataCache::allChangesAreNoted() const
 {
-    T value{};
-    item.getValue(value);
-    // Both are in the order of addresses, so that one walk finds all places.
-    auto last = notices.before_begin();
-    for (auto* const callback : item.callbacks()) {
-        auto place = std::next(last);
-        for (; place != notices.end() && std::less<>()(place->callee, callback); ++place)
-            last = place;
-        if (place == notices.end() || place->callee != callback)
-            place = notices.emplace_after(last, callback, *notices.get_allocator().resource());
-        place->changes.setTagData(item.tag(), value, false);
-        last = place;
+    if (!m_initialised)
+        return true; // a new item is marked, and start-up ends with clearing all marks
+    for (auto const* const item : m_dataMap) {
+        if (item && item->isChanged() && !m_touched.contains(item->tag()))
+            return false;
+    }
+    return true;
+}
+
+void DataCache::addChange(DataItemBase const& item, Notification& notification)
+{
+    auto const tag = item.tag();
+    auto const type = DataItemBuilder::getItemType(tag);
+    if (collectsUserData() && DataItemBuilder::isUserData(tag) && type != eDataItemTypeComplex &&
+        m_sourceOCMS->checkOCMSItemHandling(tag, OWNED))
+        item.getValueString(pendingUserData(tag));
+    if (item.callbacks().empty())
+        return;
+
+    switch (type) {
+    case eDataItemTypeInt:
+        addValue<int>(item, notification.changes);
+        break;
+    case eDataItemTypeBool:
+        addValue<bool>(item, notification.changes);
+        break;
+    case eDataItemTypeString:
+        addValue<std::string>(item, notification.changes);
+        break;
+    default:
+        for (std::size_t count = item.callbacks().size(); count > 0; --count) // who reads the log may register
+            LOG_AT(unit, 3, "DataCache::updateCallbacks - invalid entry - tag %i \n", tag);
+        break;
     }
 }
 
-void DataCache::collectChanges(Notices& notices)
+void DataCache::collectChanges(Notification& notification)
 {
+    assert(allChangesAreNoted());
     m_changed = false;
-    while (m_touchedBegin < m_touchedEnd) {
-        auto const index =
-            m_touchedBegin++; // counted first: who reads the log may write, which starts a pass or adds to this one
-        if (!m_touched[index])
-            continue;
-        m_touched.reset(index);
-        auto* const item = m_dataMap[index];
-        if (!item || !item->takeChange())
-            continue;
-        auto const tag = item->tag();
-        auto const type = DataItemBuilder::getItemType(tag);
-        if (m_mobilityType != eMobilityNone && DataItemBuilder::isUserData(tag) && type != eDataItemTypeComplex &&
-            m_sourceOCMS && m_sourceOCMS->checkOCMSItemHandling(tag, OWNED))
-            item->getValueString(m_pendingUserData[tag]);
-        if (item->callbacks().empty())
-            continue;
-        switch (type) {
-        case eDataItemTypeInt:
-            addChange<int>(*item, notices);
-            break;
-        case eDataItemTypeBool:
-            addChange<bool>(*item, notices);
-            break;
-        case eDataItemTypeString:
-            addChange<std::string>(*item, notices);
-            break;
-        default:
-            for (std::size_t count = item->callbacks().size(); count > 0; --count)
-                LOG_AT(unit, 3, "DataCache::updateCallbacks - invalid entry - tag %i \n", tag);
-            break;
-        }
+    // Each tag leaves the set before its item is asked: who reads the log may write, which starts a pass or adds to this one.
+    for (auto tag = m_touched.takeLowest(); tag != eDataTagNone; tag = m_touched.takeLowest()) {
+        auto* const item = findItem(tag);
+        if (item->takeChange())
+            addChange(*item, notification);
     }
-    forgetTouched();
+    if (isPushDue())
+        notification.push = push();
 }
 
-void DataCache::pushUserData(DataTagValue_t pending, unsigned int announcement)
+void DataCache::notify(Notification& notification)
 {
-    if (m_sourceOCMS)
-        m_sourceOCMS->setData(pending);
-    ScopedLock const held(*m_lock);
-    for (auto const& [tag, text] : pending) {
-        // A value that changed while the push was under way waits for the next one.
-        auto const found = m_pendingUserData.find(tag);
-        if (found != m_pendingUserData.end() && found->second == text)
-            m_pendingUserData.erase(found);
+    if (notification.push) {
+        m_sourceOCMS->setData(notification.push->settings);
+        ScopedLock const held(*m_lock);
+        finishPush(*notification.push);
     }
-    if (announcement == m_announcements)
-        m_mobilityType = eMobilityNone;
+    for (auto& [callback, changes] : notification.changes)
+        callback->onDataUpdate(changes);
+}
+
+void DataCache::notifyChanges()
+{
+    if (!m_changed)
+        return;
+    Notification notification;
+    collectChanges(notification);
+    notify(notification);
 }
 
 void DataCache::updateCallbacks()
 {
-    // Most changes have one or two callees, for whom nothing need be allocated.
-    NearMemory room;
-    Notices notices(&room);
-    std::optional<DataTagValue_t> pending;
-    unsigned int announcement = 0;
+    Notification notification;
     {
         ScopedLock const held(*m_lock);
         if (!m_changed)
             return;
-        collectChanges(notices);
-        if (m_mobilityType != eMobilityNone && m_mobilityType != eMobilityManaged) {
-            pending = m_pendingUserData;
-            announcement = m_announcements;
-        }
+        collectChanges(notification);
     }
-    if (pending)
-        pushUserData(std::move(*pending), announcement);
-    for (auto& notice : notices)
-        notice.callee->onDataUpdate(notice.changes);
+    notify(notification);
 }
 
 } // namespace Data

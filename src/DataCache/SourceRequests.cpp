@@ -5,8 +5,6 @@
 
 #include "DataCache/CacheLock.h"
 
-#include "Semaphore.h"
-
 namespace Data {
 
 void DataCache::applyDefaults(DataTagValue_t const& defaults)
@@ -14,7 +12,7 @@ void DataCache::applyDefaults(DataTagValue_t const& defaults)
     if (defaults.empty())
         return;
     DataTagValue_t scratch;
-    setDataValues(defaults, scratch, true, false);
+    setTexts(defaults, scratch, true, false);
 }
 
 void DataCache::dbCBGetFailed(eDataTag tag)
@@ -61,7 +59,7 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
     {
         // One hold across both, so that no other thread sees or flushes a half-set table.
         ScopedLock const held(*m_lock);
-        bool const accepted = setDataValues(values, rejected, true, false);
+        bool const accepted = setTexts(values, rejected, true, false);
         stored = updateDataInSourceDB() && accepted;
     }
     updateCallbacks();
