@@ -162,7 +162,7 @@ eCountry MediaDataCache::getCountry()
 int MediaDataCache::getCountryRegion()
 {
     auto const country = getCountry();
-    if (country == eCountryUnknown || !m_instance)
+    if (country == eCountryUnknown)
         return regionOfUnknownCountry;
     return m_instance->m_country.getCountryRegion(country);
 }

@@ -39,8 +39,10 @@ public:
     /// One value; T is int, bool or std::string and must be the item's own type. False when it is not, when the value cannot
     /// be read, and without cache.
     template <class T> static bool getData(Data::eDataTag tag, T& value);
-    /// Validates, stores, persists and announces one value; `toManagement` also reports it to the management service. When it
-    /// returns true for an item of the database, the value is durable. False when refused or not stored, and without cache.
+    /// Validates, stores, persists and announces one value; `toManagement` also reports it to the management service. False
+    /// when it was refused or not stored, when the management service did not take it, and without cache. True: a single value
+    /// of the database is durable. A cell of a table passed its table's check, which may have changed other cells; when the
+    /// database does not take the table, only the log says so.
     template <class T> static bool setData(Data::eDataTag tag, T const& value, bool toManagement);
     /// Many values at once; see Data::DataCache. False without cache.
     static bool setDataBulk(Data::BulkData& bulk);
