@@ -1,6 +1,7 @@
 #include "report/Report.h"
 
 #include "report/Console.h"
+#include "report/Result.h"
 
 #include <fmt/format.h>
 
@@ -10,7 +11,6 @@
 #include <ctime>
 #include <functional>
 #include <iterator>
-#include <map>
 #include <ostream>
 #include <utility>
 
@@ -81,17 +81,11 @@ std::string cut(std::string text, std::size_t columns)
     return text.substr(0, end) + "...";
 }
 
-/// How a text looks at a terminal that shows colours.
-enum class Look { Plain, Heading, Good, Bad };
-
-Look lookOf(std::string_view result)
+Look lookOf(std::string_view word)
 {
-    static std::map<std::string_view, Look> const looks{
-        {"stored", Look::Good}, {"taken", Look::Good}, {"would store", Look::Good},
-        {"refused", Look::Bad}, {"failed", Look::Bad}, {"unknown", Look::Bad},
-    };
-    auto const found = looks.find(result);
-    return found == looks.end() ? Look::Plain : found->second;
+    auto const* const row =
+        std::find_if(results.begin(), results.end(), [=](ResultRow const& each) { return each.word == word; });
+    return row == results.end() ? Look::Plain : row->look;
 }
 
 std::string dressed(std::string const& text, Look look)
