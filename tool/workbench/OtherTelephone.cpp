@@ -3,6 +3,7 @@
 #include "workbench/OtherTelephone.h"
 
 #include "report/Report.h"
+#include "workbench/ScratchDirectory.h"
 
 #include "Files.h"
 
@@ -46,30 +47,6 @@ public:
 
 private:
     sigset_t m_before{};
-};
-
-/// A private directory that goes away with the object.
-class Scratch {
-public:
-    Scratch()
-    {
-        std::error_code ignored;
-        auto name = (fs::temp_directory_path(ignored) / "mediadata.XXXXXX").string();
-        if (::mkdtemp(name.data()))
-            m_path = name;
-    }
-    ~Scratch()
-    {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
-    }
-    Scratch(Scratch const&) = delete;
-    Scratch& operator=(Scratch const&) = delete;
-
-    fs::path const& path() const { return m_path; }
-
-private:
-    fs::path m_path;
 };
 
 /// Everything in it but links; the lock that the caller holds keeps others out meanwhile.
@@ -146,7 +123,7 @@ OtherTelephone readDirectory(fs::path const& directory)
     if (!isThere)
         return {exitUsage, "is no data directory: it holds no " + std::string(databaseFile)};
     EndsLater const later; // The copy holds secrets: it goes first.
-    Scratch const scratch;
+    ScratchDirectory const scratch;
     Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
     auto const copy = scratch.path() / "copy";
