@@ -2,7 +2,7 @@
 // holds up nobody.
 #pragma once
 
-#include "workbench/Workbench.h"
+#include "workbench/ChangeCallback.h"
 
 #include "Files.h"
 

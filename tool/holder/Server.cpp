@@ -119,22 +119,6 @@ private:
     std::function<void(Message const&)> const& m_tell;
 };
 
-/// The library's errors reach the command that caused them.
-class ErrorEcho {
-public:
-    ErrorEcho(Workbench& workbench, std::ostream& err) : m_workbench(workbench)
-    {
-        m_workbench.takeErrors();
-        m_workbench.echoErrors(&err);
-    }
-    ~ErrorEcho() { m_workbench.echoErrors(nullptr); }
-    ErrorEcho(ErrorEcho const&) = delete;
-    ErrorEcho& operator=(ErrorEcho const&) = delete;
-
-private:
-    Workbench& m_workbench;
-};
-
 std::string reason(int code)
 {
     return std::generic_category().message(code);
@@ -162,7 +146,8 @@ Reply answer(Invocation const& holder, Message const& message, std::function<voi
         bench.workbench = holder.workbench;
         bench.feed = holder.feed;
         bench.isRemote = true;
-        ErrorEcho const echo(*holder.workbench, err);
+        // The library's errors reach the command that caused them.
+        LogTap::Echo const echo(holder.workbench->log(), [&err](std::string const& line) { err << line; });
         try {
             status = runCommand(bench, request.words);
         } catch (Asked const& asked) {
@@ -186,14 +171,7 @@ std::unique_ptr<Server> Server::start(Invocation& holder, std::string& error)
     if (!server->listen(error))
         return nullptr;
     holder.feed = &server->m_feed;
-    auto& feed = server->m_feed;
-    auto before = holder.workbench->listen({});
-    server->m_listenerBefore = before;
-    holder.workbench->listen([&feed, before = std::move(before)](auto const& changes) {
-        feed.publish(changes);
-        if (before)
-            before(changes);
-    });
+    server->m_listening.emplace([&feed = server->m_feed](auto const& changes) { feed.publish(changes); });
     server->m_acceptor = std::thread([self = server.get()] { self->acceptAll(); });
     return server;
 }
@@ -244,7 +222,7 @@ Server::~Server()
         ::shutdown(connection.channel.descriptor(), SHUT_RD);
         connection.thread.join();
     }
-    m_holder.workbench->listen(m_listenerBefore);
+    m_listening.reset();
     m_holder.feed = nullptr;
 }
 

@@ -12,6 +12,7 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -58,7 +59,7 @@ private:
 
     Invocation& m_holder;
     ChangeFeed m_feed;
-    Workbench::Listener m_listenerBefore;
+    std::optional<Listening> m_listening;
     Host::FileDescriptor m_directory;
     Host::FileDescriptor m_socket;
     Host::FileDescriptor m_end; ///< readable: no more connections

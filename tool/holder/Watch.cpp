@@ -1,6 +1,7 @@
 #include "holder/Watch.h"
 
 #include "workbench/Items.h"
+#include "workbench/Values.h"
 
 #include <fmt/format.h>
 

@@ -2,7 +2,7 @@
 
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
+#include "workbench/Values.h"
 #include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
 #include "workbench/Workbench.h"
@@ -11,9 +11,6 @@
 #include "Data/DataSourceDB.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
 
-#include "ClientUtils.h"
-#include "DasCrypt.h"
-#include "DataStorage.h"
 #include "HostPlatform.h"
 
 #include <fmt/format.h>
@@ -41,21 +38,6 @@ using Description = DataSourceDB::DbDescription;
 Description const& rowOf(eDataTag tag)
 {
     return DataSourceDB::dataDbDescriptionTable[tag];
-}
-
-/// What lies in the database, decrypted; nothing when nothing was stored.
-std::optional<std::string> storedText(Workbench& workbench, Description const& row)
-{
-    DataStorage storage(workbench.platform(), *row.schema);
-    auto text = storage.getDataItem(*row.element, row.isTable ? 0 : 1);
-    if (text == "failure")
-        return std::nullopt;
-    // As the library reads it: what does not decrypt is taken as it is.
-    std::string plain;
-    if (!row.isTable && ClientUtils::isKnownPasswordDAS(*row.element) && DasCrypt::fromEncryptedText(text, plain) &&
-        !plain.empty())
-        return plain;
-    return text;
 }
 
 /// Everything about one item, gathered layer by layer.
@@ -109,7 +91,7 @@ private:
     {
         auto const& row = rowOf(m_tag);
         auto const place = row.isTable ? *row.schema : *row.schema + "/" + *row.element;
-        if (auto const text = storedText(m_workbench, row))
+        if (auto const text = storedText(m_workbench.platform(), m_tag))
             addText("database", *text, "stored as " + place);
         else
             add("database", {}, "nothing is stored as " + place, false);
@@ -120,7 +102,7 @@ private:
     {
         auto const table = storedTableOf(m_tag);
         auto const& row = rowOf(table);
-        auto const text = storedText(m_workbench, row);
+        auto const text = storedText(m_workbench.platform(), table);
         if (!text) {
             add("database", {}, "nothing is stored as " + *row.schema, false);
             return;

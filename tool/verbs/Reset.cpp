@@ -107,7 +107,7 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
             auto& outcome = outcomes.emplace_back(check(tag, record.value.text, {}));
             if (record.component == eDataComponentMedia)
                 continue;
-            outcome.result = "refused";
+            outcome.result = Result::Refused;
             outcome.reason = "belongs to another component: use mgmt changed";
         }
     }

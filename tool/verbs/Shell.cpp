@@ -3,6 +3,7 @@
 #include "holder/Server.h"
 #include "holder/Watch.h"
 #include "workbench/Items.h"
+#include "workbench/Values.h"
 
 #include <editline/readline.h>
 
@@ -240,16 +241,12 @@ int runShell(Invocation& invocation, Server& server, int end)
     bool const isTerminal = ::isatty(STDIN_FILENO) == 1;
     auto const own = std::this_thread::get_id();
     invocation.inShell = true;
-    Workbench::Listener before;
-    auto const hear = [&](std::vector<HeardChange> const& changes) {
-        before(changes);
-        tell(text(watch, changes, options), !isTerminal || std::this_thread::get_id() == own);
-    };
-    auto& workbench = *invocation.workbench;
+    std::optional<Listening> listening;
     {
         auto const turn = server.commandTurn();
-        before = workbench.listen({});
-        workbench.listen(hear);
+        listening.emplace([&](std::vector<HeardChange> const& changes) {
+            tell(text(watch, changes, options), !isTerminal || std::this_thread::get_id() == own);
+        });
     }
     Input const input(isTerminal);
     int gravest = exitOk;
@@ -269,7 +266,7 @@ int runShell(Invocation& invocation, Server& server, int end)
         gravest = std::max(gravest, runLine(invocation, watch, words));
     }
     auto const turn = server.commandTurn();
-    workbench.listen(before);
+    listening.reset();
     return gravest;
 }
 

@@ -1,5 +1,6 @@
 #include "workbench/Assignment.h"
 
+#include "workbench/ChangeCallback.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
@@ -96,7 +97,7 @@ Report set(Workbench& workbench, std::vector<Assignment> const& assignments, Set
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < tags.size(); ++index) {
         if (isSecret(tags[index]))
-            workbench.hideInLog(assignments[index].value);
+            workbench.log().hide(assignments[index].value);
         workbench.journal().ask(tags[index]);
         outcomes.push_back(check(tags[index], assignments[index].value, others));
     }
@@ -111,17 +112,11 @@ Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions optio
     bool const heldBack = options.atomic && holdBack(outcomes);
     std::vector<HeardChange> heard;
     if (!options.dryRun && !heldBack) {
-        auto previous = workbench.listen({});
-        workbench.listen([&](auto const& changes) {
-            heard.insert(heard.end(), changes.begin(), changes.end());
-            if (previous)
-                previous(changes);
-        });
+        Listening const listening([&](auto const& changes) { heard.insert(heard.end(), changes.begin(), changes.end()); });
         auto const earlier = options.atomic ? Snapshot::values() : std::vector<Json>();
         store(workbench, outcomes);
         if (options.atomic && holdBack(outcomes))
             putBack(workbench, earlier);
-        workbench.listen(std::move(previous));
     }
     if (!options.dryRun)
         noteRefusals(workbench, outcomes);

@@ -2,7 +2,7 @@
 
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
+#include "workbench/Values.h"
 #include "workbench/Rules.h"
 #include "workbench/Workbench.h"
 

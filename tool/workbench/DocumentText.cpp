@@ -2,7 +2,7 @@
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
+#include "workbench/Values.h"
 
 #include "DataSourceOCMS/DataSourceOCMS.h"
 

@@ -29,14 +29,12 @@ using namespace Data;
 
 namespace {
 
-constexpr char const* wouldStore = "would store";
-
 /// Something of the document that is no setting: of the device, the flag file or the management service.
 struct Other {
     std::string name;
     Json before;
     Json wanted; ///< null: goes away
-    std::string result = "unchanged";
+    Result result = Result::Unchanged;
     std::string accepted = {};
     std::string reason = {};
 };
@@ -60,7 +58,7 @@ public:
             addService(name, service, value);
         for (auto const& [name, reason, near] : document.unknown) {
             auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
-            m_others.push_back({name, {}, {}, "unknown", {}, reason + hint});
+            m_others.push_back({name, {}, {}, Result::Unknown, {}, reason + hint});
         }
     }
 
@@ -71,7 +69,7 @@ public:
     void applyHardwareFirst()
     {
         auto const isOfTable = [](Outcome const& each) {
-            return each.result == "refused" && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
+            return each.result == Result::Refused && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
         };
         if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
             (toStore("flags/").empty() && toStore("device/").empty()))
@@ -92,8 +90,8 @@ public:
             return false;
         takeBackOthers();
         auto const hold = [](auto& each) {
-            if (each.result == wouldStore || each.result == "stored")
-                each.result = "held back";
+            if (isGood(each.result))
+                each.result = Result::HeldBack;
         };
         std::for_each(m_others.begin(), m_others.end(), hold);
         std::for_each(m_settings.begin(), m_settings.end(), hold);
@@ -123,11 +121,9 @@ public:
 private:
     bool isAnyBad() const
     {
-        auto const isBad = [](auto const& each) {
-            return each.result == "refused" || each.result == "unknown" || each.result == "failed";
-        };
-        return std::any_of(m_others.begin(), m_others.end(), isBad) ||
-               std::any_of(m_settings.begin(), m_settings.end(), isBad);
+        auto const counts = [](auto const& each) { return isBad(each.result); };
+        return std::any_of(m_others.begin(), m_others.end(), counts) ||
+               std::any_of(m_settings.begin(), m_settings.end(), counts);
     }
 
     /// The device and the flags as they were. The service comes last and takes all or nothing.
@@ -135,16 +131,16 @@ private:
     {
         auto const account = std::exchange(m_others, {});
         for (auto const& each : account) {
-            if (each.result == "stored")
+            if (each.result == Result::Stored)
                 add(each.name, each.wanted, each.before);
         }
         applyDevice();
         applyFlags();
         auto const undone = std::exchange(m_others, account);
         for (auto& other : m_others) {
-            auto const isStill = [&](Other const& each) { return each.name == other.name && each.result == "failed"; };
+            auto const isStill = [&](Other const& each) { return each.name == other.name && each.result == Result::Failed; };
             if (std::any_of(undone.begin(), undone.end(), isStill)) {
-                other.result = "failed";
+                other.result = Result::Failed;
                 other.reason = "is stored, and could not be taken back";
             }
         }
@@ -153,12 +149,12 @@ private:
     void addSetting(eDataTag tag, std::string const& text)
     {
         if (isSecret(tag))
-            m_workbench.hideInLog(text);
+            m_workbench.log().hide(text);
         m_workbench.journal().ask(tag);
         auto& outcome = m_settings.emplace_back(check(tag, text, {}));
-        if (isKept(tag) || outcome.result == "refused")
+        if (isKept(tag) || outcome.result == Result::Refused)
             return;
-        outcome.result = "refused";
+        outcome.result = Result::Refused;
         outcome.reason =
             isFleeting(tag) ? "nothing keeps it over a restart" : "belongs to another component: give it under service";
     }
@@ -167,13 +163,13 @@ private:
     {
         auto& other = m_others.emplace_back(Other{std::move(name), std::move(before), std::move(wanted)});
         if (other.before != other.wanted)
-            other.result = wouldStore;
+            other.result = Result::WouldStore;
         return other;
     }
 
     static void refuse(Other& other, std::string accepted, std::string reason)
     {
-        other.result = "refused";
+        other.result = Result::Refused;
         other.accepted = std::move(accepted);
         other.reason = std::move(reason);
     }
@@ -222,7 +218,7 @@ private:
     {
         std::vector<Other*> result;
         for (auto& other : m_others) {
-            if (other.result == wouldStore && other.name.starts_with(prefix))
+            if (other.result == Result::WouldStore && other.name.starts_with(prefix))
                 result.push_back(&other);
         }
         return result;
@@ -231,7 +227,7 @@ private:
     static void settle(std::vector<Other*> const& others, Report const& answer)
     {
         for (auto* const other : others) {
-            other->result = answer.code == exitOk ? "stored" : "failed";
+            other->result = answer.code == exitOk ? Result::Stored : Result::Failed;
             if (answer.code != exitOk)
                 other->reason = answer.problems.front().reason;
         }
@@ -287,10 +283,10 @@ Report Import::report(ImportOptions const& options) const
     bool const secrets = m_workbench.options().showSecrets;
     Section items{"items", Layout::Table, accountColumns(), {}};
     Section counts{"counts", Layout::Pairs, {}, {{}}};
-    std::map<std::string, std::size_t> numbers;
-    auto const add = [&](std::string const& result, std::vector<Json> row) {
+    std::map<Result, std::size_t> numbers;
+    auto const add = [&](Result result, std::vector<Json> row) {
         ++numbers[result];
-        if (options.all || result != "unchanged")
+        if (options.all || result != Result::Unchanged)
             items.rows.push_back(std::move(row));
     };
     for (auto const& outcome : m_settings)
@@ -298,20 +294,18 @@ Report Import::report(ImportOptions const& options) const
     auto const orNull = [](std::string const& text) { return text.empty() ? Json() : Json(text); };
     for (auto const& other : m_others)
         add(other.result,
-            {other.result, other.name, other.before, other.wanted, orNull(other.accepted), orNull(other.reason)});
-    for (auto const* const result : {"stored", wouldStore, "held back", "unchanged", "refused", "unknown", "failed"}) {
-        if (numbers[result] == 0)
-            continue;
-        counts.columns.emplace_back(result);
-        counts.rows.front().emplace_back(numbers[result]);
+            {wordOf(other.result), other.name, other.before, other.wanted, orNull(other.accepted), orNull(other.reason)});
+    for (auto const& [result, number] : numbers) {
+        counts.columns.emplace_back(wordOf(result));
+        counts.rows.front().emplace_back(number);
     }
     report.sections = {std::move(items), std::move(counts)};
-    if (numbers["refused"] != 0)
-        report.fail(exitRefused, {"", fmt::format("{} values refused", numbers["refused"])});
-    if (numbers["unknown"] != 0)
-        report.fail(exitUnknownItem, {"", fmt::format("{} items unknown", numbers["unknown"])});
-    if (numbers["failed"] != 0)
-        report.fail(exitStorage, {"", fmt::format("{} values not stored", numbers["failed"])});
+    if (numbers[Result::Refused] != 0)
+        report.fail(exitRefused, {"", fmt::format("{} values refused", numbers[Result::Refused])});
+    if (numbers[Result::Unknown] != 0)
+        report.fail(exitUnknownItem, {"", fmt::format("{} items unknown", numbers[Result::Unknown])});
+    if (numbers[Result::Failed] != 0)
+        report.fail(exitStorage, {"", fmt::format("{} values not stored", numbers[Result::Failed])});
     return report;
 }
 

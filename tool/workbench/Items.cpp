@@ -286,13 +286,6 @@ eDataTag storedTableOf(eDataTag tag)
     return parent > eDataTagNone && DataSourceDB::dataDbDescriptionTable[parent].schema ? parent : eDataTagNone;
 }
 
-Json shown(eDataTag tag, Json value, bool showSecrets)
-{
-    if (!showSecrets && isSecret(tag) && value.is_string() && !value.get_ref<std::string const&>().empty())
-        return masked;
-    return value;
-}
-
 Report unknownItem(std::string const& name)
 {
     return failure(exitUnknownItem, name, "no item has this tag number or name", namesNear(name));

@@ -57,9 +57,6 @@ char const* typeName(Data::eDataItemType type);
 /// The table whose check guards the cell and which is stored whole; 0 when there is none.
 Data::eDataTag storedTableOf(Data::eDataTag tag);
 
-/// The value, or stars in the place of a secret that is not to be shown. The empty secret is no secret.
-Json shown(Data::eDataTag tag, Json value, bool showSecrets);
-
 /// The answer to a name that finds nothing.
 Report unknownItem(std::string const& name);
 

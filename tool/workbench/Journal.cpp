@@ -1,7 +1,6 @@
 #include "workbench/Journal.h"
 
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
@@ -120,7 +119,7 @@ Journal::State Journal::state() const
 void Journal::note(std::string const& who, std::string const& item, Json const& before, Json const& after)
 {
     auto entry = stamped(who, item, before, after);
-    entry["result"] = "stored";
+    entry["result"] = wordOf(Result::Stored);
     m_lines += line(entry);
 }
 
@@ -133,20 +132,19 @@ void Journal::noteItems(State const& before, State const& after, std::function<s
     }
 }
 
-void Journal::refuse(eDataTag tag, Json given, std::string reason, std::string result)
+void Journal::refuse(eDataTag tag, Json given, std::string reason, Result result)
 {
-    m_refused[tag] =
-        Json::object({{"given", std::move(given)}, {"reason", std::move(reason)}, {"result", std::move(result)}});
+    m_refused[tag] = {std::move(given), std::move(reason), result};
 }
 
 void Journal::noteRefusals(std::string const& who, State const& before)
 {
     for (auto const& [tag, refusal] : m_refused) {
         auto const& old = before.items[static_cast<std::size_t>(tag) - 1];
-        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal["given"], false));
-        entry["result"] = refusal["result"];
+        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal.given, false));
+        entry["result"] = wordOf(refusal.result);
         // A reason may quote the value.
-        entry["reason"] = isSecret(tag) ? Json() : refusal["reason"];
+        entry["reason"] = isSecret(tag) ? Json() : Json(refusal.reason);
         m_lines += line(entry);
     }
 }
@@ -157,12 +155,13 @@ Report Journal::record(std::string const& who, std::function<Report()> const& ac
     m_lines.clear();
     m_asked.clear();
     m_refused.clear();
-    // Between two verbs of one process only the flag file can be edited.
+    // Between two verbs of a process of the tool only the flag file can be edited.
+    auto const* const others = m_workbench.isAttached() ? "application" : "flag file";
     if (m_last)
-        noteItems(*m_last, before, [](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : "flag file"; });
-    m_workbench.takeStorageFailure();
+        noteItems(*m_last, before, [=](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : others; });
+    m_workbench.storage().takeAny();
     auto report = action();
-    if (m_workbench.takeStorageFailure() && report.code != exitStorage)
+    if (m_workbench.storage().takeAny() && report.code != exitStorage)
         report.fail(exitStorage,
                     {"", "the database did not store all of it: the next start brings the previous values back"});
     auto after = state();

@@ -2,7 +2,7 @@
 // one JSON object a line; secrets are masked before they get there.
 #pragma once
 
-#include "report/Report.h"
+#include "report/Result.h"
 
 #include "Data/DataTypes.h"
 
@@ -24,8 +24,8 @@ public:
     /// The running verb asks for a change of this item; what changes besides is the work of the library's rules.
     void ask(Data::eDataTag tag) { m_asked.insert(tag); }
 
-    /// The running verb met a refusal; `result` is "refused" or "not stored".
-    void refuse(Data::eDataTag tag, Json given, std::string reason, std::string result = "refused");
+    /// The running verb met a refusal; `result` is Refused or NotStored.
+    void refuse(Data::eDataTag tag, Json given, std::string reason, Result result);
 
     /// Runs a verb and keeps what it changed. A journal that cannot be written is told of once and stops nothing.
     Report record(std::string const& who, std::function<Report()> const& action);
@@ -40,6 +40,12 @@ private:
         std::map<std::string, Json> others;
     };
 
+    struct Refusal {
+        Json given;
+        std::string reason;
+        Result result;
+    };
+
     State state() const;
     void note(std::string const& who, std::string const& item, Json const& before, Json const& after);
     void noteRefusals(std::string const& who, State const& before);
@@ -48,8 +54,8 @@ private:
 
     Workbench& m_workbench;
     std::set<Data::eDataTag> m_asked;
-    std::map<Data::eDataTag, Json> m_refused; ///< what was given, the reason and the result
-    std::string m_lines;                      ///< not yet written
+    std::map<Data::eDataTag, Refusal> m_refused;
+    std::string m_lines; ///< not yet written
     std::optional<State> m_last;
     bool m_failed = false;
 };

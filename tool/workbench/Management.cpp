@@ -5,6 +5,7 @@
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Rehearsal.h"
+#include "workbench/RingerCopies.h"
 #include "workbench/Rules.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
@@ -79,6 +80,14 @@ struct Request {
     std::map<eDataTag, std::string> refused; ///< what the tool itself does not let through, and why
     Report report;
 
+    /// What is sent.
+    DataTagValue_t wanted() const
+    {
+        DataTagValue_t wanted(values.begin(), values.end());
+        std::erase_if(wanted, [&](auto const& each) { return refused.contains(each.first); });
+        return wanted;
+    }
+
     ManageableData record() const
     {
         ManageableData record;
@@ -110,7 +119,7 @@ Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignmen
             continue;
         }
         if (isSecret(*tag))
-            workbench.hideInLog(text);
+            workbench.log().hide(text);
         workbench.journal().ask(*tag);
         request.values.emplace_back(*tag, text);
         if (auto reason = whyUnfit(*tag, text); !reason.empty())
@@ -190,10 +199,13 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
         return std::move(request.report);
     refuseTables(workbench, request);
     Snapshot const changes(workbench);
-    workbench.takeErrors();
     auto record = request.record();
-    bool const taken = workbench.service().setOwned(record);
-    auto const notStored = tagsNotStored(workbench.takeErrors());
+    workbench.storage().takeItems();
+    bool const taken = [&] {
+        RingerCopies::AtWrite const copies(workbench, request.wanted());
+        return workbench.service().setOwned(record);
+    }();
+    auto const notStored = workbench.storage().takeItems();
     auto const reasons = reasonsOf(record);
     auto& report = request.report;
     Section section{"items", Layout::Table, {"result", "item", "value", "reason"}, {}};
@@ -202,9 +214,9 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
         auto const names = *managementNames(tag);
         auto const reason = reasons.find({names.item, names.subItem});
         auto const own = request.refused.find(tag);
-        Outcome outcome{tag, text, {}, {}, "refused", {}};
+        Outcome outcome{tag, text, {}, {}};
         if (!isOwned(tag)) {
-            outcome.result = "ignored";
+            outcome.result = Result::Ignored;
             outcome.reason = "belongs to another component: use mgmt changed";
         } else if (own != request.refused.end() || reason != reasons.end()) {
             outcome.reason = own != request.refused.end() ? own->second : reason->second;
@@ -212,18 +224,17 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
             auto const now = value(tag);
             bool const isMoved = now != outcome.wanted && hardwareFlagOf(tag, value) != eDataTagNone;
             bool const isThere = taken || now == outcome.wanted;
-            settle(outcome, isThere && !notStored.contains(tag), !notStored.contains(storedTableOf(tag)));
-            if (isMoved && outcome.result == "refused") {
-                outcome.result = "taken";
+            settle(outcome, isThere, !notStored.contains(storedTableOf(tag)));
+            if (isMoved && outcome.result == Result::Refused) {
+                outcome.result = Result::Taken;
                 outcome.reason = "the rows of its table were put in order: it is " + cellText(now);
             }
         }
-        if (outcome.result == "stored")
-            outcome.result = "taken";
-        if (outcome.result != "taken")
-            report.raise(outcome.result == "failed" ? exitStorage : exitRefused);
+        if (outcome.result == Result::Stored)
+            outcome.result = Result::Taken;
+        report.raise(rowOf(outcome.result).raises);
         noteRefusals(workbench, {outcome});
-        section.rows.push_back({outcome.result, nameOf(tag), shown(tag, text, workbench.options().showSecrets),
+        section.rows.push_back({wordOf(outcome.result), nameOf(tag), shown(tag, text, workbench.options().showSecrets),
                                 outcome.reason.empty() ? Json() : Json(outcome.reason)});
     }
     report.sections.push_back(std::move(section));
@@ -257,6 +268,12 @@ Report managementChanged(Workbench& workbench, std::vector<Assignment> const& as
 
 bool resetUserData(Workbench& workbench)
 {
+    DataTagValue_t cells;
+    for (auto const tag : allTags()) {
+        if (storedTableOf(tag) != eDataTagNone)
+            cells[tag] = textOf(defaultOf(tag));
+    }
+    RingerCopies::AtWrite const copies(workbench, cells);
     bool const done = workbench.service().resetUserData();
     // The order resets the cells and leaves their tables to the next write: an empty one.
     BulkData nothing;

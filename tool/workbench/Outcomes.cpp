@@ -3,23 +3,18 @@
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Rehearsal.h"
+#include "workbench/RingerCopies.h"
 #include "workbench/Rules.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/BulkData.h"
-#include "Data/DataItemBase.h"
-#include "Data/DataItemBuilder.h"
 #include "Media/MediaDataCache.h"
-
-#include "ManagementService.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
-#include <string_view>
+#include <optional>
 #include <utility>
 
 namespace Tool {
@@ -28,8 +23,6 @@ using namespace Data;
 using Media::MediaDataCache;
 
 namespace {
-
-constexpr char const* wouldStore = "would store";
 
 void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
 {
@@ -67,13 +60,19 @@ std::string limit(Outcome const& outcome)
     return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
 }
 
+Outcome const* findOutcome(std::vector<Outcome> const& outcomes, eDataTag tag)
+{
+    auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](Outcome const& each) { return each.tag == tag; });
+    return found == outcomes.end() ? nullptr : &*found;
+}
+
 /// The group-pickup tone type brings its two flags along. Set together with them it would leave the group's remembered type
 /// behind, and the next change of a flag would be undone.
 bool settledByToneType(std::vector<Outcome> const& outcomes)
 {
     auto const wanted = [&](eDataTag tag) {
-        auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](auto const& each) { return each.tag == tag; });
-        bool const changes = found != outcomes.end() && found->result == wouldStore;
+        auto const* const found = findOutcome(outcomes, tag);
+        bool const changes = found && found->result == Result::WouldStore;
         return std::pair(changes, changes ? found->wanted : readValue(tag).value_or(Json()));
     };
     auto const [typeChanges, type] = wanted(eDataTagGroupPickupToneType);
@@ -84,53 +83,9 @@ bool settledByToneType(std::vector<Outcome> const& outcomes)
 
 } // namespace
 
-std::string textOf(Json const& value)
-{
-    return value.is_string() ? value.get<std::string>() : value.dump();
-}
-
-Json validate(eDataTag tag, std::string const& text, std::string& reason)
-{
-    std::unique_ptr<DataItemBase> const item(DataCache::DataItemBuilder::createDataItem(tag, eDataSourceNone));
-    if (!item || !item->setValueString(text, reason))
-        return {};
-    int number = 0;
-    if (item->getValue(number))
-        return number;
-    bool flag = false;
-    if (item->getValue(flag))
-        return flag;
-    std::string value;
-    item->getValue(value);
-    return value;
-}
-
-Json defaultOf(eDataTag tag)
-{
-    std::string ignored;
-    return exists(tag) ? validate(tag, DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.text, ignored) : Json();
-}
-
-ServiceValues serviceValues(Workbench& workbench)
-{
-    ServiceValues values;
-    for (auto const& item : workbench.service().items())
-        values.emplace(item.subItem, item.value);
-    return values;
-}
-
-Json knownValue(eDataTag tag, ServiceValues const& others)
-{
-    if (isHeld(tag))
-        return readValue(tag).value_or(Json());
-    auto const other = others.find(nameOf(tag));
-    std::string ignored;
-    return other == others.end() ? Json() : validate(tag, other->second, ignored);
-}
-
 Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others)
 {
-    Outcome outcome{tag, text, knownValue(tag, others), {}, "refused", {}};
+    Outcome outcome{tag, text, knownValue(tag, others), {}};
     if (!exists(tag))
         outcome.reason = "the catalogue has this item switched off";
     else if (typeOf(tag) == eDataItemTypeComplex)
@@ -140,7 +95,7 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
     else if (outcome.reason = whyUnfit(tag, text); outcome.reason.empty())
         outcome.wanted = validate(tag, text, outcome.reason);
     if (!outcome.wanted.is_null())
-        outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? "unchanged" : wouldStore;
+        outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? Result::Unchanged : Result::WouldStore;
     return outcome;
 }
 
@@ -148,14 +103,14 @@ void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     Rehearsal rehearsal;
     for (auto const& outcome : outcomes) {
-        if (outcome.result == wouldStore)
+        if (outcome.result == Result::WouldStore)
             rehearsal.want(outcome.tag, textOf(outcome.wanted));
     }
     auto const refused = workbench.quietly([&] { return rehearsal.refused(); });
     for (auto& outcome : outcomes) {
         auto const found = refused.find(storedTableOf(outcome.tag));
-        if (outcome.result == wouldStore && found != refused.end()) {
-            outcome.result = "refused";
+        if (outcome.result == Result::WouldStore && found != refused.end()) {
+            outcome.result = Result::Refused;
             outcome.reason = found->second;
         }
     }
@@ -164,13 +119,13 @@ void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes)
 void checkRingers(std::vector<Outcome>& outcomes, bool follow)
 {
     auto const valueOf = [&](eDataTag tag) {
-        auto const found = std::find_if(outcomes.begin(), outcomes.end(), [=](auto const& each) { return each.tag == tag; });
-        bool const isWanted = found != outcomes.end() && found->result != "refused";
+        auto const* const found = findOutcome(outcomes, tag);
+        bool const isWanted = found && found->result != Result::Refused;
         return isWanted ? found->wanted : readValue(tag).value_or(Json());
     };
     for (auto& outcome : outcomes) {
         auto const rule = ringerRuleOf(outcome.tag);
-        if (!rule || outcome.result == "refused" || valueOf(rule->identifier) != Json(""))
+        if (!rule || outcome.result == Result::Refused || valueOf(rule->identifier) != Json(""))
             continue;
         auto general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
         std::string ignored;
@@ -180,8 +135,8 @@ void checkRingers(std::vector<Outcome>& outcomes, bool follow)
             continue;
         if (follow) {
             outcome = check(outcome.tag, textOf(general), {});
-        } else if (outcome.result == wouldStore) {
-            outcome.result = "refused";
+        } else if (outcome.result == Result::WouldStore) {
+            outcome.result = Result::Refused;
             outcome.reason = "its row has no alert identifier and follows the general ringer: " + cellText(general);
         }
     }
@@ -189,12 +144,11 @@ void checkRingers(std::vector<Outcome>& outcomes, bool follow)
 
 bool holdBack(std::vector<Outcome>& outcomes)
 {
-    auto const isRefused = [](Outcome const& outcome) { return outcome.result == "refused" || outcome.result == "failed"; };
-    if (std::none_of(outcomes.begin(), outcomes.end(), isRefused))
+    if (std::none_of(outcomes.begin(), outcomes.end(), [](Outcome const& each) { return isBad(each.result); }))
         return false;
     for (auto& outcome : outcomes) {
-        if (outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken")
-            outcome.result = "held back";
+        if (isGood(outcome.result))
+            outcome.result = Result::HeldBack;
     }
     return true;
 }
@@ -202,43 +156,28 @@ bool holdBack(std::vector<Outcome>& outcomes)
 void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes)
 {
     for (auto const& outcome : outcomes) {
-        if (outcome.result == "refused" || outcome.result == "failed")
-            workbench.journal().refuse(outcome.tag, outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted,
-                                       outcome.reason, outcome.result == "failed" ? "not stored" : "refused");
+        if (outcome.result == Result::Refused)
+            workbench.journal().refuse(outcome.tag, outcome.given(), outcome.reason, Result::Refused);
+        else if (outcome.result == Result::Failed)
+            workbench.journal().refuse(outcome.tag, outcome.given(), outcome.reason, Result::NotStored);
     }
-}
-
-bool isStorageError(std::string const& line)
-{
-    return line.find("storing into db failed") != std::string::npos;
-}
-
-std::set<eDataTag> tagsNotStored(std::vector<std::string> const& errors)
-{
-    constexpr std::string_view words = "storing into db failed, restoring original value for tag ";
-    std::set<eDataTag> tags;
-    for (auto const& line : errors) {
-        if (auto const at = line.find(words); at != std::string::npos)
-            tags.insert(static_cast<eDataTag>(std::strtol(line.c_str() + at + words.size(), nullptr, 10)));
-    }
-    return tags;
 }
 
 void settle(Outcome& outcome, bool taken, bool tableStored)
 {
     auto const after = readValue(outcome.tag).value_or(Json());
     if (!tableStored) {
-        outcome.result = "failed";
+        outcome.result = Result::Failed;
         outcome.reason = "the database did not store its table, the next start brings the previous value back";
     } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
-        outcome.result = "refused";
+        outcome.result = Result::Refused;
         outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
     } else if (!taken) {
-        outcome.result = "failed";
+        outcome.result = Result::Failed;
         outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
                                              : "the management service did not take it";
     } else {
-        outcome.result = isFleeting(outcome.tag) ? "taken" : "stored";
+        outcome.result = isFleeting(outcome.tag) ? Result::Taken : Result::Stored;
         if (after != outcome.wanted)
             outcome.reason = "a dependent rule made it " + cellText(after);
     }
@@ -248,21 +187,27 @@ void store(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     bool const settled = settledByToneType(outcomes);
     BulkData bulk;
+    DataTagValue_t wanted;
     for (auto const& outcome : outcomes) {
         bool const isFlag = outcome.tag == eDataTagGroupPickupAsRinger || outcome.tag == eDataTagGroupPickupToneAllowed;
-        if (outcome.result == wouldStore && !(isFlag && settled))
-            addToBulk(bulk, outcome.tag, outcome.wanted);
+        if (outcome.result != Result::WouldStore || (isFlag && settled))
+            continue;
+        addToBulk(bulk, outcome.tag, outcome.wanted);
+        wanted[outcome.tag] = textOf(outcome.wanted);
     }
-    if (bulk.getTags().empty())
+    if (wanted.empty())
         return;
-    workbench.takeErrors();
-    MediaDataCache::setDataBulk(bulk);
-    auto const notStored = tagsNotStored(workbench.takeErrors());
+    workbench.storage().takeItems();
+    {
+        RingerCopies::AtWrite const copies(workbench, wanted);
+        MediaDataCache::setDataBulk(bulk);
+    }
+    auto const notStored = workbench.storage().takeItems();
     auto const notTaken = bulk.getTagsNotSetInDb();
     for (auto& outcome : outcomes) {
         bool const isUndone =
-            outcome.result == "unchanged" && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted;
-        if (outcome.result == wouldStore || isUndone)
+            outcome.result == Result::Unchanged && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted;
+        if (outcome.result == Result::WouldStore || isUndone)
             settle(outcome, !notTaken.contains(outcome.tag), !notStored.contains(storedTableOf(outcome.tag)));
     }
 }
@@ -274,9 +219,9 @@ void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
         store(workbench, outcomes);
         bool isUndone = false;
         for (auto& outcome : outcomes) {
-            bool const counts = outcome.result == "stored" || outcome.result == "unchanged";
+            bool const counts = outcome.result == Result::Stored || outcome.result == Result::Unchanged;
             if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted && pass + 1 < passes) {
-                outcome.result = wouldStore;
+                outcome.result = Result::WouldStore;
                 outcome.reason.clear();
                 isUndone = true;
             }
@@ -285,8 +230,8 @@ void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
             break;
     }
     for (auto& outcome : outcomes) {
-        if (outcome.result == "stored" && outcome.before == outcome.wanted)
-            outcome.result = "unchanged";
+        if (outcome.result == Result::Stored && outcome.before == outcome.wanted)
+            outcome.result = Result::Unchanged;
     }
 }
 
@@ -308,13 +253,11 @@ std::vector<std::string> accountColumns()
 
 std::vector<Json> accountRow(Outcome const& outcome, bool showSecrets)
 {
-    Json const given = outcome.wanted.is_null() ? Json(outcome.text) : outcome.wanted;
-    bool const goesIn = outcome.result == wouldStore || outcome.result == "stored" || outcome.result == "taken";
-    auto const reason = outcome.reason.empty() && goesIn ? limit(outcome) : outcome.reason;
-    return {outcome.result,
+    auto const reason = outcome.reason.empty() && isGood(outcome.result) ? limit(outcome) : outcome.reason;
+    return {wordOf(outcome.result),
             nameOf(outcome.tag),
             shown(outcome.tag, outcome.before, showSecrets),
-            shown(outcome.tag, given, showSecrets),
+            shown(outcome.tag, outcome.given(), showSecrets),
             outcome.wanted.is_null() ? Json(acceptedText(outcome.tag)) : Json(),
             reason.empty() ? Json() : Json(reason)};
 }
@@ -327,8 +270,8 @@ Report account(std::vector<Outcome> const& outcomes, bool showSecrets)
     std::size_t failed = 0;
     for (auto const& outcome : outcomes) {
         section.rows.push_back(accountRow(outcome, showSecrets));
-        refused += outcome.result == "refused";
-        failed += outcome.result == "failed";
+        refused += outcome.result == Result::Refused;
+        failed += outcome.result == Result::Failed;
     }
     report.sections.push_back(std::move(section));
     if (refused != 0)

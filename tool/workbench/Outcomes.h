@@ -2,12 +2,9 @@
 // in one bulk set, and accounted for one by one.
 #pragma once
 
-#include "report/Report.h"
+#include "report/Result.h"
+#include "workbench/Values.h"
 
-#include "Data/DataTypes.h"
-
-#include <map>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -20,26 +17,13 @@ struct Outcome {
     Data::eDataTag tag;
     std::string text; ///< as given
     Json before;
-    Json wanted;        ///< null when the text was refused
-    std::string result; ///< refused, unchanged, would store; then stored, taken (by what keeps nothing), failed or held back
-    std::string reason;
+    Json wanted; ///< null when the text was refused
+    Result result = Result::Refused;
+    std::string reason = {};
+
+    /// What was given, in the item's type when it has one.
+    Json given() const { return wanted.is_null() ? Json(text) : wanted; }
 };
-
-/// The value as the library reads and writes it.
-std::string textOf(Json const& value);
-
-/// The library's own check of a text, on an item of its own making; the typed value when it passes, else null.
-Json validate(Data::eDataTag tag, std::string const& text, std::string& reason);
-
-/// The catalogue's default as a value; null for items that are switched off.
-Json defaultOf(Data::eDataTag tag);
-
-/// What the management service holds, by name. Taken as a whole: reading one by one would fill the service's journal.
-using ServiceValues = std::map<std::string, std::string>;
-ServiceValues serviceValues(Workbench& workbench);
-
-/// The current value without asking the service; null when there is none.
-Json knownValue(Data::eDataTag tag, ServiceValues const& others);
 
 /// Checks one value, more strictly than the library where it takes what would be lost; nothing is stored.
 Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& others);
@@ -66,11 +50,6 @@ bool holdBack(std::vector<Outcome>& outcomes);
 
 /// Tells the history of what was refused.
 void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes);
-
-bool isStorageError(std::string const& line);
-
-/// The items and tables that the database refused, by the library's messages: for tables their only trace.
-std::set<Data::eDataTag> tagsNotStored(std::vector<std::string> const& errors);
 
 /// What the library made of a value that passed its checks: stored, taken, failed or refused.
 void settle(Outcome& outcome, bool taken, bool tableStored);

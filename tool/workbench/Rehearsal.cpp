@@ -1,9 +1,8 @@
 #include "workbench/Rehearsal.h"
 
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
 #include "workbench/Rules.h"
-#include "workbench/Workbench.h"
+#include "workbench/Values.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
@@ -102,7 +101,9 @@ bool Rehearsal::dbCBSetDataValues(DataTagValue_t const& values, bool, bool)
 {
     std::string ignored;
     for (auto const& [tag, text] : values) {
-        if (!validate(tag, text, ignored).is_null())
+        if (validate(tag, text, ignored).is_null())
+            m_refusals.emplace_back(tag, text);
+        else
             m_values[tag] = text;
     }
     return true;

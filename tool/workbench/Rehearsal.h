@@ -8,6 +8,8 @@
 
 #include <map>
 #include <string>
+#include <utility>
+#include <vector>
 
 class ManageableData;
 
@@ -28,6 +30,9 @@ public:
     /// with its default.
     Data::DataTagValue_t read(Data::DataTagValue_t stored);
 
+    /// The cells, and their texts, that the items' own validators refused to the tables' rules.
+    std::vector<std::pair<Data::eDataTag, std::string>> const& refusals() const { return m_refusals; }
+
 private:
     void dbCBGetDataValues(Data::DataTagValue_t& values) override;
     bool dbCBSetDataValues(Data::DataTagValue_t const& values, bool persist, bool toManagement) override;
@@ -41,6 +46,7 @@ private:
     bool m_fromCache = true; ///< what is not in m_values is as in the cache; otherwise it has its default
     bool m_atStart = false;  ///< the hardware rules have not spoken yet
     Data::DataTagValue_t m_values;
+    std::vector<std::pair<Data::eDataTag, std::string>> m_refusals;
 };
 
 } // namespace Tool

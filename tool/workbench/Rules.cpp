@@ -1,7 +1,7 @@
 #include "workbench/Rules.h"
 
 #include "workbench/Items.h"
-#include "workbench/Outcomes.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataOCMSCallback.h"

@@ -1,21 +1,16 @@
-// One running library over one data directory: opened by the first verb that needs values, closed at the end of the process.
+// A telephone under the tool's hands: a running library over one data directory, and what the verbs keep beside it.
 #pragma once
 
-#include "report/Report.h"
 #include "workbench/Journal.h"
+#include "workbench/LogTap.h"
+#include "workbench/StorageFailures.h"
+#include "workbench/Values.h"
 
-#include "Data/DataTypes.h"
-#include "Data/DataUpdateCallback.h"
-
-#include <atomic>
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace Host {
 class ManagementService;
@@ -23,6 +18,8 @@ class Platform;
 } // namespace Host
 
 namespace Tool {
+
+class ScratchDirectory;
 
 struct Options {
     std::filesystem::path dataDirectory;
@@ -32,40 +29,28 @@ struct Options {
     bool dryRun = false; ///< a data directory that is missing is not made
 };
 
-/// One value that a callback heard of, secrets not yet masked.
-struct HeardChange {
-    Data::eDataTag tag;
-    Json value;
-};
-
+/// For one thread at a time.
 class Workbench {
 public:
-    using Listener = std::function<void(std::vector<HeardChange> const&)>;
-
-    /// Starts the library. Null, with the reason in `error`, when the data directory cannot be used.
-    /// `inUse` says that another process holds it.
+    /// Starts the library, and ends it with the object. Null, with the reason in `error`, when the data directory cannot be
+    /// used. `inUse` says that another process holds it. The process's log is the workbench's meanwhile.
     static std::unique_ptr<Workbench> open(Options const& options, std::string& error, bool& inUse);
+
+    /// Works on the library that runs over `platform` already. It starts and ends nothing, and leaves log and management agent
+    /// alone; the library and the platform outlive it.
+    static std::unique_ptr<Workbench> attach(Host::Platform& platform, Options const& options = {});
+
     ~Workbench();
     Workbench(Workbench const&) = delete;
     Workbench& operator=(Workbench const&) = delete;
 
     Options const& options() const { return m_options; }
-    void showSecrets(bool show) { m_options.showSecrets = show; }
-    Host::Platform& platform() { return *m_platform; }
+    void showSecrets(bool show);
+    bool isAttached() const { return !m_opened; }
+    Host::Platform& platform() { return m_platform; }
     Host::ManagementService& service();
-
-    /// What the registered callback hears from now on goes to `listener`, on the thread that made the change. Answers the
-    /// listener before it.
-    Listener listen(Listener listener);
-
-    /// The messages of the library's errors since the last call, secrets masked.
-    std::vector<std::string> takeErrors();
-
-    /// Whether the database refused a write since the last call. Not every answer of the library tells.
-    bool takeStorageFailure();
-
-    /// Sends what takeErrors() would answer also to `sender`; null ends it.
-    void echoErrors(std::ostream* sender);
+    LogTap& log() { return *m_log; }
+    StorageFailures& storage() { return m_storage; }
 
     /// The journal of changes.
     Journal& journal() { return m_journal; }
@@ -73,44 +58,22 @@ public:
     /// Runs `action` and drops what is logged meanwhile: for questions that the library answers by refusing.
     template <class Action> auto quietly(Action action)
     {
-        m_quiet = true;
-        auto result = action();
-        m_quiet = false;
-        return result;
+        LogTap::Mute const mute(*m_log);
+        return action();
     }
 
-    /// Keeps a secret out of the log lines, in which the library quotes values that it refuses.
-    void hideInLog(std::string const& secret);
-
 private:
-    /// The library reaches a removed callback still through all items but one, so it is registered once and lives longer
-    /// than the cache.
-    class Callback : public DataUpdateCallback {
-    public:
-        void onDataUpdate(Data::BulkData& changes) override;
-        Listener listener;
-    };
+    struct Opened;
 
-    explicit Workbench(Options options);
-    std::string withoutSecrets(std::string text) const;
-    void onLogLine(int level, std::string const& place, std::string const& text);
+    Workbench(Options options, std::unique_ptr<LogTap> log, std::unique_ptr<Opened> opened, Host::Platform& platform);
+    void start();
 
     Options m_options;
-    bool const m_logsSecrets;
-    std::set<std::string> const m_meaningless; ///< errors that are none, told only to who asks for a log
-    std::filesystem::path m_scratch;           ///< stands for the missing data directory of a dry run
-    std::unique_ptr<Host::Platform> m_platform;
-    std::unique_ptr<Callback> m_callback;
-    std::mutex m_logMutex; ///< guards what follows: the library logs on the thread that works
-    std::vector<std::string> m_errors;
-    bool m_storageFailed = false;
-    std::vector<std::string> m_secrets;
-    std::atomic<bool> m_quiet = false;
+    std::unique_ptr<LogTap> m_log;
+    std::unique_ptr<Opened> m_opened; ///< null: attached
+    Host::Platform& m_platform;
+    StorageFailures m_storage;
     Journal m_journal{*this};
-    std::ostream* m_sender = nullptr;
 };
-
-/// The current value by the item's own type; nothing when it cannot be read.
-std::optional<Json> readValue(Data::eDataTag tag);
 
 } // namespace Tool

@@ -1,0 +1,172 @@
+// The workbench driven in this process: what it takes, leaves alone and tells.
+#include "../host/HostTest.h"
+
+#include "workbench/ChangeCallback.h"
+#include "workbench/Items.h"
+#include "workbench/Outcomes.h"
+#include "workbench/Workbench.h"
+
+#include "Media/MediaDataCache.h"
+
+#include "ManageableData.h"
+#include "ManagementService.h"
+
+#include <algorithm>
+#include <memory>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+using namespace Data;
+using namespace Tool;
+using Media::MediaDataCache;
+
+class WorkbenchTest : public HostTest {
+protected:
+    ~WorkbenchTest() override
+    {
+        bench.reset();
+        if (m_platform)
+            m_platform->management().setAgent(nullptr);
+        MediaDataCache::terminate();
+    }
+
+    void openBench(Options options = {})
+    {
+        bench.reset();
+        options.dataDirectory = m_directory;
+        std::string error;
+        bool isInUse = false;
+        bench = Workbench::open(options, error, isInUse);
+        ASSERT_TRUE(bench) << error;
+    }
+
+    /// The library as an application runs it, with the workbench beside it.
+    void attachBench()
+    {
+        ASSERT_TRUE(open()) << m_error;
+        MediaDataCache::init(*m_platform);
+        m_platform->management().setAgent(MediaDataCache::managementAgent());
+        bench = Workbench::attach(*m_platform);
+    }
+
+    Outcome stored(eDataTag tag, std::string const& text)
+    {
+        std::vector outcomes{check(tag, text, {})};
+        store(*bench, outcomes);
+        return outcomes.front();
+    }
+
+    /// The lines that the log writes while `action` runs.
+    template <class Action> static std::vector<std::string> logOf(Action action)
+    {
+        ::testing::internal::CaptureStderr();
+        action();
+        std::istringstream text(::testing::internal::GetCapturedStderr());
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(text, line);)
+            lines.push_back(line);
+        return lines;
+    }
+
+    std::vector<std::string> log; ///< of the application
+    std::unique_ptr<Workbench> bench;
+};
+
+TEST_F(WorkbenchTest, EndsTheLibraryThatItStarted)
+{
+    openBench();
+    EXPECT_NE(MediaDataCache::managementAgent(), nullptr);
+    bench.reset();
+    EXPECT_EQ(MediaDataCache::managementAgent(), nullptr);
+    EXPECT_TRUE(open()) << m_error; // Nobody has the directory any more.
+}
+
+TEST_F(WorkbenchTest, LeavesTheLibraryThatItFound)
+{
+    Host::setLogSink([this](Host::LogLine const& line) { log.push_back(line.text); });
+    attachBench();
+    EXPECT_EQ(stored(eDataTagRingerVolume, "5").result, Result::Stored);
+    bench.reset();
+    EXPECT_EQ(readValue(eDataTagRingerVolume), Json(5));
+    ManageableData order;
+    order.populate("ringer-volume", "ringer-volume", "6");
+    EXPECT_TRUE(m_platform->management().setOwned(order)); // The agent is the application's.
+    Host::logError("./here", 1, "still heard");
+    EXPECT_EQ(log, std::vector<std::string>{"still heard"});
+}
+
+TEST_F(WorkbenchTest, ListenersHearWhatTheApplicationSetsUntilTheyEnd)
+{
+    attachBench();
+    std::vector<eDataTag> heard;
+    {
+        Listening const listening([&](std::vector<HeardChange> const& changes) {
+            for (auto const& change : changes)
+                heard.push_back(change.tag);
+        });
+        MediaDataCache::setData(eDataTagRingerVolume, 7);
+    }
+    bench.reset();
+    MediaDataCache::setData(eDataTagRingerVolume, 2);
+    EXPECT_EQ(heard, std::vector{eDataTagRingerVolume});
+}
+
+TEST_F(WorkbenchTest, AnExceptionDoesNotMuteTheLog)
+{
+    openBench();
+    auto const fault = [&] { bench->quietly([]() -> int { throw std::runtime_error("fault"); }); };
+    EXPECT_EQ(logOf([&] { bench->quietly([] { return Host::logError("./here", 1, "unheard"), 0; }); }).size(), 0U);
+    EXPECT_THROW(fault(), std::runtime_error);
+    EXPECT_EQ(logOf([] { Host::logError("./here", 1, "heard"); }), std::vector<std::string>{"log 2 ./here:1 heard"});
+}
+
+TEST_F(WorkbenchTest, AWriteThatFailedIsToldOfItsItem)
+{
+    openBench();
+    limitFiles(1);
+    auto const value = stored(eDataTagRingerVolume, "6");
+    auto const cell = stored(eDataTagAlertType3, "1");
+    bool const failed = bench->storage().takeAny();
+    limitFiles();
+    EXPECT_EQ(value.result, Result::Failed);
+    EXPECT_EQ(value.reason, "the database did not store it, the previous value stands");
+    EXPECT_EQ(readValue(eDataTagRingerVolume), defaultOf(eDataTagRingerVolume));
+    EXPECT_EQ(cell.result, Result::Failed);
+    EXPECT_EQ(cell.reason, "the database did not store its table, the next start brings the previous value back");
+    EXPECT_TRUE(failed);
+    EXPECT_EQ(stored(eDataTagRingerVolume, "6").result, Result::Stored);
+    EXPECT_FALSE(bench->storage().takeAny());
+}
+
+/// What the general ringer has by default no row of the ringing table can have; the library refuses it at each write.
+TEST_F(WorkbenchTest, OnlyRefusalsThatLoseNothingGoUntold)
+{
+    openBench();
+    EXPECT_EQ(logOf([&] { stored(eDataTagAlertIdentifier3, ""); }).size(), 0U);
+    EXPECT_EQ(logOf([&] { openBench(); }).size(), 0U);
+    ManageableData order;
+    order.populate("ringer-volume", "ringer-volume", "0");
+    EXPECT_EQ(logOf([&] { bench->service().setOwned(order); }).size(), 1U);
+    limitFiles(1);
+    auto const lines = logOf([&] { stored(eDataTagAlertType4, "1"); });
+    limitFiles();
+    auto const isRefusal = [](std::string const& line) { return line.find("invalid value") != std::string::npos; };
+    EXPECT_GE(lines.size(), 1U);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isRefusal), 0);
+}
+
+TEST_F(WorkbenchTest, ADryRunMakesNoDataDirectory)
+{
+    auto const temporary = m_parent + "/tmp";
+    std::filesystem::create_directory(temporary);
+    ::setenv("TMPDIR", temporary.c_str(), 1);
+    openBench({.dataDirectory = {}, .dryRun = true});
+    EXPECT_EQ(readValue(eDataTagRingerVolume), defaultOf(eDataTagRingerVolume));
+    EXPECT_FALSE(std::filesystem::is_empty(temporary));
+    bench.reset();
+    ::unsetenv("TMPDIR");
+    EXPECT_FALSE(std::filesystem::exists(m_directory));
+    EXPECT_TRUE(std::filesystem::is_empty(temporary));
+}

@@ -1,0 +1,141 @@
+#include "workbench/LogTap.h"
+
+#include "report/Report.h"
+
+#include "HostLog.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+constexpr int errorLevel = 2;
+
+} // namespace
+
+LogTap::~LogTap()
+{
+    if (m_isTaken)
+        Host::setLogSink({});
+}
+
+void LogTap::takeOver()
+{
+    m_isTaken = true;
+    Host::setLogSink([this](Host::LogLine const& line) {
+        onMessage({line.level, fmt::format("{}:{}", line.sourceFile, line.line), line.text});
+    });
+}
+
+void LogTap::showSecrets(bool show)
+{
+    Threads::Lock const held(m_mutex);
+    m_showsSecrets = show;
+}
+
+void LogTap::hide(std::string const& secret)
+{
+    Threads::Lock const held(m_mutex);
+    if (!secret.empty() && std::find(m_secrets.begin(), m_secrets.end(), secret) == m_secrets.end())
+        m_secrets.push_back(secret);
+}
+
+std::string LogTap::withoutSecrets(std::string text) const
+{
+    for (auto const& secret : m_secrets) {
+        for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
+            text.replace(at, secret.size(), masked);
+    }
+    return text;
+}
+
+void LogTap::onMessage(Message message)
+{
+    Threads::Lock const held(m_mutex);
+    if (m_mutes != 0)
+        return;
+    if (m_holds != 0)
+        m_held.push_back(std::move(message));
+    else
+        tell(message);
+}
+
+void LogTap::tell(Message const& message)
+{
+    auto const& [level, place, text] = message;
+    auto const toTell = m_showsSecrets ? text : withoutSecrets(text);
+    // What somebody else's command may see is not for this process's log.
+    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(text) : toTell;
+    auto const line = [&](std::string const& words) { return fmt::format("log {} {} {}\n", level, place, cellText(words)); };
+    std::fputs(line(toLog).c_str(), stderr);
+    if (m_sender && level <= errorLevel)
+        m_sender(line(toTell));
+}
+
+LogTap::Mute::Mute(LogTap& log) : m_log(log)
+{
+    Threads::Lock const held(m_log.m_mutex);
+    ++m_log.m_mutes;
+}
+
+LogTap::Mute::~Mute()
+{
+    Threads::Lock const held(m_log.m_mutex);
+    --m_log.m_mutes;
+}
+
+LogTap::Echo::Echo(LogTap& log, Sender sender) : m_log(log)
+{
+    Threads::Lock const held(m_log.m_mutex);
+    m_log.m_sender = std::move(sender);
+}
+
+LogTap::Echo::~Echo()
+{
+    Threads::Lock const held(m_log.m_mutex);
+    m_log.m_sender = {};
+}
+
+LogTap::Hold::Hold(LogTap& log) : m_log(log)
+{
+    Threads::Lock const held(m_log.m_mutex);
+    ++m_log.m_holds;
+}
+
+LogTap::Hold::~Hold()
+{
+    Threads::Lock const held(m_log.m_mutex);
+    if (--m_log.m_holds != 0)
+        return;
+    for (auto const& message : std::exchange(m_log.m_held, {}))
+        m_log.tell(message);
+}
+
+bool LogTap::Hold::hasLines() const
+{
+    Threads::Lock const held(m_log.m_mutex);
+    return !m_log.m_held.empty();
+}
+
+void LogTap::Hold::drop(std::size_t count)
+{
+    Threads::Lock const held(m_log.m_mutex);
+    auto& lines = m_log.m_held;
+    for (auto end = lines.end(); count != 0 && end != lines.begin();) {
+        auto begin = std::prev(end);
+        while (begin != lines.begin() && std::prev(begin)->place == begin->place)
+            --begin;
+        if (static_cast<std::size_t>(end - begin) >= count) {
+            lines.erase(end - static_cast<std::ptrdiff_t>(count), end);
+            return;
+        }
+        end = begin;
+    }
+}
+
+} // namespace Tool

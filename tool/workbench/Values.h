@@ -1,0 +1,47 @@
+// The values of items: read out of the running library and the management service, checked by the library's validators, and
+// how they are shown.
+#pragma once
+
+#include "report/Report.h"
+
+#include "Data/DataTypes.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace Host {
+class Platform;
+}
+
+namespace Tool {
+
+class Workbench;
+
+/// The current value by the item's own type; nothing when it cannot be read. Reading a flag of the flag file applies the file.
+std::optional<Json> readValue(Data::eDataTag tag);
+
+/// What the management service holds, by name. Taken as a whole: reading one by one would fill the service's journal.
+using ServiceValues = std::map<std::string, std::string>;
+ServiceValues serviceValues(Workbench& workbench);
+
+/// The current value without asking the service; null when there is none.
+Json knownValue(Data::eDataTag tag, ServiceValues const& others);
+
+/// What lies in the database for an item that has an element of its own, or a whole table's text, decrypted as the library
+/// decrypts it; nothing when nothing was stored.
+std::optional<std::string> storedText(Host::Platform& platform, Data::eDataTag tag);
+
+/// The library's own check of a text, on an item of its own making; the typed value when it passes, else null.
+Json validate(Data::eDataTag tag, std::string const& text, std::string& reason);
+
+/// The catalogue's default as a value; null for items that are switched off.
+Json defaultOf(Data::eDataTag tag);
+
+/// The value as the library reads and writes it.
+std::string textOf(Json const& value);
+
+/// The value, or stars in the place of a secret that is not to be shown. The empty secret is no secret.
+Json shown(Data::eDataTag tag, Json value, bool showSecrets);
+
+} // namespace Tool
