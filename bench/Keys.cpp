@@ -1,5 +1,7 @@
 #include "Keys.h"
 
+#include "Data/DataTypes.h"
+
 #include <algorithm>
 #include <random>
 
@@ -46,9 +48,19 @@ constexpr auto oneOf(char const*, char const*)
 {
     return [](Row& row) { row.takesText = false; };
 }
+/// The flags come from a file that is looked at with every read.
+constexpr auto flag(char const*)
+{
+    return [](Row& row) { row.own = false; };
+}
 constexpr auto observed = [](Row& row) { row.own = false; };
 constexpr auto nothing = [](Row&) {};
 constexpr auto noWhiteSpace = nothing, trueOrFalse = nothing, userData = nothing, secondFlag = nothing;
+constexpr auto secret = nothing, audioReset = nothing;
+constexpr auto audioResetBefore(Data::eDataTag)
+{
+    return nothing;
+}
 
 template <class... Options> Row row(int tag, char const* name, Type type, char const*, Options... options)
 {
@@ -56,6 +68,8 @@ template <class... Options> Row row(int tag, char const* name, Type type, char c
     (options(result), ...);
     return result;
 }
+
+using namespace Data; // the tags that rows name
 
 Row const rows[] = {
 #define SETTING_ROW(number, name, type, ...) row(number, #name, Type::type, __VA_ARGS__),
@@ -70,9 +84,6 @@ constexpr bool storedAlone[] = {
 #include "Data/settings.def"
 };
 
-/// The flags from here on come from a file that is looked at with every read.
-constexpr int firstFlag = 797;
-
 std::string lowerCase(std::string name)
 {
     std::transform(name.begin(), name.end(), name.begin(),
@@ -84,7 +95,7 @@ std::vector<Key> makeKeys()
 {
     std::vector<Key> keys;
     for (Row const& each : rows)
-        if (each.tag > 0 && each.tag < firstFlag && each.own && each.type != Type::Complex)
+        if (each.tag > 0 && each.own && each.type != Type::Complex)
             keys.push_back({each.tag, lowerCase(each.name), each.type,
                             storedAlone[each.tag] && (each.type != Type::String || each.takesText), each.minimum,
                             each.maximum, each.step});

@@ -2,6 +2,7 @@
 #include "Data/DataSourceFile.h"
 
 #include "Log.h"
+#include "Tables/SettingOptions.h"
 
 #include "PlatformPath.h"
 
@@ -90,17 +91,8 @@ bool DataSourceFile::readFileTime(FileTime& time)
 
 void DataSourceFile::buildFlag2TagMap()
 {
-    m_flags = {
-        {"opus_test", eDataTagOpusTest},
-        {"aes256_test", eDataTagAes256Test},
-        {"icelite_test", eDataTagIceliteTest},
-        {"rtcpmux_disabled", eDataTagRtcpmuxDisabled},
-        {"force_nte8_enabled", eDataTagForceNte8Enabled},
-        {"force_nte8_disabled", eDataTagForceNte8Disabled},
-        {"force_nte48_enabled", eDataTagForceNte48Enabled},
-        {"force_nte48_disabled", eDataTagForceNte48Disabled},
-        {"force_etsi", eDataTagForceEtsi},
-    };
+    for (auto const& [word, tag] : Tables::flagWords())
+        m_flags.emplace(word, tag);
 }
 
 } // namespace Data

@@ -3,6 +3,8 @@
 #include "Data/DataCache.h"
 #include "Data/DataDBCallback.h"
 
+#include "Tables/SettingOptions.h"
+
 #include <string>
 
 namespace Media {
@@ -16,15 +18,6 @@ constexpr eDataTag observedTags[]{
     eDataTagMobilityDataUpdate, eDataTagIpAddress, eDataTagIpv6AddressGlobal, eDataTagServerType,
     eDataTagSystemIdentifier,   eDataTagCountry,   eDataTagRelatedDeviceType, eDataTagRelatedSoftwareVersion,
     eDataTagSoftwareType};
-
-/// The user's audio settings, in the order in which they are reset.
-constexpr eDataTag userAudioTags[]{eDataTagHandsetVolume,        eDataTagHeadsetVolume,       eDataTagHandsfreeVolume,
-                                   eDataTagOpenListeningVolume,  eDataTagSocketedHeadsetMode, eDataTagRoomCharacter,
-                                   eDataTagMohEnabled,           eDataTagRingerEnabled,       eDataTagRingerVolume,
-                                   eDataTagRingerMelody,         eDataTagRingerAudioFile,     eDataTagRingerToneSequence,
-                                   eDataTagLineRolloverVolume,   eDataTagAlertBeepVolume,     eDataTagCallWaitingToneVolume,
-                                   eDataTagWarnToneVolume,       eDataTagKeyClickVolume,      eDataTagClickKeys,
-                                   eDataTagDistinctiveRingerMode};
 
 constexpr int regionOfUnknownCountry = 1;
 
@@ -141,8 +134,9 @@ void MediaDataCache::readUserDataFromSourceDB()
 
 void MediaDataCache::resetDataSetUserAudio()
 {
+    auto const tags = Tables::audioResetTags();
     if (auto* const data = cache())
-        data->resetDataToDefault({std::begin(userAudioTags), std::end(userAudioTags)});
+        data->resetDataToDefault({tags.begin(), tags.end()});
 }
 
 void MediaDataCache::resetDataSetUserAll()

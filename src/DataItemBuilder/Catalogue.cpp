@@ -2,6 +2,8 @@
 // texts into one, so that nothing is left to relocate) and unfolded into the records when the library loads.
 #include "Data/DataItemBuilder.h"
 
+#include "DataItemBuilder/Settings.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -13,21 +15,9 @@ namespace Data {
 namespace {
 
 using Builder = DataCache::DataItemBuilder;
+using namespace Settings;
 
-/// The validators, in the order of `validatorBuilders`: numbers, since compilers that check for undefined behaviour do not
-/// compare the addresses of functions while compiling.
-enum class Check : std::uint8_t {
-    none,
-    intRange,
-    basePort,
-    intRangeNot,
-    stringLength,
-    stringAllDigits,
-    stringNoWhitespace,
-    stringBoolean,
-    stringsAllowed
-};
-
+/// In the order of `Check`.
 constexpr Builder::ValidatorBuilder validatorBuilders[] = {nullptr,
                                                            Builder::dataValidatorIntRange,
                                                            Builder::dataValidatorBasePort,
@@ -37,104 +27,6 @@ constexpr Builder::ValidatorBuilder validatorBuilders[] = {nullptr,
                                                            Builder::dataValidatorStringNoWhitespace,
                                                            Builder::dataValidatorStringBoolean,
                                                            Builder::dataValidatorStringsAllowed};
-
-/// A step of a chain; its parameters are numbers or texts, or there are none.
-struct Step {
-    enum class Parameters : std::uint8_t { none, numbers, texts };
-
-    Check check = Check::none;
-    Parameters parameters = Parameters::none;
-    int numbers[2] = {0, 0};
-    char const* texts[2] = {"", ""};
-
-    constexpr bool operator==(Step const& other) const
-    {
-        return check == other.check && std::equal(numbers, numbers + 2, other.numbers) &&
-               std::equal(texts, texts + 2, other.texts,
-                          [](std::string_view own, std::string_view others) { return own == others; });
-    }
-};
-
-struct Chain {
-    Step first;
-    Step second;
-
-    bool operator==(Chain const&) const = default;
-};
-
-/// A row of settings.def as it is written there.
-struct Setting {
-    eDataItemType type = eDataItemTypeInt;
-    std::string_view defaultText;
-    eDataComponent component = eDataComponentMedia;
-    bool isUserData = false;
-    bool secondFlag = false;
-    Chain valueChain;
-    Chain stringChain;
-};
-
-// What a row may add to its type and default
-
-constexpr auto observed = [](Setting& setting) { setting.component = eDataComponentNone; };
-constexpr auto userData = [](Setting& setting) { setting.isUserData = true; };
-constexpr auto secondFlag = [](Setting& setting) { setting.secondFlag = true; };
-
-constexpr Step numberStep(Check check, int first, int second)
-{
-    return {check, Step::Parameters::numbers, {first, second}};
-}
-
-constexpr auto numberEnteredInDigits(Chain const& valueChain)
-{
-    return [valueChain](Setting& setting) {
-        setting.valueChain = valueChain;
-        setting.stringChain.first = Step{.check = Check::stringAllDigits};
-    };
-}
-
-constexpr auto range(int minimum, int maximum)
-{
-    return numberEnteredInDigits({numberStep(Check::intRange, minimum, maximum), {}});
-}
-
-constexpr auto evenRange(int minimum, int maximum)
-{
-    return numberEnteredInDigits({numberStep(Check::basePort, minimum, maximum), {}});
-}
-
-/// The second step stays without effect, which is required: the chain builder does not accept its validator.
-constexpr auto rangeThenNot(int minimum, int maximum, int first, int second)
-{
-    return numberEnteredInDigits(
-        {numberStep(Check::intRange, minimum, maximum), numberStep(Check::intRangeNot, first, second)});
-}
-
-constexpr auto length(int minimum, int maximum)
-{
-    return [=](Setting& setting) { setting.valueChain.first = numberStep(Check::stringLength, minimum, maximum); };
-}
-
-constexpr auto oneOf(char const* list, char const* separator)
-{
-    return [=](Setting& setting) {
-        setting.valueChain.first = {Check::stringsAllowed, Step::Parameters::texts, {}, {list, separator}};
-    };
-}
-
-constexpr auto noWhiteSpace = [](Setting& setting) { setting.valueChain.first = Step{.check = Check::stringNoWhitespace}; };
-constexpr auto trueOrFalse = [](Setting& setting) { setting.stringChain.first = Step{.check = Check::stringBoolean}; };
-
-template <class... Options> constexpr Setting setting(eDataItemType type, std::string_view defaultText, Options... options)
-{
-    Setting result{.type = type, .defaultText = defaultText, .valueChain = {}, .stringChain = {}};
-    (options(result), ...);
-    return result;
-}
-
-constexpr Setting settings[] = {
-#define SETTING_ROW(number, name, type, ...) setting(eDataItemType##type, __VA_ARGS__),
-#include "Data/settings.def"
-};
 
 // Laws
 
@@ -221,11 +113,11 @@ constexpr RowSet findRepeated(std::array<ScopedName, Builder::recordCount> const
 constexpr RowSet repeatedElements = findRepeated(elements);
 constexpr RowSet repeatedItems = findRepeated(items);
 
-static_assert(std::size(settings) == Builder::recordCount, "the row End does not have the highest number");
+static_assert(std::size(all) == Builder::recordCount, "the row End does not have the highest number");
 
 #define SETTING_ROW(number, name, type, ...)                                                                                \
     static_assert(static_cast<std::int32_t>(Position::name) == (number), "row " #name ": its place is not its tag");        \
-    static_assert(defaultFitsType(settings[static_cast<std::size_t>(Position::name)]),                                      \
+    static_assert(defaultFitsType(all[static_cast<std::size_t>(Position::name)]),                                           \
                   "row " #name ": default does not fit the type");                                                          \
     static_assert(!repeatedItems[static_cast<std::size_t>(Position::name)], "row " #name ": management item used twice");   \
     static_assert(!repeatedElements[static_cast<std::size_t>(Position::name)],                                              \
@@ -251,7 +143,7 @@ struct Chains {
 
 constexpr Chains distinctChains = [] {
     Chains result;
-    for (Setting const& setting : settings) {
+    for (Setting const& setting : all) {
         result.add(setting.valueChain);
         result.add(setting.stringChain);
     }
@@ -261,7 +153,7 @@ constexpr Chains distinctChains = [] {
 /// Of all default texts, each with the zero that ends it.
 constexpr std::size_t textsSize = [] {
     std::size_t result = 0;
-    for (Setting const& setting : settings)
+    for (Setting const& setting : all)
         result += setting.defaultText.size() + 1;
     return result;
 }();
@@ -286,7 +178,7 @@ constexpr Rows condensed = [] {
     Rows result;
     std::size_t end = 0;
     for (std::size_t i = 0; i < result.rows.size(); ++i) {
-        Setting const& setting = settings[i];
+        Setting const& setting = all[i];
         result.rows[i] = {.defaultText = static_cast<std::uint16_t>(end),
                           .type = static_cast<std::uint8_t>(setting.type),
                           .component = static_cast<std::uint8_t>(setting.component),

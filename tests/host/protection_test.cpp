@@ -8,6 +8,11 @@
 #include "MgmtAgentIfc.h"
 #include "store/Database.h"
 
+#include "ClientUtils.h"
+#include "Data/DataSourceDB.h"
+#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Tables/SettingOptions.h"
+
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -190,4 +195,16 @@ TEST_F(HostProtectionTest, aLogMessageIsOneLineWhateverItQuotes)
     logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", "a\n2 forged\x1b[31m");
     std::string const written = testing::internal::GetCapturedStderr();
     EXPECT_NE(written.find(" 2 M ./src/Unit:7 refused: a\\x0a2 forged\\x1b[31m\n"), std::string::npos) << written;
+}
+
+TEST(HostSecrets, areWhatTheCatalogueCallsSo)
+{
+    using namespace Data;
+    for (int number = 0; number < eDataTagEnd; ++number) {
+        auto const tag = static_cast<eDataTag>(number);
+        auto const* const element = DataSourceDB::dataDbDescriptionTable[number].element;
+        auto const* const item = DataSourceOCMS::dataOCMSDescriptionTable[number].item;
+        EXPECT_EQ(element && ClientUtils::isKnownPasswordDAS(*element), Tables::isSecret(tag)) << number;
+        EXPECT_EQ(item && Host::isSecretItem(*item), Tables::isSecret(tag)) << number;
+    }
 }
