@@ -1,50 +1,33 @@
-// Sorting of ranked tables, and the columns that travel with the rank in each of the three tables.
+// Sorting of ranked tables.
 #include "Data/RankedTables.h"
 
 #include "ClientUtils.h"
-
-#include <array>
-#include <cstdint>
-#include <span>
+#include "Tables/Tables.h"
 
 namespace Data::Utils {
 
+using Tables::cellTag;
+using Tables::Role;
+
 namespace {
 
-struct RankedColumns {
-    eDataTag lastRank;
-    std::span<eDataTag const> columns; ///< by their first tags, the rank column first
-};
-
-// Packet sizes and hardware flags of codecs keep their rows: the flags belong to the codec types, not to the rows.
-constexpr std::array codecColumns{eDataTagCodecRank1, eDataTagCodecType1, eDataTagCodecAllowed1};
-constexpr std::array srtpColumns{eDataTagSRTPEncryptionRank1, eDataTagSRTPEncryptionMethod1, eDataTagSRTPEncryptionAllowed1,
-                                 eDataTagSRTPEncryptionHardwareAllowed1};
-constexpr std::array headsetColumns{eDataTagHeadsetRank1, eDataTagHeadsetType1, eDataTagHeadsetAllowed1,
-                                    eDataTagHeadsetHardwareAllowed1};
-
-constexpr RankedColumns codecs{eDataTagCodecRank4, codecColumns};
-constexpr RankedColumns srtpEncryptions{eDataTagSRTPEncryptionRank5, srtpColumns};
-constexpr RankedColumns headsets{eDataTagHeadsetRank3, headsetColumns};
-
-void sortByRank(RankedColumns const& table, DataTagValue_t& values, int count)
+void sortByRank(Tables::Table const& table, DataTagValue_t& values, int count)
 {
-    std::vector<eDataTag> columns(table.columns.begin(), table.columns.end());
-    sortTableByRank(values, count, columns.front(), table.lastRank, columns);
-}
-
-// Unsigned, because a rank may be any int: a row far outside wraps round to a tag that no map holds.
-eDataTag cell(eDataTag column, unsigned int row)
-{
-    return static_cast<eDataTag>(static_cast<std::uint32_t>(column) + row);
+    eDataTag const rank = table.column(Role::rank);
+    std::vector<eDataTag> columns{rank};
+    columns.reserve(table.columns.size());
+    for (Tables::Column const& column : table.columns)
+        if (column.travels && column.first != rank)
+            columns.push_back(column.first);
+    sortTableByRank(values, count, rank, table.cell(rank, table.rows - 1), columns);
 }
 
 } // namespace
 
 void swapIndexedValues(DataTagValue_t& values, eDataTag column, unsigned int a, unsigned int b)
 {
-    auto const first = values.find(cell(column, a));
-    auto const second = values.find(cell(column, b));
+    auto const first = values.find(cellTag(column, a));
+    auto const second = values.find(cellTag(column, b));
     if (first != values.end() && second != values.end())
         first->second.swap(second->second);
 }
@@ -58,7 +41,7 @@ void sortTableByRank(DataTagValue_t& values, int count, eDataTag firstRankTag, e
     auto const rankCells = static_cast<unsigned int>(lastRankTag - firstRankTag) + 1U;
     unsigned int attempts = 0;
     for (unsigned int row = 0; row < rows && row < rankCells;) {
-        auto const rank = values.find(cell(firstRankTag, row));
+        auto const rank = values.find(cellTag(firstRankTag, row));
         // Rank 0 wraps round and names the cells before the table, as rank count + 1 names those behind it.
         auto const place = rank == values.end() ? row : static_cast<unsigned int>(ClientUtils::stoi(rank->second)) - 1U;
         if (place == row) {
@@ -76,17 +59,17 @@ void sortTableByRank(DataTagValue_t& values, int count, eDataTag firstRankTag, e
 
 void sortCodecsByRank(DataTagValue_t& values, int count)
 {
-    sortByRank(codecs, values, count);
+    sortByRank(Tables::codecs, values, count);
 }
 
 void sortSRTPEncryptionsByRank(DataTagValue_t& values, int count)
 {
-    sortByRank(srtpEncryptions, values, count);
+    sortByRank(Tables::encryptions, values, count);
 }
 
 void sortHeadsetsByRank(DataTagValue_t& values, int count)
 {
-    sortByRank(headsets, values, count);
+    sortByRank(Tables::headsets, values, count);
 }
 
 } // namespace Data::Utils

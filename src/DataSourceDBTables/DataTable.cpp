@@ -1,7 +1,7 @@
 // What every table has: its range of tags.
 #include "Data/DataTable.h"
 
-#include "DataSourceDBTables/TableCells.h"
+#include "Tables/Tables.h"
 
 namespace Data {
 
@@ -13,7 +13,7 @@ Table::~DataTable() = default;
 
 void Table::getTableItemTags(DataTagValue_t& values)
 {
-    for (eDataTag tag = m_firstTag; tag <= m_lastTag; tag = cellTag(tag, 1))
+    for (eDataTag tag = m_firstTag; tag <= m_lastTag; tag = Tables::cellTag(tag, 1))
         values[tag].clear();
 }
 

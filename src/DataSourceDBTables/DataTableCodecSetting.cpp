@@ -1,11 +1,11 @@
-// The codec table: its data, its check and its default text.
+// The codec table: its words, its check and its default text.
 #include "DataSourceDBTables/DataTableCodecSetting.h"
 
 #include "ClientUtils.h"
+#include "Data/DataItemBuilder.h"
 #include "Data/RankedTables.h"
-#include "DataItemBuilder/NameTable.h"
-#include "DataSourceDBTables/TableCells.h"
 #include "Log.h"
+#include "Tables/Rules.h"
 
 #include <algorithm>
 #include <array>
@@ -17,69 +17,45 @@ using CodecTable = DataSourceDB::DataTableHandler::DataTableCodecSetting;
 namespace {
 
 constexpr char const* unit = "./src/DataSourceDBTables";
-constexpr int rows = 4;
+using Tables::cellText;
+using Tables::codecs;
+using Tables::Role;
+using Numbers = std::array<int, static_cast<std::size_t>(codecs.rows)>;
 
-// The rank that is written is the row's place: rows are in the order of their ranks.
-constexpr std::array columns{
-    XmlColumn{addressOf(Name::dasCodecType), eDataTagCodecType1},
-    XmlColumn{addressOf(Name::dasCodecRank), eDataTagCodecRank1, CellForm::rowRank},
-    XmlColumn{addressOf(Name::dasCodecAllowed), eDataTagCodecAllowed1},
-    XmlColumn{addressOf(Name::dasCodecPacketSize), eDataTagCodecPacketSize1},
-};
-
-constexpr RankedTableData codecTable{
-    .table = eDataTagCodecSettings,
-    .firstFlag = eDataTagCodecHardwareAllowed0,
-    .rows = rows,
-    .layout = {.schema = addressOf(Name::dasCodecSettingsSchema), .columns = columns, .entryBeginsRow = true},
-    .sort = Utils::sortCodecsByRank,
+constexpr RankedTableWords words{
     .className = "DataTableCodecSetting",
     .kind = "codec",
     .choice = "type",
     .notIndexed = "DataTableCodecSetting::tableItemsToXml - ERR codec setting table doesn't have properly indexed items?",
 };
 
-constexpr char const* defaultText =
-    "<Schema>"
-    "<Entry><CodecType>3</CodecType><CodecRank>1</CodecRank><CodecAllowed>true</CodecAllowed>"
-    "<CodecPacketSize>2</CodecPacketSize></Entry>"
-    "<Entry><CodecType>0</CodecType><CodecRank>2</CodecRank><CodecAllowed>true</CodecAllowed>"
-    "<CodecPacketSize>2</CodecPacketSize></Entry>"
-    "<Entry><CodecType>2</CodecType><CodecRank>3</CodecRank><CodecAllowed>true</CodecAllowed>"
-    "<CodecPacketSize>2</CodecPacketSize></Entry>"
-    "<Entry><CodecType>1</CodecType><CodecRank>4</CodecRank><CodecAllowed>false</CodecAllowed>"
-    "<CodecPacketSize>2</CodecPacketSize></Entry>"
-    "</Schema>";
-
-/// A column's numbers, when each lies in minimum..maximum.
-bool readColumn(DataTagValue_t const& values, eDataTag column, int minimum, int maximum, std::array<int, rows>& numbers)
+/// The numbers of a column, when each is in its range.
+bool readColumn(DataTagValue_t const& values, eDataTag first, Numbers& numbers)
 {
-    for (int row = 0; row < rows; ++row) {
-        int const number = ClientUtils::stoi(cellText(values, cellTag(column, row)));
-        if (number < minimum || number > maximum)
+    Tables::Column const& column = *codecs.find(first);
+    for (int row = 0; row < codecs.rows; ++row) {
+        int const number = ClientUtils::stoi(cellText(values, codecs.cell(first, row)));
+        if (number < column.minimum || number > column.maximum)
             return false;
         numbers[static_cast<std::size_t>(row)] = number;
     }
     return true;
 }
 
-bool allDifferent(std::array<int, rows> numbers)
+bool allDifferent(Numbers numbers)
 {
     std::sort(numbers.begin(), numbers.end());
     return std::adjacent_find(numbers.begin(), numbers.end()) == numbers.end();
 }
 
-bool isTrue(DataTagValue_t const& values, eDataTag column, int row)
+bool anyTypeUsable(DataTagValue_t const& values, Numbers const& types)
 {
-    return ClientUtils::stob(cellText(values, cellTag(column, row)));
-}
-
-bool anyTypeUsable(DataTagValue_t const& values, std::array<int, rows> const& types)
-{
-    for (int row = 0; row < rows; ++row)
-        if (isTrue(values, eDataTagCodecAllowed1, row) &&
-            isTrue(values, eDataTagCodecHardwareAllowed0, types[static_cast<std::size_t>(row)]))
+    for (int row = 0; row < codecs.rows; ++row) {
+        eDataTag const flag = Tables::hardwareFlagOf(codecs, row, types[static_cast<std::size_t>(row)]);
+        if (ClientUtils::stob(cellText(values, codecs.cell(codecs.column(Role::allowed), row))) &&
+            ClientUtils::stob(cellText(values, flag)))
             return true;
+    }
     return false;
 }
 
@@ -87,17 +63,26 @@ bool anyTypeUsable(DataTagValue_t const& values, std::array<int, rows> const& ty
 
 bool isCodecTableValid(DataTagValue_t const& values)
 {
-    std::array<int, rows> types{};
-    std::array<int, rows> sizes{};
-    std::array<int, rows> ranks{};
+    Numbers types{};
+    Numbers sizes{};
+    Numbers ranks{};
     // A missing cell reads as 0, which is a type: without any cells there would be one.
-    return values.contains(eDataTagCodecType1) && readColumn(values, eDataTagCodecType1, 0, 3, types) &&
-           allDifferent(types) && anyTypeUsable(values, types) &&
-           readColumn(values, eDataTagCodecPacketSize1, 0, 5, sizes) &&
-           readColumn(values, eDataTagCodecRank1, 1, 4, ranks) && allDifferent(ranks);
+    return values.contains(eDataTagCodecType1) && readColumn(values, eDataTagCodecType1, types) && allDifferent(types) &&
+           anyTypeUsable(values, types) && readColumn(values, eDataTagCodecPacketSize1, sizes) &&
+           readColumn(values, eDataTagCodecRank1, ranks) && allDifferent(ranks);
 }
 
-CodecTable::DataTableCodecSetting() : RankedTable(codecTable) {}
+CodecTable::DataTableCodecSetting() : RankedTable(codecs, words, Utils::sortCodecsByRank) {}
+
+std::string CodecTable::defaultText()
+{
+    DataTagValue_t cells;
+    getTableItemTags(cells);
+    DataCache::DataItemBuilder::getDefaultValues(cells, eDataComponentNone, false);
+    std::string xml = "<Schema>";
+    appendRows(xml, cells);
+    return xml + "</Schema>";
+}
 
 void CodecTable::xmlToTableItems(DataTagValue_t& values, bool clearFiles)
 {
@@ -105,7 +90,7 @@ void CodecTable::xmlToTableItems(DataTagValue_t& values, bool clearFiles)
     if (!values.contains(m_firstTag) || isCodecTableValid(values))
         return;
     LOG_ERROR(unit, "DataTableCodecSetting::xmlToTableItems - ERR loading codec setting table, setting up default values");
-    values[m_firstTag] = defaultText;
+    values[m_firstTag] = defaultText();
     parse(values);
 }
 

@@ -15,6 +15,10 @@ public:
     DataTableCodecSetting();
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
     void xmlToTableItems(DataTagValue_t& values, bool clearFiles) override;
+
+private:
+    /// The catalogue's defaults, as a text that names no schema.
+    MEDIADATA_HIDDEN std::string defaultText();
 };
 
 } // namespace Data

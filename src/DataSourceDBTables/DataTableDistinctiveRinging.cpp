@@ -1,51 +1,46 @@
-// The distinctive ringing table: its data, and how it keeps in step with the general ringer settings.
+// The distinctive ringing table: how it keeps in step with the general ringer settings.
 #include "DataSourceDBTables/DataTableDistinctiveRinging.h"
 
 #include "ClientUtils.h"
-#include "DataItemBuilder/NameTable.h"
-#include "DataSourceDBTables/TableCells.h"
 #include "Media/MediaDataCache.h"
 
-#include <array>
 #include <iostream>
+#include <optional>
 #include <utility>
+#include <vector>
 
 namespace Data {
 
 using RingingTable = DataSourceDB::DataTableHandler::DataTableDistinctiveRinging;
 
+using Tables::ringing;
+
 namespace {
 
-constexpr int lastRow = 14;
-
-constexpr std::array columns{
-    XmlColumn{addressOf(Name::dasDistinctiveRingerIndex), eDataTagNone, CellForm::rowIndex},
-    XmlColumn{addressOf(Name::dasDistinctiveAlertIdentifier), eDataTagAlertIdentifier0, CellForm::escaped},
-    XmlColumn{addressOf(Name::dasDistinctiveAlertType), eDataTagAlertType0},
-    XmlColumn{addressOf(Name::dasDistinctiveRingerMelody), eDataTagRingerMelody0},
-    XmlColumn{addressOf(Name::dasDistinctiveRingerTone), eDataTagRingerTone0},
-    XmlColumn{addressOf(Name::dasDistinctiveAlertRingerFile), eDataTagRingerFile0, CellForm::escaped},
-    XmlColumn{addressOf(Name::dasDistinctiveAlertDuration), eDataTagAlertDuration0},
-};
-
-// Rows name themselves, and no element stands around them.
-constexpr XmlLayout layout{.schema = nullptr, .columns = columns, .entryBeginsRow = false};
-
-template <class T> T ringerSetting(eDataTag tag, T const& fallback)
+template <class T> std::optional<T> valueOf(eDataTag tag)
 {
-    T value = fallback;
-    return Media::MediaDataCache::getData(tag, value) ? value : fallback;
+    T value{};
+    return Media::MediaDataCache::getData(tag, value) ? std::optional<T>(std::move(value)) : std::nullopt;
+}
+
+/// What rows without identifier have in a column.
+std::string textWithoutIdentifier(Tables::Column const& column)
+{
+    if (column.general == eDataTagNone)
+        return column.unnamed;
+    if (column.type == eDataItemTypeString)
+        return valueOf<std::string>(column.general).value_or(column.unnamed);
+    auto const number = valueOf<int>(column.general);
+    return number ? ClientUtils::itos(*number) : column.unnamed;
 }
 
 } // namespace
 
-RingingTable::DataTableDistinctiveRinging()
-    : XmlTable(eDataTagDistinctiveRinging, cellTag(eDataTagRingerFile0, lastRow), layout)
-{}
+RingingTable::DataTableDistinctiveRinging() : XmlTable(ringing) {}
 
 void RingingTable::initializeIndexMax()
 {
-    m_indexMax = lastRow;
+    m_indexMax = ringing.rows - 1;
 }
 
 bool RingingTable::processReadData(DataTagValue_t& values, bool clearFiles)
@@ -66,20 +61,17 @@ void RingingTable::xmlToTableItems(DataTagValue_t& values, bool clearFiles)
 
 bool RingingTable::updateDefaultValues(DataTagValue_t& values)
 {
-    std::string const melody = ClientUtils::itos(ringerSetting(eDataTagRingerMelody, 2));
-    std::string const file = ringerSetting(eDataTagRingerAudioFile, std::string());
-    std::string const tone = ClientUtils::itos(ringerSetting(eDataTagRingerToneSequence, 2));
-    std::array<std::pair<eDataTag, std::string>, 5> const general{{{eDataTagAlertType0, "0"},
-                                                                   {eDataTagRingerMelody0, melody},
-                                                                   {eDataTagRingerTone0, tone},
-                                                                   {eDataTagRingerFile0, file},
-                                                                   {eDataTagAlertDuration0, "60"}}};
+    std::vector<std::pair<eDataTag, std::string>> general; // by the first cell of the column
+    general.reserve(ringing.columns.size());
+    for (Tables::Column const& column : ringing.columns)
+        if (column.unnamed)
+            general.emplace_back(column.first, textWithoutIdentifier(column));
     bool changed = false;
-    for (int row = 0; row <= lastRow; ++row) {
-        if (!values[cellTag(eDataTagAlertIdentifier0, row)].empty())
+    for (int row = 0; row < ringing.rows; ++row) {
+        if (!values[ringing.cell(ringing.column(Tables::Role::identifier), row)].empty())
             continue;
         for (auto const& [column, text] : general) {
-            std::string& cell = values[cellTag(column, row)];
+            std::string& cell = values[ringing.cell(column, row)];
             if (cell != text) {
                 cell = text;
                 changed = true;

@@ -2,8 +2,9 @@
 #include "DataSourceDBTables/DataTableDoorOpenerTypeDependentTags.h"
 
 #include "ClientUtils.h"
-#include "DataSourceDBTables/TableCells.h"
+#include "Data/DataItemBuilder.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/Rules.h"
 
 #include <utility>
 
@@ -11,44 +12,15 @@ namespace Data {
 
 using DoorOpenerTable = DataSourceDB::DataTableHandler::DataTableDoorOpenerTypeDependentTags;
 
+using Tables::cameras;
+using Tables::doorOpeners;
+
 namespace {
 
-constexpr int itemsPerOpener = eDataTagDoorOpener2Type - eDataTagDoorOpener1Type;
-constexpr int itemsPerCamera = eDataTagCamera2Name - eDataTagCamera1Name;
-
-/// An item of opener or camera `number`, counted from 0, given that of the first.
-constexpr eDataTag openerTag(eDataTag first, std::size_t number)
+constexpr eDataTag openerTag(eDataTag first, std::size_t opener)
 {
-    return cellTag(first, static_cast<int>(number) * itemsPerOpener);
+    return doorOpeners.cell(first, opener);
 }
-
-constexpr eDataTag cameraTag(eDataTag first, std::size_t number)
-{
-    return cellTag(first, static_cast<int>(number) * itemsPerCamera);
-}
-
-/// What an opener that is switched off returns to, save its name. The emptied path is required, although the catalogue's
-/// default is "0".
-constexpr std::array<std::pair<eDataTag, char const*>, 12> neutralTexts{{{eDataTagDoorOpener1Method, "1"},
-                                                                         {eDataTagDoorOpener1PhoneNumber, ""},
-                                                                         {eDataTagDoorOpener1Address, ""},
-                                                                         {eDataTagDoorOpener1Port, "0"},
-                                                                         {eDataTagDoorOpener1Username, ""},
-                                                                         {eDataTagDoorOpener1Password, ""},
-                                                                         {eDataTagDoorOpener1Path, ""},
-                                                                         {eDataTagDoorOpener1UrlParameters, ""},
-                                                                         {eDataTagDoorOpener1Pin, ""},
-                                                                         {eDataTagDoorOpener1FpkConfirmation, "true"},
-                                                                         {eDataTagDoorOpener1DirectVideo, "0"},
-                                                                         {eDataTagDoorOpener1AutomaticVideo, "false"}}};
-
-/// The record of number i serves as opener i's and as camera i's.
-struct DoorOpenerCamera {
-    int doorOpener = 0;      ///< camera: the opener that shows it, 0 for none
-    int camera = 0;          ///< opener: the camera that it shows, 0 for none
-    std::string openerPhone; ///< opener: its phone number
-    std::string cameraPhone; ///< camera: the phone number of the opener that shows it
-};
 
 template <class T, std::size_t count> void readOpeners(std::array<T, count>& remembered, eDataTag first)
 {
@@ -64,7 +36,7 @@ template <class T> bool replace(T& remembered, T value)
 
 } // namespace
 
-DoorOpenerTable::DataTableDoorOpenerTypeDependentTags() : DataTable(eDataTagDoorOpeners, eDataTagDoorOpener4AutomaticVideo)
+DoorOpenerTable::DataTableDoorOpenerTypeDependentTags() : DataTable(doorOpeners.tag, doorOpeners.last)
 {
     readOpeners(m_directVideo, eDataTagDoorOpener1DirectVideo);
     readOpeners(m_type, eDataTagDoorOpener1Type);
@@ -91,11 +63,11 @@ int DoorOpenerTable::checkTableData(DataTagValue_t& values, DataTagValue_t& /*to
 bool DoorOpenerTable::remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared)
 {
     bool changed = false;
-    auto const end = values.lower_bound(eDataTagDoorOpener4AutomaticVideo);
-    for (auto entry = values.lower_bound(eDataTagDoorOpener1Type); entry != end; ++entry) {
+    auto const end = values.upper_bound(doorOpeners.last);
+    for (auto entry = values.lower_bound(doorOpeners.first); entry != end; ++entry) {
         auto const& [tag, text] = *entry;
-        auto const opener = static_cast<std::size_t>((tag - eDataTagDoorOpener1Type) / itemsPerOpener);
-        switch (cellTag(tag, -static_cast<int>(opener) * itemsPerOpener)) {
+        auto const opener = static_cast<std::size_t>(doorOpeners.rowOf(tag));
+        switch (doorOpeners.columnOf(tag)) {
         case eDataTagDoorOpener1Type:
             if (replace(m_type[opener], ClientUtils::stoi(text)) && m_type[opener] == 0) {
                 cleared[opener] = true;
@@ -120,32 +92,23 @@ bool DoorOpenerTable::remember(DataTagValue_t const& values, std::array<bool, op
 
 void DoorOpenerTable::clearOpener(DataTagValue_t& values, std::size_t opener)
 {
-    values[openerTag(eDataTagDoorOpener1Name, opener)] = "DoorOpener " + ClientUtils::itos(static_cast<int>(opener) + 1);
-    for (auto const& [first, text] : neutralTexts)
-        values[openerTag(first, opener)] = text;
+    for (Tables::Column const& column : doorOpeners.columns) {
+        if (column.first == eDataTagDoorOpener1Type)
+            continue;
+        eDataTag const tag = openerTag(column.first, opener);
+        // The emptied path is required, although the catalogue's default is "0".
+        values[tag] =
+            column.first == eDataTagDoorOpener1Path ? "" : DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.text;
+    }
 }
 
 void DoorOpenerTable::updateDirectVideoTags(DataTagValue_t const& values)
 {
-    std::array<DoorOpenerCamera, openerCount> records;
-    for (std::size_t opener = 0; opener < openerCount; ++opener) {
-        auto& record = records[opener];
-        record.openerPhone = cellText(values, openerTag(eDataTagDoorOpener1PhoneNumber, opener));
-        record.camera = ClientUtils::stoi(cellText(values, openerTag(eDataTagDoorOpener1DirectVideo, opener)));
-    }
-    // Ascending, so that the highest of several openers of one camera wins.
-    for (std::size_t opener = 0; opener < openerCount; ++opener) {
-        auto const& record = records[opener];
-        if (record.camera < 1 || record.camera > static_cast<int>(openerCount))
-            continue;
-        auto& camera = records[static_cast<std::size_t>(record.camera) - 1];
-        camera.doorOpener = static_cast<int>(opener) + 1;
-        camera.cameraPhone = record.openerPhone;
-    }
-    for (std::size_t camera = 0; camera < openerCount; ++camera)
-        Media::MediaDataCache::setData(cameraTag(eDataTagCamera1DoorOpener, camera), records[camera].doorOpener, false);
-    for (std::size_t camera = 0; camera < openerCount; ++camera)
-        Media::MediaDataCache::setData(cameraTag(eDataTagCamera1PhoneNumber, camera), records[camera].cameraPhone, false);
+    Tables::CameraLinks const links = Tables::linkCameras(values);
+    for (std::size_t camera = 0; camera < links.size(); ++camera)
+        Media::MediaDataCache::setData(cameras.cell(eDataTagCamera1DoorOpener, camera), links[camera].opener, false);
+    for (std::size_t camera = 0; camera < links.size(); ++camera)
+        Media::MediaDataCache::setData(cameras.cell(eDataTagCamera1PhoneNumber, camera), links[camera].phone, false);
 }
 
 } // namespace Data

@@ -3,6 +3,8 @@
 
 #include "Data/DataTable.h"
 
+#include "Tables/Tables.h"
+
 #include <array>
 #include <cstddef>
 #include <string>
@@ -20,7 +22,7 @@ public:
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
 
 private:
-    static constexpr std::size_t openerCount = 4;
+    static constexpr auto openerCount = static_cast<std::size_t>(Tables::doorOpeners.rows);
 
     /// Remembers what `values` say; true when a check of the cameras is due. `cleared` tells which openers were switched off.
     bool remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared);

@@ -1,26 +1,14 @@
-// The rule between the group-pickup tone type and its two flags.
+// Keeps the group-pickup tone type and its two flags consistent.
 #include "DataSourceDBTables/DataTableGroupPickupDependentTags.h"
 
 #include "ClientUtils.h"
-#include "DataSourceDBTables/TableCells.h"
-
-#include <algorithm>
-#include <array>
+#include "Tables/Rules.h"
 
 namespace Data {
 
 using GroupPickupTable = DataSourceDB::DataTableHandler::DataTableGroupPickupDependentTags;
 
 namespace {
-
-struct Flags {
-    bool asRinger;
-    bool toneAllowed;
-    bool operator==(Flags const&) const = default;
-};
-
-/// By tone type.
-constexpr std::array<Flags, 4> toneTypes{{{false, false}, {false, true}, {true, true}, {true, false}}};
 
 bool flagOr(DataTagValue_t const& values, eDataTag tag, bool fallback)
 {
@@ -30,12 +18,11 @@ bool flagOr(DataTagValue_t const& values, eDataTag tag, bool fallback)
 
 } // namespace
 
-GroupPickupTable::DataTableGroupPickupDependentTags() : DataTable(eDataTagGroupPickup, eDataTagGroupPickupToneType) {}
+GroupPickupTable::DataTableGroupPickupDependentTags() : DataTable(Tables::groupPickup.tag, Tables::groupPickup.last) {}
 
 void GroupPickupTable::getGroupPickupToneType(bool asRinger, bool toneAllowed, std::string& toneType)
 {
-    auto const* const found = std::find(toneTypes.begin(), toneTypes.end(), Flags{asRinger, toneAllowed});
-    toneType = ClientUtils::itos(static_cast<int>(found - toneTypes.begin()));
+    toneType = ClientUtils::itos(Tables::toneTypeOf({asRinger, toneAllowed}));
 }
 
 bool GroupPickupTable::processReadData(DataTagValue_t& values, bool /*clearFiles*/)
@@ -47,17 +34,17 @@ bool GroupPickupTable::processReadData(DataTagValue_t& values, bool /*clearFiles
 
 int GroupPickupTable::checkTableData(DataTagValue_t& values, DataTagValue_t& /*toStore*/)
 {
-    std::string const parent = cellText(values, eDataTagGroupPickup);
-    std::string toneType = cellText(values, eDataTagGroupPickupToneType);
-    Flags const flags{flagOr(values, eDataTagGroupPickupAsRinger, true),
-                      flagOr(values, eDataTagGroupPickupToneAllowed, true)};
+    std::string const parent = Tables::cellText(values, eDataTagGroupPickup);
+    std::string toneType = Tables::cellText(values, eDataTagGroupPickupToneType);
+    Tables::PickupFlags const flags{flagOr(values, eDataTagGroupPickupAsRinger, true),
+                                    flagOr(values, eDataTagGroupPickupToneAllowed, true)};
     if (toneType != parent) {
-        int const type = ClientUtils::stoi(toneType);
+        auto const wanted = Tables::pickupFlagsOf(ClientUtils::stoi(toneType));
         // Flags that match already leave the table tag behind: the next check sees the type as changed again.
-        if (type < 0 || type >= static_cast<int>(toneTypes.size()) || toneTypes[static_cast<std::size_t>(type)] == flags)
+        if (!wanted || *wanted == flags)
             return eTableValid;
-        values[eDataTagGroupPickupAsRinger] = ClientUtils::btos(toneTypes[static_cast<std::size_t>(type)].asRinger);
-        values[eDataTagGroupPickupToneAllowed] = ClientUtils::btos(toneTypes[static_cast<std::size_t>(type)].toneAllowed);
+        values[eDataTagGroupPickupAsRinger] = ClientUtils::btos(wanted->asRinger);
+        values[eDataTagGroupPickupToneAllowed] = ClientUtils::btos(wanted->toneAllowed);
     } else {
         getGroupPickupToneType(flags.asRinger, flags.toneAllowed, toneType);
         if (toneType == parent)

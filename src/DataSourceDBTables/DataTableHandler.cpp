@@ -11,6 +11,7 @@
 #include "DataSourceDBTables/DataTableSRTPEncryptionSetting.h"
 #include "Log.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/Tables.h"
 
 #include <algorithm>
 #include <array>
@@ -42,6 +43,14 @@ constexpr std::array tableClasses{
     TableClass{eDataTagHeadsetPriorities, makeTable<Handler::DataTableHeadsetPriorities>},
     TableClass{eDataTagDoorOpeners, makeTable<Handler::DataTableDoorOpenerTypeDependentTags>},
 };
+
+static_assert(std::ranges::all_of(Tables::all,
+                                  [](Tables::Table const& table) {
+                                      return table.tag == eDataTagNone ||
+                                             std::ranges::find(tableClasses, table.tag, &TableClass::tag) !=
+                                                 tableClasses.end();
+                                  }),
+              "a table has no class");
 
 template <class T> std::optional<T> currentValue(eDataTag tag)
 {

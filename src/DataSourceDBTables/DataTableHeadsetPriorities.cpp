@@ -1,10 +1,7 @@
-// The headset table: its data.
+// The headset table: its words.
 #include "DataSourceDBTables/DataTableHeadsetPriorities.h"
 
 #include "Data/RankedTables.h"
-#include "DataItemBuilder/NameTable.h"
-
-#include <array>
 
 namespace Data {
 
@@ -12,18 +9,7 @@ using HeadsetTable = DataSourceDB::DataTableHandler::DataTableHeadsetPriorities;
 
 namespace {
 
-constexpr std::array columns{
-    XmlColumn{addressOf(Name::dasHeadsetType), eDataTagHeadsetType1},
-    XmlColumn{addressOf(Name::dasHeadsetRank), eDataTagHeadsetRank1},
-    XmlColumn{addressOf(Name::dasHeadsetAllowed), eDataTagHeadsetAllowed1},
-};
-
-constexpr RankedTableData headsetTable{
-    .table = eDataTagHeadsetPriorities,
-    .firstFlag = eDataTagHeadsetHardwareAllowed1,
-    .rows = 3,
-    .layout = {.schema = addressOf(Name::dasHeadsetPrioritiesSchema), .columns = columns, .entryBeginsRow = true},
-    .sort = Utils::sortHeadsetsByRank,
+constexpr RankedTableWords words{
     .className = "DataTableHeadsetPriorities",
     .kind = "headset",
     .choice = "type",
@@ -33,7 +19,7 @@ constexpr RankedTableData headsetTable{
 
 } // namespace
 
-HeadsetTable::DataTableHeadsetPriorities() : RankedTable(headsetTable) {}
+HeadsetTable::DataTableHeadsetPriorities() : RankedTable(Tables::headsets, words, Utils::sortHeadsetsByRank) {}
 
 HeadsetTable::~DataTableHeadsetPriorities() = default;
 

@@ -1,10 +1,7 @@
-// The SRTP encryption table: its data.
+// The SRTP encryption table: its words.
 #include "DataSourceDBTables/DataTableSRTPEncryptionSetting.h"
 
 #include "Data/RankedTables.h"
-#include "DataItemBuilder/NameTable.h"
-
-#include <array>
 
 namespace Data {
 
@@ -12,18 +9,7 @@ using SRTPEncryptionTable = DataSourceDB::DataTableHandler::DataTableSRTPEncrypt
 
 namespace {
 
-constexpr std::array columns{
-    XmlColumn{addressOf(Name::dasSRTPEncryptionMethod), eDataTagSRTPEncryptionMethod1},
-    XmlColumn{addressOf(Name::dasSRTPEncryptionRank), eDataTagSRTPEncryptionRank1},
-    XmlColumn{addressOf(Name::dasSRTPEncryptionAllowed), eDataTagSRTPEncryptionAllowed1},
-};
-
-constexpr RankedTableData srtpEncryptionTable{
-    .table = eDataTagSRTPEncryptionSettings,
-    .firstFlag = eDataTagSRTPEncryptionHardwareAllowed1,
-    .rows = 5,
-    .layout = {.schema = addressOf(Name::dasSRTPEncryptionSettingsSchema), .columns = columns, .entryBeginsRow = true},
-    .sort = Utils::sortSRTPEncryptionsByRank,
+constexpr RankedTableWords words{
     .className = "DataTableSRTPEncryptionSetting",
     .kind = "encryption",
     .choice = "method",
@@ -33,7 +19,9 @@ constexpr RankedTableData srtpEncryptionTable{
 
 } // namespace
 
-SRTPEncryptionTable::DataTableSRTPEncryptionSetting() : RankedTable(srtpEncryptionTable) {}
+SRTPEncryptionTable::DataTableSRTPEncryptionSetting()
+    : RankedTable(Tables::encryptions, words, Utils::sortSRTPEncryptionsByRank)
+{}
 
 SRTPEncryptionTable::~DataTableSRTPEncryptionSetting() = default;
 

@@ -2,13 +2,14 @@
 #include "DataSourceDBTables/RankedTable.h"
 
 #include "ClientUtils.h"
-#include "DataSourceDBTables/TableCells.h"
 #include "Log.h"
 
 #include <set>
 
 namespace Data {
 
+using Tables::cellTag;
+using Tables::Role;
 using enum DataSourceDB::DataTableHandler::eTableCheck;
 
 namespace {
@@ -17,20 +18,21 @@ constexpr char const* unit = "./src/DataSourceDBTables";
 
 } // namespace
 
-RankedTable::RankedTable(RankedTableData const& data)
-    : XmlTable(data.table, cellTag(data.firstFlag, -1), data.layout), m_data(data)
+RankedTable::RankedTable(Tables::Table const& table, RankedTableWords const& words,
+                         void (*sort)(DataTagValue_t& values, int count))
+    : XmlTable(table), m_words(words), m_sort(sort)
 {}
 
 void RankedTable::getTableItemTags(DataTagValue_t& values)
 {
     XmlTable::getTableItemTags(values);
-    for (int row = 0; row < m_data.rows; ++row)
-        values[cellTag(m_data.firstFlag, row)].clear();
+    for (eDataTag flag = cellTag(m_table.last, 1); flag <= m_table.lastFlag; flag = cellTag(flag, 1))
+        values[flag].clear();
 }
 
 void RankedTable::initializeIndexMax()
 {
-    m_indexMax = m_data.rows - 1;
+    m_indexMax = m_table.rows - 1;
 }
 
 bool RankedTable::processReadData(DataTagValue_t& values, bool clearFiles)
@@ -44,13 +46,13 @@ void RankedTable::xmlToTableItems(DataTagValue_t& values, bool /*clearFiles*/)
     if (!values.contains(m_firstTag))
         return;
     parse(values);
-    m_data.sort(values, m_indexMax + 1);
+    m_sort(values, m_indexMax + 1);
 }
 
 bool RankedTable::tableItemsToXml(DataTagValue_t& values)
 {
     if (m_indexMax == 0) {
-        LOG_ERROR(unit, "%s", m_data.notIndexed);
+        LOG_ERROR(unit, "%s", m_words.notIndexed);
         return false;
     }
     return buildText(values);
@@ -69,66 +71,65 @@ int RankedTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
     if (checkSaneValues(previous, records)) {
         LOG_ERROR(unit,
                   "DataSourceDB::DataTableHandler::%s::checkTableData -> ocms set failed, restoring previous values \n",
-                  m_data.className);
+                  m_words.className);
         moveText(previous, toStore);
         values = std::move(previous);
         return eTableRejected;
     }
     LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkTableData -> data corrupted, resetting table to default\n",
-              m_data.className);
+              m_words.className);
     return eTableCorrupt;
 }
 
 bool RankedTable::checkSaneValues(DataTagValue_t const& values, std::vector<Row>& records) const
 {
     Lists lists;
-    records.assign(static_cast<std::size_t>(m_data.rows), Row{});
+    records.assign(static_cast<std::size_t>(m_table.rows), Row{});
     return readRows(values, records, lists) && checkRows(records, lists);
 }
 
 bool RankedTable::readRows(DataTagValue_t const& values, std::vector<Row>& records, Lists& lists) const
 {
-    // The cells lie column by column behind the table tag, with the flags as last column.
-    enum eColumn { eChoice, eRank, eAllowed, eFlag };
     for (auto const& [tag, text] : values) {
         if (tag == m_firstTag)
             continue;
-        if (tag < m_firstTag || tag >= cellTag(m_data.firstFlag, m_data.rows)) {
+        if (!m_table.holds(tag)) {
             LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received unknown tag in data %i \n",
-                      m_data.className, int{tag});
+                      m_words.className, int{tag});
             continue;
         }
-        int const cell = tag - m_firstTag - 1;
-        auto const index = static_cast<std::size_t>(cell % m_data.rows);
+        auto const index = static_cast<std::size_t>(m_table.rowOf(tag));
         Row& row = records[index];
-        switch (cell / m_data.rows) {
-        case eChoice:
+        switch (m_table.find(m_table.columnOf(tag))->role) {
+        case Role::choice:
             row.choice = ClientUtils::stoi(text);
             if (row.choice < 0 || row.choice > m_indexMax) {
                 LOG_ERROR(unit,
                           "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received invalid %s %d at index %zu - "
                           "restoring previous values\n",
-                          m_data.className, m_data.choice, row.choice, index);
+                          m_words.className, m_words.choice, row.choice, index);
                 return false;
             }
             lists.choices += " " + text;
             break;
-        case eRank:
+        case Role::rank:
             row.rank = ClientUtils::stoi(text);
             if (row.rank < 1 || row.rank > m_indexMax + 1) {
                 LOG_ERROR(unit,
                           "DataSourceDB::DataTableHandler::%s::checkSaneValues -> received wrong rank %d at index %zu - "
                           "restoring previous values\n",
-                          m_data.className, row.rank, index);
+                          m_words.className, row.rank, index);
                 return false;
             }
             lists.ranks += " " + text;
             break;
-        case eAllowed:
+        case Role::allowed:
             row.allowed = ClientUtils::stob(text);
             break;
-        case eFlag:
+        case Role::flag:
             row.hwAllowed = ClientUtils::stob(text);
+            break;
+        default:
             break;
         }
     }
@@ -143,7 +144,7 @@ bool RankedTable::checkRows(std::vector<Row> const& records, Lists const& lists)
     bool anyAllowed = false;
     for (Row const& row : records) {
         if (!row.hwAllowed) {
-            LOG_AT(unit, 5, "checkSaneValues: ignoring non-hw allowed %s %s %d with rank %d", m_data.kind, m_data.choice,
+            LOG_AT(unit, 5, "checkSaneValues: ignoring non-hw allowed %s %s %d with rank %d", m_words.kind, m_words.choice,
                    row.choice, row.rank);
             continue;
         }
@@ -151,19 +152,19 @@ bool RankedTable::checkRows(std::vector<Row> const& records, Lists const& lists)
         choices.insert(row.choice);
         ++taken;
         anyAllowed = anyAllowed || row.allowed;
-        LOG_AT(unit, 5, "checkSaneValues: adding %s %s %d with rank %d, allowed: %d", m_data.kind, m_data.choice, row.choice,
-               row.rank, int{row.allowed});
+        LOG_AT(unit, 5, "checkSaneValues: adding %s %s %d with rank %d, allowed: %d", m_words.kind, m_words.choice,
+               row.choice, row.rank, int{row.allowed});
     }
     if (!anyAllowed) {
-        LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> all %s %ss are disabled\n", m_data.className,
-                  m_data.kind, m_data.choice);
+        LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> all %s %ss are disabled\n",
+                  m_words.className, m_words.kind, m_words.choice);
         return false;
     }
     if (taken != ranks.size() || taken != choices.size()) {
         LOG_ERROR(unit,
                   "DataSourceDB::DataTableHandler::%s::checkSaneValues received ranks (%s), %ss(%s) - some rank or %s is "
                   "missing\n",
-                  m_data.className, lists.ranks.c_str(), m_data.choice, lists.choices.c_str(), m_data.choice);
+                  m_words.className, lists.ranks.c_str(), m_words.choice, lists.choices.c_str(), m_words.choice);
         return false;
     }
     return true;

@@ -1,5 +1,5 @@
 // The design that the codec, SRTP encryption and headset tables share: rows of a choice, its rank and whether it is allowed.
-// What differs between the three stands in a RankedTableData each; one piece of code serves them.
+// What differs between the three are their descriptions and their words; one piece of code serves them.
 #pragma once
 
 #include "DataSourceDBTables/XmlTable.h"
@@ -8,13 +8,8 @@
 
 namespace Data {
 
-struct RankedTableData {
-    eDataTag table;
-    eDataTag firstFlag; ///< the hardware flags, one per row, follow the last cell
-    int rows;
-    XmlLayout layout;
-    void (*sort)(DataTagValue_t& values, int count);
-    // Words in messages.
+/// How a ranked table names itself and its rows in messages.
+struct RankedTableWords {
     char const* className;
     char const* kind;   ///< what is ranked: "encryption", "headset"
     char const* choice; ///< how one is named: "method", "type"
@@ -40,8 +35,8 @@ protected:
         bool hwAllowed = false;
     };
 
-    /// The data is borrowed for the table's life.
-    explicit RankedTable(RankedTableData const& data);
+    /// Both are borrowed for the table's life; `sort` orders the cells by their ranks.
+    RankedTable(Tables::Table const& table, RankedTableWords const& words, void (*sort)(DataTagValue_t& values, int count));
 
     /// Each choice and rank in range; among the rows that the hardware can use, one allowed and none named twice.
     bool checkSaneValues(DataTagValue_t const& values, std::vector<Row>& records) const;
@@ -55,7 +50,8 @@ private:
     bool readRows(DataTagValue_t const& values, std::vector<Row>& records, Lists& lists) const;
     bool checkRows(std::vector<Row> const& records, Lists const& lists) const;
 
-    RankedTableData const& m_data;
+    RankedTableWords const& m_words;
+    void (*m_sort)(DataTagValue_t& values, int count);
 };
 
 } // namespace Data

@@ -3,11 +3,11 @@
 
 #include "ClientUtils.h"
 #include "Data/DataNames.h"
-#include "DataSourceDBTables/TableCells.h"
 #include "XmlParser.h"
 
 #include <algorithm>
 #include <iostream>
+#include <string_view>
 
 namespace Data {
 
@@ -34,32 +34,14 @@ std::string escaped(std::string const& text)
     return result;
 }
 
-void appendElement(std::string& xml, std::string const& name, std::string const& text)
+void appendElement(std::string& xml, std::string_view name, std::string const& text)
 {
-    xml += "<" + name + ">" + text + "</" + name + ">";
-}
-
-/// Appends one cell's element; false when the map lacks the cell.
-bool appendCell(std::string& xml, XmlColumn const& column, int row, DataTagValue_t const& values)
-{
-    if (column.form == CellForm::rowIndex || column.form == CellForm::rowRank) {
-        appendElement(xml, *column.element, ClientUtils::itos(column.form == CellForm::rowRank ? row + 1 : row));
-        return true;
-    }
-    auto const cell = values.find(cellTag(column.firstCell, row));
-    if (cell == values.end()) {
-        std::cout << "; ERR missing tag " << int{cellTag(column.firstCell, row)} << " for table writing\n" << std::flush;
-        return false;
-    }
-    appendElement(xml, *column.element, column.form == CellForm::escaped ? escaped(cell->second) : cell->second);
-    return true;
+    xml.append("<").append(name).append(">").append(text).append("</").append(name).append(">");
 }
 
 } // namespace
 
-XmlTable::XmlTable(eDataTag firstTag, eDataTag lastTag, XmlLayout const& layout)
-    : DataTable(firstTag, lastTag), m_layout(layout)
-{}
+XmlTable::XmlTable(Tables::Table const& table) : DataTable(table.tag, table.last), m_table(table) {}
 
 void XmlTable::XMLStart(void* table, char const* name, char const** /*attributes*/)
 {
@@ -76,23 +58,26 @@ void XmlTable::XMLDataHandler(void* table, char const* text, int length)
 void XmlTable::startElement(std::string const& name)
 {
     m_currentElement = name;
-    if (m_layout.entryBeginsRow && name == dasTableEntry)
+    if (m_table.number.empty() && name == dasTableEntry)
         ++m_rowIndex;
 }
 
 void XmlTable::takeText(std::string const& text)
 {
-    auto const column = std::find_if(m_layout.columns.begin(), m_layout.columns.end(),
-                                     [this](XmlColumn const& candidate) { return *candidate.element == m_currentElement; });
-    if (column == m_layout.columns.end() || m_target == nullptr)
+    if (m_target == nullptr)
         return;
-    if (column->form == CellForm::rowIndex) {
+    if (!m_table.number.empty() && m_currentElement == m_table.number) {
         m_rowIndex = ClientUtils::stoi(text);
         return;
     }
     if (m_rowIndex < 0 || m_rowIndex > m_indexMax)
         return;
-    auto const cell = m_target->find(cellTag(column->firstCell, m_rowIndex));
+    auto const column = std::ranges::find_if(m_table.columns, [this](Tables::Column const& each) {
+        return each.form != Tables::Form::none && m_currentElement == each.element;
+    });
+    if (column == m_table.columns.end())
+        return;
+    auto const cell = m_target->find(m_table.cell(column->first, m_rowIndex));
     if (cell != m_target->end())
         cell->second = text;
 }
@@ -100,7 +85,7 @@ void XmlTable::takeText(std::string const& text)
 void XmlTable::parse(DataTagValue_t& values)
 {
     // A copy: the parse writes into the map that holds the text.
-    std::string const text = cellText(values, m_firstTag);
+    std::string const text = Tables::cellText(values, m_firstTag);
     m_target = &values;
     XmlParser parser(this, XMLStart, XMLEnd, XMLDataHandler);
     // A text that breaks off has filled the cells up to there; the table's check decides what becomes of them.
@@ -110,17 +95,45 @@ void XmlTable::parse(DataTagValue_t& values)
     m_rowIndex = -1;
 }
 
-bool XmlTable::buildText(DataTagValue_t& values) const
+bool XmlTable::appendCell(std::string& xml, Tables::Column const& column, int row, DataTagValue_t const& values) const
 {
-    std::string xml = m_layout.schema == nullptr ? "" : "<Schema name=\"" + *m_layout.schema + "\">";
+    if (column.form == Tables::Form::place) {
+        appendElement(xml, column.element, ClientUtils::itos(row + 1));
+        return true;
+    }
+    eDataTag const tag = m_table.cell(column.first, row);
+    auto const cell = values.find(tag);
+    if (cell == values.end()) {
+        std::cout << "; ERR missing tag " << int{tag} << " for table writing\n" << std::flush;
+        return false;
+    }
+    appendElement(xml, column.element, column.form == Tables::Form::escaped ? escaped(cell->second) : cell->second);
+    return true;
+}
+
+bool XmlTable::appendRows(std::string& xml, DataTagValue_t const& values) const
+{
     for (int row = 0; row <= m_indexMax; ++row) {
         xml += "<" + dasTableEntry + ">";
-        for (XmlColumn const& column : m_layout.columns)
-            if (!appendCell(xml, column, row, values))
+        if (!m_table.number.empty())
+            appendElement(xml, m_table.number, ClientUtils::itos(row));
+        for (Tables::Column const& column : m_table.columns)
+            if (column.form != Tables::Form::none && !appendCell(xml, column, row, values))
                 return false;
         xml += "</" + dasTableEntry + ">";
     }
-    if (m_layout.schema != nullptr)
+    return true;
+}
+
+bool XmlTable::buildText(DataTagValue_t& values) const
+{
+    bool const standsAlone = m_table.kind == Tables::Kind::numbered;
+    std::string xml;
+    if (!standsAlone)
+        xml.append("<Schema name=\"").append(m_table.schema).append("\">");
+    if (!appendRows(xml, values))
+        return false;
+    if (!standsAlone)
         xml += "</Schema>";
     values[m_firstTag] = std::move(xml);
     return true;

@@ -1,32 +1,13 @@
-// A table that the database keeps as one XML text: a layout of columns, and the one parser and writer over it.
+// A table that the database keeps as one XML text: the one parser and writer over the description of each.
 #pragma once
 
 #include "Data/DataTable.h"
 
-#include <span>
+#include "Tables/Tables.h"
+
 #include <string>
 
 namespace Data {
-
-/// What stands in a column's elements when rows are written.
-enum class CellForm {
-    plain,    ///< the cell's text as it is
-    escaped,  ///< the cell's text with markup characters escaped
-    rowIndex, ///< the row's number from 0; the column has no cells, and when read it says which row follows
-    rowRank   ///< the row's number from 1; the cells are only read
-};
-
-struct XmlColumn {
-    std::string const* element;
-    eDataTag firstCell;
-    CellForm form = CellForm::plain;
-};
-
-struct XmlLayout {
-    std::string const* schema;          ///< null: the rows stand without an element around them
-    std::span<XmlColumn const> columns; ///< in the order in which they are written
-    bool entryBeginsRow;                ///< each "Entry" begins the next row; otherwise a rowIndex column names the row
-};
 
 class XmlTable : public DataSourceDB::DataTableHandler::DataTable {
 public:
@@ -36,20 +17,24 @@ public:
     static void XMLDataHandler(void* table, char const* text, int length);
 
 protected:
-    XmlTable(eDataTag firstTag, eDataTag lastTag, XmlLayout const& layout);
+    /// The description is borrowed for the table's life.
+    explicit XmlTable(Tables::Table const& table);
 
     /// Parses the table tag's text into the cells that `values` holds. Cells without text in it stay as they are.
     void parse(DataTagValue_t& values);
     /// Makes the table tag's text from the cells. A missing cell is told on standard output, the text stays, and it is false.
     bool buildText(DataTagValue_t& values) const;
+    /// Appends the entries of all rows; false with a part of them when a cell is missing.
+    bool appendRows(std::string& xml, DataTagValue_t const& values) const;
     /// Moves the table tag's text out of the values of the cells into what is to be stored.
     void moveText(DataTagValue_t& values, DataTagValue_t& toStore) const;
 
+    Tables::Table const& m_table;
+
 private:
+    bool appendCell(std::string& xml, Tables::Column const& column, int row, DataTagValue_t const& values) const;
     void startElement(std::string const& name);
     void takeText(std::string const& text);
-
-    XmlLayout m_layout;
 };
 
 } // namespace Data
