@@ -5,7 +5,7 @@
 #include "Data/DataSourceFile.h"
 
 #include "DataCache/CacheLock.h"
-#include "DataCache/TextValues.h"
+#include "Tables/Rules.h"
 
 namespace Data {
 
@@ -34,24 +34,11 @@ bool DataCache::applyChangedConfigFile()
     DataItemBuilder::getDefaultValues(flags, eDataComponentNone, true);
     m_sourceFile->readConfigFile(flags);
 
-    auto const says = [&flags](eDataTag flag, char const* text) {
-        auto const found = flags.find(flag);
-        return found != flags.end() && found->second == text;
-    };
-    flags.emplace(eDataTagCodecHardwareAllowed3, says(eDataTagOpusTest, "false") ? "false" : "true");
-
     DataTagValue_t methods;
-    for (int tag = eDataTagSRTPEncryptionMethod1; tag <= eDataTagSRTPEncryptionMethod5; ++tag)
-        methods.emplace(static_cast<eDataTag>(tag), "");
+    for (int row = 0; row < Tables::encryptions.rows; ++row)
+        methods.emplace(Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, row), "");
     getTexts(methods);
-    constexpr int fromMethodToFlag = eDataTagSRTPEncryptionHardwareAllowed1 - eDataTagSRTPEncryptionMethod1;
-    for (auto const& [tag, text] : methods) {
-        int method = 0;
-        convertFromString(text, method);
-        if (method >= 2 && method <= 4)
-            flags.emplace(static_cast<eDataTag>(tag + fromMethodToFlag),
-                          says(eDataTagAes256Test, "true") ? "true" : "false");
-    }
+    flags.merge(Tables::hardwareFlagsByFile(flags, methods));
 
     DataTagValue_t scratch;
     setTexts(flags, scratch, false, false);

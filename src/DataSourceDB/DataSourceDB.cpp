@@ -6,12 +6,14 @@
 
 #include "DataItemBuilder/NameTable.h"
 #include "Log.h"
+#include "Tables/Tables.h"
 
 #include "ClientUtils.h"
 #include "DasCrypt.h"
 #include "DataStorage.h"
 #include "SvcRTEContext.h"
 
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -46,27 +48,22 @@ std::size_t placeOf(std::string const& schema)
 }
 
 /// What bounds one stored row in the text of a table.
-struct FragmentMarks {
-    eDataTag table;
-    std::string_view opening;
-    std::string_view closing;
+struct RowMarks {
+    std::string opening;
+    std::string closing;
 };
 
-constexpr FragmentMarks fragmentMarks[]{
-    {eDataTagCodecSettings, "<CodecType>", "</CodecPacketSize>"},
-    {eDataTagSRTPEncryptionSettings, "<Method>", "</Allowed>"},
-    {eDataTagHeadsetPriorities, "<Type>", "</Allowed>"},
-    {eDataTagDistinctiveRinging, "<Entry>", "</Entry>"},
-};
-
-FragmentMarks findMarks(eDataTag table)
+/// Ranked rows are stored without the "Entry" around them.
+RowMarks findMarks(eDataTag tag)
 {
-    for (auto const& marks : fragmentMarks) {
-        if (marks.table == table)
-            return marks;
+    Tables::Table const* const table = Tables::find(tag);
+    if (!table || table->schema.empty()) {
+        LOG_ERROR(unit, "DataSourceDB::writeDataValue -> elements not defined for table %i \n", tag);
+        return {"<", "</"};
     }
-    LOG_ERROR(unit, "DataSourceDB::writeDataValue -> elements not defined for table %i \n", table);
-    return {table, "<", "</"};
+    if (table->kind == Tables::Kind::numbered)
+        return {"<" + dasTableEntry + ">", "</" + dasTableEntry + ">"};
+    return {"<" + std::string(table->firstElement()) + ">", "</" + std::string(table->lastElement()) + ">"};
 }
 
 /// The stored text in clear. What cannot be decrypted, or decrypts to nothing, is handed on as it is stored.

@@ -20,7 +20,7 @@ class SvcRTEContext;
 
 namespace Data {
 
-/// One row per ranked table, known to its translation alone.
+/// A ranked table in the words of its translation, known to that alone.
 struct ManagedTable;
 
 /// Takes no lock of its own: the maps are built once and then only read; the cache's operations lock for themselves.
@@ -103,8 +103,8 @@ private:
     /// The rows of one item in the order of their sub-items' names; empty when no row has this item.
     MEDIADATA_HIDDEN std::span<NamedRow const> findRows(std::string const& itemName) const;
     MEDIADATA_HIDDEN std::vector<Handling>::const_iterator findHandling(eDataTag tag) const;
-    MEDIADATA_HIDDEN void completeTable(ManagedTable const& table, DataTagValue_t& values);
-    MEDIADATA_HIDDEN void hideTableRows(ManagedTable const& table, DataTagValue_t& values);
+    MEDIADATA_HIDDEN void completeTable(ManagedTable const& managed, DataTagValue_t& values);
+    MEDIADATA_HIDDEN void hideTableRows(ManagedTable const& managed, DataTagValue_t& values);
 
     std::vector<NamedRow> m_names; ///< by hash, item and sub-item
     LocalMgmtIfc* m_localMgmt = nullptr;

@@ -1,16 +1,17 @@
 // The ranked tables on their way between the management service and the cache. On the way in, a table that was sent in part
 // is completed and brought into rank order; on the way out, the rows that this telephone cannot use are hidden. What differs
-// between the three tables stands in three rows of data, with the hardware rules above them.
+// between the three tables are their descriptions and three rows of words.
 #include "DataSourceOCMS/DataSourceOCMS.h"
 
 #include "Data/DataNames.h"
 #include "Data/RankedTables.h"
 #include "Log.h"
+#include "Tables/Rules.h"
 
 #include "ClientUtils.h"
 #include "HardwareVersion.h"
 
-#include <span>
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -20,68 +21,42 @@ namespace {
 
 constexpr char const* unit = "./src/DataSourceOCMS";
 
-/// The software type whose servers know every codec and every encryption method.
-constexpr char const* fullServer = "Norvane SIP";
-
+using Tables::cellTag;
+using Tables::cellText;
+using Tables::Role;
 using HardwareRule = bool (*)(unsigned int type, unsigned int index, DataTagValue_t& side);
 
-eDataTag cell(eDataTag column, std::size_t row)
-{
-    return static_cast<eDataTag>(static_cast<std::size_t>(column) + row);
-}
+constexpr Tables::Device thisDevice{HardwareVersion::is_TL20, HardwareVersion::is_TL70, HardwareVersion::is_USBSupported};
 
-std::string textOf(DataTagValue_t const& values, eDataTag tag)
+bool keepVerdict(Tables::Table const& table, unsigned int choice, unsigned int row, DataTagValue_t& side)
 {
-    auto const found = values.find(tag);
-    return found == values.end() ? std::string() : found->second;
-}
-
-bool codecVerdict(unsigned int type, DataTagValue_t& side)
-{
-    switch (type) {
-    case 3:
-        if (side[eDataTagOpusTest] == "true")
-            return true;
-        return !HardwareVersion::is_TL20() &&
-               (side[eDataTagSoftwareType] == fullServer || side[eDataTagSystemIdentifier] == "2");
-    case 1:
-        return !HardwareVersion::is_TL20();
-    default:
-        return true;
-    }
-}
-
-/// The verdict belongs to the codec, not to its row: the other two tables keep theirs by row.
-bool codecAllowed(unsigned int type, unsigned int, DataTagValue_t& side)
-{
-    bool const allowed = codecVerdict(type, side);
-    side[cell(eDataTagCodecHardwareAllowed0, type)] = ClientUtils::btos(allowed);
+    bool const allowed = Tables::canUse(table, static_cast<int>(choice), side, thisDevice);
+    side[Tables::hardwareFlagOf(table, static_cast<int>(row), static_cast<int>(choice))] = ClientUtils::btos(allowed);
     return allowed;
+}
+
+bool codecAllowed(unsigned int type, unsigned int index, DataTagValue_t& side)
+{
+    return keepVerdict(Tables::codecs, type, index, side);
 }
 
 bool encryptionAllowed(unsigned int method, unsigned int index, DataTagValue_t& side)
 {
-    bool const isLimited = method >= 2 && method <= 4 && side[eDataTagSoftwareType] != fullServer;
-    bool const allowed = !isLimited || side[eDataTagAes256Test] == "true";
+    bool const allowed = keepVerdict(Tables::encryptions, method, index, side);
     // The server type was not fetched for this table and therefore shows as empty.
     LOG_AT(unit, 5, "SRTP method: %d, index %d, software type %s, server type %s, hw allowed: %d", static_cast<int>(method),
-           static_cast<int>(index), side[eDataTagSoftwareType].c_str(), side[eDataTagServerType].c_str(),
+           static_cast<int>(index), cellText(side, eDataTagSoftwareType).c_str(), cellText(side, eDataTagServerType).c_str(),
            static_cast<int>(allowed));
-    side[cell(eDataTagSRTPEncryptionHardwareAllowed1, index)] = ClientUtils::btos(allowed);
     return allowed;
 }
 
 bool headsetAllowed(unsigned int type, unsigned int index, DataTagValue_t& side)
 {
-    bool const allowed = type == 1 ? HardwareVersion::is_USBSupported() : type != 2 || HardwareVersion::is_TL70();
+    bool const allowed = keepVerdict(Tables::headsets, type, index, side);
     LOG_AT(unit, 5, "Headset type: %d, index %d, hw allowed: %d", static_cast<int>(type), static_cast<int>(index),
            static_cast<int>(allowed));
-    side[cell(eDataTagHeadsetHardwareAllowed1, index)] = ClientUtils::btos(allowed);
     return allowed;
 }
-
-constexpr eDataTag codecFacts[] = {eDataTagServerType, eDataTagSystemIdentifier, eDataTagSoftwareType, eDataTagOpusTest};
-constexpr eDataTag encryptionFacts[] = {eDataTagSoftwareType, eDataTagAes256Test};
 
 /// The columns of a table by their first tags. Exchanging rows moves a type with its allowed flag only.
 struct Columns {
@@ -94,7 +69,7 @@ struct Columns {
     {
         for (eDataTag const column : {type, rank, allowed, extra}) {
             if (column != eDataTagNone)
-                action(cell(column, row));
+                action(cellTag(column, row));
         }
     }
 
@@ -112,14 +87,14 @@ struct Columns {
     void exchange(DataTagValue_t& values, std::size_t a, std::size_t b) const
     {
         for (eDataTag const column : {type, allowed}) {
-            auto first = values.extract(cell(column, a));
-            auto second = values.extract(cell(column, b));
+            auto first = values.extract(cellTag(column, a));
+            auto second = values.extract(cellTag(column, b));
             if (first) {
-                first.key() = cell(column, b);
+                first.key() = cellTag(column, b);
                 values.insert(std::move(first));
             }
             if (second) {
-                second.key() = cell(column, a);
+                second.key() = cellTag(column, a);
                 values.insert(std::move(second));
             }
         }
@@ -129,65 +104,55 @@ struct Columns {
 } // namespace
 
 struct ManagedTable {
+    Tables::Table const& table;
     char const* setOperation;
     char const* getOperation;
     char const* name;
     void (*sortByRank)(DataTagValue_t&, int);
-    std::size_t count;
-    Columns columns;
-    eDataTag hardware;
     HardwareRule rule;
-    std::span<eDataTag const> facts; ///< what the rule reads beside the hardware column
-    bool readsSoftwareTypeLive;      ///< asks the service while the cache has only the placeholder
+    bool readsSoftwareTypeLive; ///< asks the service while the cache has only the placeholder
 };
 
 namespace {
 
 constexpr ManagedTable codecs{
-    "processRequestToSetCodecs",
-    "processRequestToGetCodecs",
-    "codec",
-    Utils::sortCodecsByRank,
-    4,
-    {eDataTagCodecType1, eDataTagCodecRank1, eDataTagCodecAllowed1, eDataTagCodecPacketSize1},
-    eDataTagCodecHardwareAllowed0,
-    codecAllowed,
-    codecFacts,
+    Tables::codecs, "processRequestToSetCodecs", "processRequestToGetCodecs", "codec", Utils::sortCodecsByRank, codecAllowed,
     false,
 };
 
 constexpr ManagedTable encryptions{
+    Tables::encryptions,
     "processRequestToSetEncryption",
     "processRequestToGetEncryption",
     "SRTP encryption method",
     Utils::sortSRTPEncryptionsByRank,
-    5,
-    {eDataTagSRTPEncryptionMethod1, eDataTagSRTPEncryptionRank1, eDataTagSRTPEncryptionAllowed1, eDataTagNone},
-    eDataTagSRTPEncryptionHardwareAllowed1,
     encryptionAllowed,
-    encryptionFacts,
     true,
 };
 
 constexpr ManagedTable headsets{
+    Tables::headsets,
     "processRequestToSetHeadsetPriority",
     "processRequestToGetHeadsetPriority",
     "headset type",
     Utils::sortHeadsetsByRank,
-    3,
-    {eDataTagHeadsetType1, eDataTagHeadsetRank1, eDataTagHeadsetAllowed1, eDataTagNone},
-    eDataTagHeadsetHardwareAllowed1,
     headsetAllowed,
-    {},
     false,
 };
+
+/// The column of which management sets one value for all rows; None where there is none.
+eDataTag extraColumn(Tables::Table const& table)
+{
+    auto const found = std::ranges::find(table.columns, true, &Tables::Column::isOneForAll);
+    return found == table.columns.end() ? eDataTagNone : found->first;
+}
 
 /// The sort trusts its callers to have checked the ranks. With a bad one the rows stay as sent, so that the cell's own
 /// validator can refuse it by name.
 bool canBeSorted(DataTagValue_t const& values, eDataTag rankTag, std::size_t count)
 {
     for (std::size_t row = 0; row < count; ++row) {
-        auto const rank = values.find(cell(rankTag, row));
+        auto const rank = values.find(cellTag(rankTag, row));
         if (rank == values.end())
             continue;
         int const number = ClientUtils::stoi(rank->second);
@@ -208,7 +173,7 @@ std::vector<bool> findFreeRows(char const* name, DataTagValue_t const& current, 
             continue;
         std::string const text = ClientUtils::itos(static_cast<int>(type));
         for (std::size_t row = 0; row < count; ++row) {
-            if (textOf(current, cell(typeTag, row)) != text)
+            if (cellText(current, cellTag(typeTag, row)) != text)
                 continue;
             isFree[row] = false;
             LOG_AT(unit, 6, "%s %u (normally at index %zu) is not present in data for set", name,
@@ -231,11 +196,11 @@ void spreadRows(char const* name, DataTagValue_t& values, Columns const& columns
         if (row == source)
             continue;
         columns.exchange(values, row, source);
-        values[cell(columns.rank, row)] = ClientUtils::itos(static_cast<int>(row + 1));
-        values[cell(columns.rank, source)] = ClientUtils::itos(static_cast<int>(source + 1));
+        values[cellTag(columns.rank, row)] = ClientUtils::itos(static_cast<int>(row + 1));
+        values[cellTag(columns.rank, source)] = ClientUtils::itos(static_cast<int>(source + 1));
         // The texts as they stand after the exchange.
         LOG_AT(unit, 6, "processTableForSet: swapping %s '%s' and '%s' at indices %u and %u", name,
-               textOf(values, cell(columns.type, row)).c_str(), textOf(values, cell(columns.type, source)).c_str(),
+               cellText(values, cellTag(columns.type, row)).c_str(), cellText(values, cellTag(columns.type, source)).c_str(),
                static_cast<unsigned int>(row), static_cast<unsigned int>(source));
     }
 }
@@ -259,7 +224,7 @@ void DataSourceOCMS::processTableForSet(DataTagValue_t& values, char const* name
     std::size_t present = 0;
     for (std::size_t row = 0; row < count; ++row) {
         columns.addEmptyRow(current, row);
-        auto const sent = values.find(cell(typeTag, row));
+        auto const sent = values.find(cellTag(typeTag, row));
         if (sent == values.end()) {
             columns.addEmptyRow(values, row);
             continue;
@@ -273,10 +238,10 @@ void DataSourceOCMS::processTableForSet(DataTagValue_t& values, char const* name
 
     spreadRows(name, values, columns, findFreeRows(name, current, typeTag, requested), present);
     for (std::size_t row = 0; row < count; ++row) {
-        if (!textOf(values, cell(typeTag, row)).empty())
+        if (!cellText(values, cellTag(typeTag, row)).empty())
             continue;
         for (eDataTag const column : {typeTag, rankTag, allowedTag})
-            values[cell(column, row)] = current[cell(column, row)];
+            values[cellTag(column, row)] = current[cellTag(column, row)];
     }
 }
 
@@ -289,7 +254,7 @@ void DataSourceOCMS::processTableForGet(DataTagValue_t& values, char const* name
     std::vector<bool> isMissing(count, false);
     std::size_t kept = 0;
     for (std::size_t row = 0; row < count; ++row) {
-        auto const sent = values.find(cell(typeTag, row));
+        auto const sent = values.find(cellTag(typeTag, row));
         isMissing[row] = sent == values.end();
         if (isMissing[row]) {
             LOG_ERROR(unit, "Couldn't find %s %zu", name, row);
@@ -311,40 +276,43 @@ void DataSourceOCMS::processTableForGet(DataTagValue_t& values, char const* name
         ++kept;
     }
 
-    std::erase_if(side,
-                  [=](auto const& entry) { return entry.first < hardwareTag || entry.first >= cell(hardwareTag, count); });
+    std::erase_if(
+        side, [=](auto const& entry) { return entry.first < hardwareTag || entry.first >= cellTag(hardwareTag, count); });
     DataTagValue_t ignored;
     m_cache->ocmsCBSetDataValues(side, ignored);
 
     for (std::size_t row = 0; row < count; ++row) {
-        std::string const type = textOf(values, cell(typeTag, row));
+        std::string const type = cellText(values, cellTag(typeTag, row));
         if (!type.empty())
             LOG_AT(unit, 6, "processTableForGet: %s %s, index %zu, rank %s, allowed %s", name, type.c_str(), row,
-                   textOf(values, cell(rankTag, row)).c_str(), textOf(values, cell(allowedTag, row)).c_str());
+                   cellText(values, cellTag(rankTag, row)).c_str(), cellText(values, cellTag(allowedTag, row)).c_str());
         else if (!isMissing[row])
             columns.removeRow(values, row);
     }
 }
 
-void DataSourceOCMS::completeTable(ManagedTable const& table, DataTagValue_t& values)
+void DataSourceOCMS::completeTable(ManagedTable const& managed, DataTagValue_t& values)
 {
-    auto const& [typeTag, rankTag, allowedTag, extraTag] = table.columns;
+    Tables::Table const& table = managed.table;
+    eDataTag const typeTag = table.column(Role::choice);
+    eDataTag const extraTag = extraColumn(table);
     if (!values.contains(typeTag))
         return;
-    LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", table.setOperation);
+    LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", managed.setOperation);
 
     DataTagValue_t const sent = values;
-    processTableForSet(values, table.name, table.sortByRank, table.count, typeTag, rankTag, allowedTag, table.hardware,
-                       extraTag);
+    auto const count = static_cast<std::size_t>(table.rows);
+    processTableForSet(values, managed.name, managed.sortByRank, count, typeTag, table.column(Role::rank),
+                       table.column(Role::allowed), table.column(Role::flag), extraTag);
     if (extraTag == eDataTagNone)
         return;
 
     // One packet size, the first one sent, serves all rows. Without one the rows left out keep theirs.
     auto const first = sent.lower_bound(extraTag);
-    bool const isExtra = first != sent.end() && first->first < cell(extraTag, table.count);
+    bool const isExtra = first != sent.end() && first->first < cellTag(extraTag, count);
     std::string const extra = isExtra ? first->second : std::string();
-    for (std::size_t row = 0; row < table.count; ++row) {
-        eDataTag const tag = cell(extraTag, row);
+    for (std::size_t row = 0; row < count; ++row) {
+        eDataTag const tag = cellTag(extraTag, row);
         if (!extra.empty())
             values[tag] = extra;
         else if (!sent.contains(tag))
@@ -352,26 +320,29 @@ void DataSourceOCMS::completeTable(ManagedTable const& table, DataTagValue_t& va
     }
 }
 
-void DataSourceOCMS::hideTableRows(ManagedTable const& table, DataTagValue_t& values)
+void DataSourceOCMS::hideTableRows(ManagedTable const& managed, DataTagValue_t& values)
 {
-    auto const& [typeTag, rankTag, allowedTag, extraTag] = table.columns;
+    Tables::Table const& table = managed.table;
+    eDataTag const typeTag = table.column(Role::choice);
+    eDataTag const hardwareTag = table.column(Role::flag);
     if (!values.contains(typeTag))
         return;
-    LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", table.getOperation);
+    LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", managed.getOperation);
 
     DataTagValue_t side;
-    for (std::size_t row = 0; row < table.count; ++row)
-        side.try_emplace(cell(table.hardware, row));
-    for (eDataTag const fact : table.facts)
+    auto const count = static_cast<std::size_t>(table.rows);
+    for (std::size_t row = 0; row < count; ++row)
+        side.try_emplace(cellTag(hardwareTag, row));
+    for (eDataTag const fact : Tables::factsOf(table))
         side.try_emplace(fact);
     m_cache->ocmsCBGetDataValues(side);
     // The placeholder is the item's own name.
-    if (table.readsSoftwareTypeLive && side[eDataTagSoftwareType] == ocmsSoftwareType) {
+    if (managed.readsSoftwareTypeLive && side[eDataTagSoftwareType] == ocmsSoftwareType) {
         if (std::string live; getData(eDataTagSoftwareType, live))
             side[eDataTagSoftwareType] = live;
     }
-    processTableForGet(values, table.name, table.rule, side, table.count, typeTag, rankTag, allowedTag, table.hardware,
-                       extraTag);
+    processTableForGet(values, managed.name, managed.rule, side, count, typeTag, table.column(Role::rank),
+                       table.column(Role::allowed), hardwareTag, extraColumn(table));
 }
 
 void DataSourceOCMS::processRequestToSetCodecs(DataTagValue_t& values)
