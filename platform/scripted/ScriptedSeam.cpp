@@ -25,14 +25,12 @@ struct TableShape {
     char const* schema;
     std::size_t rows;
     char const* positionElement;
-    int firstPosition;
 };
 
 constexpr std::array tableShapes{
-    TableShape{"CodecSettings", 4, "CodecRank", 1},
-    TableShape{"SRTPEncryptionSettings", 5, "", 0},
-    TableShape{"HeadsetPriorities", 3, "", 0},
-    TableShape{"DistinctiveRinging", 15, "DistinctiveRingerIndex", 0},
+#define TABLE_RANKED(name, shortName, schema, rows) TableShape{schema, rows, ""},
+#define TABLE_NUMBERED(name, shortName, schema, rows, number, element) TableShape{schema, rows, element},
+#include "Data/tables.def"
 };
 
 TableShape const* findShape(std::string const& schema)
@@ -79,9 +77,9 @@ public:
     {
         Row const row(fragment, shape.positionElement);
         bool const hasPosition = !row.positionElement.empty();
-        if (hasPosition && row.positionText == std::to_string(shape.firstPosition))
+        if (hasPosition && row.positionText == "0")
             abandon();
-        std::string const expected = std::to_string(shape.firstPosition + static_cast<int>(m_rows));
+        std::string const expected = std::to_string(m_rows);
         bool const good = delivered && row.wellFormed && (!hasPosition || row.positionText == expected);
         m_entries += fragment.starts_with("<Entry>") ? fragment : "<Entry>" + fragment + "</Entry>";
         m_whole = m_whole && good;

@@ -11,20 +11,18 @@ namespace Host {
 
 namespace {
 
-struct TableSize {
-    std::string_view schema;
-    std::size_t rows;
+constexpr std::array shapes{
+#define TABLE_RANKED(name, shortName, schema, rows) TableShape{schema, rows, ""},
+#define TABLE_NUMBERED(name, shortName, schema, rows, number, element) TableShape{schema, rows, element},
+#include "Data/tables.def"
 };
 
-constexpr std::string_view ringing = "DistinctiveRinging";
-constexpr std::array<TableSize, 4> tableSizes{
-    {{"CodecSettings", 4}, {"SRTPEncryptionSettings", 5}, {"HeadsetPriorities", 3}, {ringing, 15}}};
+constexpr TableShape noTable{"", 0, ""};
 
-std::size_t rowsOf(std::string_view schema)
+TableShape const& shapeOf(std::string const& schema)
 {
-    auto const found =
-        std::find_if(tableSizes.begin(), tableSizes.end(), [&](TableSize const& each) { return each.schema == schema; });
-    return found != tableSizes.end() ? found->rows : 0;
+    auto const* const found = std::ranges::find(shapes, schema, &TableShape::schema);
+    return found != shapes.end() ? *found : noTable;
 }
 
 /// What a well-formed text consists of.
@@ -65,17 +63,17 @@ std::string entryOf(std::string const& fragment)
     return parse(entry, shape) && shape.topElements == 1 && shape.inner > 0 ? entry : "";
 }
 
-/// A ringing row says which it is. Its identifier is free text, which may break the row into two that are each well-formed;
+/// Where a row says which it is: its identifier is free text, which may break the row into two that are each well-formed;
 /// then counting alone would lose the last row and call that success.
-bool standsAt(std::size_t position, std::string const& entry)
+bool standsAt(std::size_t position, std::string_view number, std::string const& entry)
 {
-    constexpr std::string_view open = "<DistinctiveRingerIndex>";
-    return entry.find(std::string(open) + std::to_string(position) + "</") != std::string::npos;
+    return number.empty() ||
+           entry.find("<" + std::string(number) + ">" + std::to_string(position) + "</") != std::string::npos;
 }
 
 } // namespace
 
-TableWrite::TableWrite(std::string schema) : m_schema(std::move(schema)), m_rows(rowsOf(m_schema)) {}
+TableWrite::TableWrite(std::string schema) : m_schema(std::move(schema)), m_shape(shapeOf(m_schema)) {}
 
 void TableWrite::abandon()
 {
@@ -86,7 +84,7 @@ void TableWrite::abandon()
 
 TableWrite::Result TableWrite::add(std::string const& fragment, std::string& table)
 {
-    if (m_rows == 0)
+    if (m_shape.rows == 0)
         return Result::refused;
     if (LockMark const now = lockMark(); now != m_mark) {
         abandon();
@@ -95,11 +93,11 @@ TableWrite::Result TableWrite::add(std::string const& fragment, std::string& tab
     Result result = Result::dropped;
     if (!m_spoiled) {
         std::string const entry = entryOf(fragment);
-        m_spoiled = entry.empty() || (m_schema == ringing && !standsAt(m_received, entry));
+        m_spoiled = entry.empty() || !standsAt(m_received, m_shape.number, entry);
         m_text += entry;
         result = m_spoiled ? Result::refused : Result::gathered;
     }
-    if (++m_received < m_rows)
+    if (++m_received < m_shape.rows)
         return result;
     if (!m_spoiled) {
         table = "<Schema name=\"" + m_schema + "\">" + m_text + "</Schema>";

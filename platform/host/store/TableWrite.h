@@ -1,10 +1,10 @@
 // How a table is replaced whole.
 //
-// Rows arrive one call each and nothing says which is the last, so the host knows how many rows each table has. Rows before
-// the last are only gathered in memory: nothing of them reaches the file. With the last row the complete text is stored as
-// one value by one statement, which is one transaction and one sync of the write-ahead log. A crash, kill or power cut at
-// any moment hence leaves the previous table or the new one, and no state in between exists on disk. Mending a damaged file,
-// too, finds a table whole or not at all.
+// Rows arrive one call each and nothing says which is the last, so the host reads in Data/tables.def how many rows each table
+// has. Rows before the last are only gathered in memory: nothing of them reaches the file. With the last row the complete text
+// is stored as one value by one statement, which is one transaction and one sync of the write-ahead log. A crash, kill or power
+// cut at any moment hence leaves the previous table or the new one, and no state in between exists on disk. Mending a damaged
+// file, too, finds a table whole or not at all.
 //
 // A row's position is the number of rows received since the writing began. No cell is relied upon for it, since a rank need
 // not be the row's number; only a ringing row must hold its index, and the right one. A refused row spoils the writing: its
@@ -21,8 +21,16 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace Host {
+
+/// What tables.def says of a table that is stored as one text.
+struct TableShape {
+    std::string_view schema;
+    std::size_t rows;        ///< 0: the schema holds no table
+    std::string_view number; ///< the element that says which row it is; empty: none does
+};
 
 class TableWrite {
 public:
@@ -39,7 +47,7 @@ public:
 
 private:
     std::string const m_schema;
-    std::size_t const m_rows; // 0: this schema holds no table
+    TableShape const& m_shape;
     std::size_t m_received = 0;
     bool m_spoiled = false;
     std::string m_text;
