@@ -1,5 +1,5 @@
 // The data directory and its files. Every open refuses links (O_NOFOLLOW) and does not wait for the other end of a FIFO
-// (O_NONBLOCK); what was opened is then looked at through its descriptor, so that nothing can be exchanged in between.
+// (O_NONBLOCK); what was opened is then looked at through its descriptor, so that nobody can replace it in between.
 #include "Files.h"
 
 #include <fcntl.h>

@@ -41,6 +41,9 @@ public:
     std::unique_ptr<Database> open();
 
 private:
+    bool prepare();
+    std::string silentDamage() const;
+    std::unique_ptr<Database> openFile(std::string& damage);
     bool lookAtAll();
     bool isCutOff() const;
     std::unique_ptr<Database> makeNew();
@@ -200,36 +203,52 @@ bool Mending::mend(std::string const& why)
     return true;
 }
 
-std::unique_ptr<Database> Mending::open()
+/// Carries on what an earlier start did not finish, and makes a database where there is none.
+bool Mending::prepare()
 {
     if (!lookAtAll())
-        return nullptr;
+        return false;
     removeAll(newName);
     removeAll(copyName);
     if (m_directory.look(mendedName, m_error) == State::present && !takePlace())
+        return false;
+    return m_directory.look(databaseName, m_error) != State::absent || build({}, {});
+}
+
+/// Damage that SQLite would pass over in silence; empty when there is none.
+std::string Mending::silentDamage() const
+{
+    std::string const path = m_directory.pathOf(databaseName);
+    if (isCutOff()) // A new file is never so short when it comes to its place.
+        return "database: " + path + " is cut off";
+    if (changesBehindGap(path + "-wal") > 1)
+        return "database: " + path + "-wal is damaged amid the changes it holds";
+    return "";
+}
+
+/// Null with the error, and with `damage` when mending may help.
+std::unique_ptr<Database> Mending::openFile(std::string& damage)
+{
+    if (!m_directory.openFile(databaseName, O_RDWR, m_error))
         return nullptr;
     DatabaseFault fault;
-    if (m_directory.look(databaseName, m_error) == State::absent) {
-        if (!build({}, {}))
-            return nullptr;
-    } else if (isCutOff()) {
-        // A new file is never so short when it comes to its place.
-        fault = {true, "database: " + m_directory.pathOf(databaseName) + " is cut off"};
-    } else if (changesBehindGap(m_directory.pathOf(databaseName + "-wal")) > 1) {
-        fault = {true, "database: " + m_directory.pathOf(databaseName + "-wal") + " is damaged amid the changes it holds"};
-    }
-    for (bool mended = false;; mended = true) {
-        if (!fault.damaged) {
-            if (!m_directory.openFile(databaseName, O_RDWR, m_error))
-                return nullptr;
-            if (std::unique_ptr<Database> database = Database::open(m_directory.pathOf(databaseName), fault))
-                return database;
-            m_error = fault.text;
-        }
-        if (!fault.damaged || mended || !mend(fault.text))
-            return nullptr;
-        fault = {};
-    }
+    std::unique_ptr<Database> database = Database::open(m_directory.pathOf(databaseName), fault);
+    if (database == nullptr)
+        m_error = fault.text;
+    if (fault.damaged)
+        damage = fault.text;
+    return database;
+}
+
+std::unique_ptr<Database> Mending::open()
+{
+    if (!prepare())
+        return nullptr;
+    std::string damage = silentDamage();
+    std::unique_ptr<Database> database = damage.empty() ? openFile(damage) : nullptr;
+    if (database == nullptr && !damage.empty() && mend(damage))
+        database = openFile(damage);
+    return database;
 }
 
 } // namespace

@@ -1,6 +1,6 @@
-// Makes the database file of a data directory, and mends one that is damaged: the file is set aside under a new name, every
-// row that can still be read is brought over into a new one, and what was lost is reported. Interrupted at any point, the
-// next start carries on where it stopped and loses nothing.
+// The one way to a data directory's database: makes the file where there is none and mends one that is damaged. Then the file
+// is set aside under a new name, every row that can still be read is brought over into a new one, and what was lost is
+// reported. Interrupted at any point, the next start carries on and loses nothing.
 #pragma once
 
 #include <memory>

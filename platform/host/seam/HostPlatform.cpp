@@ -1,12 +1,8 @@
-// Opens the parts of the host platform in the order in which they need each other, and answers the static functions of the
-// seam from the process's one platform.
+// Opens the parts of the host platform in the order in which they need each other.
 #include "seam/HostPlatform.h"
 
 #include "ClientUtils.h"
-#include "DasCrypt.h"
 #include "Files.h"
-#include "HardwareVersion.h"
-#include "PlatformPath.h"
 #include "mending/DatabaseMending.h"
 #include "seam/HostLog.h"
 #include "secrets/SecretBox.h"
@@ -150,41 +146,3 @@ bool Platform::setDeviceProfile(DeviceProfile const& profile)
 }
 
 } // namespace Host
-
-std::string platformPath(std::string const& path)
-{
-    Host::Platform const* const platform = Host::Platform::current();
-    return platform != nullptr ? platform->pathOf(path) : path;
-}
-
-bool HardwareVersion::is_TL20()
-{
-    return Host::Platform::currentProfile().model == Host::DeviceProfile::Model::entry;
-}
-
-bool HardwareVersion::is_TL70()
-{
-    return Host::Platform::currentProfile().model == Host::DeviceProfile::Model::top;
-}
-
-bool HardwareVersion::is_USBSupported()
-{
-    return Host::Platform::currentProfile().usb;
-}
-
-// The library may hand over one string for both texts, hence a result apart.
-bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
-{
-    Host::Platform const* const platform = Host::Platform::current();
-    stored = platform != nullptr ? platform->secrets().encrypt(plain) : "";
-    return platform != nullptr;
-}
-
-bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)
-{
-    std::string result;
-    Host::Platform const* const platform = Host::Platform::current();
-    bool const done = platform != nullptr && platform->secrets().decrypt(stored, result);
-    plain = std::move(result);
-    return done;
-}

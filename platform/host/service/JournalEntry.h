@@ -6,7 +6,7 @@
 
 namespace Host {
 
-/// One exchange with the management service. The value of a secret is masked before it gets here.
+/// What the library read, reported or requested. The value of a secret is masked before it gets here.
 struct JournalEntry {
     std::int64_t time = 0; // milliseconds since 1970
     std::string kind;

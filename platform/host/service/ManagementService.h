@@ -61,7 +61,7 @@ public:
     /// What the service holds, by name.
     std::vector<Item> items();
 
-    /// The last `limit` exchanges, oldest first. Secrets are masked.
+    /// The last `limit` entries, oldest first. Secrets are masked.
     std::vector<JournalEntry> journal(int limit = journalLimit);
 
 private:
