@@ -11,6 +11,9 @@
 #include <utility>
 #include <vector>
 
+struct sqlite3;
+struct sqlite3_stmt;
+
 namespace Host {
 
 /// Works on a copy of the file and of its log, and changes it. `firstPage` is the first page of an undamaged, empty

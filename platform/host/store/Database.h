@@ -6,21 +6,15 @@
 #include "AnnotatedMutex.h"
 #include "seam/FailedWrite.h"
 #include "service/JournalEntry.h"
+#include "store/Connection.h"
 #include "store/ReadAhead.h"
 
-#include <array>
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
-
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace Host {
 
@@ -30,20 +24,12 @@ struct StoredItem {
     std::string value;
 };
 
-/// Why a database could not be opened.
-struct DatabaseFault {
-    bool damaged = false; // the file's content is wrong; otherwise the machine did not let us
-    std::string text;
-};
-
 /// Safe from any thread: one mutex, held for one operation and never while anything else is called.
 class Database {
 public:
-    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database.
+    /// As Connection::open(). A data directory's database is opened with openDatabase(), which mends it.
     static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault);
 
-    /// Carries the log over into the file, so that nothing but the file remains.
-    ~Database();
     Database(Database const&) = delete;
     Database& operator=(Database const&) = delete;
 
@@ -78,33 +64,8 @@ public:
     bool takeError();
 
 private:
-    enum Statement {
-        readItem,
-        readItems,
-        writeItem,
-        listItems,
-        countItems,
-        addEntry,
-        trimJournal,
-        readJournal,
-        begin,
-        commit,
-        rollback
-    };
-    static constexpr std::size_t statements = rollback + 1;
-    using Row = std::vector<std::string>;
-
-    Database() = default;
-    bool prepare(std::string const& path, DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
-    bool migrate(DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
-    bool prepareStatements(DatabaseFault& fault) MEDIADATA_REQUIRES(m_mutex);
-    bool failed(DatabaseFault& fault, std::string const& action) const MEDIADATA_REQUIRES(m_mutex);
-    bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr)
-        MEDIADATA_REQUIRES(m_mutex);
-    bool complain(std::string const& text) MEDIADATA_REQUIRES(m_mutex);
+    explicit Database(std::unique_ptr<Connection> connection);
     void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
-    sqlite3_stmt* prepared(Statement) MEDIADATA_REQUIRES(m_mutex);
-    void readAhead() MEDIADATA_REQUIRES(m_mutex);
     bool runItems(std::span<StoredItem const> items) MEDIADATA_REQUIRES(m_mutex);
     bool runJournal(std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
@@ -112,17 +73,13 @@ private:
     bool writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
         MEDIADATA_REQUIRES(m_mutex);
 
-    static std::array<char const*, statements> const m_texts;
-
     Threads::Mutex m_mutex;
-    sqlite3* m_handle MEDIADATA_GUARDED_BY(m_mutex) = nullptr;
-    std::array<sqlite3_stmt*, statements> m_prepared MEDIADATA_GUARDED_BY(m_mutex){};
+    std::unique_ptr<Connection> const m_connection MEDIADATA_PT_GUARDED_BY(m_mutex);
     bool m_readAhead MEDIADATA_GUARDED_BY(m_mutex) = false;
     std::vector<JournalEntry> m_waiting MEDIADATA_GUARDED_BY(m_mutex); // for the next write
     // From the first read to the first write or the end of the start-up.
     std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);
     std::set<FailedWrite> m_failedWrites MEDIADATA_GUARDED_BY(m_mutex);
-    bool m_hadError MEDIADATA_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace Host

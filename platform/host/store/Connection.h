@@ -1,0 +1,80 @@
+// The connection to a database file: opens, checks and migrates it, and runs the statements of one fixed list. Nothing else can
+// be run.
+#pragma once
+
+#include "store/ReadAhead.h"
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace Host {
+
+/// Why a database could not be opened.
+struct DatabaseFault {
+    bool damaged = false; // the file's content is wrong; otherwise the machine did not let us
+    std::string text;
+};
+
+/// For one thread at a time.
+class Connection {
+public:
+    enum Statement {
+        readItem,
+        readItems,
+        writeItem,
+        listItems,
+        countItems,
+        addEntry,
+        trimJournal,
+        readJournal,
+        begin,
+        commit,
+        rollback
+    };
+    using Row = std::vector<std::string>;
+
+    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database.
+    static std::unique_ptr<Connection> open(std::string const& path, DatabaseFault& fault);
+
+    /// Carries the log over into the file, so that nothing but the file remains.
+    ~Connection();
+    Connection(Connection const&) = delete;
+    Connection& operator=(Connection const&) = delete;
+
+    /// False is logged. The result's rows are appended to `rows`, when given.
+    bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+
+    /// All rows in one pass, to be asked for once.
+    ReadAhead readAhead();
+
+    bool isInTransaction() const;
+
+    /// A statement failed since the last call.
+    bool takeError();
+
+private:
+    static constexpr std::size_t statements = rollback + 1;
+
+    Connection() = default;
+    bool prepare(std::string const& path, DatabaseFault& fault);
+    bool migrate(DatabaseFault& fault);
+    bool prepareStatements(DatabaseFault& fault);
+    bool failed(DatabaseFault& fault, std::string const& action) const;
+    bool complain(std::string const& text);
+    sqlite3_stmt* prepared(Statement);
+
+    static std::array<char const*, statements> const m_texts;
+
+    sqlite3* m_handle = nullptr;
+    std::array<sqlite3_stmt*, statements> m_prepared{};
+    bool m_hadError = false;
+};
+
+} // namespace Host
