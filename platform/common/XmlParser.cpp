@@ -119,7 +119,7 @@ XmlParser::~XmlParser() = default;
 
 bool XmlParser::parseMessage(char const* text, int length)
 {
-    if (text == nullptr || length < 0 || length > maximumLength)
+    if (length < 0 || length > maximumLength)
         return false;
     // Always UTF-8, whatever a declaration says: all texts of this system are.
     Implementation& my = *m_implementation;

@@ -1,6 +1,6 @@
 // The log's layout is that of SQLite's file format: a header of 32 bytes, then frames, each of a header of 24 bytes and a
-// page. A frame's checksum goes on from the one before it, as that is written there: hence whatever is behind a damaged
-// frame can still be checked.
+// page. A frame's checksum continues the one that is written in the frame before it, so that the frames behind a damaged one
+// can still be checked.
 #include "mending/LogGaps.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ public:
     std::size_t closeGaps()
     {
         auto const isGood = [](Frame const& each) { return each.isGood; };
-        // What ends the log counts from the last change of which all is there: those behind it may never have been completed.
+        // The log ends with its last whole change: what is behind it may never have been completed.
         auto end = m_frames.end();
         for (bool isWhole = false; end != m_frames.begin() && !isWhole;) {
             auto begin = end - 1;

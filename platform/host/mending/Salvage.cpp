@@ -158,15 +158,15 @@ void Salvage::takeEntry(sqlite3_stmt* row)
         m_journal.try_emplace(sqlite3_column_int64(row, 0), entry);
 }
 
-/// A leaf in the place of a root is all of the table. The leaves of one table give damaged rows in the place of the other, as
-/// do pages that are no leaves.
+/// Writes each page that looks like a table's leaf in the place of both tables' roots, one after the other, and reads the
+/// tables: they then consist of that leaf. A leaf of the other table, or a page that is none, gives rows that do not count.
 void Salvage::readLoosePages()
 {
     FileDescriptor const file(::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     std::vector<std::string> leaves;
     std::string page(m_firstPage.size(), '\0');
     for (std::int64_t number = 2; readPage(file, number, page); ++number) {
-        // The root of a small table is a leaf, too; what it was is not told by a damaged one.
+        // A small table's root is a leaf itself, and when it is damaged does not say so.
         if (m_roots.contains(number))
             page[0] = leafOfTable;
         if (page[0] == leafOfTable)

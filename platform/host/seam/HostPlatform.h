@@ -65,11 +65,10 @@ public:
 
     DeviceProfile deviceProfile() const;
 
-    /// The profile of the process's platform; without one nothing that a telephone could have.
+    /// The profile of the process's platform. Without one: an ordinary model without USB.
     static DeviceProfile currentProfile();
 
-    /// Durable when true; false leaves the profile as it was. A running library derives its hardware flags anew as it does
-    /// after every change, not at once.
+    /// Durable when true; false leaves the profile as it was. A running library notices with the next change that it makes.
     bool setDeviceProfile(DeviceProfile const& profile);
 
 private:

@@ -69,7 +69,7 @@ std::unique_ptr<SecretBox> SecretBox::open(DataDirectory const& directory, bool&
 
 std::string SecretBox::encrypt(std::string const& plain) const
 {
-    // There is nothing to hide, and a reader takes an empty decrypted text for none at all.
+    // Nothing is to be hidden, and the library takes a secret that decrypts to nothing for one that is not encrypted.
     return plain.empty() ? "" : std::string(prefix) + toBase64(seal(plain, prefix, m_key));
 }
 

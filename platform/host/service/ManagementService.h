@@ -19,8 +19,8 @@ class SecretBox;
 /// True for names with a part "password", "pwd" or "pin", as in "door-opener-pin-1".
 bool isSecretItem(std::string const& item);
 
-/// Safe from any thread. Its mutex is held for its own data and the database only, never while the library is called, and it
-/// never waits for the cache's lock: the library may call with that lock held, also from inside a call of this service.
+/// Safe from any thread. The library may call with the cache's lock held, also from inside a call of this service: the
+/// service never waits for that lock, and never holds its own mutex while it calls the library.
 class ManagementService : public LocalMgmtIfc {
 public:
     struct Item {

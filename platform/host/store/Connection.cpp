@@ -60,9 +60,9 @@ int authorize(void*, int action, char const* subject, char const*, char const*, 
     }
 }
 
-int takeFirstColumn(void* target, int columns, char** values, char**)
+int takeFirstColumn(void* target, int, char** values, char**)
 {
-    if (columns > 0 && values[0] != nullptr)
+    if (values[0] != nullptr)
         *static_cast<std::string*>(target) = values[0];
     return 0;
 }
@@ -155,7 +155,7 @@ bool Connection::prepare(std::string const& path, DatabaseFault& fault)
         fault = {true, "database: " + path + " is marked as of a format that cannot be written"};
         return false;
     }
-    // Named, since otherwise a database for temporary tables is made to be checked, too.
+    // "main." or else SQLite makes a database for temporary tables, to check that as well.
     if (sqlite3_exec(m_handle, "PRAGMA main.integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
         return failed(fault, "cannot check " + path);
     if (verdict != "ok") {

@@ -1,6 +1,6 @@
-// Single reads answered from one pass over all rows, as long as nothing is written. All texts lie one behind the other in one
-// block, found by hash. The block is so large that the allocator maps it by itself: what is not used of it is never touched,
-// and nothing of it stays.
+// Single reads answered from one pass over all rows, as long as nothing is written. All texts lie in one block and are found
+// by hash. The block is large enough for the allocator to map it by itself: unused parts of it cost no memory, and all of it
+// goes back when the start-up is over.
 #pragma once
 
 #include <cstddef>

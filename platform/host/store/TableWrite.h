@@ -6,10 +6,9 @@
 // cut at any moment hence leaves the previous table or the new one, and no state in between exists on disk. Mending a damaged
 // file, too, finds a table whole or not at all.
 //
-// A row's position is the number of rows received since the writing began. No cell is relied upon for it, since a rank need
-// not be the row's number; only a ringing row must hold its index, and the right one. A refused row spoils the writing: its
-// remaining rows are refused as well, so that their last cannot be mistaken for success and the next writing begins at its
-// first row. A writing ends, complete or not,
+// A row's position is the number of rows received since the writing began. Its cells do not tell it, since a rank need not be
+// the row's number; only a ringing row has its index in it, which must be right. After a refused row the rest of its table is
+// refused as well: otherwise the last row's answer would look like success. A writing ends, complete or not,
 //   - with the last row's position,
 //   - when something else is asked of the schema's DataStorage,
 //   - when the thread has taken a lock since the previous row, or another thread writes.
