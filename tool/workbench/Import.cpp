@@ -5,16 +5,14 @@
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
+#include "workbench/Management.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
 
 #include "HostPlatform.h"
-#include "ManageableData.h"
-#include "ManagementService.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -261,13 +259,11 @@ private:
     void applyService()
     {
         auto const changed = toStore("");
-        ManageableData record;
-        for (auto const* const other : changed) {
-            auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[*findItem(other->name)];
-            record.populate(*row.item, row.subItem ? *row.subItem : *row.item, other->wanted.get<std::string>());
-        }
+        TagTexts values;
+        for (auto const* const other : changed)
+            values.emplace_back(*findItem(other->name), other->wanted.get<std::string>());
         if (!changed.empty())
-            settle(changed, m_workbench.service().change(record)
+            settle(changed, changeService(m_workbench, values)
                                 ? Report{}
                                 : failure(exitStorage, "", "the management service could not keep it"));
     }

@@ -74,29 +74,28 @@ Problem noManagementItem(std::string const& name)
     return {name, "the management service has no item for it"};
 }
 
+ManageableData recordOf(TagTexts const& values)
+{
+    ManageableData record;
+    for (auto const& [tag, text] : values) {
+        auto const names = *managementNames(tag);
+        record.populate(names.item, names.subItem, text);
+    }
+    return record;
+}
+
 /// The assignments by tag. Problems mean that nothing is to be sent.
 struct Request {
-    std::vector<std::pair<eDataTag, std::string>> values;
+    TagTexts values;
     std::map<eDataTag, std::string> refused; ///< what the tool itself does not let through, and why
     Report report;
 
     /// What is sent.
-    DataTagValue_t wanted() const
+    TagTexts wanted() const
     {
-        DataTagValue_t wanted(values.begin(), values.end());
+        auto wanted = values;
         std::erase_if(wanted, [&](auto const& each) { return refused.contains(each.first); });
         return wanted;
-    }
-
-    ManageableData record() const
-    {
-        ManageableData record;
-        for (auto const& [tag, text] : values) {
-            auto const names = *managementNames(tag);
-            if (!refused.contains(tag))
-                record.populate(names.item, names.subItem, text);
-        }
-        return record;
     }
 };
 
@@ -133,7 +132,7 @@ void refuseTables(Workbench& workbench, Request& request)
 {
     Rehearsal rehearsal;
     auto const tables = workbench.quietly([&] {
-        rehearsal.want(request.record());
+        rehearsal.want(recordOf(request.wanted()));
         return rehearsal.refused();
     });
     for (auto const& [tag, text] : request.values) {
@@ -199,10 +198,11 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
         return std::move(request.report);
     refuseTables(workbench, request);
     Snapshot const changes(workbench);
-    auto record = request.record();
+    auto const wanted = request.wanted();
+    auto record = recordOf(wanted);
     workbench.storage().takeItems();
     bool const taken = [&] {
-        RingerCopies::AtWrite const copies(workbench, request.wanted());
+        auto const copies = RingerCopies::atChange(workbench, wanted);
         return workbench.service().setOwned(record);
     }();
     auto const notStored = workbench.storage().takeItems();
@@ -259,21 +259,27 @@ Report managementChanged(Workbench& workbench, std::vector<Assignment> const& as
     if (report.code != exitOk)
         return std::move(report);
     Snapshot const changes(workbench);
-    auto record = request.record();
-    if (!workbench.service().change(record))
+    if (!changeService(workbench, request.values))
         return failure(exitStorage, "", "the management service could not keep it");
     report.sections.push_back(changes.section("changed", "Changed:"));
     return std::move(report);
 }
 
+bool changeService(Workbench& workbench, TagTexts const& values)
+{
+    auto record = recordOf(values);
+    auto const copies = RingerCopies::atChange(workbench, values);
+    return workbench.service().change(record);
+}
+
 bool resetUserData(Workbench& workbench)
 {
-    DataTagValue_t cells;
+    TagTexts cells;
     for (auto const tag : allTags()) {
         if (storedTableOf(tag) != eDataTagNone)
-            cells[tag] = textOf(defaultOf(tag));
+            cells.emplace_back(tag, textOf(defaultOf(tag)));
     }
-    RingerCopies::AtWrite const copies(workbench, cells);
+    auto const copies = RingerCopies::atChange(workbench, cells);
     bool const done = workbench.service().resetUserData();
     // The order resets the cells and leaves their tables to the next write: an empty one.
     BulkData nothing;

@@ -3,6 +3,7 @@
 
 #include "report/Report.h"
 #include "workbench/Assignment.h"
+#include "workbench/Values.h"
 
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
 
 /// A report that items of other components changed; the service keeps the values.
 Report managementChanged(Workbench& workbench, std::vector<Assignment> const& assignments);
+
+/// Hands values of other components to the service, which keeps them and tells the library. False when it could not keep them.
+bool changeService(Workbench& workbench, TagTexts const& values);
 
 /// The library's reset of the user's data, the tables stored as well. False when not everything was reset.
 bool resetUserData(Workbench& workbench);

@@ -187,19 +187,19 @@ void store(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     bool const settled = settledByToneType(outcomes);
     BulkData bulk;
-    DataTagValue_t wanted;
+    TagTexts wanted;
     for (auto const& outcome : outcomes) {
         bool const isFlag = outcome.tag == eDataTagGroupPickupAsRinger || outcome.tag == eDataTagGroupPickupToneAllowed;
         if (outcome.result != Result::WouldStore || (isFlag && settled))
             continue;
         addToBulk(bulk, outcome.tag, outcome.wanted);
-        wanted[outcome.tag] = textOf(outcome.wanted);
+        wanted.emplace_back(outcome.tag, textOf(outcome.wanted));
     }
     if (wanted.empty())
         return;
     workbench.storage().takeItems();
     {
-        RingerCopies::AtWrite const copies(workbench, wanted);
+        auto const copies = RingerCopies::atChange(workbench, wanted);
         MediaDataCache::setDataBulk(bulk);
     }
     auto const notStored = workbench.storage().takeItems();

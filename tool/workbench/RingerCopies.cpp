@@ -3,10 +3,7 @@
 #include "workbench/Items.h"
 #include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
-#include "workbench/Values.h"
 #include "workbench/Workbench.h"
-
-#include "Data/DataSourceDB.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -23,19 +20,28 @@ bool isAccepted(eDataTag tag, std::string const& text)
     return !validate(tag, text, ignored).is_null();
 }
 
-/// The refusals of a write of the ringing table as it is now.
-std::size_t refusedByWrite()
+/// The setting that the cell is copied from while its row has no identifier; 0 for other items.
+eDataTag generalOf(eDataTag cell)
+{
+    auto const rule = ringerRuleOf(cell);
+    return rule ? rule->general : eDataTagNone;
+}
+
+bool hasIdentifier(eDataTag cell)
+{
+    return readValue(ringerRuleOf(cell)->identifier) != Json("");
+}
+
+std::size_t refusedByCopying()
 {
     return static_cast<std::size_t>(std::count_if(allTags().begin(), allTags().end(), [](eDataTag cell) {
-        auto const rule = ringerRuleOf(cell);
-        return rule && rule->general != eDataTagNone && readValue(rule->identifier) == Json("") &&
-               !isAccepted(cell, textOf(readValue(rule->general).value_or(Json(""))));
+        auto const general = generalOf(cell);
+        return general != eDataTagNone && !hasIdentifier(cell) &&
+               !isAccepted(cell, textOf(readValue(general).value_or(Json(""))));
     }));
 }
 
-/// The refusals of a start with the table as it is stored. A row that has no identifier by now did not follow the general
-/// ringer then, which a start does not know.
-std::size_t refusedByStart(Workbench& workbench)
+std::size_t refusedByReading(Workbench& workbench)
 {
     auto const stored = storedText(workbench.platform(), eDataTagDistinctiveRinging);
     if (!stored)
@@ -45,41 +51,36 @@ std::size_t refusedByStart(Workbench& workbench)
     auto const& refusals = rehearsal.refusals();
     return static_cast<std::size_t>(std::count_if(refusals.begin(), refusals.end(), [](auto const& refusal) {
         auto const& [cell, text] = refusal;
-        auto const rule = ringerRuleOf(cell);
-        return rule && rule->general != eDataTagNone && readValue(rule->identifier) != Json("") &&
-               isAccepted(rule->general, text);
+        auto const general = generalOf(cell);
+        return general != eDataTagNone && hasIdentifier(cell) && isAccepted(general, text);
     }));
 }
 
 } // namespace
 
-RingerCopies::AtStart::AtStart(Workbench& workbench) : m_workbench(workbench)
+RingerCopies::RingerCopies(Workbench& workbench, bool reads, bool copies)
+    : m_workbench(workbench), m_reads(reads), m_copies(copies)
 {
-    if (!workbench.options().logLevel)
+    if (!workbench.options().logLevel && (reads || copies))
         m_hold.emplace(workbench.log());
 }
 
-RingerCopies::AtStart::~AtStart()
+RingerCopies RingerCopies::atChange(Workbench& workbench, TagTexts const& wanted)
 {
-    if (m_hold && m_hold->hasLines())
-        m_hold->drop(refusedByStart(m_workbench));
-}
-
-RingerCopies::AtWrite::AtWrite(Workbench& workbench, DataTagValue_t const& wanted)
-{
-    auto const writesTable = [](auto const& each) {
+    auto const isMobility = [](auto const& each) { return each.first == eDataTagMobilityDataUpdate; };
+    auto const isNewCell = [](auto const& each) {
         auto const& [tag, text] = each;
         return storedTableOf(tag) == eDataTagDistinctiveRinging && isAccepted(tag, text) &&
                textOf(readValue(tag).value_or(Json())) != text;
     };
-    if (!workbench.options().logLevel && std::any_of(wanted.begin(), wanted.end(), writesTable))
-        m_hold.emplace(workbench.log());
+    bool const reads = std::any_of(wanted.begin(), wanted.end(), isMobility);
+    return {workbench, reads, reads || std::any_of(wanted.begin(), wanted.end(), isNewCell)};
 }
 
-RingerCopies::AtWrite::~AtWrite()
+RingerCopies::~RingerCopies()
 {
     if (m_hold && m_hold->hasLines())
-        m_hold->drop(refusedByWrite());
+        m_hold->drop((m_reads ? refusedByReading(m_workbench) : 0) + (m_copies ? refusedByCopying() : 0));
 }
 
 } // namespace Tool

@@ -1,12 +1,12 @@
-// The library copies the general ringer into the rows of the ringing table that have no identifier, at each write of the table.
-// What a row cannot have is refused and logged each time, although nothing is lost; the stored table holds it all the same, so
-// that a start that gives an emptied row its identifier back refuses it once more. Unless somebody asked for a log, nobody is
-// told: the validators foretell how many refusals there are, and so many messages are dropped.
+// The library copies the general ringer into the rows of the ringing table that have no identifier: at each write of the table,
+// and when mobility has it read anew. What a row cannot have is refused and logged each time, although nothing is lost; the
+// stored table holds it all the same, so that reading a row that has an identifier by then refuses it once more. Unless
+// somebody asked for a log, nobody is told: the validators foretell how many refusals there are, and so many messages are
+// dropped.
 #pragma once
 
 #include "workbench/LogTap.h"
-
-#include "Data/DataTypes.h"
+#include "workbench/Values.h"
 
 #include <optional>
 
@@ -14,33 +14,26 @@ namespace Tool {
 
 class Workbench;
 
-namespace RingerCopies {
-
-/// Around the start of the library.
-class AtStart {
+/// Lives around one call of the library.
+class RingerCopies {
 public:
-    explicit AtStart(Workbench& workbench);
-    ~AtStart();
-    AtStart(AtStart const&) = delete;
-    AtStart& operator=(AtStart const&) = delete;
+    /// Around its start.
+    static RingerCopies atStart(Workbench& workbench) { return {workbench, true, false}; }
+
+    /// Around a call that hands over the values `wanted`.
+    static RingerCopies atChange(Workbench& workbench, TagTexts const& wanted);
+
+    ~RingerCopies();
+    RingerCopies(RingerCopies const&) = delete;
+    RingerCopies& operator=(RingerCopies const&) = delete;
 
 private:
+    RingerCopies(Workbench& workbench, bool reads, bool copies);
+
     Workbench& m_workbench;
+    bool const m_reads;  ///< the stored table
+    bool const m_copies; ///< the general ringer
     std::optional<LogTap::Hold> m_hold;
 };
-
-/// Around the one write of the values `wanted`.
-class AtWrite {
-public:
-    AtWrite(Workbench& workbench, Data::DataTagValue_t const& wanted);
-    ~AtWrite();
-    AtWrite(AtWrite const&) = delete;
-    AtWrite& operator=(AtWrite const&) = delete;
-
-private:
-    std::optional<LogTap::Hold> m_hold;
-};
-
-} // namespace RingerCopies
 
 } // namespace Tool

@@ -9,6 +9,8 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Host {
 class Platform;
@@ -17,6 +19,9 @@ class Platform;
 namespace Tool {
 
 class Workbench;
+
+/// Values as texts, in the order in which they were given.
+using TagTexts = std::vector<std::pair<Data::eDataTag, std::string>>;
 
 /// The current value by the item's own type; nothing when it cannot be read. Reading a flag of the flag file applies the file.
 std::optional<Json> readValue(Data::eDataTag tag);

@@ -58,7 +58,7 @@ std::unique_ptr<Workbench> Workbench::attach(Host::Platform& platform, Options c
 void Workbench::start()
 {
     {
-        RingerCopies::AtStart const copies(*this);
+        auto const copies = RingerCopies::atStart(*this);
         MediaDataCache::init(m_platform);
     }
     for (auto const tag : allTags()) {
@@ -66,7 +66,13 @@ void Workbench::start()
             m_log->hide(readValue(tag).value_or(Json("")).get<std::string>());
     }
     service().setAgent(MediaDataCache::managementAgent());
-    service().reportAll();
+    {
+        auto const held = serviceValues(*this);
+        auto const mobility = held.find(nameOf(Data::eDataTagMobilityDataUpdate));
+        auto const copies = RingerCopies::atChange(
+            *this, mobility == held.end() ? TagTexts{} : TagTexts{{Data::eDataTagMobilityDataUpdate, mobility->second}});
+        service().reportAll();
+    }
     ChangeCallback::instance().hearEverything();
 }
 
