@@ -34,8 +34,9 @@ TEST(TableDescriptions, EveryTableOfTheDatabaseIsDescribedUnderItsTagAndSchema)
     for (auto const& row : DataSourceDB::dataDbDescriptionTable) {
         auto const* const table = Tables::find(row.tag);
         ASSERT_EQ(table != nullptr, row.isTable) << row.tag;
-        if (table)
+        if (table) {
             EXPECT_EQ(table->schema, row.schema ? *row.schema : "") << row.tag;
+        }
     }
 }
 

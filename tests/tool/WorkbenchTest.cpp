@@ -106,10 +106,10 @@ TEST_F(WorkbenchTest, ListenersHearWhatTheApplicationSetsUntilTheyEnd)
             for (auto const& change : changes)
                 heard.push_back(change.tag);
         });
-        MediaDataCache::setData(eDataTagRingerVolume, 7);
+        MediaDataCache::setData(eDataTagRingerVolume, 7, false);
     }
     bench.reset();
-    MediaDataCache::setData(eDataTagRingerVolume, 2);
+    MediaDataCache::setData(eDataTagRingerVolume, 2, false);
     EXPECT_EQ(heard, std::vector{eDataTagRingerVolume});
 }
 
