@@ -314,7 +314,6 @@ Executable* Platform::findService(std::string const& name)
     return found ? m_management.get() : nullptr;
 }
 
-/// Needs m_mutex.
 void Platform::complain(std::string const& what)
 {
     m_unscripted.push_back(what);

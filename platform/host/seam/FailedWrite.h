@@ -1,9 +1,9 @@
 // What the host's database did not store although it was asked to.
 #pragma once
 
-#include <compare>
 #include <cstddef>
 #include <string>
+#include <tuple>
 
 namespace Host {
 
@@ -13,7 +13,11 @@ struct FailedWrite {
     std::string schema;
     std::string element;
 
-    auto operator<=>(FailedWrite const&) const = default;
+    bool operator==(FailedWrite const&) const = default;
+    bool operator<(FailedWrite const& other) const
+    {
+        return std::tie(schema, element) < std::tie(other.schema, other.element);
+    }
 };
 
 /// So many are remembered: more than the library has values.

@@ -30,6 +30,7 @@ public:
     /// As Connection::open(). A data directory's database is opened with openDatabase(), which mends it.
     static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault);
 
+    ~Database() = default;
     Database(Database const&) = delete;
     Database& operator=(Database const&) = delete;
 
