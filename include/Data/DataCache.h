@@ -82,6 +82,16 @@ public:
     /// Resets the tags to their defaults and stores those. Announced by the next pass of any operation.
     void resetDataToDefault(std::list<eDataTag> const& tags);
 
+    /// One tag of a source, past the items that the cache holds. False for a tag that the source does not know or did not take.
+    bool readDataFromSourceDB(eDataTag tag, DataItemBase* item);
+    bool writeDataToSourceDB(eDataTag tag, DataItemBase const* item);
+    /// Stores the tables of which a cell was written; `rejected` gets the tags of those that were refused.
+    bool updateDataInSourceDB(DataTagValue_t& rejected);
+    bool updateDataInSourceDB();
+    /// T is int, bool or std::string. A failed read leaves 0, false or the empty text.
+    template <class T> bool writeDataToSourceOCMS(eDataTag tag, T const& value);
+    template <class T> bool readDataFromSourceOCMS(eDataTag tag, T& value);
+
     void readAllDataFromSourceDB();
     /// Looks at the flag file and applies it when it changed.
     void readDataFromSourceFile();
@@ -129,12 +139,12 @@ private:
     template <class T> MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present,
                                                          bool& persisted) MEDIADATA_REQUIRES(*m_lock);
     template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
-    template <class T> MEDIADATA_HIDDEN bool writeDataToSourceOCMS(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
-    template <class T> MEDIADATA_HIDDEN bool readDataFromSourceOCMS(eDataTag tag, T& value) MEDIADATA_REQUIRES(*m_lock);
-    bool readDataFromSourceDB(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
-    bool writeDataToSourceDB(eDataTag tag, DataItemBase const* item) MEDIADATA_REQUIRES(*m_lock);
-    bool updateDataInSourceDB(DataTagValue_t& rejected) MEDIADATA_REQUIRES(*m_lock);
-    bool updateDataInSourceDB() MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool pushValue(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
+    template <class T> MEDIADATA_HIDDEN bool fetchValue(eDataTag tag, T& value) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool readStored(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool storeItem(eDataTag tag, DataItemBase const* item) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool flushTables(DataTagValue_t& rejected) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool flushTables() MEDIADATA_REQUIRES(*m_lock);
 
     MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);

@@ -59,13 +59,15 @@ public:
     /// Appends the tags that stand for tables.
     static void getTableItemTags(std::list<eDataTag> const& tags, std::list<eDataTag>& tableTags);
     static bool verifyDataTable();
+    /// Opens the storages of these tags that are not open; a schema that is out of reach stays closed.
+    void fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags);
+    /// Closes all of them: their tags can then neither be read nor written.
+    void cleanStorageMap();
 
 private:
     friend class DataCache; ///< asks for changed tables before it makes room for those that are rejected
 
     MEDIADATA_HIDDEN bool hasChangedTables() const;
-    void fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags);
-    void cleanStorageMap();
     MEDIADATA_HIDDEN bool writeTable(eDataTag tag, DataStorage& storage, std::string const& xml);
 
     std::vector<std::unique_ptr<DataStorage>> m_storages; ///< by the place of the schema's name; null: out of reach

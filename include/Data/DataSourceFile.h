@@ -25,6 +25,8 @@ public:
     void readConfigFile(DataTagValue_t& values);
     /// The flag's tag, 0 for an unknown word.
     eDataTag findTagFor(std::string const& flag);
+    /// Learns the flags' words; the constructor has done so.
+    void buildFlag2TagMap();
 
 private:
     /// The width is the telephone's; both 0: no file.
@@ -34,7 +36,6 @@ private:
         bool operator==(FileTime const&) const = default;
     };
 
-    void buildFlag2TagMap();
     static bool readFileTime(FileTime& time);
 
     std::map<std::string, eDataTag> m_flags;

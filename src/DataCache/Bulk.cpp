@@ -65,14 +65,14 @@ bool DataCache::setDataBulk(BulkData& bulk)
     }
 
     DataTagValue_t failed;
-    accepted = updateDataInSourceDB(failed) && accepted;
+    accepted = flushTables(failed) && accepted;
     if (!accepted) {
         for (auto const& entry : failed)
             bulk.setTagWrittenToDb(entry.first, false);
     }
     for (auto const& [tag, text] : written) {
         if (!failed.contains(tag))
-            writeDataToSourceOCMS(tag, text);
+            pushValue(tag, text);
     }
     notifyChanges();
     return accepted;

@@ -114,7 +114,7 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
     ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);
     if (!item)
-        return readDataFromSourceOCMS(tag, value);
+        return fetchValue(tag, value);
     if (item->source() == eDataSourceFile && applyChangedConfigFile())
         notifyChanges();
     return item->getValue(value);
@@ -141,9 +141,9 @@ template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool to
 {
     ScopedLock const held(*m_lock);
     bool persisted = false;
-    bool stored = setDataValue(tag, value, persisted) && updateDataInSourceDB();
+    bool stored = setDataValue(tag, value, persisted) && flushTables();
     if (stored && persisted && toManagement) {
-        stored = writeDataToSourceOCMS(tag, value);
+        stored = pushValue(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
     }
@@ -154,7 +154,7 @@ template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool to
 
 template <class T> [[gnu::noinline]] bool DataCache::setAtManagement(eDataTag tag, T const& value)
 {
-    if (writeDataToSourceOCMS(tag, value))
+    if (pushValue(tag, value))
         return true;
     LOG_ERROR(unit, "DataCache::setDataValue - ERR failed to set OCMS value\n");
     return false;
@@ -174,7 +174,7 @@ template <class T>
 
     switch (item.source()) {
     case eDataSourceDB:
-        persisted = writeDataToSourceDB(tag, &item);
+        persisted = storeItem(tag, &item);
         if (persisted)
             return true;
         LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
@@ -219,7 +219,7 @@ bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected,
         noteChange(tag);
         if (!persist || !m_initialised || item->source() != eDataSourceDB)
             continue;
-        if (!writeDataToSourceDB(tag, item)) {
+        if (!storeItem(tag, item)) {
             LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n",
                       tag);
             item->setValueString(present, reason);
@@ -227,7 +227,7 @@ bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected,
             return false;
         }
         if (toManagement)
-            writeDataToSourceOCMS(tag, text);
+            pushValue(tag, text);
     }
     return accepted;
 }
@@ -291,37 +291,38 @@ MgmtAgentIfc& DataCache::managementAgent()
     return *m_sourceOCMS;
 }
 
-bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
+bool DataCache::readStored(eDataTag tag, DataItemBase* item)
 {
     bool const read = m_sourceDB->readDataValue(tag, item);
-    m_touched.insert(tag);
+    if (item && findItem(item->tag()) == item) // callers may bring an item of their own
+        m_touched.insert(item->tag());
     return read;
 }
 
-bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
+bool DataCache::storeItem(eDataTag tag, DataItemBase const* item)
 {
     return m_sourceDB->writeDataValue(tag, item);
 }
 
-bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
+bool DataCache::flushTables(DataTagValue_t& rejected)
 {
     return m_sourceDB->writeDataTables(rejected);
 }
 
-bool DataCache::updateDataInSourceDB()
+bool DataCache::flushTables()
 {
     if (!m_sourceDB->hasChangedTables())
         return true;
     DataTagValue_t scratch;
-    return updateDataInSourceDB(scratch);
+    return flushTables(scratch);
 }
 
-template <class T> bool DataCache::writeDataToSourceOCMS(eDataTag tag, T const& value)
+template <class T> bool DataCache::pushValue(eDataTag tag, T const& value)
 {
     return m_sourceOCMS->setData(tag, convertToString(value));
 }
 
-template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value)
+template <class T> bool DataCache::fetchValue(eDataTag tag, T& value)
 {
     std::string text;
     bool const read = m_sourceOCMS->getData(tag, text);
@@ -329,12 +330,48 @@ template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value
     return read;
 }
 
+bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
+{
+    ScopedLock const held(*m_lock);
+    return readStored(tag, item);
+}
+
+bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
+{
+    ScopedLock const held(*m_lock);
+    return storeItem(tag, item);
+}
+
+bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
+{
+    ScopedLock const held(*m_lock);
+    return flushTables(rejected);
+}
+
+bool DataCache::updateDataInSourceDB()
+{
+    ScopedLock const held(*m_lock);
+    return flushTables();
+}
+
+template <class T> bool DataCache::writeDataToSourceOCMS(eDataTag tag, T const& value)
+{
+    ScopedLock const held(*m_lock);
+    return pushValue(tag, value);
+}
+
+template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value)
+{
+    ScopedLock const held(*m_lock);
+    return fetchValue(tag, value);
+}
+
 void DataCache::readAllDataFromSourceDB()
 {
     ScopedLock const held(*m_lock);
     for (auto* const item : m_dataMap) {
         if (item && item->source() == eDataSourceDB)
-            readDataFromSourceDB(item->tag(), item);
+            readStored(item->tag(), item);
     }
     m_sourceDB->readDataFromTables(false);
     m_changed = true;
@@ -345,21 +382,23 @@ void DataCache::readUserDataFromSourceDB()
     ScopedLock const held(*m_lock);
     for (auto* const item : m_dataMap) {
         if (item && DataItemBuilder::isUserData(item->tag()))
-            readDataFromSourceDB(item->tag(), item);
+            readStored(item->tag(), item);
     }
     m_sourceDB->readDataFromTables(true);
     m_changed = true;
 }
 
-template bool DataCache::getData<int>(eDataTag, int&);
-template bool DataCache::getData<bool>(eDataTag, bool&);
-template bool DataCache::getData<std::string>(eDataTag, std::string&);
-template bool DataCache::setData<int>(eDataTag, int const&, bool);
-template bool DataCache::setData<bool>(eDataTag, bool const&, bool);
-template bool DataCache::setData<std::string>(eDataTag, std::string const&, bool);
-template bool DataCache::setDataValue<int>(eDataTag, int const&, bool&);
-template bool DataCache::setDataValue<bool>(eDataTag, bool const&, bool&);
-template bool DataCache::setDataValue<std::string>(eDataTag, std::string const&, bool&);
-template bool DataCache::writeDataToSourceOCMS<std::string>(eDataTag, std::string const&);
+// For the three types of values.
+#define INSTANTIATE(T)                                                                                                      \
+    template MEDIADATA_EXPORT bool DataCache::getData<T>(eDataTag, T&);                                                     \
+    template MEDIADATA_EXPORT bool DataCache::setData<T>(eDataTag, T const&, bool);                                         \
+    template MEDIADATA_EXPORT bool DataCache::readDataFromSourceOCMS<T>(eDataTag, T&);                                      \
+    template MEDIADATA_EXPORT bool DataCache::writeDataToSourceOCMS<T>(eDataTag, T const&);                                 \
+    template bool DataCache::setDataValue<T>(eDataTag, T const&, bool&);
+INSTANTIATE(int)
+INSTANTIATE(bool)
+INSTANTIATE(std::string)
+#undef INSTANTIATE
+template bool DataCache::pushValue<std::string>(eDataTag, std::string const&);
 
 } // namespace Data

@@ -60,7 +60,7 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
         // One hold across both, so that no other thread sees or flushes a half-set table.
         ScopedLock const held(*m_lock);
         bool const accepted = setTexts(values, rejected, true, false);
-        stored = updateDataInSourceDB() && accepted;
+        stored = flushTables() && accepted;
     }
     updateCallbacks();
     return stored;

@@ -1,0 +1,112 @@
+// What a client may ask of the sources directly, linked from the shared library.
+#include "../library/LibraryTest.h"
+
+#include "Data/DataCache.h"
+#include "Data/DataItem.h"
+#include "Data/DataSourceDB.h"
+#include "Data/DataSourceFile.h"
+
+using namespace Data;
+
+namespace {
+
+constexpr eDataTag outside[]{static_cast<eDataTag>(-1), static_cast<eDataTag>(eDataTagEnd + 1),
+                             static_cast<eDataTag>(70000)};
+constexpr auto country = static_cast<eDataTag>(633);
+
+class SourceAccess : public LibraryTest {
+protected:
+    DataCache cache{platform, {}, eDataComponentMedia};
+    DataItem<int> volume{eDataTagRingerVolume, eDataSourceDB};
+    std::string reason;
+    DataTagValue_t rejected;
+};
+
+} // namespace
+
+TEST_F(SourceAccess, readsAndWritesTheDatabasePastTheItemsOfTheCache)
+{
+    platform.clearJournal();
+    platform.database("AudioSettings", "RingerVolume", "7");
+    int value = 0;
+    EXPECT_TRUE(cache.readDataFromSourceDB(eDataTagRingerVolume, &volume));
+    EXPECT_TRUE(volume.getValue(value));
+    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(cache.getData(eDataTagRingerVolume, value));
+    EXPECT_EQ(value, 3);
+    EXPECT_TRUE(volume.setValue(5, reason));
+    EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagRingerVolume, &volume));
+    EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "5");
+    for (auto const& call : platform.calls({"getDataItem", "setDataItem"}))
+        EXPECT_GT(call.lockDepth, 0) << call.text();
+}
+
+TEST_F(SourceAccess, storesTheTablesOfWhichACellWasWritten)
+{
+    DataItem<std::string> cell(eDataTagAlertIdentifier0, eDataSourceDB);
+    EXPECT_TRUE(cache.setDataValues({{eDataTagAlertIdentifier0, "boss"}}, rejected, false, false));
+    EXPECT_TRUE(cache.updateDataInSourceDB());
+    EXPECT_EQ(platform.calls({"setDataItems"}).size(), 0U) << "no cell was written";
+    EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagAlertIdentifier0, &cell));
+    EXPECT_TRUE(cache.updateDataInSourceDB());
+    EXPECT_EQ(platform.calls({"setDataItems"}).size(), 15U);
+    EXPECT_TRUE(cache.setDataValues({{eDataTagCodecType1, "1"}}, rejected, false, false)); // there is one already
+    EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagCodecType1, &cell));
+    rejected.clear();
+    EXPECT_FALSE(cache.updateDataInSourceDB(rejected));
+    EXPECT_TRUE(rejected.contains(eDataTagCodecType1));
+    for (auto const& call : platform.calls({"setDataItems"}))
+        EXPECT_GT(call.lockDepth, 0) << call.text();
+}
+
+TEST_F(SourceAccess, asksAndTellsTheManagementService)
+{
+    platform.clearJournal();
+    platform.management("country", "country", "DE");
+    std::string place;
+    EXPECT_TRUE(cache.readDataFromSourceOCMS(country, place));
+    EXPECT_EQ(place, "DE");
+    EXPECT_TRUE(cache.writeDataToSourceOCMS(eDataTagRingerVolume, 5));
+    EXPECT_TRUE(cache.writeDataToSourceOCMS(eDataTagRingerEnabled, false));
+    EXPECT_TRUE(cache.writeDataToSourceOCMS(country, std::string("FR")));
+    EXPECT_EQ(platform.lines({"reportChanged", "requestSet"}),
+              (Texts{"reportChanged ringer-volume=5 [ringer-volume] -> true",
+                     "reportChanged ringer-enabled=false [ringer-enabled] -> true", "requestSet country=FR -> true"}));
+    for (auto const& call : platform.calls({"readData", "reportChanged", "requestSet"}))
+        EXPECT_GT(call.lockDepth, 0) << call.text();
+}
+
+TEST_F(SourceAccess, answersFalseForTagsOutsideTheCatalogue)
+{
+    for (eDataTag const tag : outside) {
+        DataItem<int> item(tag, eDataSourceDB);
+        int number = 7;
+        bool flag = true;
+        EXPECT_FALSE(cache.readDataFromSourceDB(tag, &item)) << tag;
+        EXPECT_FALSE(cache.writeDataToSourceDB(tag, &item)) << tag;
+        EXPECT_FALSE(cache.readDataFromSourceDB(tag, nullptr)) << tag;
+        EXPECT_FALSE(cache.writeDataToSourceDB(tag, nullptr)) << tag;
+        EXPECT_FALSE(cache.readDataFromSourceOCMS(tag, number)) << tag;
+        EXPECT_EQ(number, 0) << tag;
+        EXPECT_FALSE(cache.readDataFromSourceOCMS(tag, flag)) << tag;
+        EXPECT_FALSE(flag) << tag;
+        EXPECT_FALSE(cache.writeDataToSourceOCMS(tag, number)) << tag;
+    }
+    cache.readUserDataFromSourceDB();
+    cache.updateCallbacks(); // meets no tag that it does not hold
+}
+
+TEST_F(SourceAccess, opensAndClosesStoragesAndLearnsTheFlagsAnew)
+{
+    platform.database("AudioSettings", "RingerVolume", "7");
+    DataSourceDB source(platform, {}, nullptr);
+    EXPECT_FALSE(source.readDataValue(eDataTagRingerVolume, &volume)) << "not open";
+    source.fillStorageMap(platform, {outside[0], outside[1], eDataTagRingerVolume});
+    EXPECT_TRUE(source.readDataValue(eDataTagRingerVolume, &volume));
+    source.cleanStorageMap();
+    EXPECT_FALSE(source.readDataValue(eDataTagRingerVolume, &volume));
+
+    DataSourceFile file;
+    file.buildFlag2TagMap();
+    EXPECT_EQ(file.findTagFor("force_etsi"), eDataTagForceEtsi);
+}
