@@ -176,6 +176,12 @@ void Platform::management(std::string const& item, std::string const& subItem, s
     m_managementValues[{item, subItem}] = value;
 }
 
+void Platform::failedEncryptionLeaves(std::string const& text)
+{
+    Threads::Lock const guard(m_mutex);
+    m_failedEncryption = text;
+}
+
 void Platform::managementAnswersNothing()
 {
     Threads::Lock const guard(m_mutex);
@@ -352,6 +358,13 @@ bool Seam::reachable(std::string const& schema)
     Platform& platform = Platform::current();
     Threads::Lock const guard(platform.m_mutex);
     return !platform.m_missingSchemas.contains(schema);
+}
+
+std::string Seam::failedEncryption()
+{
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    return platform.m_failedEncryption;
 }
 
 std::string Seam::read(std::string const& schema, std::string const& element, bool whole)

@@ -71,6 +71,8 @@ public:
     Stored stored() const;
     /// The stored form of a secret, as DasCrypt makes it here.
     static std::string encrypted(std::string const& plain);
+    /// What an encryption that fails leaves in its output: nothing until this is called.
+    void failedEncryptionLeaves(std::string const& text);
 
     // --- Answers of the management service ---
 
@@ -149,6 +151,7 @@ private:
     mutable Threads::Mutex m_mutex;
     std::string m_directory;
     Stored m_stored MEDIADATA_GUARDED_BY(m_mutex);
+    std::string m_failedEncryption MEDIADATA_GUARDED_BY(m_mutex);
     bool m_emptyDatabase MEDIADATA_GUARDED_BY(m_mutex) = false;
     std::set<std::string> m_missingSchemas MEDIADATA_GUARDED_BY(m_mutex);
     std::unique_ptr<Management> m_management;

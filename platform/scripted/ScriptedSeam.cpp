@@ -195,7 +195,7 @@ std::string Scripted::Platform::encrypted(std::string const& plain)
 
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
 {
-    stored.clear();
+    stored = Seam::failedEncryption();
     return Seam::truth("toEncryptedText", {plain}, true, [&] {
         stored = Scripted::Platform::encrypted(plain);
         return true;

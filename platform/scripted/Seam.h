@@ -35,6 +35,7 @@ struct Seam {
     static std::string read(std::string const& schema, std::string const& element, bool whole);
     static bool write(std::string const& schema, std::string const& element, std::string const& text);
     static void replaceTable(std::string const& schema, std::string const& xml);
+    static std::string failedEncryption();
     static bool hardware(std::string const& question);
     static void log(int level, char const* file, std::string text);
     static bool logWanted(int level);

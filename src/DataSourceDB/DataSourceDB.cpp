@@ -77,12 +77,12 @@ std::string decrypted(std::string const& element, std::string stored)
     return plain.empty() ? stored : plain;
 }
 
-/// The text as it is stored. A failed encryption stores nothing rather than the plain text.
+/// The text as it is stored: what the platform put out, also when it could not encrypt. What must not be stored then, its
+/// storage refuses.
 std::string encrypted(std::string const& plain)
 {
     std::string stored;
-    if (!DasCrypt::toEncryptedText(plain, stored))
-        stored.clear();
+    DasCrypt::toEncryptedText(plain, stored);
     return stored;
 }
 

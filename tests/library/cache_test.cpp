@@ -187,4 +187,18 @@ TEST_F(CacheTest, theCountryFollowsTheObservedItem)
     EXPECT_EQ(other.getCountry("DE"), eCountryUnknown);
 }
 
+TEST_F(CacheTest, whatAFailedEncryptionLeavesIsWritten)
+{
+    start();
+    for (std::string const left : {"", "left over"}) {
+        platform.clearJournal();
+        platform.failedEncryptionLeaves(left);
+        platform.failCall(1);
+        EXPECT_TRUE(Cache::setData(eDataTagIceServerPwd0, "new, " + left, false));
+        EXPECT_EQ(platform.lines({"toEncryptedText", "setDataItem"}),
+                  (Texts{"toEncryptedText new, " + left + " -> false",
+                         "setDataItem ICESettings IceServerPwd0 " + (left.empty() ? "\"\"" : left) + " -> true"}));
+    }
+}
+
 } // namespace
