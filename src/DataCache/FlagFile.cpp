@@ -26,12 +26,6 @@ bool DataCache::applyChangedConfigFile()
         return false;
 
     DataTagValue_t flags;
-    for (auto* const item : m_dataMap) {
-        if (item && item->tag() >= eDataTagOpusTest && item->source() == eDataSourceFile)
-            flags.emplace(item->tag(), "");
-    }
-    // No flag is user data, so this drops them all: a flag that left the file keeps its last value until the next start.
-    DataItemBuilder::getDefaultValues(flags, eDataComponentNone, true);
     m_sourceFile->readConfigFile(flags);
 
     DataTagValue_t methods;
@@ -40,9 +34,18 @@ bool DataCache::applyChangedConfigFile()
     getTexts(methods);
     flags.merge(Tables::hardwareFlagsByFile(flags, methods));
 
+    // Last, since a flag that the file does not name is no verdict on the hardware, whatever its default.
+    DataTagValue_t defaults;
+    for (auto* const item : m_dataMap) {
+        if (item && item->source() == eDataSourceFile)
+            defaults.emplace(item->tag(), "");
+    }
+    DataItemBuilder::getDefaultValues(defaults, eDataComponentNone, false);
+    flags.merge(defaults);
+
     DataTagValue_t scratch;
     setTexts(flags, scratch, false, false);
-    updateDataInSourceDB();
+    flushTables();
     return true;
 }
 

@@ -206,18 +206,20 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
     EXPECT_EQ(presentText(eDataTagIceServerPort0), "99");
 }
 
-TEST_F(ExchangeTest, aFlagThatLeavesTheFileKeepsItsValueUntilTheNextStart)
+TEST_F(ExchangeTest, aFlagThatTheFileDoesNotNameGoesBackToItsDefault)
 {
     start();
-    listen({eDataTagForceEtsi, eDataTagCodecHardwareAllowed3});
-    platform.flagFile("force_etsi\nopus_test false\n");
+    listen({eDataTagOpusTest, eDataTagRtcpmuxDisabled, eDataTagForceEtsi, eDataTagCodecHardwareAllowed3});
+    platform.flagFile("opus_test false\nrtcpmux_disabled\nforce_etsi\n");
     EXPECT_EQ(presentText(eDataTagForceEtsi), "true");
-    EXPECT_EQ(listener.heard, Texts{"128=false 805=true"});
-    platform.removeFlagFile();
-    EXPECT_EQ(presentText(eDataTagForceEtsi), "true");
-    EXPECT_EQ(presentText(eDataTagCodecHardwareAllowed3), "true") << "derived again without the file";
-    restart();
+    platform.flagFile("rtcpmux_disabled\naes256_test\n");
     EXPECT_EQ(presentText(eDataTagForceEtsi), "false");
+    EXPECT_EQ(presentText(eDataTagOpusTest), "false");
+    EXPECT_EQ(presentText(eDataTagCodecHardwareAllowed3), "true") << "a default of opus_test is no verdict";
+    platform.removeFlagFile();
+    EXPECT_EQ(presentText(eDataTagRtcpmuxDisabled), "false");
+    EXPECT_EQ(presentText(eDataTagAes256Test), "false");
+    EXPECT_EQ(listener.heard, (Texts{"128=false 800=true 805=true", "128=true 805=false", "800=false"}));
 }
 
 } // namespace

@@ -172,10 +172,6 @@ Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool
     } else {
         report.sections.push_back(flagSection(path));
     }
-    auto const unset = [](auto const& row) { return row[2] == Json(true) && row[3].is_null(); };
-    auto const& rows = report.sections.back().rows;
-    if (std::any_of(rows.begin(), rows.end(), unset))
-        report.notes.emplace_back("A flag whose line went away keeps its value until the process starts anew.");
     return report;
 }
 
