@@ -36,7 +36,7 @@ public:
 
     /// Splits the stored tables into their cells.
     void readDataFromTables(bool userDataOnly);
-    bool hasChangedTables() const { return m_changedTables > 0; }
+    MEDIADATA_HIDDEN bool hasChangedTables() const;
     /// Checks and stores the tables that changed. False when one was rejected; `rejected` then holds its tags.
     bool writeTablesToDB(DataTagValue_t& rejected);
     /// Ignored for an unknown table.

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <optional>
 
 namespace Data {
@@ -117,6 +118,12 @@ void Handler::setTableChanged(eDataTag table)
     ++m_changedTables;
 }
 
+bool Handler::hasChangedTables() const
+{
+    assert(m_changedTables == std::ranges::count_if(m_tables, [](auto const& entry) { return entry.second->isChanged(); }));
+    return m_changedTables > 0;
+}
+
 void Handler::readDataFromTables(bool userDataOnly)
 {
     if (m_callback == nullptr)
@@ -150,7 +157,7 @@ void Handler::readTable(DataTable& table)
 
 bool Handler::writeTablesToDB(DataTagValue_t& rejected)
 {
-    if (m_callback == nullptr || m_changedTables == 0)
+    if (m_callback == nullptr || !hasChangedTables())
         return true;
     bool accepted = true;
     for (auto const& [tag, table] : m_tables) {
