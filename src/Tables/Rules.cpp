@@ -22,12 +22,6 @@ constexpr char const* systemWithOpus = "2";
 constexpr std::array codecFacts{eDataTagServerType, eDataTagSystemIdentifier, eDataTagSoftwareType, eDataTagOpusTest};
 constexpr std::array encryptionFacts{eDataTagSoftwareType, eDataTagAes256Test};
 
-/// The methods with long keys.
-constexpr bool isLimitedMethod(int method)
-{
-    return method >= 2 && method <= 4;
-}
-
 bool says(DataTagValue_t const& values, eDataTag tag, char const* text)
 {
     auto const found = values.find(tag);
@@ -102,6 +96,11 @@ std::optional<RingerRule> ringerRuleOf(eDataTag cell)
     return RingerRule{ringing.cell(ringing.column(Role::identifier), ringing.rowOf(cell)), column->general, column->unnamed};
 }
 
+bool isLimitedMethod(int method)
+{
+    return method >= 2 && method <= 4;
+}
+
 std::span<eDataTag const> factsOf(Table const& table)
 {
     switch (table.tag) {
@@ -130,12 +129,6 @@ eDataTag hardwareFlagOf(Table const& table, int row, int choice)
 {
     Column const& flag = *table.find(Role::flag);
     return table.cell(flag.first, flag.isByChoice ? choice : row);
-}
-
-bool isHardwareFlag(eDataTag tag)
-{
-    auto const* const table = holderOf(tag);
-    return table && table->find(table->columnOf(tag))->role == Role::flag;
 }
 
 DataTagValue_t hardwareFlagsByFile(DataTagValue_t const& file, DataTagValue_t const& methods)

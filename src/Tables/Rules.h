@@ -62,6 +62,9 @@ struct Device {
 /// The software type whose servers know every codec and every encryption method.
 inline constexpr char const* fullServer = "Norvane SIP";
 
+/// With the server's or the flag's leave alone: see canUse.
+bool isLimitedMethod(int method);
+
 /// The items that the rule of a ranked table reads.
 std::span<eDataTag const> factsOf(Table const& table);
 
@@ -70,8 +73,6 @@ bool canUse(Table const& table, int choice, DataTagValue_t const& facts, Device 
 
 /// The flag that decides on a row of a ranked table in which `choice` stands.
 eDataTag hardwareFlagOf(Table const& table, int row, int choice);
-
-bool isHardwareFlag(eDataTag tag);
 
 /// The flags that follow from the flag file without the device being asked: what the file says, and the encryption methods as
 /// they stand.

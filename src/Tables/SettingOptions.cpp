@@ -68,4 +68,10 @@ std::span<FlagWord const> flagWords()
     return flagRows;
 }
 
+char const* flagWordOf(eDataTag tag)
+{
+    auto const* const found = std::ranges::find(flagRows, tag, &FlagWord::tag);
+    return found == flagRows.end() ? nullptr : found->word;
+}
+
 } // namespace Data::Tables

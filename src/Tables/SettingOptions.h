@@ -22,4 +22,7 @@ struct FlagWord {
 /// The words of the flag file in the order of their tags.
 std::span<FlagWord const> flagWords();
 
+/// The word that sets an item, null for items that the flag file does not set.
+char const* flagWordOf(eDataTag tag);
+
 } // namespace Data::Tables

@@ -242,4 +242,17 @@ constexpr Table const* holderOf(eDataTag cellOrFlag)
     return found == all.end() ? nullptr : found;
 }
 
+/// The column of a cell or flag of any table, null for other tags.
+constexpr Column const* columnOf(eDataTag cellOrFlag)
+{
+    Table const* const table = holderOf(cellOrFlag);
+    return table ? table->find(table->columnOf(cellOrFlag)) : nullptr;
+}
+
+constexpr bool isHardwareFlag(eDataTag tag)
+{
+    Column const* const column = columnOf(tag);
+    return column && column->role == Role::flag;
+}
+
 } // namespace Data::Tables
