@@ -8,6 +8,7 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Tables/SettingOptions.h"
 
 #include <utility>
 
@@ -21,7 +22,7 @@ char const* ownerOf(eDataTag tag)
 {
     if (!isHeld(tag))
         return "another component; asked from the management service each time";
-    if (tag > eDataTagFunctionKeyDef915)
+    if (Tables::flagWordOf(tag))
         return "media; set by the flag file";
     if (DataCache::DataItemBuilder::findDataRecord(tag)->component != eDataComponentMedia)
         return "another component; observed through the management service";

@@ -2,14 +2,16 @@
 
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
-#include "workbench/Values.h"
 #include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Tables/Rules.h"
+#include "Tables/SettingOptions.h"
 
 #include "HostPlatform.h"
 
@@ -130,20 +132,18 @@ private:
     void addFlagFile()
     {
         auto const flags = flagFileValues();
-        auto const says = [&](char const* word) {
-            auto const line = flags.find(word);
+        auto const says = [&](eDataTag flag) {
+            auto const line = flags.find(Tables::flagWordOf(flag));
             return line == flags.end() ? std::string() : line->second;
         };
-        if (m_tag >= eDataTagOpusTest) {
-            auto const word = flagNames()[static_cast<std::size_t>(m_tag - eDataTagOpusTest)];
+        if (auto const* const word = Tables::flagWordOf(m_tag)) {
             if (flags.contains(word))
-                addText("flag file", says(word.c_str()), "the line " + word);
+                addText("flag file", says(m_tag), std::string("the line ") + word);
             else
-                add("flag file", {}, "has no line " + word, false);
+                add("flag file", {}, std::string("has no line ") + word, false);
             return;
         }
-        bool const isMethod =
-            m_tag >= eDataTagSRTPEncryptionHardwareAllowed1 && m_tag <= eDataTagSRTPEncryptionHardwareAllowed5;
+        bool const isMethod = Tables::isHardwareFlag(m_tag) && Tables::encryptions.holds(m_tag);
         if (!isMethod && m_tag != eDataTagCodecHardwareAllowed3)
             return;
         std::error_code ignored;
@@ -152,13 +152,13 @@ private:
             return;
         }
         if (!isMethod) {
-            add("flag file", says("opus_test") != "false", "true unless it says opus_test false", true);
+            add("flag file", says(eDataTagOpusTest) != "false", "true unless it says opus_test false", true);
             return;
         }
         auto const method =
-            readValue(static_cast<eDataTag>(m_tag - eDataTagSRTPEncryptionHardwareAllowed1 + eDataTagSRTPEncryptionMethod1));
-        bool const isLimited = method && method->get<int>() >= 2 && method->get<int>() <= 4;
-        add("flag file", isLimited ? Json(says("aes256_test") == "true") : Json(),
+            readValue(Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, Tables::encryptions.rowOf(m_tag)));
+        bool const isLimited = method && Tables::isLimitedMethod(method->get<int>());
+        add("flag file", isLimited ? Json(says(eDataTagAes256Test) == "true") : Json(),
             "follows aes256_test for rows with the methods 2 to 4", isLimited);
     }
 
@@ -193,7 +193,7 @@ private:
     void addGroupPickup()
     {
         auto const isOn = [](eDataTag tag) { return readValue(tag) == Json(true); };
-        auto const type = toneType(isOn(eDataTagGroupPickupAsRinger), isOn(eDataTagGroupPickupToneAllowed));
+        auto const type = Tables::toneTypeOf({isOn(eDataTagGroupPickupAsRinger), isOn(eDataTagGroupPickupToneAllowed)});
         if (m_tag == eDataTagGroupPickup)
             add("dependent rule", std::to_string(type), "remembers the settled tone type", true);
         else if (m_tag == eDataTagGroupPickupToneType)
@@ -227,7 +227,7 @@ private:
             return "database " + *row.schema + (row.element->empty() ? "" : "/" + *row.element);
         if (storedTableOf(m_tag) != eDataTagNone)
             return "database, in the table " + *rowOf(storedTableOf(m_tag)).schema;
-        if (m_tag >= eDataTagOpusTest)
+        if (Tables::flagWordOf(m_tag))
             return "flag file";
         if (exists(m_tag) && DataCache::DataItemBuilder::findDataRecord(m_tag)->component != eDataComponentMedia)
             return "management service";

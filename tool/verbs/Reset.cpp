@@ -11,11 +11,11 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/SettingOptions.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace Tool {
@@ -24,15 +24,6 @@ using namespace Data;
 using Media::MediaDataCache;
 
 namespace {
-
-/// What the library's own operation resets, for the preview.
-constexpr std::array userAudio{eDataTagHandsetVolume,        eDataTagHeadsetVolume,       eDataTagHandsfreeVolume,
-                               eDataTagOpenListeningVolume,  eDataTagSocketedHeadsetMode, eDataTagRoomCharacter,
-                               eDataTagMohEnabled,           eDataTagRingerEnabled,       eDataTagRingerVolume,
-                               eDataTagRingerMelody,         eDataTagRingerAudioFile,     eDataTagRingerToneSequence,
-                               eDataTagLineRolloverVolume,   eDataTagAlertBeepVolume,     eDataTagCallWaitingToneVolume,
-                               eDataTagWarnToneVolume,       eDataTagKeyClickVolume,      eDataTagClickKeys,
-                               eDataTagDistinctiveRingerMode};
 
 std::vector<eDataTag> userData()
 {
@@ -123,7 +114,8 @@ Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dr
         return resetItems(workbench, what, dryRun);
     if (what.size() > 1)
         return failure(exitUsage, what.back(), "audio and user-data stand alone");
-    return names("audio") ? resetSet(workbench, {userAudio.begin(), userAudio.end()}, resetAudio, dryRun)
+    auto const audio = Tables::audioResetTags();
+    return names("audio") ? resetSet(workbench, {audio.begin(), audio.end()}, resetAudio, dryRun)
                           : resetSet(workbench, userData(), resetUserData, dryRun);
 }
 

@@ -4,6 +4,9 @@
 #include "workbench/Rules.h"
 #include "workbench/Workbench.h"
 
+#include "Tables/Labels.h"
+#include "Tables/Rules.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -13,83 +16,30 @@ using namespace Data;
 
 namespace {
 
-constexpr char const* ringing = "ringing";
+using Tables::Role;
 
-/// A column of a table: consecutive tags, one per row.
-struct Column {
-    char const* name;
-    eDataTag first;
-};
-
-/// A table of rows by rank. The hardware verdict belongs to the type for codecs and to the row for the others.
-struct RankedTable {
-    char const* name;
-    int rows;
-    char const* typeName;
-    eDataTag rank, type, allowed, hardware;
-    bool hardwareByType;
-    eDataTag packetSize; ///< 0: the table has no such column
-};
-
-constexpr RankedTable rankedTables[]{
-    {"codec", 4, "type", eDataTagCodecRank1, eDataTagCodecType1, eDataTagCodecAllowed1, eDataTagCodecHardwareAllowed0, true,
-     eDataTagCodecPacketSize1},
-    {"srtp", 5, "method", eDataTagSRTPEncryptionRank1, eDataTagSRTPEncryptionMethod1, eDataTagSRTPEncryptionAllowed1,
-     eDataTagSRTPEncryptionHardwareAllowed1, false, eDataTagNone},
-    {"headset", 3, "type", eDataTagHeadsetRank1, eDataTagHeadsetType1, eDataTagHeadsetAllowed1,
-     eDataTagHeadsetHardwareAllowed1, false, eDataTagNone},
-};
-
-/// Things of which the telephone has several, each a run of tags: field f of thing n is tag first + n * stride + f, or, for
-/// fields that stand in columns, column + n.
-struct Group {
-    char const* name;
+/// How a table without ranks is shown.
+struct Listing {
+    Tables::Table const& table;
     char const* key;
     int firstNumber;
-    int count;
     Layout layout;
-    int stride; ///< 1: the tags below are the columns' first tags
-    std::vector<Column> fields;
+    std::vector<eDataTag> columns = {}; ///< by their first cells; empty: as they are described
 };
 
-std::vector<Column> consecutive(eDataTag first, std::vector<char const*> const& names)
+std::vector<Listing> const& listings()
 {
-    std::vector<Column> columns;
-    columns.reserve(names.size());
-    for (auto const* const name : names)
-        columns.push_back({name, static_cast<eDataTag>(first + static_cast<int>(columns.size()))});
-    return columns;
-}
-
-std::vector<Group> const& groups()
-{
-    static std::vector<Group> const all{
-        {ringing,
+    static std::vector<Listing> const all{
+        {Tables::ringing,
          "row",
          0,
-         15,
          Layout::Table,
-         1,
-         {{"identifier", eDataTagAlertIdentifier0},
-          {"type", eDataTagAlertType0},
-          {"melody", eDataTagRingerMelody0},
-          {"tone", eDataTagRingerTone0},
-          {"duration", eDataTagAlertDuration0},
-          {"file", eDataTagRingerFile0}}},
-        {"door-openers", "door opener", 1, 4, Layout::Beside, eDataTagDoorOpener2Type - eDataTagDoorOpener1Type,
-         consecutive(eDataTagDoorOpener1Type,
-                     {"type", "name", "method", "phone number", "address", "port", "user name", "password", "path",
-                      "URL parameters", "PIN", "key confirmation", "direct video", "automatic video"})},
-        {"cameras", "camera", 1, 4, Layout::Beside, eDataTagCamera2Name - eDataTagCamera1Name,
-         consecutive(eDataTagCamera1Name, {"name", "protocol", "address", "url", "port", "user name", "password",
-                                           "door opener", "phone number"})},
+         {eDataTagAlertIdentifier0, eDataTagAlertType0, eDataTagRingerMelody0, eDataTagRingerTone0, eDataTagAlertDuration0,
+          eDataTagRingerFile0}},
+        {Tables::doorOpeners, "door opener", 1, Layout::Beside},
+        {Tables::cameras, "camera", 1, Layout::Beside},
     };
     return all;
-}
-
-eDataTag offset(eDataTag tag, int distance)
-{
-    return static_cast<eDataTag>(tag + distance);
 }
 
 Json value(Workbench& workbench, eDataTag tag)
@@ -97,33 +47,43 @@ Json value(Workbench& workbench, eDataTag tag)
     return shown(tag, readValue(tag).value_or(Json()), workbench.options().showSecrets);
 }
 
-Section ranked(Workbench& workbench, RankedTable const& table)
+Section ranked(Workbench& workbench, Tables::Table const& table)
 {
-    Section section{table.name, Layout::Table, {"rank", table.typeName, "allowed", "hardware", "packet size", "row"}, {}};
+    auto const& choices = *table.find(Role::choice);
+    auto const sizes = std::ranges::find(table.columns, true, &Tables::Column::isOneForAll);
+    Section section{Tables::shortNameOf(table),
+                    Layout::Table,
+                    {"rank", Tables::labelOf(choices), "allowed", "hardware", "packet size", "row"},
+                    {}};
     auto const verdicts = hardwareVerdicts(workbench);
     for (int row = 0; row < table.rows; ++row) {
-        auto const type = value(workbench, offset(table.type, row));
-        auto const verdict = verdicts.find(offset(table.hardware, table.hardwareByType ? type.get<int>() : row));
-        section.rows.push_back({value(workbench, offset(table.rank, row)), type,
-                                value(workbench, offset(table.allowed, row)),
+        auto const at = [&](eDataTag column) { return value(workbench, table.cell(column, row)); };
+        auto const choice = at(choices.first);
+        auto const verdict = verdicts.find(Tables::hardwareFlagOf(table, row, choice.get<int>()));
+        section.rows.push_back({at(table.column(Role::rank)), choice, at(table.column(Role::allowed)),
                                 verdict == verdicts.end() || verdict->second.allowed,
-                                table.packetSize ? value(workbench, offset(table.packetSize, row)) : Json(), row + 1});
+                                sizes != table.columns.end() ? at(sizes->first) : Json(), row + 1});
     }
     std::stable_sort(section.rows.begin(), section.rows.end(),
                      [](auto const& a, auto const& b) { return a.front() < b.front(); });
     return section;
 }
 
-Section grouped(Workbench& workbench, Group const& group)
+Section listed(Workbench& workbench, Listing const& listing)
 {
-    Section section{group.name, group.layout, {group.key}, {}};
-    for (auto const& field : group.fields)
-        section.columns.emplace_back(field.name);
-    for (int thing = 0; thing < group.count; ++thing) {
-        auto& row = section.rows.emplace_back();
-        row.emplace_back(group.firstNumber + thing);
-        for (auto const& field : group.fields)
-            row.push_back(value(workbench, offset(field.first, thing * group.stride)));
+    auto columns = listing.columns;
+    for (auto const& column : listing.table.columns) {
+        if (listing.columns.empty())
+            columns.push_back(column.first);
+    }
+    Section section{Tables::shortNameOf(listing.table), listing.layout, {listing.key}, {}};
+    for (auto const column : columns)
+        section.columns.emplace_back(Tables::labelOf(*listing.table.find(column)));
+    for (int row = 0; row < listing.table.rows; ++row) {
+        auto& cells = section.rows.emplace_back();
+        cells.emplace_back(listing.firstNumber + row);
+        for (auto const column : columns)
+            cells.push_back(value(workbench, listing.table.cell(column, row)));
     }
     return section;
 }
@@ -131,23 +91,27 @@ Section grouped(Workbench& workbench, Group const& group)
 /// Beside each door opener the name of the camera that it shows.
 void addCameraNames(Workbench& workbench, Section& openers)
 {
-    auto const shows = std::find(openers.columns.begin(), openers.columns.end(), "direct video") - openers.columns.begin();
-    constexpr int stride = eDataTagCamera2Name - eDataTagCamera1Name;
     openers.columns.emplace_back("camera");
-    for (auto& row : openers.rows) {
-        auto const camera = row[static_cast<std::size_t>(shows)].get<int>();
-        row.push_back(camera > 0 ? value(workbench, offset(eDataTagCamera1Name, (camera - 1) * stride)) : Json());
+    for (std::size_t opener = 0; opener < openers.rows.size(); ++opener) {
+        auto const camera =
+            readValue(Tables::doorOpeners.cell(eDataTagDoorOpener1DirectVideo, opener)).value_or(Json(0)).get<int>();
+        openers.rows[opener].push_back(camera > 0 ? value(workbench, Tables::cameras.cell(eDataTagCamera1Name, camera - 1))
+                                                  : Json());
     }
 }
 
 Section groupPickup(Workbench& workbench)
 {
-    return {"group-pickup",
-            Layout::Pairs,
-            {"as ringer", "tone allowed", "tone type", "tone interval", "settled tone type"},
-            {{value(workbench, eDataTagGroupPickupAsRinger), value(workbench, eDataTagGroupPickupToneAllowed),
-              value(workbench, eDataTagGroupPickupToneType), value(workbench, eDataTagGroupPickupToneInterval),
-              value(workbench, eDataTagGroupPickup)}}};
+    Section section{Tables::shortNameOf(Tables::groupPickup), Layout::Pairs, {}, {{}}};
+    auto const add = [&](char const* label, eDataTag tag) {
+        section.columns.emplace_back(label);
+        section.rows.front().push_back(value(workbench, tag));
+    };
+    for (auto const& column : Tables::groupPickup.columns)
+        add(Tables::labelOf(column), column.first);
+    add("tone interval", eDataTagGroupPickupToneInterval);
+    add("settled tone type", Tables::groupPickup.tag);
+    return section;
 }
 
 } // namespace
@@ -155,27 +119,29 @@ Section groupPickup(Workbench& workbench)
 std::vector<std::string> tableNames()
 {
     std::vector<std::string> names;
-    for (auto const& table : rankedTables)
-        names.emplace_back(table.name);
-    for (auto const& group : groups())
-        names.emplace_back(group.name);
-    names.emplace_back("group-pickup");
+    for (auto const& table : Tables::all) {
+        if (table.kind == Tables::Kind::ranked)
+            names.emplace_back(Tables::shortNameOf(table));
+    }
+    for (auto const& listing : listings())
+        names.emplace_back(Tables::shortNameOf(listing.table));
+    names.emplace_back(Tables::shortNameOf(Tables::groupPickup));
     return names;
 }
 
 Report table(Workbench& workbench, std::string const& name, std::string const& alert)
 {
-    if (!alert.empty() && name != ringing)
+    if (!alert.empty() && name != Tables::shortNameOf(Tables::ringing))
         return failure(exitUsage, name, "has no alert identifiers");
-    for (auto const& table : rankedTables) {
-        if (name == table.name)
+    for (auto const& table : Tables::all) {
+        if (table.kind == Tables::Kind::ranked && name == Tables::shortNameOf(table))
             return {exitOk, {ranked(workbench, table)}};
     }
-    for (auto const& group : groups()) {
-        if (name != group.name)
+    for (auto const& listing : listings()) {
+        if (name != Tables::shortNameOf(listing.table))
             continue;
-        auto section = grouped(workbench, group);
-        if (name == "door-openers")
+        auto section = listed(workbench, listing);
+        if (&listing.table == &Tables::doorOpeners)
             addCameraNames(workbench, section);
         if (!alert.empty())
             std::erase_if(section.rows, [&](auto const& row) { return row[1] != Json(alert); });

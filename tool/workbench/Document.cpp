@@ -3,16 +3,15 @@
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Values.h"
-#include "workbench/Rules.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/RankedTables.h"
+#include "Tables/Tables.h"
 
 #include "HostPlatform.h"
 
-#include <array>
 #include <utility>
 
 namespace Tool {
@@ -21,51 +20,48 @@ using namespace Data;
 
 namespace {
 
-eDataTag offset(eDataTag first, int distance)
-{
-    return static_cast<eDataTag>(first + distance);
-}
-
 /// Rows in the order of their ranks, as the library sorts them while it reads a stored table.
-void sortRows(std::map<eDataTag, Json>& settings, eDataTag first, eDataTag last, int rows,
-              void (*sort)(DataTagValue_t&, int))
+void sortRows(std::map<eDataTag, Json>& settings, Tables::Table const& table, void (*sort)(DataTagValue_t&, int))
 {
     DataTagValue_t cells;
-    for (auto cell = settings.lower_bound(first); cell != settings.end() && cell->first <= last; ++cell)
+    for (auto cell = settings.lower_bound(table.first); cell != settings.end() && cell->first <= table.last; ++cell)
         cells[cell->first] = textOf(cell->second);
-    sort(cells, rows);
+    sort(cells, table.rows);
     std::string ignored;
     for (auto const& [tag, text] : cells)
         settings[tag] = validate(tag, text, ignored);
 }
 
+/// A row of the ringing table without an identifier: a start makes its cells anew.
+void settleRinger(std::map<eDataTag, Json>& settings, eDataTag identifier, int row)
+{
+    bool const isEmpty = settings[identifier] == Json("");
+    // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone. So does a
+    // general ringer that the row cannot have.
+    if (isEmpty)
+        settings[identifier] = defaultOf(identifier);
+    for (auto const& column : Tables::ringing.columns) {
+        auto const cell = Tables::ringing.cell(column.first, row);
+        if (!column.unnamed)
+            continue;
+        std::string ignored;
+        if (settings[identifier] == Json(""))
+            settings.erase(cell);
+        else if (isEmpty && column.general != eDataTagNone &&
+                 validate(cell, textOf(settings[column.general]), ignored).is_null())
+            settings[cell] = defaultOf(cell);
+    }
+}
+
 void settleTables(std::map<eDataTag, Json>& settings)
 {
-    constexpr int ringingRows = 15;
     // Codecs are stored in the order of their rows, whatever their ranks say.
-    for (int row = 0; row <= eDataTagCodecRank4 - eDataTagCodecRank1; ++row)
-        settings[offset(eDataTagCodecRank1, row)] = row + 1;
-    sortRows(settings, eDataTagSRTPEncryptionMethod1, eDataTagSRTPEncryptionAllowed5, 5, Utils::sortSRTPEncryptionsByRank);
-    sortRows(settings, eDataTagHeadsetType1, eDataTagHeadsetAllowed3, 3, Utils::sortHeadsetsByRank);
-    constexpr std::array followers{eDataTagAlertDuration0, eDataTagAlertType0, eDataTagRingerMelody0, eDataTagRingerTone0,
-                                   eDataTagRingerFile0};
-    for (int row = 0; row < ringingRows; ++row) {
-        auto const identifier = offset(eDataTagAlertIdentifier0, row);
-        bool const isEmpty = settings[identifier] == Json("");
-        // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone. So does a
-        // general ringer that the row cannot have.
-        if (isEmpty)
-            settings[identifier] = defaultOf(identifier);
-        for (auto const column : followers) {
-            auto const cell = offset(column, row);
-            auto const general = ringerRuleOf(cell)->general;
-            std::string ignored;
-            if (settings[identifier] == Json(""))
-                settings.erase(cell);
-            else if (isEmpty && general != eDataTagNone && validate(cell, textOf(settings[general]), ignored).is_null())
-                settings[cell] = defaultOf(cell);
-        }
-    }
+    for (int row = 0; row < Tables::codecs.rows; ++row)
+        settings[Tables::codecs.cell(eDataTagCodecRank1, row)] = row + 1;
+    sortRows(settings, Tables::encryptions, Utils::sortSRTPEncryptionsByRank);
+    sortRows(settings, Tables::headsets, Utils::sortHeadsetsByRank);
+    for (int row = 0; row < Tables::ringing.rows; ++row)
+        settleRinger(settings, Tables::ringing.cell(eDataTagAlertIdentifier0, row), row);
 }
 
 } // namespace

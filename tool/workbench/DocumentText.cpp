@@ -5,15 +5,16 @@
 #include "workbench/Values.h"
 
 #include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Tables/Labels.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <climits>
 #include <exception>
 #include <set>
 #include <utility>
+#include <vector>
 
 namespace Tool {
 
@@ -26,14 +27,21 @@ constexpr int formatVersion = 1;
 constexpr std::size_t mostBytes = 16UL * 1024 * 1024;
 constexpr int deepest = 4;
 
-struct TableName {
-    eDataTag table;
-    char const* name;
-};
-
-constexpr std::array tableNames{TableName{eDataTagCodecSettings, "codec"}, TableName{eDataTagSRTPEncryptionSettings, "srtp"},
-                                TableName{eDataTagHeadsetPriorities, "headset"},
-                                TableName{eDataTagDistinctiveRinging, "ringing"}};
+/// The tables that stand by themselves, those with ranks first.
+std::vector<Tables::Table const*> const& tablesOfText()
+{
+    static auto const tables = [] {
+        std::vector<Tables::Table const*> found;
+        for (auto const kind : {Tables::Kind::ranked, Tables::Kind::numbered}) {
+            for (auto const& table : Tables::all) {
+                if (table.kind == kind)
+                    found.push_back(&table);
+            }
+        }
+        return found;
+    }();
+    return tables;
+}
 
 bool isText(std::string const& bytes)
 {
@@ -114,14 +122,14 @@ Json const& objectAt(std::string const& place, Json const& value)
 }
 
 /// Settings of any table and of none, or those of one table alone.
-void readSettings(std::string const& where, Json const& values, Document& document, TableName const* table = nullptr)
+void readSettings(std::string const& where, Json const& values, Document& document, Tables::Table const* table = nullptr)
 {
     for (auto const& [name, value] : objectAt(where, values).items()) {
         auto const place = fmt::format("{}/{}", where, name);
         auto const tag = findItem(name);
         if (!tag)
             document.unknown.push_back({name, "no item has this name", namesNear(name)});
-        else if (table && storedTableOf(*tag) != table->table)
+        else if (table && storedTableOf(*tag) != table->tag)
             document.unknown.push_back({place, "is no cell of this table"});
         else if (!document.settings.emplace(*tag, valueAt(place, value, typeOf(*tag))).second)
             throw Fault{place, "this item is there already, by another of its names"};
@@ -194,10 +202,11 @@ void readService(Json const& values, Document& document)
 void readTables(Json const& tables, Document& document)
 {
     for (auto const& [name, cells] : objectAt("tables", tables).items()) {
-        auto const table = std::find_if(tableNames.begin(), tableNames.end(),
-                                        [&, &word = name](TableName const& each) { return each.name == word; });
-        if (table != tableNames.end())
-            readSettings("tables/" + name, cells, document, &*table);
+        auto const& known = tablesOfText();
+        auto const table = std::find_if(known.begin(), known.end(),
+                                        [&, &word = name](auto const* each) { return Tables::shortNameOf(*each) == word; });
+        if (table != known.end())
+            readSettings("tables/" + name, cells, document, *table);
         else
             document.unknown.push_back({"tables/" + name, "no such table: codec, srtp, headset or ringing"});
     }
@@ -288,12 +297,11 @@ std::string textOf(Document const& document)
     for (auto const& [name, value] : document.service)
         root["service"][name] = portable(value);
     root["settings"] = Json::object();
-    for (auto const& [table, name] : tableNames)
-        root["tables"][name] = Json::object();
+    for (auto const* const table : tablesOfText())
+        root["tables"][Tables::shortNameOf(*table)] = Json::object();
     for (auto const& [tag, value] : document.settings) {
-        auto const name = std::find_if(tableNames.begin(), tableNames.end(),
-                                       [parent = storedTableOf(tag)](auto const& each) { return each.table == parent; });
-        auto& group = name == tableNames.end() ? root["settings"] : root["tables"][name->name];
+        auto const* const table = Tables::find(storedTableOf(tag));
+        auto& group = table ? root["tables"][Tables::shortNameOf(*table)] : root["settings"];
         group[nameOf(tag)] = portable(value);
     }
     if (document.secrets)

@@ -6,13 +6,13 @@
 
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
+#include "Tables/SettingOptions.h"
 
 #include "PlatformPath.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -31,18 +31,20 @@ using namespace Data;
 
 namespace {
 
-/// In the order of the tags from 797.
-constexpr std::array flagWords{"opus_test",           "aes256_test",          "icelite_test",
-                               "rtcpmux_disabled",    "force_nte8_enabled",   "force_nte8_disabled",
-                               "force_nte48_enabled", "force_nte48_disabled", "force_etsi"};
-static_assert(eDataTagOpusTest + flagWords.size() == eDataTagEnd);
-
 constexpr char const* flagFile = "/data/database/media_config";
 
 struct Line {
     std::string flag;
     std::string text;
 };
+
+/// Null for an unknown word.
+Tables::FlagWord const* findFlag(std::string const& word)
+{
+    auto const known = Tables::flagWords();
+    auto const found = std::ranges::find_if(known, [&](auto const& each) { return each.word == word; });
+    return found == known.end() ? nullptr : &*found;
+}
 
 std::vector<Line> readLines(std::filesystem::path const& path)
 {
@@ -74,8 +76,8 @@ Report apply(std::vector<std::string> const& changes, std::vector<Line>& lines)
     for (auto const& change : changes) {
         auto const equals = change.find('=');
         auto const word = change.substr(0, equals);
-        auto const known = std::find(flagWords.begin(), flagWords.end(), word);
-        if (known == flagWords.end()) {
+        auto const* const flag = findFlag(word);
+        if (!flag) {
             report.fail(exitUnknownItem, {word, "no such flag", nearest(word, flagNames())});
             continue;
         }
@@ -85,8 +87,7 @@ Report apply(std::vector<std::string> const& changes, std::vector<Line>& lines)
             continue;
         }
         auto const value = change.substr(equals + 1);
-        auto const reason =
-            value.empty() ? "" : refusal(static_cast<eDataTag>(eDataTagOpusTest + (known - flagWords.begin())), value);
+        auto const reason = value.empty() ? "" : refusal(flag->tag, value);
         if (!reason.empty())
             report.fail(exitRefused, {word, reason});
         else if (!value.empty())
@@ -115,14 +116,13 @@ Section flagSection(std::filesystem::path const& path)
 {
     Section section{"flags", Layout::Table, {"flag", "tag", "value", "line"}, {}};
     auto const lines = readLines(path);
-    for (std::size_t index = 0; index < flagWords.size(); ++index) {
-        auto const tag = static_cast<eDataTag>(eDataTagOpusTest + static_cast<int>(index));
+    for (auto const& [word, tag] : Tables::flagWords()) {
         Json text;
         for (auto const& line : lines) {
-            if (line.flag == flagWords[index])
+            if (line.flag == word)
                 text = line.text;
         }
-        section.rows.push_back({flagWords[index], static_cast<int>(tag), readValue(tag).value_or(Json()), text});
+        section.rows.push_back({word, static_cast<int>(tag), readValue(tag).value_or(Json()), text});
     }
     return section;
 }
@@ -131,14 +131,17 @@ Section flagSection(std::filesystem::path const& path)
 
 std::vector<std::string> flagNames()
 {
-    return {flagWords.begin(), flagWords.end()};
+    std::vector<std::string> names;
+    for (auto const& flag : Tables::flagWords())
+        names.emplace_back(flag.word);
+    return names;
 }
 
 std::map<std::string, std::string> flagFileValues()
 {
     std::map<std::string, std::string> values;
     for (auto const& line : readLines(platformPath(flagFile))) {
-        if (std::find(flagWords.begin(), flagWords.end(), line.flag) == flagWords.end())
+        if (!findFlag(line.flag))
             continue;
         std::istringstream words(line.text);
         std::string value;
@@ -159,8 +162,8 @@ Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool
         return report;
     if (clear || !changes.empty()) {
         Snapshot const before(workbench);
-        for (int tag = eDataTagOpusTest; tag < eDataTagEnd; ++tag)
-            workbench.journal().ask(static_cast<eDataTag>(tag));
+        for (auto const& flag : Tables::flagWords())
+            workbench.journal().ask(flag.tag);
         std::error_code error;
         std::filesystem::create_directories(path.parent_path(), error);
         bool const done = lines.empty() ? ::unlink(path.c_str()) == 0 || errno == ENOENT : replaceFile(path, lines);

@@ -183,15 +183,13 @@ private:
     void addFlags(std::map<std::string, std::string> const& wanted)
     {
         auto const present = flagFileValues();
-        auto const words = flagNames();
-        for (std::size_t index = 0; index < words.size(); ++index) {
-            auto const old = present.find(words[index]);
-            auto const now = wanted.find(words[index]);
+        for (auto const& [word, tag] : Tables::flagWords()) {
+            auto const old = present.find(word);
+            auto const now = wanted.find(word);
             if (old == present.end() && now == wanted.end())
                 continue;
-            auto const tag = static_cast<eDataTag>(eDataTagOpusTest + static_cast<int>(index));
             m_workbench.journal().ask(tag);
-            auto& other = add("flags/" + words[index], old == present.end() ? Json() : Json(old->second),
+            auto& other = add(std::string("flags/") + word, old == present.end() ? Json() : Json(old->second),
                               now == wanted.end() ? Json() : Json(now->second));
             std::string reason;
             if (now != wanted.end() && validate(tag, now->second, reason).is_null())

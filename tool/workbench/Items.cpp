@@ -5,8 +5,6 @@
 #include "DataSourceOCMS/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
 
-#include "ClientUtils.h"
-
 #include <fnmatch.h>
 
 #include <algorithm>
@@ -229,17 +227,6 @@ std::vector<eDataTag> matchItems(std::string const& pattern)
     return result;
 }
 
-bool isSecret(eDataTag tag)
-{
-    auto const* const element = DataSourceDB::dataDbDescriptionTable[tag].element;
-    if (!element)
-        return false;
-    // What is stored encrypted, and what is called a password or PIN whether or not this platform encrypts it.
-    return ClientUtils::isKnownPasswordDAS(*element) || element->find("Pwd") != std::string::npos ||
-           element->find("Password") != std::string::npos ||
-           (element->size() > 3 && element->compare(element->size() - 3, 3, "Pin") == 0);
-}
-
 bool isKept(eDataTag tag)
 {
     return isMediaValue(tag) && (DataSourceDB::dataDbDescriptionTable[tag].schema || storedTableOf(tag) != eDataTagNone);
@@ -247,14 +234,7 @@ bool isKept(eDataTag tag)
 
 bool isFleeting(eDataTag tag)
 {
-    return isMediaValue(tag) && !isKept(tag) && tag < eDataTagOpusTest;
-}
-
-bool isHardwareVerdict(eDataTag tag)
-{
-    return (tag >= eDataTagCodecHardwareAllowed0 && tag <= eDataTagCodecHardwareAllowed3) ||
-           (tag >= eDataTagSRTPEncryptionHardwareAllowed1 && tag <= eDataTagSRTPEncryptionHardwareAllowed5) ||
-           (tag >= eDataTagHeadsetHardwareAllowed1 && tag <= eDataTagHeadsetHardwareAllowed3);
+    return isMediaValue(tag) && !isKept(tag) && !Tables::flagWordOf(tag);
 }
 
 bool exists(eDataTag tag)

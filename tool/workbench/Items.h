@@ -4,6 +4,7 @@
 #include "report/Report.h"
 
 #include "Data/DataTypes.h"
+#include "Tables/SettingOptions.h"
 
 #include <optional>
 #include <string>
@@ -34,7 +35,7 @@ std::vector<std::string> namesNear(std::string const& name);
 std::vector<Data::eDataTag> matchItems(std::string const& pattern);
 
 /// Passwords and PINs.
-bool isSecret(Data::eDataTag tag);
+using Data::Tables::isSecret;
 
 /// The cache keeps the item; the others are asked from the management service.
 bool isHeld(Data::eDataTag tag);
@@ -44,9 +45,6 @@ bool isKept(Data::eDataTag tag);
 
 /// Media's own, but kept by nothing over a restart: orders to the management service and the hardware's verdicts.
 bool isFleeting(Data::eDataTag tag);
-
-/// What the hardware rules said of a row of a ranked table, or of a codec.
-bool isHardwareVerdict(Data::eDataTag tag);
 
 /// False for catalogue rows that are switched off.
 bool exists(Data::eDataTag tag);

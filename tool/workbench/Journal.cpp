@@ -4,6 +4,8 @@
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
+#include "Tables/Tables.h"
+
 #include "Files.h"
 #include "HostPlatform.h"
 
@@ -158,7 +160,7 @@ Report Journal::record(std::string const& who, std::function<Report()> const& ac
     // Between two verbs of a process of the tool only the flag file can be edited.
     auto const* const others = m_workbench.isAttached() ? "application" : "flag file";
     if (m_last)
-        noteItems(*m_last, before, [=](eDataTag tag) { return isHardwareVerdict(tag) ? "hardware rule" : others; });
+        noteItems(*m_last, before, [=](eDataTag tag) { return Tables::isHardwareFlag(tag) ? "hardware rule" : others; });
     m_workbench.storage().takeAny();
     auto report = action();
     if (m_workbench.storage().takeAny() && report.code != exitStorage)
@@ -166,7 +168,7 @@ Report Journal::record(std::string const& who, std::function<Report()> const& ac
                     {"", "the database did not store all of it: the next start brings the previous values back"});
     auto after = state();
     noteItems(before, after, [&](eDataTag tag) -> std::string {
-        return m_asked.contains(tag) ? who : isHardwareVerdict(tag) ? "hardware rule" : "library rule";
+        return m_asked.contains(tag) ? who : Tables::isHardwareFlag(tag) ? "hardware rule" : "library rule";
     });
     for (auto const& [name, value] : after.others) {
         auto const old = before.others.find(name);

@@ -10,6 +10,8 @@
 
 #include "Data/BulkData.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/Rules.h"
+#include "Tables/SettingOptions.h"
 
 #include <fmt/format.h>
 
@@ -44,8 +46,8 @@ bool alwaysWritten(eDataTag tag)
 std::string limit(Outcome const& outcome)
 {
     auto const tag = outcome.tag;
-    bool const isIdentifier = tag >= eDataTagAlertIdentifier0 && tag <= eDataTagAlertIdentifier14;
-    if (isIdentifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
+    auto const* const column = Tables::columnOf(tag);
+    if (column && column->role == Tables::Role::identifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
         return "until the next start, which gives a row without an identifier its default one";
     if (auto const rule = ringerRuleOf(tag);
         rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
@@ -53,9 +55,9 @@ std::string limit(Outcome const& outcome)
     auto const links = cameraLinks([](eDataTag each) { return readValue(each).value_or(Json()); });
     if (auto const link = links.find(tag); link != links.end() && link->second != outcome.wanted)
         return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
-    if (tag >= eDataTagCodecRank1 && tag <= eDataTagCodecRank4)
+    if (column && column->form == Tables::Form::place)
         return "until the next start: codecs are stored in row order, to re-rank them exchange their types";
-    if (isHardwareVerdict(tag))
+    if (Tables::isHardwareFlag(tag))
         return "until the next start, which asks the hardware anew";
     return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
 }
@@ -78,7 +80,7 @@ bool settledByToneType(std::vector<Outcome> const& outcomes)
     auto const [typeChanges, type] = wanted(eDataTagGroupPickupToneType);
     auto const asRinger = wanted(eDataTagGroupPickupAsRinger).second;
     auto const allowed = wanted(eDataTagGroupPickupToneAllowed).second;
-    return typeChanges && type == Json(toneType(asRinger == Json(true), allowed == Json(true)));
+    return typeChanges && type == Json(Tables::toneTypeOf({asRinger == Json(true), allowed == Json(true)}));
 }
 
 } // namespace
@@ -90,7 +92,7 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
         outcome.reason = "the catalogue has this item switched off";
     else if (typeOf(tag) == eDataItemTypeComplex)
         outcome.reason = "a table is set by its cells";
-    else if (tag >= eDataTagOpusTest)
+    else if (Tables::flagWordOf(tag))
         outcome.reason = "is set by the flag file: use flags";
     else if (outcome.reason = whyUnfit(tag, text); outcome.reason.empty())
         outcome.wanted = validate(tag, text, outcome.reason);

@@ -1,15 +1,16 @@
 #include "workbench/Rehearsal.h"
 
 #include "workbench/Items.h"
-#include "workbench/Rules.h"
 #include "workbench/Values.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/DataTableHandler.h"
 #include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Tables/Tables.h"
 
 #include "ManageableData.h"
+#include "SvcRTEContext.h"
 
 #include <fmt/format.h>
 
@@ -25,8 +26,15 @@ using Builder = DataCache::DataItemBuilder;
 namespace {
 
 /// The door openers are left out: their rule writes the cameras through the facade, past the callback.
-std::list<eDataTag> const tables{eDataTagGroupPickup, eDataTagCodecSettings, eDataTagDistinctiveRinging,
-                                 eDataTagSRTPEncryptionSettings, eDataTagHeadsetPriorities};
+std::list<eDataTag> rehearsedTables()
+{
+    std::list<eDataTag> tags;
+    for (auto const& table : Tables::all) {
+        if (table.tag != eDataTagNone && table.tag != eDataTagDoorOpeners)
+            tags.push_back(table.tag);
+    }
+    return tags;
+}
 
 /// The two moments at which the check of a table looks at it.
 struct Moment {
@@ -41,6 +49,12 @@ constexpr Moment moments[]{
 };
 
 constexpr char const* demand = "each row needs a type or method and a rank of its own, and one must be allowed";
+
+/// Under this context a management source of one's own tells the service nothing.
+class NoServices : public SvcRTEContext {
+public:
+    Executable* findService(std::string const&) override { return nullptr; }
+};
 
 } // namespace
 
@@ -62,7 +76,7 @@ std::map<eDataTag, std::string> Rehearsal::refused()
     for (auto const& moment : moments) {
         m_values = wanted; // The check restores what it rejects.
         m_atStart = moment.atStart;
-        Handler handler(tables, this);
+        Handler handler(rehearsedTables(), this);
         for (auto const& [tag, text] : wanted)
             handler.setTableChanged(storedTableOf(tag));
         DataTagValue_t rejected;
@@ -79,7 +93,7 @@ DataTagValue_t Rehearsal::read(DataTagValue_t stored)
 {
     m_fromCache = false;
     m_values = std::move(stored);
-    Handler(tables, this).readDataFromTables(false);
+    Handler(rehearsedTables(), this).readDataFromTables(false);
     return m_values;
 }
 
@@ -87,7 +101,7 @@ void Rehearsal::dbCBGetDataValues(DataTagValue_t& values)
 {
     for (auto& [tag, text] : values) {
         auto const own = m_values.find(tag);
-        bool const isUntold = m_atStart && isHardwareVerdict(tag);
+        bool const isUntold = m_atStart && Tables::isHardwareFlag(tag);
         if (own != m_values.end() && !isUntold)
             text = own->second;
         else if (m_fromCache && !isUntold)

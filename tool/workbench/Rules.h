@@ -1,13 +1,10 @@
-// The rules by which items depend on one another, asked without changing anything: what door openers write into cameras, the
-// tone type of the group-pickup flags, the ringers without identifier, and the verdicts of the hardware rules on the rows of
-// ranked tables.
+// The library's rules by which items depend on one another, asked in the tool's values: what door openers write into cameras, the
+// ringers without identifier, and the verdicts of the hardware rules on the rows of ranked tables.
 #pragma once
 
 #include "report/Report.h"
 
 #include "Data/DataTypes.h"
-
-#include "SvcRTEContext.h"
 
 #include <functional>
 #include <map>
@@ -18,20 +15,11 @@ namespace Tool {
 
 class Workbench;
 
-/// Under this context a management source of one's own tells the service nothing.
-class NoServices : public SvcRTEContext {
-public:
-    Executable* findService(std::string const&) override { return nullptr; }
-};
-
 using ValueOf = std::function<Json(Data::eDataTag)>;
 
 /// What the door openers' rule writes into the cameras' door opener and phone number when an opener's phone number or camera
 /// changes; nothing while all openers have neither, since the rule then does not run.
 std::map<Data::eDataTag, Json> cameraLinks(ValueOf const& valueOf);
-
-/// The group-pickup tone type that goes with the two flags.
-int toneType(bool asRinger, bool toneAllowed);
 
 /// What a cell of the ringing table follows while its row has no alert identifier.
 struct RingerRule {
