@@ -89,7 +89,7 @@ public:
     std::function<void()> onSet;
 };
 
-class TablesTest : public ScriptedTest {
+class StoredTables : public ScriptedTest {
 protected:
     /// What lies from `first` to `last`.
     Data::DataTagValue_t range(Data::eDataTag first, Data::eDataTag last) const

@@ -10,7 +10,7 @@
 
 using namespace std::chrono_literals;
 
-TEST(HostSemaphore, isHandedOverInOrderOfArrival)
+TEST(HostSemaphore, IsHandedOverInOrderOfArrival)
 {
     Semaphore lock(1, 0, true);
     std::vector<int> order;
@@ -33,7 +33,7 @@ TEST(HostSemaphore, isHandedOverInOrderOfArrival)
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
 }
 
-TEST(HostSemaphore, excludesThroughNestedTakesAndThreadsThatGiveUp)
+TEST(HostSemaphore, ExcludesThroughNestedTakesAndThreadsThatGiveUp)
 {
     Semaphore lock(1, 1, true);
     int guarded = 0;

@@ -29,7 +29,7 @@ std::unique_ptr<DataValidator> chain(Step const& first, Step const& second = {})
     return std::unique_ptr<DataValidator>(Builder::buildValidatorChain(steps));
 }
 
-class ItemsTest : public ScriptedTest {
+class ItemValues : public ScriptedTest {
 protected:
     /// Called by itself, since a chain skips dataValidatorIntRangeNot. An empty refusal: the value passes.
     template <class T> void offer(Step const& step, T const& value, std::string const& refusal)
@@ -48,7 +48,7 @@ protected:
 
 } // namespace
 
-TEST_F(ItemsTest, ValuesAreRefusedWithExactlyTheirReason)
+TEST_F(ItemValues, ValuesAreRefusedWithExactlyTheirReason)
 {
     offer(range, 8, "");
     offer(range, 0, "The provided value '0' is not in valid range 1..8");
@@ -80,7 +80,7 @@ TEST_F(ItemsTest, ValuesAreRefusedWithExactlyTheirReason)
     offer(texts("a;;b;", ";,"), "c"s, "The provided value 'c' is not supported! Allowed: a;;b;");
 }
 
-TEST_F(ItemsTest, AValidatorOfTheWrongTypeRefusesAndSaysSoOnStandardOutput)
+TEST_F(ItemValues, AValidatorOfTheWrongTypeRefusesAndSaysSoOnStandardOutput)
 {
     testing::internal::CaptureStdout();
     EXPECT_FALSE(chain(range)->validate(true, reason));
@@ -93,7 +93,7 @@ TEST_F(ItemsTest, AValidatorOfTheWrongTypeRefusesAndSaysSoOnStandardOutput)
     EXPECT_EQ(reason, "");
 }
 
-TEST_F(ItemsTest, AChainDependsOnItsFirstStepButNotOnItsSecondWhichRunsFirst)
+TEST_F(ItemValues, AChainDependsOnItsFirstStepButNotOnItsSecondWhichRunsFirst)
 {
     Step const bad = numbers(Builder::dataValidatorIntRange, "1", "");
     Step const skipped = numbers(Builder::dataValidatorIntRangeNot, "6", "7");
@@ -112,7 +112,7 @@ TEST_F(ItemsTest, AChainDependsOnItsFirstStepButNotOnItsSecondWhichRunsFirst)
     EXPECT_EQ(reason, "The provided value contains white spaces");
 }
 
-TEST_F(ItemsTest, FindsNoRecordOfRowsThatAreSwitchedOffOrOutside)
+TEST_F(ItemValues, FindsNoRecordOfRowsThatAreSwitchedOffOrOutside)
 {
     std::set<int> absent;
     for (int tag = -2; tag <= 809; ++tag)

@@ -32,7 +32,7 @@ bool writeRows(DataStorage& storage, int version)
     return last;
 }
 
-class HostStorageTest : public HostTest {
+class HostStorage : public HostTest {
 protected:
     void SetUp() override
     {
@@ -56,7 +56,7 @@ void damage(std::string const& path, std::int64_t offset, std::string const& byt
 
 } // namespace
 
-TEST_F(HostStorageTest, anUnfinishedTableIsForgottenWhenTheCacheTakesItsLockAgain)
+TEST_F(HostStorage, AnUnfinishedTableIsForgottenWhenTheCacheTakesItsLockAgain)
 {
     Semaphore cacheLock(1, 1, true);
     cacheLock.take(-1);
@@ -79,7 +79,7 @@ struct DamageCase {
     bool hasLog = false; ///< the process was killed: all that was written is in the log
 };
 
-class HostDamageTest : public HostStorageTest, public testing::WithParamInterface<DamageCase> {};
+class HostDamage : public HostStorage, public testing::WithParamInterface<DamageCase> {};
 
 std::string valueOf(int number)
 {
@@ -88,7 +88,7 @@ std::string valueOf(int number)
 
 } // namespace
 
-TEST_P(HostDamageTest, isSetAsideAndEveryReadableRowBroughtOver)
+TEST_P(HostDamage, IsSetAsideAndEveryReadableRowBroughtOver)
 {
     constexpr int count = 400;
     std::vector<Host::StoredItem> items;
@@ -154,10 +154,10 @@ DamageCase const damages[]{
     {"log", [](std::string const& path) { damage(path + "-wal", 20 * 4120, "#"); }, 20, true},
     {"anotherFormat", [](std::string const& path) { std::ofstream(path) << "volume=5\n"; }, 400}};
 
-INSTANTIATE_TEST_SUITE_P(aDamagedDatabase, HostDamageTest, testing::ValuesIn(damages),
+INSTANTIATE_TEST_SUITE_P(ADamagedDatabase, HostDamage, testing::ValuesIn(damages),
                          [](auto const& each) { return each.param.name; });
 
-TEST_F(HostStorageTest, aLogWithoutItsDatabaseIsNotMixedIntoANewOne)
+TEST_F(HostStorage, ALogWithoutItsDatabaseIsNotMixedIntoANewOne)
 {
     ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
     std::filesystem::copy_file(pathOf("mediadata.db-wal"), m_parent + "/log");
@@ -170,7 +170,7 @@ TEST_F(HostStorageTest, aLogWithoutItsDatabaseIsNotMixedIntoANewOne)
     EXPECT_EQ(m_platform->notices().size(), 1U);
 }
 
-TEST_F(HostStorageTest, anInterruptedMendingIsCarriedOn)
+TEST_F(HostStorage, AnInterruptedMendingIsCarriedOn)
 {
     m_table.reset();
     close();
@@ -181,7 +181,7 @@ TEST_F(HostStorageTest, anInterruptedMendingIsCarriedOn)
     EXPECT_TRUE(std::filesystem::exists(pathOf("mediadata.db.damaged-1")));
 }
 
-TEST_F(HostStorageTest, whatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
+TEST_F(HostStorage, WhatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
 {
     auto const add = [this](char const* item) { m_platform->database().addToNextWrite({{1, "get", item, ""}}); };
     auto const stored = [this] {
@@ -210,7 +210,7 @@ TEST_F(HostStorageTest, whatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
     EXPECT_EQ(stored(), "abcde") << "stored by a clean close";
 }
 
-TEST_F(HostStorageTest, whatIsReadAheadAtStartIsNeitherStaleNorForgotten)
+TEST_F(HostStorage, WhatIsReadAheadAtStartIsNeitherStaleNorForgotten)
 {
     ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
     m_table.reset();
@@ -225,7 +225,7 @@ TEST_F(HostStorageTest, whatIsReadAheadAtStartIsNeitherStaleNorForgotten)
     }
 }
 
-TEST_F(HostStorageTest, everyWriteThatStoresNothingIsToldOnce)
+TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
 {
     using Failures = std::set<Host::FailedWrite>;
     std::string const audio = "AudioSettings";

@@ -290,7 +290,7 @@ bool runFaulty(Scenario const& scenario, Scripted::Stored const& seed, Clean con
     return !first.failed.empty();
 }
 
-TEST(FaultSweep, whateverPlatformCallFailsNoValueIsLostOrInventedAndNoLockStays)
+TEST(FaultSweep, WhateverPlatformCallFailsNoValueIsLostOrInventedAndNoLockStays)
 {
     Scripted::Stored seed;
     {

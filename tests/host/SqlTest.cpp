@@ -10,7 +10,7 @@ using namespace std::string_literals;
 
 namespace {
 
-class HostSqlTest : public HostTest {
+class HostSql : public HostTest {
 protected:
     void SetUp() override
     {
@@ -23,7 +23,7 @@ protected:
 
 } // namespace
 
-TEST_F(HostSqlTest, theSameStatementsRunWhateverTheValues)
+TEST_F(HostSql, TheSameStatementsRunWhateverTheValues)
 {
     decltype(Statements::texts) ofPlainValues;
     for (std::string const& text : {"plain"s, ""s, "'"s, "\""s, "';DROP TABLE item;--"s, "x'); ATTACH 'a' AS b;"s, "%s%n"s,
@@ -48,7 +48,7 @@ TEST_F(HostSqlTest, theSameStatementsRunWhateverTheValues)
     std::cout << "sql: the same " << ofPlainValues.size() << " statements for all values\n";
 }
 
-TEST_F(HostSqlTest, everyOtherStatementIsDenied)
+TEST_F(HostSql, EveryOtherStatementIsDenied)
 {
     ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
     // The last three are refused by other means than the authorizer.

@@ -181,7 +181,7 @@ protected:
     std::map<eDataTag, int> m_changes; ///< how often each item took a new value
 };
 
-TEST_F(CatalogueSweep, typedValuesAreTakenAsTheRowSaysAndSurviveARestart)
+TEST_F(CatalogueSweep, TypedValuesAreTakenAsTheRowSaysAndSurviveARestart)
 {
     for (int round = 0; round < textCount; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
@@ -217,7 +217,7 @@ TEST_F(CatalogueSweep, typedValuesAreTakenAsTheRowSaysAndSurviveARestart)
     }
 }
 
-TEST_F(CatalogueSweep, textsOfTheManagementServiceAreTakenAsTheRowSaysAndSurviveARestart)
+TEST_F(CatalogueSweep, TextsOfTheManagementServiceAreTakenAsTheRowSaysAndSurviveARestart)
 {
     std::list<eDataTag> ownTags;
     Builder::getComponentTagList(eDataComponentMedia, ownTags);

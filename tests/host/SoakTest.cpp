@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(Soak, leavesMemoryDescriptorsThreadsAndLogAsTheyAre)
+TEST_F(Soak, LeavesMemoryDescriptorsThreadsAndLogAsTheyAre)
 {
     std::chrono::milliseconds const length = std::chrono::seconds(Workload::seconds);
     auto const begin = Clock::now();

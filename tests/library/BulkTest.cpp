@@ -9,7 +9,7 @@ using namespace Data;
 
 namespace {
 
-class ExchangeTest : public LibraryTest {
+class ManyValues : public LibraryTest {
 protected:
     static void announceMobility(std::string const& value)
     {
@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(ExchangeTest, aBulkHoldsOnlyValuesOfTheItemsOwnType)
+TEST_F(ManyValues, ABulkHoldsOnlyValuesOfTheItemsOwnType)
 {
     start();
     BulkData bulk;
@@ -43,7 +43,7 @@ TEST_F(ExchangeTest, aBulkHoldsOnlyValuesOfTheItemsOwnType)
     EXPECT_EQ(value, 3);
 }
 
-TEST_F(ExchangeTest, readingAMissingValueFromABulkKeepsItsLock)
+TEST_F(ManyValues, ReadingAMissingValueFromABulkKeepsItsLock)
 {
     start();
     BulkData bulk;
@@ -54,7 +54,7 @@ TEST_F(ExchangeTest, readingAMissingValueFromABulkKeepsItsLock)
     EXPECT_TRUE(bulk.addTag(eDataTagIceServerPort0)) << "its own thread goes on";
 }
 
-TEST_F(ExchangeTest, aBulkSetStoresTheGoodReportsThemAndFlagsThem)
+TEST_F(ManyValues, ABulkSetStoresTheGoodReportsThemAndFlagsThem)
 {
     start();
     listen({eDataTagRingerVolume, eDataTagHeadsetVolume, eDataTagIceServerPort0});
@@ -74,7 +74,7 @@ TEST_F(ExchangeTest, aBulkSetStoresTheGoodReportsThemAndFlagsThem)
     EXPECT_EQ(listener.heard, Texts{"61=5"});
 }
 
-TEST_F(ExchangeTest, aBulkReportsNoCellThatItsTableRefuses)
+TEST_F(ManyValues, ABulkReportsNoCellThatItsTableRefuses)
 {
     start();
     BulkData bulk;
@@ -85,7 +85,7 @@ TEST_F(ExchangeTest, aBulkReportsNoCellThatItsTableRefuses)
     EXPECT_EQ(bulk.getTagsNotSetInDb(), std::set{eDataTagHeadsetRank1});
 }
 
-TEST_F(ExchangeTest, aBulkTellsEachListenerOnceOfItsOwnItems)
+TEST_F(ManyValues, ABulkTellsEachListenerOnceOfItsOwnItems)
 {
     start();
     std::array<Listener, 3> listeners;
@@ -101,7 +101,7 @@ TEST_F(ExchangeTest, aBulkTellsEachListenerOnceOfItsOwnItems)
     EXPECT_EQ(listeners[2].heard, Texts{"51=5 61=5"});
 }
 
-TEST_F(ExchangeTest, aBulkReadFillsInWhatItCanAndSaysWhatItCannot)
+TEST_F(ManyValues, ABulkReadFillsInWhatItCanAndSaysWhatItCannot)
 {
     start();
     BulkData bulk;
@@ -114,7 +114,7 @@ TEST_F(ExchangeTest, aBulkReadFillsInWhatItCanAndSaysWhatItCannot)
                                        "DataCache::getDataBulk - failed to find tag 653\n"}));
 }
 
-TEST_F(ExchangeTest, theAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
+TEST_F(ManyValues, TheAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
 {
     start();
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
@@ -129,7 +129,7 @@ TEST_F(ExchangeTest, theAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
     EXPECT_EQ(listener.heard, Texts{"61=3"});
 }
 
-TEST_F(ExchangeTest, aFailedWriteEndsABatchAndRestoresTheValue)
+TEST_F(ManyValues, AFailedWriteEndsABatchAndRestoresTheValue)
 {
     start();
     ManageableData record;
@@ -147,7 +147,7 @@ TEST_F(ExchangeTest, aFailedWriteEndsABatchAndRestoresTheValue)
     EXPECT_TRUE(!Cache::setDataOcms(unchanged) && unchanged.rejectReasons().size() == 1);
 }
 
-TEST_F(ExchangeTest, announcedMobilityPushesTheUsersChangesOnce)
+TEST_F(ManyValues, AnnouncedMobilityPushesTheUsersChangesOnce)
 {
     start();
     announceMobility("unmanaged");
@@ -176,7 +176,7 @@ TEST_F(ExchangeTest, announcedMobilityPushesTheUsersChangesOnce)
               "DataMobility::mobilityChanged -> unknown value >All< for mobility data update tag\n");
 }
 
-TEST_F(ExchangeTest, announcedArrivalReadsTheUsersDataAgain)
+TEST_F(ManyValues, AnnouncedArrivalReadsTheUsersDataAgain)
 {
     start();
     listen({eDataTagRingerVolume, eDataTagIceServerPort0});
@@ -190,7 +190,7 @@ TEST_F(ExchangeTest, announcedArrivalReadsTheUsersDataAgain)
     EXPECT_EQ(listener.lockDepths, (std::vector{0, 0, 0})) << "a report's callbacks run outside the lock";
 }
 
-TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
+TEST_F(ManyValues, TheResetOfUserDataPushesAndAnnouncesAtOnce)
 {
     start();
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
@@ -206,7 +206,7 @@ TEST_F(ExchangeTest, theResetOfUserDataPushesAndAnnouncesAtOnce)
     EXPECT_EQ(presentText(eDataTagIceServerPort0), "99");
 }
 
-TEST_F(ExchangeTest, aFlagThatTheFileDoesNotNameGoesBackToItsDefault)
+TEST_F(ManyValues, AFlagThatTheFileDoesNotNameGoesBackToItsDefault)
 {
     start();
     listen({eDataTagOpusTest, eDataTagRtcpmuxDisabled, eDataTagForceEtsi, eDataTagCodecHardwareAllowed3});

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class HostProtectionTest : public HostTest {};
+class HostProtection : public HostTest {};
 
 unsigned modeOf(fs::path const& path)
 {
@@ -34,7 +34,7 @@ std::string contentOf(fs::path const& path)
 
 } // namespace
 
-TEST_F(HostProtectionTest, everythingIsPrivateWhateverTheUmask)
+TEST_F(HostProtection, EverythingIsPrivateWhateverTheUmask)
 {
     mode_t const before = ::umask(0);
     EXPECT_TRUE(open()) << m_error;
@@ -52,7 +52,7 @@ TEST_F(HostProtectionTest, everythingIsPrivateWhateverTheUmask)
     EXPECT_EQ(files, 4) << "database, its log, key and lock";
 }
 
-TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
+TEST_F(HostProtection, NothingButAPlainFileIsAcceptedInAnyFilesPlace)
 {
     std::pair<char const*, void (*)(fs::path const& place, fs::path const& elsewhere)> const impostors[] = {
         {"symbolic link", [](fs::path const& place, fs::path const& elsewhere) { fs::create_symlink(elsewhere, place); }},
@@ -92,7 +92,7 @@ TEST_F(HostProtectionTest, nothingButAPlainFileIsAcceptedInAnyFilesPlace)
     std::cout << "files: " << refused << " impostors refused\n";
 }
 
-TEST_F(HostProtectionTest, aDirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRefused)
+TEST_F(HostProtection, ADirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRefused)
 {
     fs::create_directory(m_parent + "/real");
     fs::create_symlink("real", m_directory);
@@ -108,7 +108,7 @@ TEST_F(HostProtectionTest, aDirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRe
     EXPECT_EQ(modeOf(m_directory), 0700U);
 }
 
-TEST_F(HostProtectionTest, aSecretComesBackUnderItsOwnKeyOnly)
+TEST_F(HostProtection, ASecretComesBackUnderItsOwnKeyOnly)
 {
     ASSERT_TRUE(open()) << m_error;
     std::string stored, again, plain;
@@ -148,7 +148,7 @@ struct Agent : MgmtAgentIfc {
 
 } // namespace
 
-TEST_F(HostProtectionTest, theServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJournal)
+TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJournal)
 {
     ASSERT_TRUE(open()) << m_error;
     ManageableData country = record("country", "23");
@@ -188,7 +188,7 @@ TEST_F(HostProtectionTest, theServiceKeepsItsItemsReportsThemAndHidesSecretsInIt
         << journal;
 }
 
-TEST_F(HostProtectionTest, aLogMessageIsOneLineWhateverItQuotes)
+TEST_F(HostProtection, ALogMessageIsOneLineWhateverItQuotes)
 {
     Host::setLogSink({});
     testing::internal::CaptureStderr();
@@ -197,7 +197,7 @@ TEST_F(HostProtectionTest, aLogMessageIsOneLineWhateverItQuotes)
     EXPECT_NE(written.find(" 2 M ./src/Unit:7 refused: a\\x0a2 forged\\x1b[31m\n"), std::string::npos) << written;
 }
 
-TEST(HostSecrets, areWhatTheCatalogueCallsSo)
+TEST(HostSecrets, AreWhatTheCatalogueCallsSo)
 {
     using namespace Data;
     for (int number = 0; number < eDataTagEnd; ++number) {

@@ -76,7 +76,7 @@ Change const changes[]{
     {"one headset with hardware", headset, eDataTagHeadsetHardwareAllowed1, "--+", true}};
 // clang-format on
 
-TEST_F(TablesTest, AChangedRankedTableIsStoredOrItsPreviousCellsComeBack)
+TEST_F(StoredTables, AChangedRankedTableIsStoredOrItsPreviousCellsComeBack)
 {
     for (auto const& [name, table, first, letters, accepted, second, secondLetters] : changes) {
         SCOPED_TRACE(name);
@@ -101,7 +101,7 @@ TEST_F(TablesTest, AChangedRankedTableIsStoredOrItsPreviousCellsComeBack)
     }
 }
 
-TEST_F(TablesTest, WritesCodecRanksByRowAndTheOtherRanksFromTheirCells)
+TEST_F(StoredTables, WritesCodecRanksByRowAndTheOtherRanksFromTheirCells)
 {
     store.take(column(eDataTagCodecRank1, "2134"));
     store.take(column(eDataTagSRTPEncryptionRank1, "21354"));
@@ -147,7 +147,7 @@ Reading const readings[]{
     {"a method rank of 9 resets the table", srtp, srtpText({"21+", "42+", "33+", "14+", "09+"}), "24310", true}};
 // clang-format on
 
-TEST_F(TablesTest, AStoredRankedTableFillsTheCells)
+TEST_F(StoredTables, AStoredRankedTableFillsTheCells)
 {
     for (auto const& [name, table, xml, choices, corrupt] : readings) {
         SCOPED_TRACE(name);
@@ -165,7 +165,7 @@ TEST_F(TablesTest, AStoredRankedTableFillsTheCells)
     }
 }
 
-TEST_F(TablesTest, SaysWhyATableIsRefusedAndReset)
+TEST_F(StoredTables, SaysWhyATableIsRefusedAndReset)
 {
     platform.logLevel(5);
     store.take({{eDataTagHeadsetHardwareAllowed1, "false"}, {eDataTagHeadsetRank3, "2"}});
@@ -184,7 +184,7 @@ TEST_F(TablesTest, SaysWhyATableIsRefusedAndReset)
     EXPECT_EQ(std::vector(traces.begin(), traces.begin() + 3), rows);
 }
 
-TEST_F(TablesTest, StoresNothingWhenTheDefaultsOfAResetDoNotPassEither)
+TEST_F(StoredTables, StoresNothingWhenTheDefaultsOfAResetDoNotPassEither)
 {
     store.instead = column(eDataTagSRTPEncryptionHardwareAllowed1, "-----");
     std::string const failed = "Could not reset table to default, check failed";

@@ -10,7 +10,7 @@ eDataTag cell(eDataTag column, int row)
     return static_cast<eDataTag>(column + row);
 }
 
-TEST_F(TablesTest, RingingTextsWithMarkupComeBackAsTheyWereAndStillSplitIntoFifteenRows)
+TEST_F(StoredTables, RingingTextsWithMarkupComeBackAsTheyWereAndStillSplitIntoFifteenRows)
 {
     for (int row = 0;
          std::string const text : {"<http://a.b>;info=x&y", "</Entry>", "<Entry>", "]]>", "&amp;", "a\"b'c", "]]&gt;",
@@ -36,7 +36,7 @@ TEST_F(TablesTest, RingingTextsWithMarkupComeBackAsTheyWereAndStillSplitIntoFift
     }
 }
 
-TEST_F(TablesTest, RingingRowsGoWhereTheirIndexSays)
+TEST_F(StoredTables, RingingRowsGoWhereTheirIndexSays)
 {
     for (int row = 0; row < 15; ++row)
         store.cells[cell(eDataTagAlertIdentifier0, row)] = "id" + std::to_string(row);
@@ -57,7 +57,7 @@ TEST_F(TablesTest, RingingRowsGoWhereTheirIndexSays)
     EXPECT_EQ(store.cells.at(eDataTagRingerFile0), "");
 }
 
-TEST_F(TablesTest, GroupPickupFollowsWhatWasChanged)
+TEST_F(StoredTables, GroupPickupFollowsWhatWasChanged)
 {
     // Table, as-ringer, tone-allowed and tone-type before a write and after it.
     std::pair<std::string, std::string> const pickups[]{
@@ -82,7 +82,7 @@ TEST_F(TablesTest, GroupPickupFollowsWhatWasChanged)
     }
 }
 
-TEST_F(TablesTest, AnOpenerThatIsSwitchedOffIsEmptiedOnceAndKeepsWhatIsSetLater)
+TEST_F(StoredTables, AnOpenerThatIsSwitchedOffIsEmptiedOnceAndKeepsWhatIsSetLater)
 {
     auto const name = eDataTagDoorOpener2Name;
     auto defaults = range(eDataTagDoorOpener2Type, eDataTagDoorOpener2AutomaticVideo);
@@ -102,7 +102,7 @@ TEST_F(TablesTest, AnOpenerThatIsSwitchedOffIsEmptiedOnceAndKeepsWhatIsSetLater)
     EXPECT_EQ(store.cells.at(name), "Later");
 }
 
-TEST_F(TablesTest, AFlushWithinAFlushWritesEachPendingTableOnce)
+TEST_F(StoredTables, AFlushWithinAFlushWritesEachPendingTableOnce)
 {
     for (auto const table : {eDataTagGroupPickup, eDataTagCodecSettings, eDataTagHeadsetPriorities, eDataTagDoorOpeners})
         handler.setTableChanged(table);

@@ -286,19 +286,19 @@ struct Shared {
 
 } // namespace
 
-TEST(PowerLoss, takesNothingThatWasAcknowledgedAndTearsNothing)
+TEST(PowerLoss, TakesNothingThatWasAcknowledgedAndTearsNothing)
 {
     Findings const findings = cutAtEveryCall(false);
     EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
 }
 
-TEST(PowerLoss, isSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
+TEST(PowerLoss, IsSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
 {
     std::cout << "with synchronous=NORMAL, ";
     EXPECT_GT(cutAtEveryCall(true).lost, 0);
 }
 
-TEST(Kill, takesNothingThatWasAcknowledgedAndTearsNothing)
+TEST(Kill, TakesNothingThatWasAcknowledgedAndTearsNothing)
 {
     int const cycles = amount("MEDIADATA_KILLS", 60);
     std::string const directory = freshDirectory();

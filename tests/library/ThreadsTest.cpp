@@ -18,7 +18,7 @@ using Cache = Media::MediaDataCache;
 
 using Threads = LibraryTest;
 
-TEST_F(Threads, thatDoEverythingAtOnceNeitherHangNorLeaveCacheAndDatabaseApart)
+TEST_F(Threads, ThatDoEverythingAtOnceNeitherHangNorLeaveCacheAndDatabaseApart)
 {
     constexpr auto patience = std::chrono::seconds(60);
     auto const end = std::chrono::steady_clock::now() + std::chrono::seconds(Workload::seconds);
@@ -129,7 +129,7 @@ Deed const deeds[]{
     {"be pushed on its thread", pushHeadsetVolume, {"61=5", "51=6"}, 5, 6},
     {"be pushed from another thread", meetPush, {"61=5", "51=6"}, 5, 6}};
 
-TEST_F(Threads, aCallbackMayUseTheCacheThatCalledIt)
+TEST_F(Threads, ACallbackMayUseTheCacheThatCalledIt)
 {
     platform.logLevel(3);
     for (auto const& [name, run, heard, ringerVolume, headsetVolume] : deeds) {

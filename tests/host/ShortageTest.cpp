@@ -9,9 +9,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class HostShortageTest : public HostTest {
+class HostShortage : public HostTest {
 protected:
-    HostShortageTest()
+    HostShortage()
     {
         Host::setLogSink([this](Host::LogLine const& line) { m_log = line.text; });
     }
@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-TEST_F(HostShortageTest, filesThatCannotGrowBeyondAnySizeLoseNothing)
+TEST_F(HostShortage, FilesThatCannotGrowBeyondAnySizeLoseNothing)
 {
     for (rlim_t limit = 0; limit < 150'000; limit = limit * 3 / 2 + 30) {
         limitFiles(limit);
@@ -51,7 +51,7 @@ TEST_F(HostShortageTest, filesThatCannotGrowBeyondAnySizeLoseNothing)
     }
 }
 
-TEST_F(HostShortageTest, aFullDiskLosesNothingAndAReadOnlyOneIsRefused)
+TEST_F(HostShortage, AFullDiskLosesNothingAndAReadOnlyOneIsRefused)
 {
     fs::create_directory(m_directory);
     auto const mount = [this](unsigned long flags, char const* options) {
@@ -67,7 +67,7 @@ TEST_F(HostShortageTest, aFullDiskLosesNothingAndAReadOnlyOneIsRefused)
     ::umount(m_directory.c_str());
 }
 
-TEST_F(HostShortageTest, aDirectoryMadeReadOnlyIsLeftSo)
+TEST_F(HostShortage, ADirectoryMadeReadOnlyIsLeftSo)
 {
     ASSERT_TRUE(open() && write("AudioSettings", "RingerVolume", "3")) << m_error;
     close();

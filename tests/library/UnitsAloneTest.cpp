@@ -36,7 +36,7 @@ struct Deaf : DataUpdateCallback {
     void onDataUpdate(BulkData&) override {}
 };
 
-class UnitsAlone : public TablesTest {
+class UnitsAlone : public StoredTables {
 protected:
     UnitsAlone()
     {

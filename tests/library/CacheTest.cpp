@@ -7,9 +7,9 @@ using namespace Data;
 
 namespace {
 
-class CacheTest : public LibraryTest {};
+class SingleValues : public LibraryTest {};
 
-TEST_F(CacheTest, withoutAnInstanceEveryOperationAnswersItsFallback)
+TEST_F(SingleValues, WithoutAnInstanceEveryOperationAnswersItsFallback)
 {
     int number = 7;
     BulkData bulk;
@@ -29,7 +29,7 @@ TEST_F(CacheTest, withoutAnInstanceEveryOperationAnswersItsFallback)
     EXPECT_FALSE(bulk.addTagValue(eDataTagRingerVolume, 3, false));
 }
 
-TEST_F(CacheTest, startUpReadsEverythingWritesNothingAndAnnouncesNothing)
+TEST_F(SingleValues, StartUpReadsEverythingWritesNothingAndAnnouncesNothing)
 {
     platform.database("AudioSettings", "RingerVolume", "7");
     platform.database("AudioSettings", "HandsetVolume", "9");
@@ -102,7 +102,7 @@ SetCase const sets[]{
     {"group pickup", setting(eDataTagGroupPickup, asText("1"), true), true, {}, "", {}},
     {"secret", setting(eDataTagDoorOpener1Pin, asText("1234"), false), true, {pin}, "", {"424=1234"}}};
 
-TEST_F(CacheTest, aSetStoresReportsLogsAndAnnounces)
+TEST_F(SingleValues, ASetStoresReportsLogsAndAnnounces)
 {
     for (auto const& [name, set, result, calls, error, heard, failing] : sets) {
         SCOPED_TRACE(name);
@@ -118,7 +118,7 @@ TEST_F(CacheTest, aSetStoresReportsLogsAndAnnounces)
     }
 }
 
-TEST_F(CacheTest, aValueAnnouncedDuringItsRefusedWriteIsTakenBackByTheNextPass)
+TEST_F(SingleValues, AValueAnnouncedDuringItsRefusedWriteIsTakenBackByTheNextPass)
 {
     start();
     listen({eDataTagRingerVolume});
@@ -133,7 +133,7 @@ TEST_F(CacheTest, aValueAnnouncedDuringItsRefusedWriteIsTakenBackByTheNextPass)
     EXPECT_EQ(listener.heard, (Texts{"61=5", "61=3"}));
 }
 
-TEST_F(CacheTest, aMissingSchemaFailsItsTagsAndNoOthers)
+TEST_F(SingleValues, AMissingSchemaFailsItsTagsAndNoOthers)
 {
     platform.schemaMissing("SipBaseSettings");
     Cache::init(platform);
@@ -146,7 +146,7 @@ TEST_F(CacheTest, aMissingSchemaFailsItsTagsAndNoOthers)
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
 }
 
-TEST_F(CacheTest, valuesItDoesNotHoldAreReadFromTheServiceEachTime)
+TEST_F(SingleValues, ValuesItDoesNotHoldAreReadFromTheServiceEachTime)
 {
     platform.management("function-key-def-100", "function-key-def-100", "dial");
     start();
@@ -159,7 +159,7 @@ TEST_F(CacheTest, valuesItDoesNotHoldAreReadFromTheServiceEachTime)
     EXPECT_EQ(number, 7) << "a wrong type does not";
 }
 
-TEST_F(CacheTest, unregisteringReachesTheLowestTagOnly)
+TEST_F(SingleValues, UnregisteringReachesTheLowestTagOnly)
 {
     start();
     listen({eDataTagIceServerType, eDataTagRingerVolume});
@@ -171,7 +171,7 @@ TEST_F(CacheTest, unregisteringReachesTheLowestTagOnly)
     EXPECT_EQ(listener.heard, (Texts{"61=5", "51=5"}));
 }
 
-TEST_F(CacheTest, theCountryFollowsTheObservedItem)
+TEST_F(SingleValues, TheCountryFollowsTheObservedItem)
 {
     start();
     EXPECT_EQ(Cache::getCountry(), eCountryUnknown);
