@@ -39,7 +39,8 @@ coverage: install-cover build-coverage ## run all tests and say which branches o
 soak: build-dev ## mixed work for SOAK_SECONDS; memory, descriptors, threads and log must stay as they are
 	@MEDIADATA_SOAK_SECONDS=$(SOAK_SECONDS) build/dev/host_tests --gtest_filter='Soak.*' --gtest_brief=1
 
-reliability: build-dev ## cut the power at every I/O call, 12,000 images in all, and kill a writing process 2,000 times
+reliability: build-dev ## fail every platform call, cut the power at every I/O call (12,000 images), kill a process 2,000 times
+	@MEDIADATA_FAULTS=all build/dev/library_tests --gtest_filter='FaultSweep.*' --gtest_brief=1
 	@TMPDIR=/dev/shm MEDIADATA_IMAGES=12000 MEDIADATA_KILLS=2000 build/dev/reliability_tests --gtest_brief=1
 
 symbols: build-dev ## write the lists of exported and undefined symbols anew

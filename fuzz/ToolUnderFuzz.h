@@ -3,6 +3,7 @@
 #pragma once
 
 #include "../tests/Statements.h"
+#include "../tests/TemporaryDirectory.h"
 #include "Fuzz.h"
 
 #include "cli/CommandLine.h"
@@ -14,7 +15,6 @@
 #include "HostPlatform.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <optional>
 
@@ -47,11 +47,7 @@ public:
         }
         return tool;
     }
-    ~ToolUnderFuzz()
-    {
-        invocation.workbench.reset();
-        std::filesystem::remove_all(m_path);
-    }
+    ~ToolUnderFuzz() { invocation.workbench.reset(); }
 
     Tool::Workbench& workbench() { return *invocation.workbench; }
 
@@ -65,10 +61,11 @@ public:
     /// What holds after every command.
     static void check(int status, std::string const& input, std::string const& said)
     {
-        EXPECT_TRUE(status >= Tool::exitOk && status <= Tool::exitStorage && status != Tool::exitInternal) << status << said;
-        EXPECT_TRUE(said.find(secret) == std::string::npos || input.find("--show-secrets") != std::string::npos ||
-                    input.find(secret) != std::string::npos)
-            << said;
+        EXPECT_GE(status, Tool::exitOk) << said;
+        EXPECT_LE(status, Tool::exitStorage) << said;
+        EXPECT_NE(status, Tool::exitInternal) << said;
+        bool const isAskedFor = input.find("--show-secrets") != std::string::npos || input.find(secret) != std::string::npos;
+        EXPECT_EQ(isAskedFor ? std::string::npos : said.find(secret), std::string::npos) << said;
         EXPECT_EQ(Statements::foreign(), "");
     }
 
@@ -79,10 +76,7 @@ private:
 
     ToolUnderFuzz()
     {
-        prepare();
         Statements::watch();
-        std::string pattern = "/dev/shm/fuzz-tool-XXXXXX";
-        m_path = ::mkdtemp(pattern.data());
         invocation.feed = &m_feed;
         start();
         for (auto const tag : Tool::allTags())
@@ -119,7 +113,9 @@ private:
         return result;
     }
 
-    std::string m_path;
+    [[maybe_unused]] bool const m_isPrepared = prepare(); // before there is a directory
+    TemporaryDirectory const m_place;
+    std::string const m_path = m_place.path();
     Tool::ChangeFeed m_feed;
     Tool::Document m_base;
     std::string m_text;

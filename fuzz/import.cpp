@@ -23,16 +23,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     renderJson(account, out);
     tool.check(account.code, input, out.str());
     EXPECT_TRUE(Json::accept(out.str())) << out.str();
-    EXPECT_FALSE(options.dryRun && tool.isChanged());
-    if (options.dryRun)
+    if (options.dryRun) {
+        EXPECT_FALSE(tool.isChanged());
         return 0;
+    }
     auto const now = tool.kept();
-    EXPECT_TRUE(!options.atomic || account.code == exitOk || now == tool.keptBefore()) << out.str();
+    EXPECT_EQ(now, options.atomic && account.code != exitOk ? tool.keptBefore() : now) << out.str();
     auto const& rows = account.sections.front().rows;
     EXPECT_GE(rows.size(), document.settings.size() + document.service.size() + document.unknown.size());
     auto row = rows.begin();
     for (auto const& [tag, value] : document.settings)
-        EXPECT_TRUE(*(row++)->begin() != "stored" || readValue(tag) == value) << nameOf(tag) << ' ' << value;
+        EXPECT_EQ(value, *(row++)->begin() == "stored" ? readValue(tag) : value) << nameOf(tag);
     Document again;
     EXPECT_EQ(parseDocument(now, "export", again).code, exitOk);
     EXPECT_EQ(textOf(again), now);

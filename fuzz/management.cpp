@@ -53,8 +53,8 @@ void send(std::string const& verb, ManageableData& record)
                       : verb == "get"     ? Cache::getDataOcms(record)
                       : verb == "changed" ? Cache::manageableDataChanged(record)
                                           : Cache::managementAgent()->resetUserData();
-    EXPECT_TRUE(done || verb == "set");
-    EXPECT_TRUE(!done || record.rejectReasons().empty());
+    EXPECT_TRUE(verb == "set" ? true : done);
+    EXPECT_TRUE(done ? record.rejectReasons().empty() : true);
     std::set<Names> refused;
     for (auto const& each : record.rejectReasons())
         refused.emplace(each.item, each.subItem);
@@ -66,9 +66,10 @@ void send(std::string const& verb, ManageableData& record)
         auto const present = presentText(tag->second);
         auto const& old = before[tag->second];
         bool const isText = Cache::getItemType(tag->second) == eDataItemTypeString;
-        EXPECT_TRUE(verb != "get" || (record.interogate(each.item, each.subItem, answer) && answer == old)) << tag->second;
-        EXPECT_TRUE(!refused.contains(tag->first) || present == old) << tag->second << " was refused";
-        EXPECT_TRUE(verb != "set" || !done || !isText || present == each.value) << tag->second << " was called stored";
+        record.interogate(each.item, each.subItem, answer);
+        EXPECT_EQ(old, verb == "get" ? answer : old) << tag->second;
+        EXPECT_EQ(old, refused.contains(tag->first) ? present : old) << tag->second << " was refused";
+        EXPECT_EQ(present, verb == "set" && done && isText ? each.value : present) << tag->second << " was called stored";
     }
 }
 

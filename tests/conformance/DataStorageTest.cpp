@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace {
@@ -130,7 +131,7 @@ TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
             bool last = true;
             for (int row = 0; row < table.rows; ++row) {
                 last = storage->setDataItems(table.fragment(row, row == bad ? text : "new"));
-                EXPECT_FALSE(row == bad && last) << text;
+                EXPECT_FALSE(row == bad ? last : false) << text;
             }
             EXPECT_FALSE(last) << "row " << bad << " was refused, so that the table is not whole";
             EXPECT_EQ(stored(), expectedText(table, "old")) << text;
@@ -147,9 +148,8 @@ TEST_F(Database, GivesSecretsBackAcrossRestart)
         ASSERT_TRUE(DasCrypt::toEncryptedText(plain, stored));
         // A reader takes an empty decrypted text for none at all and keeps the stored one, so that must be empty as well.
         EXPECT_EQ(stored.empty(), plain.empty());
-        EXPECT_TRUE(plain.empty() || stored.find(plain) == std::string::npos);
-        for (char const c : stored)
-            EXPECT_TRUE(c > ' ' && c <= '~') << stored;
+        EXPECT_EQ(stored.find(plain), plain.empty() ? 0U : std::string::npos);
+        EXPECT_EQ(std::count_if(stored.begin(), stored.end(), [](char c) { return c <= ' ' || c > '~'; }), 0) << stored;
         platform->restart();
         EXPECT_TRUE(DasCrypt::fromEncryptedText(stored, back));
         EXPECT_EQ(back, plain);

@@ -40,7 +40,7 @@ TEST_F(SemaphorePromise, ARecursiveHolderGivesAsOftenAsItTook)
 {
     for (int const initial : {0, 1}) {
         Semaphore semaphore(1, initial, true);
-        ASSERT_TRUE(initial == 0 || semaphore.take(noLimit));
+        ASSERT_TRUE(initial == 0 ? true : semaphore.take(noLimit));
         EXPECT_TRUE(semaphore.take(noLimit));
         EXPECT_TRUE(semaphore.take(noWait));
         EXPECT_TRUE(semaphore.give());

@@ -1,6 +1,8 @@
 // A fresh data directory for each test, and the host platform opened on it.
 #pragma once
 
+#include "../TemporaryDirectory.h"
+
 #include "DataStorage.h"
 #include "HostLog.h"
 #include "HostPlatform.h"
@@ -11,9 +13,6 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <string>
 
@@ -21,9 +20,6 @@ class HostTest : public testing::Test {
 protected:
     HostTest()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "mediadata-host-XXXXXX").string();
-        m_parent = ::mkdtemp(pattern.data());
-        m_directory = m_parent + "/phone";
         // What a test provokes is not for the eyes of who runs it.
         Host::setLogSink([](Host::LogLine const&) {});
     }
@@ -32,7 +28,6 @@ protected:
     {
         m_platform.reset();
         Host::setLogSink({});
-        std::filesystem::remove_all(m_parent);
     }
 
     bool open()
@@ -67,8 +62,9 @@ protected:
         ::setrlimit(RLIMIT_FSIZE, &limit);
     }
 
-    std::string m_parent;
-    std::string m_directory;
+    TemporaryDirectory const m_place;
+    std::string const m_parent = m_place.path();
+    std::string m_directory = m_parent + "/phone";
     std::string m_error;
     std::unique_ptr<Host::Platform> m_platform;
 };

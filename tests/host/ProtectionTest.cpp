@@ -26,12 +26,6 @@ unsigned modeOf(fs::path const& path)
     return static_cast<unsigned>(fs::symlink_status(path).permissions());
 }
 
-std::string contentOf(fs::path const& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 } // namespace
 
 TEST_F(HostProtection, EverythingIsPrivateWhateverTheUmask)
@@ -112,7 +106,8 @@ TEST_F(HostProtection, ASecretComesBackUnderItsOwnKeyOnly)
 {
     ASSERT_TRUE(open()) << m_error;
     std::string stored, again, plain;
-    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", stored) && DasCrypt::toEncryptedText("open sesame", again));
+    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", stored));
+    ASSERT_TRUE(DasCrypt::toEncryptedText("open sesame", again));
     EXPECT_NE(stored, again) << "equal secrets must not look equal";
     ASSERT_TRUE(write("ICESettings", "IceServerPwd0", stored));
     close();
@@ -139,7 +134,7 @@ struct Agent : MgmtAgentIfc {
         for (ManageableData::Entry const& each : record.entries())
             heard.push_back(each.item + "=" + each.value);
         auto inner = ::record("system-identifier", "from inside");
-        EXPECT_TRUE(std::exchange(asked, true) || service.requestSet(inner));
+        EXPECT_TRUE(std::exchange(asked, true) ? true : service.requestSet(inner));
     }
     Host::ManagementService& service;
     std::vector<std::string> heard;
@@ -178,7 +173,8 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
     asked.populate("nobody-has-it", "nobody-has-it");
     ASSERT_TRUE(service.readData(asked));
     std::string value;
-    EXPECT_TRUE(asked.interogate("country", "country", value) && value == "23");
+    EXPECT_TRUE(asked.interogate("country", "country", value));
+    EXPECT_EQ(value, "23");
     EXPECT_FALSE(asked.interogate("nobody-has-it", "nobody-has-it", value));
 
     std::string journal;

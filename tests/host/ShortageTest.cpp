@@ -69,7 +69,8 @@ TEST_F(HostShortage, AFullDiskLosesNothingAndAReadOnlyOneIsRefused)
 
 TEST_F(HostShortage, ADirectoryMadeReadOnlyIsLeftSo)
 {
-    ASSERT_TRUE(open() && write("AudioSettings", "RingerVolume", "3")) << m_error;
+    ASSERT_TRUE(open()) << m_error;
+    ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
     close();
     fs::permissions(m_directory, fs::perms(0500));
     EXPECT_FALSE(open());

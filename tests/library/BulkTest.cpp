@@ -22,8 +22,9 @@ TEST_F(ManyValues, ABulkHoldsOnlyValuesOfTheItemsOwnType)
 {
     start();
     BulkData bulk;
-    EXPECT_FALSE(bulk.addTagValue(eDataTagOpusFec, 1, false) || bulk.setTag(eDataTagCodecSettings) ||
-                 bulk.setTag(eDataTagEnd));
+    EXPECT_FALSE(bulk.addTagValue(eDataTagOpusFec, 1, false));
+    EXPECT_FALSE(bulk.setTag(eDataTagCodecSettings));
+    EXPECT_FALSE(bulk.setTag(eDataTagEnd));
     EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerUsername0, std::string("<b>"), false));
     EXPECT_TRUE(bulk.addTagValue(eDataTagIceServerPort0, 1, true));
     EXPECT_TRUE(bulk.setTagData(eDataTagIceServerPort0, 3, false));
@@ -144,7 +145,8 @@ TEST_F(ManyValues, AFailedWriteEndsABatchAndRestoresTheValue)
               Texts{"DataCache::setDataValues - ERR storing into db failed, restoring original value for tag 51\n"});
     EXPECT_TRUE(record.rejectReasons().empty());
     auto unchanged = ::record("handset-volume", "7");
-    EXPECT_TRUE(!Cache::setDataOcms(unchanged) && unchanged.rejectReasons().size() == 1);
+    EXPECT_FALSE(Cache::setDataOcms(unchanged));
+    EXPECT_EQ(unchanged.rejectReasons().size(), 1U);
 }
 
 TEST_F(ManyValues, AnnouncedMobilityPushesTheUsersChangesOnce)
@@ -164,7 +166,7 @@ TEST_F(ManyValues, AnnouncedMobilityPushesTheUsersChangesOnce)
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 4, false));
     platform.clearJournal();
     platform.onCall([](Scripted::Call const& call) {
-        EXPECT_TRUE(call.name != "reportChanged" || Cache::setData(eDataTagRingerVolume, 7, false));
+        EXPECT_TRUE(call.name == "reportChanged" ? Cache::setData(eDataTagRingerVolume, 7, false) : true);
     });
     announceMobility("");
     platform.onCall({});

@@ -17,8 +17,9 @@ TEST_F(SingleValues, WithoutAnInstanceEveryOperationAnswersItsFallback)
     EXPECT_FALSE(Cache::getData(eDataTagRingerVolume, number));
     EXPECT_FALSE(Cache::setData(eDataTagRingerVolume, number, true));
     EXPECT_EQ(number, 7);
-    EXPECT_FALSE(Cache::setDataBulk(bulk) || Cache::getDataBulk(bulk) || Cache::registerCallback({}, &listener));
-    EXPECT_FALSE(Cache::getDataOcms(record) || Cache::setDataOcms(record) || Cache::manageableDataChanged(record));
+    EXPECT_EQ((std::vector{Cache::setDataBulk(bulk), Cache::getDataBulk(bulk), Cache::registerCallback({}, &listener),
+                           Cache::getDataOcms(record), Cache::setDataOcms(record), Cache::manageableDataChanged(record)}),
+              std::vector<bool>(6));
     EXPECT_EQ(Cache::getItemType(eDataTagRingerVolume), eDataItemTypeInvalid);
     Cache::unregisterCallback(&listener);
     Cache::readUserDataFromSourceDB();

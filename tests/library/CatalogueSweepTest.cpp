@@ -135,15 +135,17 @@ protected:
         m_accepted += accepted;
         m_changes[tag] += answer && now == expected && now != before;
         if (!accepted) {
-            EXPECT_TRUE(!answer && now == before && m_writes == 0) << tag << " should refuse " << expected.substr(0, 80);
+            EXPECT_FALSE(answer) << tag << " should refuse " << expected.substr(0, 80);
+            EXPECT_EQ(now, before) << tag;
+            EXPECT_EQ(m_writes, 0) << tag;
         } else if (dependsOnOthers(tag)) {
             // A row without an identifier rings as long as every call.
             bool const follows = tag >= eDataTagAlertDuration0 && tag < eDataTagAlertType0 && expected == "0" && now == "60";
-            EXPECT_TRUE(now == (answer ? expected : before) || follows)
-                << tag << (answer ? " took " : " refused ") << expected.substr(0, 80) << " and is " << now.substr(0, 80);
+            EXPECT_EQ(now, follows ? "60" : answer ? expected : before) << tag << (answer ? " took it" : " refused it");
         } else {
-            EXPECT_TRUE(answer && now == expected) << tag << " should take " << expected.substr(0, 80);
-            EXPECT_TRUE(m_writes == 1 || now == before || databaseRow(tag).schema == nullptr) << tag;
+            EXPECT_TRUE(answer) << tag << " should take " << expected.substr(0, 80);
+            EXPECT_EQ(now, expected) << tag;
+            EXPECT_EQ(m_writes, now == before || databaseRow(tag).schema == nullptr ? m_writes : 1) << tag;
         }
         if (!dependsOnOthers(tag))
             m_expected[tag] = accepted ? expected : before;
@@ -164,9 +166,8 @@ protected:
         bool const mayDiffer = isUnstorable || now.at(eDataTagAlertIdentifier0).empty();
         for (auto const& [tag, text] : kept(now)) {
             auto const& came = again.at(tag);
-            EXPECT_TRUE(came == text || (mayDiffer && databaseRow(tag).parentTable == eDataTagDistinctiveRinging &&
-                                         came == (isUnstorable ? m_before.at(tag) : record(tag).value.text)))
-                << tag << " was " << text.substr(0, 80) << " and came back " << came.substr(0, 80);
+            bool const differs = came != text && mayDiffer && databaseRow(tag).parentTable == eDataTagDistinctiveRinging;
+            EXPECT_EQ(came, !differs ? text : isUnstorable ? m_before.at(tag) : record(tag).value.text) << tag;
         }
         m_before = again;
         m_expected.clear();

@@ -94,7 +94,8 @@ TEST_F(StoredTables, AnOpenerThatIsSwitchedOffIsEmptiedOnceAndKeepsWhatIsSetLate
     EXPECT_EQ(store.cells.at(name), "Gate");
     defaults[eDataTagDoorOpener2Type] = store.cells[eDataTagDoorOpener2Type] = "0";
     write(eDataTagDoorOpeners);
-    EXPECT_TRUE(store.sets.at(0).persist && store.sets.at(0).toManagement);
+    EXPECT_TRUE(store.sets.at(0).persist);
+    EXPECT_TRUE(store.sets.at(0).toManagement);
     defaults[eDataTagDoorOpener2Path] = ""; // not its default
     EXPECT_EQ(range(eDataTagDoorOpener2Type, eDataTagDoorOpener2AutomaticVideo), defaults);
     store.cells[name] = "Later";

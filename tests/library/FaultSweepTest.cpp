@@ -1,5 +1,6 @@
 // Every platform call of a clean run fails in turn, once and from then on, in scenarios that together use every operation of
-// the facade and of the management agent. Whatever fails, no value is invented, lost or held by the cache alone.
+// the facade and of the management agent. Whatever fails, no value is invented, lost or held by the cache alone. Of the many
+// calls of a start one in four fails, unless MEDIADATA_FAULTS is set (make reliability).
 #include "Sweep.h"
 
 #include "MgmtAgentIfc.h"
@@ -26,8 +27,11 @@ bool readValues()
 {
     std::string text;
     BulkData bulk;
-    EXPECT_TRUE(Cache::getCountryRegion() == 1 && Cache::getCountry() == eCountryUnknown);
-    EXPECT_TRUE(bulk.setTag(eDataTagRingerVolume) && bulk.setTag(eDataTagMohEnabled) && Cache::getDataBulk(bulk));
+    EXPECT_EQ(Cache::getCountryRegion(), 1);
+    EXPECT_EQ(Cache::getCountry(), eCountryUnknown);
+    bulk.setTag(eDataTagRingerVolume);
+    bulk.setTag(eDataTagMohEnabled);
+    EXPECT_TRUE(Cache::getDataBulk(bulk));
     Cache::unregisterCallback(nullptr);
     return Cache::getData(eDataTagFunctionKeyDef100, text);
 }
@@ -45,7 +49,7 @@ bool writeBulk()
     bool const ok = Cache::setDataBulk(bulk);
     auto const notStored = bulk.getTagsNotSetInDb();
     for (auto const& [tag, item] : bulk.getTagsValues())
-        EXPECT_TRUE(notStored.contains(tag) || presentText(tag) == valueText(*item)) << tag << " is said to be stored";
+        EXPECT_EQ(valueText(*item), notStored.contains(tag) ? valueText(*item) : presentText(tag)) << tag;
     return ok;
 }
 
@@ -244,10 +248,8 @@ void expectAgreement(State const& state)
 {
     Trial trial(state.stored);
     Cache::init(trial.platform);
-    for (auto const& [tag, text] : kept(state.held)) {
-        auto const again = presentText(tag);
-        EXPECT_TRUE(text == again || state.isExcused(tag)) << tag << ": held was " << text << ", after a start " << again;
-    }
+    for (auto const& [tag, text] : kept(state.held))
+        EXPECT_EQ(text, state.isExcused(tag) ? text : presentText(tag)) << tag << " was held, and is there after a start";
 }
 
 /// Every value is the new one, or the old one when that was told. A failed call may also leave behind the default, nothing,
@@ -258,9 +260,9 @@ void expectValues(State state, Clean const& clean, bool mayBeOld)
         auto const& row = databaseRow(tag);
         bool const isLeft = text.empty() || text == DataCache::DataItemBuilder::dataItemDefaultTable[tag].value.text ||
                             (row.schema && text == state.stored.values[{*row.schema, *row.element}]);
-        EXPECT_TRUE(text == clean.after.at(tag) || (mayBeOld && text == clean.before.at(tag)) ||
-                    (isLeft && state.isExcused(tag)))
-            << tag << " became " << text << (mayBeOld ? "" : " and nobody was told");
+        bool const isOld = mayBeOld && text == clean.before.at(tag);
+        bool const isExcused = isOld || (isLeft && state.isExcused(tag));
+        EXPECT_EQ(text, isExcused ? text : clean.after.at(tag)) << tag << (mayBeOld ? "" : ", and nobody was told");
     }
     for (auto const& [place, text] : state.stored.values)
         EXPECT_NE(text, "new secret") << "stored as it is";
@@ -278,7 +280,7 @@ bool runFaulty(Scenario const& scenario, Scripted::Stored const& seed, Clean con
     State const first = trial->state();
     expectValues(first, clean, !scenario.tells || !answer);
 
-    EXPECT_TRUE(changeEachTable() || first.isExcused(eDataTagWarnToneVolume)) << "the next operation";
+    EXPECT_TRUE(changeEachTable() ? true : first.isExcused(eDataTagWarnToneVolume)) << "the next operation";
     EXPECT_EQ(trial->platform.unscripted(), std::vector<std::string>{});
     State last = trial->state();
     std::erase_if(last.failed, [](auto const& call) { return call.first.starts_with("setDataItem"); }); // made up for
@@ -296,17 +298,20 @@ TEST(FaultSweep, WhateverPlatformCallFailsNoValueIsLostOrInventedAndNoLockStays)
     {
         Trial trial;
         Cache::init(trial.platform);
-        ASSERT_TRUE(set(eDataTagIceServerPwd0, "secret"s) && set(eDataTagDoorOpener1Pin, "1234"s));
-        ASSERT_TRUE(set(eDataTagDoorOpener1Type, 2) && set(eDataTagDoorOpener1DirectVideo, 1));
-        ASSERT_TRUE(set(eDataTagHandsetVolume, 5) && set(eDataTagRingerVolume, 5) && changeEachTable());
+        ASSERT_TRUE(std::min({set(eDataTagIceServerPwd0, "secret"s), set(eDataTagDoorOpener1Pin, "1234"s),
+                              set(eDataTagDoorOpener1Type, 2), set(eDataTagDoorOpener1DirectVideo, 1),
+                              set(eDataTagHandsetVolume, 5), set(eDataTagRingerVolume, 5), changeEachTable()}));
         seed = trial.platform.stored();
     }
     std::size_t calls = 0;
+    std::size_t failed = 0;
     std::size_t hits = 0;
     for (auto const& scenario : scenarios) {
         auto const clean = runClean(scenario, seed);
-        for (std::size_t k = 1; k <= clean.calls; ++k) {
+        std::size_t const step = clean.calls > 100 && std::getenv("MEDIADATA_FAULTS") == nullptr ? 4 : 1;
+        for (std::size_t k = 1; k <= clean.calls; k += step) {
             for (bool const forGood : {false, true}) {
+                ++failed;
                 SCOPED_TRACE(std::string(scenario.name) + ", call " + std::to_string(k) + (forGood ? " and all after" : ""));
                 hits += runFaulty(scenario, seed, clean, k, forGood);
             }
@@ -315,9 +320,9 @@ TEST(FaultSweep, WhateverPlatformCallFailsNoValueIsLostOrInventedAndNoLockStays)
         calls += clean.calls;
     }
     std::cout << "fault sweep: " << std::size(scenarios) << " scenarios, " << calls
-              << " platform calls, each failed once and "
-              << "for good: " << hits << " of " << 2 * calls << " faults met (" << 100 * hits / (2 * calls) << " %)\n";
-    EXPECT_EQ(hits, 2 * calls);
+              << " platform calls, failed once and for good: " << hits << " of " << failed << " faults met ("
+              << 100 * hits / failed << " %)\n";
+    EXPECT_EQ(hits, failed);
 }
 
 } // namespace

@@ -59,7 +59,8 @@ using Ringing = LibraryTest;
 TEST_F(Ringing, RowsWithoutIdentifierFollowTheGeneralRingerWhenTheTableIsNextWritten)
 {
     start();
-    EXPECT_TRUE(Cache::setData(eDataTagRingerMelody, 5, false) && Cache::setData(eDataTagRingerToneSequence, 3, false));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerMelody, 5, false));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerToneSequence, 3, false));
     EXPECT_TRUE(Cache::setData<std::string>(eDataTagRingerAudioFile, "a&b.wav", false));
     EXPECT_TRUE(Cache::setData<std::string>(eDataTagAlertIdentifier0, "own", false));
     auto const lastRow = [] {

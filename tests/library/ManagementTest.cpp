@@ -46,7 +46,8 @@ TEST_F(Management, FindsNamesByTagAndTagsByName)
         if (!source.findStringsFor(tag(number), item, subItem))
             continue;
         eDataTag found = eDataTagNone;
-        EXPECT_TRUE(source.findTagFor(item, subItem, found) && found == number) << number;
+        source.findTagFor(item, subItem, found);
+        EXPECT_EQ(found, number);
     }
     ASSERT_TRUE(source.findStringsFor(tag(109), item, subItem));
     EXPECT_EQ(item + " " + subItem, "codecSettings codec[1]/type");

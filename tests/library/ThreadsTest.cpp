@@ -99,7 +99,8 @@ template <eDataTag tag, int value> void write(Listener&)
 void writeBulk(Listener&)
 {
     BulkData bulk;
-    EXPECT_TRUE(bulk.addTagValue(eDataTagRingerVolume, 7, false) && bulk.addTagValue(eDataTagHeadsetVolume, 6, false));
+    EXPECT_TRUE(bulk.addTagValue(eDataTagRingerVolume, 7, false));
+    EXPECT_TRUE(bulk.addTagValue(eDataTagHeadsetVolume, 6, false));
     EXPECT_TRUE(Cache::setDataBulk(bulk));
 }
 

@@ -1,6 +1,7 @@
 // Writes of every kind go through the whole library over the host platform, until the power goes at one of its I/O calls or
 // the process is killed. Then the data directory is opened: what the library said was stored must be there. What the n-th
 // write stores contains "#n;", so that every value tells which write it is of.
+#include "../TemporaryDirectory.h"
 #include "Disk.h"
 
 #include "Data/BulkData.h"
@@ -19,7 +20,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <set>
@@ -196,13 +196,6 @@ int amount(char const* variable, int usual)
     return wanted != nullptr ? std::atoi(wanted) : usual;
 }
 
-/// A new directory, in memory when TMPDIR says so.
-std::string freshDirectory()
-{
-    std::string pattern = (fs::temp_directory_path() / "mediadata-XXXXXX").string();
-    return ::mkdtemp(pattern.data()) != nullptr ? pattern : "";
-}
-
 constexpr std::size_t writes = 200;
 constexpr int writesUntilRestart = 50; // the log is carried over into the database by itself before that
 constexpr Disk::Rest rests[]{{0, false}, {100, false}, {50, false}, {50, true}, {90, false}, {90, true}};
@@ -211,14 +204,14 @@ constexpr Disk::Rest rests[]{{0, false}, {100, false}, {50, false}, {50, true}, 
 /// it was acknowledged.
 void runWorkload(bool relaxed)
 {
-    std::string const directory = freshDirectory();
+    TemporaryDirectory const directory;
     Disk::calls.clear();
-    Disk::watched = directory;
+    Disk::watched = directory.path();
     std::unique_ptr<Writer> writer;
     for (int write = 0; write < static_cast<int>(writes); ++write) {
         if (write % writesUntilRestart == 0) {
             writer.reset();
-            writer = std::make_unique<Writer>(directory, relaxed);
+            writer = std::make_unique<Writer>(directory.path(), relaxed);
         }
         auto const kind = static_cast<std::size_t>(write) % kinds.size();
         Disk::calls.push_back({Disk::Call::mark, kind, "begun", "", write + 1});
@@ -227,7 +220,6 @@ void runWorkload(bool relaxed)
     }
     writer.reset();
     Disk::watched.clear();
-    fs::remove_all(directory);
 }
 
 /// Opens about as many images as wanted, spread evenly over all calls.
@@ -240,7 +232,8 @@ Findings cutAtEveryCall(bool relaxed)
     Disk::Surface surface;
     std::mt19937 random(1);
     std::size_t images = 0;
-    std::string const image = freshDirectory();
+    TemporaryDirectory const place;
+    std::string const image = place.path() + "/image";
     for (std::size_t call = 1; call <= Disk::calls.size(); ++call) {
         if (Disk::Call const& now = Disk::calls[call - 1]; now.kind != Disk::Call::mark)
             surface.play(now);
@@ -258,7 +251,6 @@ Findings cutAtEveryCall(bool relaxed)
             fs::remove_all(image);
         }
     }
-    fs::remove_all(image);
     std::cout << "power loss: " << images << " images at " << Disk::calls.size() - 2 * writes << " I/O calls of " << writes
               << " writes: " << findings.text() << "\n";
     return findings;
@@ -301,7 +293,7 @@ TEST(PowerLoss, IsSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
 TEST(Kill, TakesNothingThatWasAcknowledgedAndTearsNothing)
 {
     int const cycles = amount("MEDIADATA_KILLS", 60);
-    std::string const directory = freshDirectory();
+    TemporaryDirectory const directory;
     void* const memory = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
     Shared& shared = *new (memory) Shared;
@@ -311,16 +303,15 @@ TEST(Kill, TakesNothingThatWasAcknowledgedAndTearsNothing)
         random.discard(1);
         pid_t const child = ::fork();
         if (child == 0)
-            writeOn(directory, shared, random);
+            writeOn(directory.path(), shared, random);
         // Where a start is slow, under an emulator say, longer, too.
         std::this_thread::sleep_for(std::chrono::microseconds(random() % (shared.written > cycle ? 40'000 : 400'000)));
         ::kill(child, SIGKILL);
         int status = 0;
         ASSERT_EQ(::waitpid(child, &status, 0), child);
         ASSERT_TRUE(WIFSIGNALED(status)) << "write " << shared.written << " was refused";
-        check(directory, shared.ledger, findings);
+        check(directory.path(), shared.ledger, findings);
     }
-    fs::remove_all(directory);
     std::cout << "kill -9: " << cycles << " cycles, " << shared.written << " writes: " << findings.text() << "\n";
     EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
     EXPECT_GT(shared.written, cycles);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <sstream>
 
 #include <sys/file.h>
 #include <sys/fsuid.h>
@@ -12,24 +11,10 @@
 
 namespace ToolTest {
 
-using Texts = std::vector<std::string>;
-
-Texts split(std::string const& text, char separator)
-{
-    std::istringstream rest(text);
-    Texts parts;
-    for (std::string part; std::getline(rest, part, separator);)
-        parts.push_back(part);
-    return parts;
-}
-
 class Holder : public ToolRunner {
 protected:
-    void SetUp() override
-    {
-        ::setenv("TMPDIR", "/dev/shm", 0); // What waits for no disk makes many changes in no time.
-        ToolRunner::SetUp();
-    }
+    /// What waits for no disk makes many changes in no time.
+    static void SetUpTestSuite() { ::setenv("TMPDIR", "/dev/shm", 0); }
 
     /// Longer than the address of a socket may be.
     std::filesystem::path dataDirectory() const override { return root() / std::string(150, 'd') / "telephone"; }
@@ -67,7 +52,7 @@ protected:
         return text;
     }
 
-    static std::string wire(Texts const& texts)
+    static std::string wire(Words const& texts)
     {
         std::string all;
         for (auto const& text : texts)
@@ -87,15 +72,14 @@ TEST_F(Holder, LetsEveryVerbAnswerAsItDoesAlone)
         "set --file values;set --file /dev/no/such;set --dry-run 61=2;get 61 nothing;get 63 camera-password-1;describe 61;"
         "explain codec[1]/allowed;list;table codec;set codec[1]/type=0;mgmt set rtp-base-port=5005;country KR;catalogue;"
         "mgmt get codecSettings;mgmt changed function-key-def-100=line;mobility all;device --model entry;diff;diff values;"
-        "diff --commands;reset audio;export;export --secrets --passphrase-file no;import values;import - --passphrase-file "
-        "key;"
-        "--color always set 61=9;watch nothing;frobnicate;get --no",
+        "diff --commands;reset audio;export;export --secrets --passphrase-file no;import values;"
+        "import - --passphrase-file key;--color always set 61=9;watch nothing;frobnicate;get --no",
         ';');
     auto const answers = [&] {
         std::vector<Answer> result;
         for (auto const& command : commands) {
-            for (auto const* const extra : {"", " --json", " --show-secrets"}) {
-                auto& answer = result.emplace_back(tool(split(command + extra, ' '), "moh-enabled=false\n"));
+            for (std::string const extra : {"", " --json", " --show-secrets"}) {
+                auto& answer = result.emplace_back(run(command + extra, "moh-enabled=false\n"));
                 // What start-up logs belongs to the process that started.
                 while (answer.err.starts_with("log "))
                     answer.err.erase(0, answer.err.find('\n') + 1);
@@ -109,11 +93,8 @@ TEST_F(Holder, LetsEveryVerbAnswerAsItDoesAlone)
     hold();
     auto const held = answers();
     std::filesystem::current_path("/");
-    for (std::size_t at = 0; at < alone.size(); ++at) {
-        EXPECT_EQ(held[at].status, alone[at].status) << commands[at / 3];
-        EXPECT_EQ(held[at].out, alone[at].out) << commands[at / 3];
-        EXPECT_EQ(held[at].err, alone[at].err) << commands[at / 3];
-    }
+    for (std::size_t at = 0; at < alone.size(); ++at)
+        EXPECT_EQ(held[at], alone[at]) << commands[at / 3];
     EXPECT_EQ(m_holder->end(SIGTERM), 0);
     EXPECT_FALSE(std::filesystem::exists(dataDirectory() / "mediadata.socket"));
 }
@@ -126,7 +107,7 @@ TEST_F(Holder, TellsAWatcherWhatAThirdProcessChanges)
     // Both are known to listen when they have told a change.
     for (int melody = 0; json.out().empty() || text.out().empty(); ++melody)
         tool({"set", "ringer-melody=" + std::to_string(melody % 7), "camera-password-1=Zebra-" + std::to_string(melody)});
-    tool({"set", "--watch", "door-opener-password-1=Zebra", "ringer-volume=7"});
+    run("set --watch door-opener-password-1=Zebra ringer-volume=7");
     EXPECT_EQ(text.end(), 0);
     EXPECT_EQ(text.out().find("Zebra"), std::string::npos);
     EXPECT_NE(text.out().find(" camera-password-1 = ********\n"), std::string::npos);
@@ -135,7 +116,7 @@ TEST_F(Holder, TellsAWatcherWhatAThirdProcessChanges)
     EXPECT_EQ(json.end(), 5);
     for (auto const& line : split(json.out(), '\n'))
         EXPECT_TRUE(nlohmann::json::accept(line)) << line;
-    EXPECT_EQ(tool({"watch", "--count", "1", "--timeout", "1"}).status, 1);
+    EXPECT_EQ(status("watch --count 1 --timeout 1"), 1);
 }
 
 TEST_F(Holder, LeavesNothingInTheWayWhenItIsKilled)
@@ -146,15 +127,15 @@ TEST_F(Holder, LeavesNothingInTheWayWhenItIsKilled)
         EXPECT_EQ(refused.status, 5);
         EXPECT_NE(refused.err.find("process " + m_holder->number()), std::string::npos) << refused.err;
     }
-    EXPECT_EQ(tool({"set", "ringer-volume=8"}).status, 0);
+    EXPECT_EQ(status("set ringer-volume=8"), 0);
     m_holder->end(SIGKILL);
-    EXPECT_EQ(tool({"get", "ringer-volume"}).out, "8\n");
+    EXPECT_EQ(out("get ringer-volume"), "8\n");
     hold();
     m_holder->end(SIGKILL);
     std::filesystem::remove(dataDirectory() / "mediadata.socket");
     std::filesystem::create_symlink("/dev/null", dataDirectory() / "mediadata.socket");
-    EXPECT_EQ(tool({"serve"}).status, 5);
-    EXPECT_EQ(tool({"get", "ringer-volume"}).out, "8\n");
+    EXPECT_EQ(status("serve"), 5);
+    EXPECT_EQ(out("get ringer-volume"), "8\n");
 }
 
 TEST_F(Holder, IsWaitedForWithANoticeAndOthersNotForever)
@@ -167,8 +148,9 @@ TEST_F(Holder, IsWaitedForWithANoticeAndOthersNotForever)
     EXPECT_EQ(waiting.end(), 0);
     m_holder->end(SIGTERM);
     auto const lock = ::open((dataDirectory() / "mediadata.lock").c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_TRUE(::flock(lock, LOCK_EX) == 0 && ::write(lock, "4711\n", 5) == 5);
-    auto const refused = tool({"get", "61"});
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    ASSERT_EQ(::write(lock, "4711\n", 5), 5);
+    auto const refused = run("get 61");
     EXPECT_EQ(refused.status, 5);
     EXPECT_NE(refused.err.find("in use by process 4711; waiting\n"), std::string::npos) << refused.err;
     auto patient = start("patient", {"get", "61"});
@@ -185,21 +167,21 @@ TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)
                             good.substr(0, good.size() - 1) + "|" + std::string(100000, '1') + "|" + std::string(3, '\0'),
                         '|');
     for (auto const* const texts : {"word", "colour red", "", "word shell", "word serve", "word \xff"}) {
-        auto request = split(texts, ' ');
+        auto request = wordsOf(texts);
         request.insert(request.begin(), "mediadata 1");
         inputs.push_back(wire(request));
     }
     inputs.push_back(wire({"mediadata 2"}));
-    inputs.push_back(wire(Texts(70000, "x")));
+    inputs.push_back(wire(Words(70000, "x")));
     for (auto const& bytes : inputs) {
         auto const socket = send(bytes);
         ::shutdown(socket, SHUT_WR);
         EXPECT_EQ(read(socket).find("3:out"), std::string::npos) << bytes.substr(0, 40);
-        EXPECT_EQ(tool({"get", "61"}).out, "3\n") << bytes.substr(0, 40);
+        EXPECT_EQ(out("get 61"), "3\n") << bytes.substr(0, 40);
     }
     for (int idle = 0; idle < 40; ++idle)
         ASSERT_GE(send(good.substr(0, good.size() - 1)), 0);
-    EXPECT_EQ(tool({"get", "61"}).out, "3\n");
+    EXPECT_EQ(out("get 61"), "3\n");
     EXPECT_EQ(m_holder->end(SIGTERM), 0);
 }
 
@@ -210,7 +192,7 @@ TEST_F(Holder, IsNotHeldUpByAWatcherThatDoesNotRead)
     char first = 0;
     ASSERT_EQ(::recv(socket, &first, 1, MSG_PEEK), 1);
     for (int round = 0; round < 60; ++round) {
-        Texts words{"set", "ringer-audio-file=" + std::string(10000, static_cast<char>('A' + round))};
+        Words words{"set", "ringer-audio-file=" + std::string(10000, static_cast<char>('A' + round))};
         for (int key = 100; key < 1000; key += 100) {
             for (int button = 0; button < 12; ++button)
                 words.push_back("direct-video-" + std::to_string(key + button) + (round % 2 == 0 ? "=1" : "=0"));
@@ -261,10 +243,10 @@ TEST_F(Holder, IsNotNeededForCompletion)
                         "\" COMP_WORDS=(\"" MEDIADATA_TOOL
                         "\"); COMP_POINT=${#COMP_LINE}; _mediadata; echo ${COMPREPLY[*]}"),
                   0);
-        EXPECT_EQ(slurp(root() / "said"), std::string(expected) + "\n") << line;
+        EXPECT_EQ(contentOf(root() / "said"), std::string(expected) + "\n") << line;
     }
     for (auto const& each : {"zsh -n " + scripts + "_mediadata", "fish -n " + scripts + "mediadata.fish"})
-        EXPECT_EQ(shell("! command -v " + each.substr(0, 4) + " || " + each), 0) << slurp(root() / "said");
+        EXPECT_EQ(shell("if command -v " + each.substr(0, 4) + "; then " + each + "; fi"), 0) << contentOf(root() / "said");
 }
 
 } // namespace ToolTest

@@ -4,11 +4,10 @@
 
 #include <iostream>
 #include <memory>
-#include <sstream>
 
 namespace ToolTest {
 
-class Secrets : public ToolRunner {};
+using Secrets = ToolRunner;
 
 struct Line {
     char const* words;
@@ -65,40 +64,36 @@ TEST_F(Secrets, ComeOutNowhere)
         EXPECT_EQ(shown.find(mark), std::string::npos) << of << ": " << shown.substr(shown.find(mark));
         searched += places;
     };
-    for (std::string const others : {"", "serve,watch,watch --json,"}) { // alone, and served by a process that others watch
+    for (std::string const others : {"", "serve,watch,watch --json"}) { // alone, and served by a process that others watch
         std::vector<std::unique_ptr<Process>> processes;
-        std::istringstream list(others);
-        for (std::string words; std::getline(list, words, ',');) {
-            std::istringstream text("--log-level=6 " + words);
-            processes.emplace_back(
-                new Process(start(std::to_string(processes.size()), {std::istream_iterator<std::string>(text), {}})));
-            EXPECT_TRUE(words != "serve" || processes.back()->says("serving "));
+        for (auto const& words : split(others, ',')) {
+            processes.emplace_back(new Process(start(std::to_string(processes.size()), wordsOf("--log-level=6 " + words))));
+            EXPECT_TRUE(words == "serve" ? processes.back()->says("serving ") : true);
         }
         for (auto const& line : lines)
             for (std::string const form : {"", " --json"}) {
                 auto const secret = mark + std::to_string(++number);
-                std::istringstream text("--log-level=6 " + filled(line.words, secret) + form);
-                auto const answer = tool({std::istream_iterator<std::string>(text), {}}, filled(line.input, secret));
+                auto const answer = run("--log-level=6 " + filled(line.words, secret) + form, filled(line.input, secret));
                 bool const refused = !processes.empty() && line.words == std::string("shell");
-                EXPECT_TRUE(answer.status == 0 || answer.status == (refused ? 5 : 4)) << line.words << answer.err;
+                EXPECT_EQ(answer.status, answer.status == 0 ? 0 : refused ? 5 : 4) << line.words << answer.err;
                 EXPECT_NE((answer.err + (processes.empty() ? "" : processes.front()->err())).find("log "), std::string::npos)
                     << line.words << " logs nothing";
                 expectNone(answer.out + answer.err, line.words + form, 2);
             }
         for (auto const& process : processes) {
-            EXPECT_TRUE(process == processes.front() || process->says("camera-password-1"));
+            EXPECT_TRUE(process == processes.front() ? true : process->says("camera-password-1"));
             process->end(SIGTERM);
             expectNone(process->out() + process->err(), others, 2);
         }
     }
     for (auto const& each : std::filesystem::recursive_directory_iterator(dataDirectory()))
         if (!each.is_directory())
-            expectNone(slurp(each.path()), each.path(), 1);
+            expectNone(contentOf(each.path()), each.path(), 1);
     std::cout << "secrets: " << number << " command lines, " << searched
               << " streams and files searched: " << (HasFailure() ? "failed\n" : "0 hits\n");
-    for (auto const* const item : {"camera-password-1", "camera-password-4", "door-opener-pin-4", "ice-server-pwd-1"}) {
-        EXPECT_EQ(tool({"get", "--show-secrets", item}).out.find(mark), 0U) << item << " was not stored at all";
-        EXPECT_EQ(tool({"get", item}).out, "********\n");
+    for (std::string const item : {"camera-password-1", "camera-password-4", "door-opener-pin-4", "ice-server-pwd-1"}) {
+        EXPECT_EQ(out("get --show-secrets " + item).find(mark), 0U) << item << " was not stored at all";
+        EXPECT_EQ(out("get " + item), "********\n");
     }
 }
 

@@ -1,133 +1,100 @@
 // The verbs about single settings, run as a user runs them.
 #include "ToolRunner.h"
 
-#include <algorithm>
-#include <sstream>
-
 namespace ToolTest {
 
-class SettingsVerbs : public ToolRunner {
-protected:
-    using Texts = std::vector<std::string>;
-
-    static Texts words(std::string const& command)
-    {
-        std::istringstream text(command);
-        return {std::istream_iterator<std::string>(text), {}};
-    }
-
-    std::string value(std::string const& item) const { return tool({"get", "--show-secrets", item}).out; }
-};
+using SettingsVerbs = ToolRunner;
 
 TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
 {
     write("good.conf", "# comment\n\n ringer-volume = 5 \n");
     write("bad.conf", "ringer-volume\n");
-    auto const good = "set --file " + (root() / "good.conf").string();
-    auto const bad = "set --file " + (root() / "bad.conf").string();
+    auto const file = [&](char const* name) { return "set --file " + (root() / name).string(); };
     std::pair<int, std::vector<std::string>> const cases[]{
-        {0,
-         {"get 61", "set ringer-volume=4", "set ringer-volume=4", good, "reset audio",
-          "table ringing --alert Emergency.Call"}},
-        {2,
-         {"", "frobnicate", "get", "get 61 --no-such-option", "set", "set ringer-volume", "set ringer-volume=1 61=2", bad}},
+        {0, {"get 61", "set ringer-volume=4", "set ringer-volume=4", file("good.conf"), "reset audio"}},
+        {0, {"table ringing --alert Emergency.Call"}},
+        {2, {"", "frobnicate", "get", "get 61 --no-such-option", "set", "set ringer-volume", "set ringer-volume=1 61=2"}},
         {2, {"set --file /no/such/file", "set --file /", "mgmt set ringer-volume=1 61=2", "catalogue --format xml"}},
-        {2, {"table codec --alert Emergency.Call", "table nonsense", "mobility some"}},
-        {3,
-         {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such", "set 61=5 no-such-item=1",
-          "reset everything", "table ringing --alert Nobody.Calls"}},
+        {2, {"table codec --alert Emergency.Call", "table nonsense", "mobility some", file("bad.conf")}},
+        {3, {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such"}},
+        {3, {"set 61=5 no-such-item=1", "reset everything", "table ringing --alert Nobody.Calls"}},
         {4, {"set ringer-volume=9", "set 108=<Schema/>", "set codec[1]/type=0", "get 632", "mgmt changed ringer-volume=2"}},
         {5, {"get function-key-def-100"}},
         {0, {"mgmt changed function-key-def-100=line", "get function-key-def-100", "mobility all", "mobility managed"}},
         {4, {"country de", "country DEU"}}};
-    for (auto const& [status, commands] : cases)
+    for (auto const& [wanted, commands] : cases)
         for (auto const& command : commands) {
-            EXPECT_EQ(tool(words(command)).status, status) << command;
-            auto const answer = tool(words(command + " --json"));
-            EXPECT_EQ(answer.json()["exit"], status) << command << answer.out;
+            EXPECT_EQ(status(command), wanted) << command;
+            auto const answer = run(command + " --json");
+            EXPECT_EQ(answer.json()["exit"], wanted) << command << answer.out;
             EXPECT_EQ(answer.err, "") << command;
         }
     telephone = "good.conf";
-    auto const answer = tool({"get", "61"});
+    auto const answer = run("get 61");
     EXPECT_EQ(answer.status, 5);
     EXPECT_NE(answer.err.find(dataDirectory().string()), std::string::npos) << "a data directory that is a file";
 }
 
-TEST_F(SettingsVerbs, FindAnItemByEachOfItsNames)
+TEST_F(SettingsVerbs, FindAnItemByEachOfItsNamesAndSuggestNearOnes)
 {
-    std::pair<int, std::vector<char const*>> const cases[]{
-        {61, {"ringer-volume", "AudioSettings/RingerVolume", "RingerVolume"}},
-        {109, {"codec[1]/type", "codecSettings/codec[1]/type", "CodecType1"}},
-        {129, {"DistinctiveRinging"}},
-        {797, {"OpusTest"}}};
+    std::pair<int, std::string> const cases[]{{61, "ringer-volume AudioSettings/RingerVolume RingerVolume"},
+                                              {109, "codec[1]/type codecSettings/codec[1]/type CodecType1"},
+                                              {129, "DistinctiveRinging"},
+                                              {797, "OpusTest"}};
     for (auto const& [tag, names] : cases)
-        for (auto const* const name : names)
-            EXPECT_EQ(tool({"describe", "--json", name}).json()["item"]["tag"], tag) << name;
-}
-
-TEST_F(SettingsVerbs, SuggestTheNearNamesOfAnUnknownOne)
-{
-    auto const json = tool({"get", "ringer-volum", "--json"}).json();
-    EXPECT_EQ(json["errors"][0]["suggestions"][0], "ringer-volume");
+        for (auto const& name : wordsOf(names))
+            EXPECT_EQ(ask("describe " + name)["item"]["tag"], tag) << name;
+    EXPECT_EQ(ask("get ringer-volum")["errors"][0]["suggestions"][0], "ringer-volume");
 }
 
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
-    ASSERT_EQ(
-        tool(words("set SRTPEncryption[4]/method=0 SRTPEncryption[5]/method=1 SRTPEncryption[5]/allowed=false")).status, 0);
-    ASSERT_EQ(tool({"flags", "aes256_test=false"}).status, 0); // hides the first three rows
-    std::pair<Texts, char const*> const cases[]{
-        {words("set ringer-volume=9 handset-volume=2 headset-volume=7 moh-enabled=FALSE"),
+    ASSERT_EQ(status("set SRTPEncryption[4]/method=0 SRTPEncryption[5]/method=1 SRTPEncryption[5]/allowed=false"), 0);
+    ASSERT_EQ(status("flags aes256_test=false"), 0); // hides the first three rows
+    std::pair<Words, char const*> const cases[]{
+        {wordsOf("set ringer-volume=9 handset-volume=2 headset-volume=7 moh-enabled=FALSE"),
          "refused unchanged stored stored "},
-        {words("set SRTPEncryption[1]/rank=2"), "refused "}, // the next start reads hidden rows, too
-        {words("mgmt set SRTPEncryption[1]/rank=2 SRTPEncryption[1]/method=2"), "refused refused "},
-        {words("set HeadsetHardwareAllowed2=false headset[2]/rank=3"), "taken refused "},
-        {words("set OpusTest=true QosStatistics=x alert-identifier-3="), "refused taken stored "},
+        {wordsOf("set SRTPEncryption[1]/rank=2"), "refused "}, // the next start reads hidden rows, too
+        {wordsOf("mgmt set SRTPEncryption[1]/rank=2 SRTPEncryption[1]/method=2"), "refused refused "},
+        {wordsOf("set HeadsetHardwareAllowed2=false headset[2]/rank=3"), "taken refused "},
+        {wordsOf("set OpusTest=true QosStatistics=x alert-identifier-3="), "refused taken stored "},
         {{"set", "alert-identifier-0=a\x01", "codec[1]/packetSize=1"}, "refused stored "},
-        {words("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
-        {words("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
-        {words("reset ringer-melody-14"), "stored "}, // follows the general ringer
+        {wordsOf("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
+        {wordsOf("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
+        {wordsOf("reset ringer-melody-14"), "stored "}, // follows the general ringer
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "},
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
-        {words("set group-pickup-tone-type=1"), "stored "},
-        {words("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
-        {words("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "}};
+        {wordsOf("set group-pickup-tone-type=1"), "stored "},
+        {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
+        {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "}};
     for (auto const& [command, expected] : cases) {
-        Texts asJson = command;
+        Words asJson = command;
         asJson.push_back("--json");
         auto const answer = tool(asJson).json();
-        std::string results;
-        for (auto const& item : answer["items"])
-            results += item["result"].get<std::string>() + " ";
-        EXPECT_EQ(results, expected) << answer;
+        EXPECT_EQ(column(answer["items"], "result"), expected) << answer;
     }
-    EXPECT_EQ(tool({"set", "--file", "-"}, std::string("63=a\0b", 6)).status, 4);
-    EXPECT_EQ(tool({"set", "--file", "-"}, "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
-    EXPECT_EQ(value("51") + value("59") + value("SRTPEncryption[5]/method"), "7\nfalse\n1\n");
+    EXPECT_EQ(run("set --file -", std::string("63=a\0b", 6)).status, 4);
+    EXPECT_EQ(run("set --file -", "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
+    EXPECT_EQ(out("get 51 59 SRTPEncryption[5]/method"),
+              "headset-volume = 7\nmoh-enabled = false\nSRTPEncryption[5]/method = 1\n");
 }
 
 TEST_F(SettingsVerbs, WriteNothingOnADryRun)
 {
-    ASSERT_EQ(tool({"set", "--dry-run", "ringer-volume=7"}).status, 0);
+    ASSERT_EQ(status("set --dry-run ringer-volume=7"), 0);
     EXPECT_FALSE(std::filesystem::exists(dataDirectory()));
-    auto const before = tool({"list", "--json"}).out;
-    auto const answer = tool({"set", "--dry-run", "--json", "ringer-volume=7", "rtp-base-port=1", "handset-volume=2"});
+    auto const before = out("list --json");
+    auto const answer = run("set --dry-run --json ringer-volume=7 rtp-base-port=1 handset-volume=2");
     EXPECT_EQ(answer.status, 4);
     EXPECT_EQ(answer.json()["items"][0]["result"], "would store");
     EXPECT_EQ(answer.json()["items"][1]["reason"], "The provided value '1' is not even.");
-    EXPECT_EQ(tool({"list", "--json"}).out, before);
+    EXPECT_EQ(out("list --json"), before);
 }
 
 TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)
 {
-    auto const names = [&](std::string const& pattern) {
-        std::string text;
-        auto const json = tool({"list", pattern, "--json"}).json();
-        for (auto const& item : json["items"])
-            text += item["item"].get<std::string>() + " ";
-        return text;
-    };
+    auto const names = [&](std::string const& pattern) { return column(ask("list " + pattern)["items"], "item"); };
     EXPECT_EQ(names("codec[?]/rank"), "codec[1]/rank codec[2]/rank codec[3]/rank codec[4]/rank ");
     EXPECT_EQ(names("CAMERA-URL"), "camera-url-1 camera-url-2 camera-url-3 camera-url-4 ");
     EXPECT_EQ(names("ringer-volume"), "ringer-volume ");
@@ -135,9 +102,8 @@ TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)
 
 TEST_F(SettingsVerbs, PrintTheCatalogueThatPeopleReviewed)
 {
-    auto const text = tool({"catalogue", "--format", "tsv"}).out;
-    EXPECT_EQ(text, slurp(MEDIADATA_SOURCE_DIR "/tests/catalogue.tsv"));
-    EXPECT_EQ(tool({"catalogue", "--format", "json"}).json()["catalogue"].size(), 807U);
+    EXPECT_EQ(out("catalogue --format tsv"), contentOf(MEDIADATA_SOURCE_DIR "/tests/catalogue.tsv"));
+    EXPECT_EQ(run("catalogue --format json").json()["catalogue"].size(), 807U);
 }
 
 } // namespace ToolTest

@@ -1,6 +1,8 @@
 // Runs the built tool in a fresh data directory and keeps what it printed.
 #pragma once
 
+#include "../TemporaryDirectory.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -10,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,18 +23,44 @@
 
 namespace ToolTest {
 
+using Words = std::vector<std::string>;
+
+inline Words wordsOf(std::string const& command)
+{
+    std::istringstream text(command);
+    return {std::istream_iterator<std::string>(text), {}};
+}
+
+inline Words split(std::string const& text, char separator)
+{
+    std::istringstream rest(text);
+    Words parts;
+    for (std::string part; std::getline(rest, part, separator);)
+        parts.push_back(part);
+    return parts;
+}
+
 struct Answer {
     int status = -1;
     std::string out;
     std::string err;
 
     nlohmann::json json() const { return nlohmann::json::parse(out, nullptr, false); }
+    bool operator==(Answer const&) const = default;
 };
 
-inline std::string slurp(std::filesystem::path const& path)
+inline void PrintTo(Answer const& answer, std::ostream* stream)
 {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    *stream << answer.status << '\n' << answer.out << answer.err;
+}
+
+/// One member of each element, in one line.
+inline std::string column(nlohmann::json const& rows, char const* name)
+{
+    std::string text;
+    for (auto const& row : rows)
+        text += (row[name].is_string() ? row[name].get<std::string>() : row[name].dump()) + ' ';
+    return text;
 }
 
 /// A process of the tool, its standard streams in files; killed at the latest with this object.
@@ -61,8 +90,8 @@ public:
     Process(Process const&) = delete;
     Process& operator=(Process const&) = delete;
 
-    std::string out() const { return slurp(stream(STDOUT_FILENO)); }
-    std::string err() const { return slurp(stream(STDERR_FILENO)); }
+    std::string out() const { return contentOf(stream(STDOUT_FILENO)); }
+    std::string err() const { return contentOf(stream(STDERR_FILENO)); }
     std::string number() const { return std::to_string(m_child); }
     void signal(int number) const { ::kill(m_child, number); }
 
@@ -97,15 +126,6 @@ private:
 
 class ToolRunner : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        auto name = (std::filesystem::temp_directory_path() / "mediadata-tool.XXXXXX").string();
-        ASSERT_NE(::mkdtemp(name.data()), nullptr);
-        m_root = name;
-    }
-
-    void TearDown() override { std::filesystem::remove_all(m_root); }
-
     std::string telephone = "telephone"; ///< the name of the data directory
 
     std::filesystem::path const& root() const { return m_root; }
@@ -130,8 +150,15 @@ protected:
         return {status, process.out(), process.err()};
     }
 
+    /// The same for words without blanks in them.
+    Answer run(std::string const& command, std::string const& input = {}) const { return tool(wordsOf(command), input); }
+    int status(std::string const& command) const { return run(command).status; }
+    std::string out(std::string const& command) const { return run(command).out; }
+    nlohmann::json ask(std::string const& command) const { return run(command + " --json").json(); }
+
 private:
-    std::filesystem::path m_root;
+    TemporaryDirectory const m_place;
+    std::filesystem::path const m_root = m_place.path();
 };
 
 } // namespace ToolTest
