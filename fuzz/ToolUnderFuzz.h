@@ -8,6 +8,7 @@
 
 #include "cli/CommandLine.h"
 #include "holder/ChangeFeed.h"
+#include "report/Renderers.h"
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 #include "workbench/Items.h"

@@ -9,12 +9,8 @@ public:
         : Console(forAnswers, forErrors), m_text(std::move(text))
     {}
 
-    bool read(std::string const&, std::string& text) const override
-    {
-        text = m_text;
-        return true;
-    }
-    std::optional<std::string> passphrase(std::string const&) const override { return m_text; }
+    std::optional<std::string> read(std::string const&) override { return m_text; }
+    std::optional<std::string> passphrase(std::string const&) override { return m_text; }
 
 private:
     std::string m_text;
@@ -34,11 +30,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     auto bench = tool.invocation;
     console.directory = bench.options.dataDirectory;
     bench.console = &console;
-    bench.isRemote = words.empty() || words.front() != "complete"; // no threads for progress, no holding
+    bool const completes = !words.empty() && words.front() == "complete";
+    bench.place = completes ? Tool::Place::Process : Tool::Place::Holder; // no threads for progress, no holding
     int const status = Tool::runCommand(bench, words);
     tool.check(status, input, out.str() + err.str());
     auto const has = [&](char const* word) { return std::find(words.begin(), words.end(), word) != words.end(); };
-    bool const isPlain = !bench.isRemote || out.str().find("Usage: mediadata") != std::string::npos ||
+    bool const isPlain = completes || out.str().find("Usage: mediadata") != std::string::npos ||
                          out.str().starts_with("mediadata "); // completions, help, version
     // The last one counts: "--json=0" takes it back.
     bool const isJson =

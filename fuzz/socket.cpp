@@ -1,8 +1,8 @@
 // Bytes that come through the socket of the tool; an input that begins with no digit has a text of one message in each line.
 #include "ToolUnderFuzz.h"
 
+#include "cli/Answer.h"
 #include "holder/Protocol.h"
-#include "holder/Server.h"
 
 using namespace Tool;
 
@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         std::string said;
         for (auto const& each : reply.messages)
             said += each.back();
-        auto const& last = reply.watch ? Message{"end", "0"} : reply.messages.back();
+        auto const& last = reply.watcher ? Message{"end", "0"} : reply.messages.back();
         EXPECT_EQ(reply.asks ? "ask" : "end", last.front());
         tool.check(reply.asks ? 0 : std::atoi(last.back().c_str()), input, said);
     }

@@ -43,7 +43,7 @@ endforeach()
 
 # The tool.
 set(completions tool/cli/completions)
-install(TARGETS mediadata_tool RUNTIME COMPONENT tool)
+install(TARGETS mediadata_program RUNTIME COMPONENT tool)
 install(FILES docs/mediadata.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 install(FILES ${completions}/mediadata.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME mediadata
     COMPONENT tool)

@@ -1,217 +1,227 @@
 #include "cli/CommandLine.h"
 
-#include "cli/Command.h"
-#include "cli/Help.h"
-#include "verbs/Shell.h"
-#include "workbench/Items.h"
+#include "cli/Answer.h"
+#include "cli/Parser.h"
+#include "cli/Registry.h"
+#include "holder/ChangeFeed.h"
+#include "holder/EndSignals.h"
+#include "holder/Reach.h"
+#include "holder/Server.h"
+#include "holder/Watcher.h"
+#include "report/ProgressLine.h"
+#include "report/Renderers.h"
+#include "verbs/Complete.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <csignal>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <utility>
+
+#include <unistd.h>
 
 namespace Tool {
 
 namespace {
 
-constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answer not written, 2 wrong usage,\n"
-                                  "3 unknown item, 4 value refused, 5 not stored or data directory not usable.\n"
-                                  "The gravest counts when several apply.\n"
-                                  "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
-                                  "schema/element (AudioSettings/RingerVolume).";
+/// A command that was understood.
+struct Call {
+    Invocation& invocation;
+    Words const& words;
+    General const& general;
+    Verb const& verb;
 
-std::filesystem::path defaultDataDirectory()
+    bool isOfThisProcess() const { return invocation.place == Place::Process; }
+    int answer(Report const& report) const
+    {
+        bool const isOneOfManyLines = std::holds_alternative<Following>(verb.action);
+        return show(report, *invocation.console, general.json, isOneOfManyLines ? JsonLayout::Line : JsonLayout::Indented);
+    }
+    int fail(ExitCode code, std::string reason) const { return answer(failure(code, "", std::move(reason))); }
+};
+
+/// How a command ends without having the telephone.
+struct Elsewhere {
+    std::optional<int> status; ///< of the process that has run the command
+    std::string failure;       ///< otherwise
+};
+
+/// Makes sure that this process has the telephone; else says what there is instead.
+std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
 {
-    if (auto const* const named = std::getenv("MEDIADATA_DIR"); named && *named)
-        return named;
-    if (auto const* const data = std::getenv("XDG_DATA_HOME"); data && *data)
-        return std::filesystem::path(data) / "mediadata";
-    auto const* const home = std::getenv("HOME");
-    return std::filesystem::path(home ? home : ".") / ".local/share/mediadata";
+    auto& invocation = call.invocation;
+    if (!invocation.workbench) {
+        invocation.options.dryRun = call.verb.dryRun && *call.verb.dryRun;
+        auto reached = reach(invocation.options, *invocation.console, call.words, wish);
+        if (!reached.workbench)
+            return Elsewhere{reached.status, std::move(reached.failure)};
+        invocation.workbench = std::move(reached.workbench);
+    }
+    invocation.workbench->showSecrets(call.general.showSecrets);
+    return std::nullopt;
+}
+
+int end(Call const& call, Elsewhere const& elsewhere)
+{
+    return elsewhere.status ? *elsewhere.status : call.fail(exitStorage, elsewhere.failure);
+}
+
+int run(Call const& call, Group const&)
+{
+    return call.fail(exitUsage, "is a group of verbs"); // The parser wants one of them.
+}
+
+int run(Call const& call, Alone const& action)
+{
+    return call.answer(action());
+}
+
+int run(Call const& call, OnWorkbench const& action)
+{
+    std::optional<ProgressLine> progress;
+    if (call.invocation.place != Place::Holder)
+        progress.emplace(*call.invocation.console);
+    auto const elsewhere = reachTelephone(call, Wish::Answer);
+    Report report;
+    if (!elsewhere) {
+        auto& workbench = *call.invocation.workbench;
+        auto const& who = call.verb.changesAs;
+        report = who.empty() ? action(workbench) : workbench.journal().record(who, [&] { return action(workbench); });
+    }
+    progress.reset();
+    return elsewhere ? end(call, *elsewhere) : call.answer(report);
+}
+
+/// Lets other processes use this one's telephone as long as it lives.
+class Serving {
+public:
+    explicit Serving(Invocation& holder) : m_holder(holder)
+    {
+        holder.feed = &m_feed;
+        m_server = Server::start(
+            *holder.workbench, m_feed,
+            [&holder](Message const& request, Server::Tell const& tell) { return answer(holder, request, tell); },
+            m_failure);
+    }
+    ~Serving()
+    {
+        m_server.reset();
+        m_holder.feed = nullptr;
+    }
+    Serving(Serving const&) = delete;
+    Serving& operator=(Serving const&) = delete;
+
+    Server* server() const { return m_server.get(); }        ///< null when it could not be
+    std::string const& failure() const { return m_failure; } ///< why
+
+private:
+    Invocation& m_holder;
+    ChangeFeed m_feed;
+    std::string m_failure;
+    std::unique_ptr<Server> m_server;
+};
+
+int run(Call const& call, WhileHolding const& action)
+{
+    EndSignals const signals;
+    if (auto const elsewhere = reachTelephone(call, Wish::Hold))
+        return end(call, *elsewhere);
+    Serving const serving(call.invocation);
+    if (!serving.server())
+        return call.fail(exitStorage, serving.failure());
+    return action({call.invocation, *serving.server(), signals.descriptor()});
+}
+
+int run(Call const& call, Following const& action)
+{
+    auto& invocation = call.invocation;
+    if (invocation.place == Place::Holder) {
+        invocation.watcher = action(*invocation.feed);
+        return exitOk;
+    }
+    // Whoever holds the directory: to be told to end is the usual end.
+    for (int const ending : {SIGINT, SIGTERM, SIGHUP})
+        std::signal(ending, [](int) { ::_exit(exitOk); });
+    if (auto const elsewhere = reachTelephone(call, Wish::Changes))
+        return end(call, *elsewhere);
+    EndSignals const signals;
+    Serving const serving(invocation);
+    if (!serving.server())
+        return call.fail(exitStorage, serving.failure());
+    auto& console = *invocation.console;
+    auto const watcher = action(*invocation.feed);
+    auto const write = [&](std::string const& lines) { return static_cast<bool>(console.out << lines << std::flush); };
+    auto const report = watcher->follow(write, {signals.descriptor(), STDOUT_FILENO});
+    return watcher->close(report, console.out, console.err);
+}
+
+int run(Call const& call)
+{
+    if (!call.verb.runsAt(call.invocation.place))
+        return call.fail(exitUsage, "this verb runs in a process of its own");
+    if (call.verb.gather) {
+        auto& console = *call.invocation.console;
+        console.gathersAhead = call.isOfThisProcess();
+        auto const report = call.verb.gather(console);
+        console.gathersAhead = false;
+        if (console.lacksInput())
+            return exitOk;
+        if (report.code != exitOk)
+            return call.answer(report);
+    }
+    return std::visit([&](auto const& action) { return run(call, action); }, call.verb.action);
+}
+
+/// What was given with the command holds for the ones after it in a shell.
+void takeOver(General const& general, Options& options)
+{
+    options.showSecrets = general.showSecrets;
+    options.json = general.json;
+    options.dataDirectory = general.dataDirectory;
+    options.logLevel = general.logLevel;
+}
+
+int runWords(Invocation& invocation, Words const& words)
+{
+    auto& console = *invocation.console;
+    bool const isOfThisProcess = invocation.place == Place::Process;
+    Registry registry(invocation.place, {invocation.options.json});
+    auto& general = registry.general;
+    if (isOfThisProcess)
+        chooseColours(console, general.colour);
+    auto const parsed = parse(words, registry);
+    if (!parsed.text.empty()) {
+        console.out << parsed.text;
+        return exitOk;
+    }
+    if (!parsed.verb) { // The parser takes options over only when all words are in order.
+        bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
+        return show(parsed.problem, console, general.json || wantsJson);
+    }
+    if (invocation.place != Place::Shell)
+        takeOver(general, invocation.options);
+    if (isOfThisProcess)
+        chooseColours(console, general.colour);
+    general.showSecrets = general.showSecrets || invocation.options.showSecrets;
+    general.dataDirectory = invocation.options.dataDirectory.string();
+    if (parsed.verb->general)
+        *parsed.verb->general = general;
+    return run({invocation, words, general, *parsed.verb});
 }
 
 } // namespace
 
-Command::Command(Invocation& invocation) : m_invocation(invocation), m_json(invocation.options.json)
-{
-    m_app.formatter(helpFormatter()); // The verbs take it over when they are added.
-    m_app.require_subcommand(1);
-    m_app.fallthrough();
-    m_app.footer(exitCodes);
-    addGlobalOptions();
-    addSettings();
-    addCatalogue();
-    addManagement();
-    addTelephone();
-    addHolders();
-}
-
-void Command::addGlobalOptions()
-{
-    m_app.add_flag("--json", m_json, "Answer with one JSON object");
-    m_app.add_flag("--show-secrets", m_showSecrets, "Show passwords and PINs instead of stars");
-    if (m_invocation.inShell)
-        return;
-    m_app.set_version_flag("--version", "mediadata " MEDIADATA_VERSION, "Print the version and exit");
-    m_app.add_option("--color", m_colour, "auto (at a terminal, unless NO_COLOR is set), always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}))
-        ->option_text("WHEN");
-    auto& options = m_invocation.options;
-    options.dataDirectory = defaultDataDirectory();
-    m_app.add_option("--data-dir", options.dataDirectory, "Data directory instead of " + options.dataDirectory.string())
-        ->envname("MEDIADATA_DIR")
-        ->option_text("DIRECTORY");
-    m_app
-        .add_option("--log-level", options.logLevel,
-                    "Log up to this level: 2 errors (default), 3 notices, 5 and 6 traces; of a process that holds the "
-                    "data directory its own counts")
-        ->check(CLI::Range(0, 6))
-        ->envname("MEDIADATA_LOG")
-        ->option_text("LEVEL");
-}
-
-std::vector<std::string> Command::verbs() const
-{
-    std::vector<std::string> names;
-    for (auto const* const verb : m_app.get_subcommands([](CLI::App const*) { return true; }))
-        names.push_back(verb->get_name());
-    return names;
-}
-
-std::vector<OptionName> Command::options(std::vector<std::string> const& verbs) const
-{
-    std::vector<OptionName> names;
-    auto const take = [&](CLI::App const& app) {
-        for (auto const* const option : app.get_options()) {
-            for (auto const& name : option->get_lnames())
-                names.push_back({"--" + name, option->get_expected_max() > 0});
-        }
-    };
-    take(m_app);
-    auto const* app = &m_app;
-    for (auto const& verb : verbs) {
-        auto const found = app->get_subcommands([&](CLI::App const* each) { return each->get_name() == verb; });
-        if (found.empty())
-            continue;
-        app = found.front();
-        take(*app);
-    }
-    return names;
-}
-
-std::vector<std::string> Command::wordsNear(std::string const& word) const
-{
-    auto const* app = &m_app;
-    std::vector<std::string> parsed;
-    for (auto given = app->get_subcommands(); !given.empty(); given = app->get_subcommands()) {
-        app = given.front();
-        parsed.push_back(app->get_name());
-    }
-    std::vector<std::string> candidates;
-    if (word.starts_with('-')) {
-        for (auto const& option : options(parsed))
-            candidates.push_back(option.name);
-    } else {
-        for (auto const* const verb : app->get_subcommands([](CLI::App const*) { return true; }))
-            candidates.push_back(verb->get_name());
-    }
-    return nearest(word, candidates);
-}
-
-Workbench& Command::workbench()
-{
-    if (!m_invocation.workbench)
-        reach();
-    m_invocation.workbench->showSecrets(m_showSecrets || m_invocation.options.showSecrets);
-    return *m_invocation.workbench;
-}
-
-int Command::render(Report const& report) const
-{
-    bool const isOneOfManyLines = m_process && !m_holds; // `watch`
-    if (m_json)
-        renderJson(report, m_invocation.console->out, isOneOfManyLines ? -1 : 2);
-    else
-        renderText(report, *m_invocation.console);
-    return report.code;
-}
-
-int Command::run(std::vector<std::string> words)
-{
-    m_words = words;
-    bool const isOwn = !m_invocation.inShell && !m_invocation.isRemote;
-    if (isOwn)
-        chooseColours(*m_invocation.console, m_colour);
-    bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
-    std::reverse(words.begin(), words.end()); // The parser takes its words from the end.
-    try {
-        m_app.parse(std::move(words));
-    } catch (CLI::ParseError const& error) {
-        if (error.get_exit_code() == 0) // The help was asked for.
-            return m_app.exit(error, m_invocation.console->out, m_invocation.console->err);
-        m_json = m_json || wantsJson; // The parser takes options over only when all words are in order.
-        auto const unexpected = m_app.remaining(true);
-        if (unexpected.empty())
-            return render(failure(exitUsage, "", std::string(error.what()) + "; see --help"));
-        return render(
-            failure(exitUsage, unexpected.front(), "is not expected here; see --help", wordsNear(unexpected.front())));
-    }
-    try {
-        if (!m_invocation.inShell) {
-            m_invocation.options.showSecrets = m_showSecrets;
-            m_invocation.options.json = m_json;
-        }
-        if (isOwn)
-            chooseColours(*m_invocation.console, m_colour);
-        if (m_holds && m_invocation.isRemote)
-            return render(failure(exitUsage, "", "this verb runs in a process of its own"));
-        if (m_process)
-            return m_process();
-        if (isOwn)
-            gatherInput();
-        std::optional<ProgressLine> progress;
-        if (!m_invocation.isRemote)
-            progress.emplace(*m_invocation.console);
-        auto const report = m_action();
-        progress.reset();
-        return render(report);
-    } catch (Answered const& answered) {
-        return answered.status;
-    } catch (BadInput const& input) {
-        return render(failure(exitUsage, input.file, input.reason));
-    } catch (OpenFailure const& failed) {
-        return render(failure(exitStorage, "", failed.reason));
-    }
-}
-
-std::vector<std::string> verbNames(bool inShell)
-{
-    Invocation invocation;
-    invocation.inShell = inShell;
-    auto names = Command(invocation).verbs();
-    if (inShell)
-        names.insert(names.end(), {"watch", "help", "exit"});
-    return names;
-}
-
-std::vector<OptionName> optionNames(std::vector<std::string> const& verbs, bool inShell)
-{
-    Invocation invocation;
-    invocation.inShell = inShell;
-    return Command(invocation).options(verbs);
-}
-
-int runCommand(Invocation& invocation, std::vector<std::string> words)
+int runCommand(Invocation& invocation, Words words)
 {
     if (!words.empty() && words.front() == "help") { // As others have it: help, help VERB.
         words.erase(words.begin());
         words.emplace_back("--help");
     }
-    bool const completes = !invocation.inShell && !invocation.isRemote && !words.empty() && words.front() == "complete";
-    int const code = completes ? complete({words.begin() + 1, words.end()}, invocation.console->out)
-                               : Command(invocation).run(std::move(words));
-    auto const& console = *invocation.console;
+    auto& console = *invocation.console;
+    bool const completes = invocation.place == Place::Process && !words.empty() && words.front() == "complete";
+    int const code = completes ? show(Verbs::Complete::run({{words.begin() + 1, words.end()}}), console, false)
+                               : runWords(invocation, words);
     if (console.out.flush())
         return code;
     console.err << "mediadata: the answer could not be written\n";

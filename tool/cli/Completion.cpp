@@ -1,97 +1,14 @@
-// Completion of verbs, names and legal values.
-#include "verbs/Shell.h"
-#include "verbs/Table.h"
-#include "workbench/Accepted.h"
-#include "workbench/FlagFile.h"
-#include "workbench/Items.h"
+#include "cli/Completion.h"
+
+#include "cli/Registry.h"
+#include "verbs/Offers.h"
 
 #include <algorithm>
-#include <map>
-#include <ostream>
 #include <utility>
 
 namespace Tool {
 
-using namespace Data;
-
 namespace {
-
-using Words = std::vector<std::string>;
-
-/// Every name of every item, each followed by `after`.
-Words itemNames(char const* after = "")
-{
-    Words names;
-    for (auto const tag : allTags()) {
-        for (auto const& name : namesOf(tag))
-            names.push_back(name + after);
-    }
-    return names;
-}
-
-/// The words that a verb takes besides items.
-Words wordsOf(std::string const& verb)
-{
-    static std::map<std::string, Words> const fixed{
-        {"reset", {"audio", "user-data"}},
-        {"table", tableNames()},
-        {"flags", flagNames()},
-        {"mobility", {"all", "managed", "unmanaged"}},
-        {"mgmt", {"get", "set", "changed", "reset-user-data", "journal"}},
-        {"catalogue", {"--format"}},
-        {"country", {}},
-        {"device", {"--model", "--usb"}},
-        {"import", {":file"}},
-        {"diff", {":file"}},
-        {"export", {}},
-        {"shell", {}},
-        {"serve", {}},
-    };
-    auto const found = fixed.find(verb);
-    return found == fixed.end() ? itemNames() : found->second;
-}
-
-bool takesValues(Words const& words)
-{
-    return words.front() == "set" ||
-           (words.front() == "mgmt" && words.size() > 1 && (words[1] == "set" || words[1] == "changed"));
-}
-
-/// What stands behind an option that takes a value.
-Words valuesOf(std::string const& option)
-{
-    static std::map<std::string, Words> const fixed{
-        {"--color", {"auto", "always", "never"}},
-        {"--format", {"tsv", "json", "markdown"}},
-        {"--log-level", {"0", "2", "3", "5", "6"}},
-        {"--model", {"entry", "top", "other"}},
-        {"--usb", {"yes", "no"}},
-        {"--file", {":file"}},
-        {"--passphrase-file", {":file"}},
-        {"--data-dir", {":directory"}},
-    };
-    auto const found = fixed.find(option);
-    return found == fixed.end() ? Words{} : found->second;
-}
-
-Words candidates(Words const& words, std::string const& word)
-{
-    auto const equals = word.find('=');
-    if (words.front() == "flags" && equals != std::string::npos)
-        return {word.substr(0, equals) + "=true", word.substr(0, equals) + "=false"};
-    if (!takesValues(words)) {
-        bool const isManagement = words.front() == "mgmt" && words.size() > 1;
-        return isManagement && words[1] == "get" ? itemNames() : isManagement ? Words{} : wordsOf(words.front());
-    }
-    if (equals == std::string::npos)
-        return itemNames("=");
-    Words values;
-    if (auto const tag = findItem(word.substr(0, equals))) {
-        for (auto const& value : legalValues(*tag))
-            values.push_back(word.substr(0, equals + 1) + value);
-    }
-    return values;
-}
 
 /// The line without its options.
 struct Line {
@@ -99,75 +16,111 @@ struct Line {
     std::string openOption; ///< the last word is an option that waits for its value
 };
 
-Line withoutOptions(Words const& words, std::vector<OptionName> const& known)
+Line withoutOptions(Registry const& registry, Words const& words)
 {
+    auto const known = registry.optionNames(words);
     Line line;
     for (auto const& word : words) {
         if (!std::exchange(line.openOption, "").empty())
             continue;
+        auto const* const option = registry.findOption(word);
+        bool const isKnown = std::find(known.begin(), known.end(), word) != known.end();
         if (!word.starts_with('-'))
             line.verbs.push_back(word);
-        else if (std::any_of(known.begin(), known.end(),
-                             [&](auto const& each) { return each.takesValue && each.name == word; }))
+        else if (isKnown && option && option->takesValue())
             line.openOption = word;
     }
     return line;
 }
 
-Words allCandidates(Words const& words, std::string const& word, bool inShell)
+Words offered(Argument const* argument, std::string const& word)
 {
-    auto const line = withoutOptions(words, optionNames(words, inShell));
-    if (!line.openOption.empty())
-        return valuesOf(line.openOption);
-    if (word.starts_with('-')) {
-        Words names;
-        auto const equals = word.find('=');
-        for (auto const& value : equals != std::string::npos ? valuesOf(word.substr(0, equals)) : Words{})
-            names.push_back(value.starts_with(':') ? value : word.substr(0, equals + 1) + value);
-        if (equals != std::string::npos)
-            return names;
-        for (auto const& [name, takesValue] : optionNames(line.verbs, inShell))
-            names.push_back(name);
-        return names;
+    if (!argument)
+        return {};
+    return argument->offer ? argument->offer(word) : argument->choices;
+}
+
+/// For a verb that takes nothing but options: those of them that are a choice.
+Words optionsWithChoices(Verb const& verb)
+{
+    Words names;
+    for (auto const& argument : verb.arguments) {
+        if (!argument.choices.empty())
+            names.push_back(argument.name);
     }
-    auto verbs = verbNames(inShell);
-    if (line.verbs.empty())
-        return verbs;
-    bool const isKnown = std::find(verbs.begin(), verbs.end(), line.verbs.front()) != verbs.end();
-    return isKnown ? candidates(line.verbs, word) : Words{};
+    return names;
+}
+
+Words wordsFor(Verb const& verb, std::string const& word)
+{
+    auto const place = std::find_if(verb.arguments.begin(), verb.arguments.end(),
+                                    [](Argument const& argument) { return !argument.isOption(); });
+    return place == verb.arguments.end() ? optionsWithChoices(verb) : offered(&*place, word);
+}
+
+Words behindVerbs(Registry const& registry, Words const& words, std::string const& word)
+{
+    auto const* const verb = registry.find(words.front());
+    if (!verb)
+        return {};
+    if (!std::holds_alternative<Group>(verb->action))
+        return wordsFor(*verb, word);
+    if (words.size() == 1)
+        return registry.verbsBelow(verb->name);
+    auto const* const below = registry.find(verb->name + " " + words[1]);
+    return below ? wordsFor(*below, word) : Words{};
+}
+
+Words optionsLike(Registry const& registry, Words const& verbs, std::string const& word)
+{
+    auto const equals = word.find('=');
+    if (equals == std::string::npos)
+        return registry.optionNames(verbs);
+    auto values = offered(registry.findOption(word.substr(0, equals)), "");
+    for (auto& value : values) {
+        if (!value.starts_with(':'))
+            value.insert(0, word, 0, equals + 1);
+    }
+    return values;
+}
+
+/// What the shell knows besides the verbs.
+Words const& wordsOfShell()
+{
+    static Words const words{"watch", "help", "exit"};
+    return words;
+}
+
+Words allCandidates(Words const& words, std::string const& word, Place place)
+{
+    Registry const registry(place);
+    auto const line = withoutOptions(registry, words);
+    if (!line.openOption.empty())
+        return offered(registry.findOption(line.openOption), word);
+    if (word.starts_with('-'))
+        return optionsLike(registry, line.verbs, word);
+    if (!line.verbs.empty()) {
+        bool const isOfShell = place == Place::Shell && std::find(wordsOfShell().begin(), wordsOfShell().end(),
+                                                                  line.verbs.front()) != wordsOfShell().end();
+        return isOfShell ? Offers::items(word) : behindVerbs(registry, line.verbs, word);
+    }
+    auto verbs = registry.verbsBelow();
+    if (place == Place::Shell)
+        verbs.insert(verbs.end(), wordsOfShell().begin(), wordsOfShell().end());
+    return verbs;
 }
 
 } // namespace
 
-Words completions(Words const& words, std::string const& word, bool inShell)
+Words completions(Words const& words, std::string const& word, Place place)
 {
-    auto result = allCandidates(words, word, inShell);
+    auto result = allCandidates(words, word, place);
     if (result.size() == 1 && result.front().starts_with(':'))
         return result;
     std::erase_if(result, [&](std::string const& candidate) { return !candidate.starts_with(word); });
     std::sort(result.begin(), result.end());
     result.erase(std::unique(result.begin(), result.end()), result.end());
     return result;
-}
-
-int complete(Words words, std::ostream& out)
-{
-    if (words.size() == 2 && words.front() == "--line") {
-        bool const isNewWord = words[1].empty() || words[1].ends_with(' ') || words[1].ends_with('\t');
-        splitWords(std::string(words[1]), words);
-        words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1)); // The program's name.
-        if (isNewWord)
-            words.emplace_back();
-    } else if (!words.empty() && words.front() == "--") {
-        words.erase(words.begin());
-    }
-    if (words.empty())
-        words.emplace_back();
-    auto const word = words.back();
-    words.pop_back();
-    for (auto const& each : completions(words, word, false))
-        out << each << '\n';
-    return exitOk;
 }
 
 } // namespace Tool

@@ -1,6 +1,6 @@
 #include "cli/Help.h"
 
-#include "report/Report.h"
+#include "report/Text.h"
 
 #include <string>
 
@@ -8,7 +8,6 @@ namespace Tool {
 
 namespace {
 
-constexpr std::size_t lineWidth = 80;
 constexpr std::size_t nameWidth = 28;
 
 /// A name that is too long for its column has a line of its own.

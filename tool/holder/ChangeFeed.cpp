@@ -1,5 +1,7 @@
 #include "holder/ChangeFeed.h"
 
+#include "report/Text.h"
+
 #include <fmt/format.h>
 
 #include <chrono>
@@ -30,7 +32,7 @@ Subscription::Subscription(std::optional<Tags> only)
 
 Subscription::Taken Subscription::take()
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     std::uint64_t count = 0;
     [[maybe_unused]] auto const read = ::read(m_event.get(), &count, sizeof count);
     return std::exchange(m_waiting, {});
@@ -38,7 +40,7 @@ Subscription::Taken Subscription::take()
 
 void Subscription::put(std::string const& time, std::vector<HeardChange> const& changes)
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     for (auto const& change : changes) {
         if (m_only && !m_only->contains(change.tag))
             continue;
@@ -52,7 +54,7 @@ void Subscription::put(std::string const& time, std::vector<HeardChange> const& 
 
 void Subscription::close()
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     m_waiting.closed = true;
     wake();
 }
@@ -65,7 +67,7 @@ void Subscription::wake() const
 
 std::shared_ptr<Subscription> ChangeFeed::subscribe(std::optional<Subscription::Tags> only)
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     auto result = std::make_shared<Subscription>(std::move(only));
     std::erase_if(m_subscriptions, [](auto const& each) { return each.expired(); });
     m_subscriptions.push_back(result);
@@ -74,7 +76,7 @@ std::shared_ptr<Subscription> ChangeFeed::subscribe(std::optional<Subscription::
 
 void ChangeFeed::publish(std::vector<HeardChange> const& changes)
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     auto const time = timeNow();
     for (auto const& each : m_subscriptions) {
         if (auto const subscription = each.lock())
@@ -84,7 +86,7 @@ void ChangeFeed::publish(std::vector<HeardChange> const& changes)
 
 void ChangeFeed::close()
 {
-    std::lock_guard const held(m_mutex);
+    Threads::Lock const held(m_mutex);
     for (auto const& each : m_subscriptions) {
         if (auto const subscription = each.lock())
             subscription->close();

@@ -4,12 +4,12 @@
 
 #include "workbench/ChangeCallback.h"
 
+#include "AnnotatedMutex.h"
 #include "Files.h"
 
 #include <cstddef>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -40,29 +40,29 @@ public:
         std::size_t missed = 0; ///< changes after these that found the queue full
         bool closed = false;
     };
-    Taken take();
+    Taken take() MEDIADATA_EXCLUDES(m_mutex);
 
 private:
     friend class ChangeFeed;
-    void put(std::string const& time, std::vector<HeardChange> const& changes);
-    void close();
+    void put(std::string const& time, std::vector<HeardChange> const& changes) MEDIADATA_EXCLUDES(m_mutex);
+    void close() MEDIADATA_EXCLUDES(m_mutex);
     void wake() const;
 
     std::optional<Tags> const m_only;
     Host::FileDescriptor m_event;
-    std::mutex m_mutex; ///< guards m_waiting
-    Taken m_waiting;
+    Threads::Mutex m_mutex;
+    Taken m_waiting MEDIADATA_GUARDED_BY(m_mutex);
 };
 
 class ChangeFeed {
 public:
-    std::shared_ptr<Subscription> subscribe(std::optional<Subscription::Tags> only);
-    void publish(std::vector<HeardChange> const& changes);
-    void close();
+    std::shared_ptr<Subscription> subscribe(std::optional<Subscription::Tags> only) MEDIADATA_EXCLUDES(m_mutex);
+    void publish(std::vector<HeardChange> const& changes) MEDIADATA_EXCLUDES(m_mutex);
+    void close() MEDIADATA_EXCLUDES(m_mutex);
 
 private:
-    std::mutex m_mutex; ///< guards the list
-    std::vector<std::weak_ptr<Subscription>> m_subscriptions;
+    Threads::Mutex m_mutex;
+    std::vector<std::weak_ptr<Subscription>> m_subscriptions MEDIADATA_GUARDED_BY(m_mutex);
 };
 
 } // namespace Tool

@@ -69,7 +69,7 @@ Channel::Event Remote::next(Message& message, Console& console, int output)
 }
 
 /// A holder gets only what the command's own words name.
-bool Remote::supply(Request& request, std::string const& asked, Console const& console) const
+bool Remote::supply(Request& request, std::string const& asked, Console& console) const
 {
     auto const space = asked.find(' ');
     auto const kind = asked.substr(0, space);
@@ -84,9 +84,8 @@ bool Remote::supply(Request& request, std::string const& asked, Console const& c
         request.answers[asked] = packed(console.readDirectory(name));
         return true;
     }
-    std::string text;
     if (isNamed && kind == "file")
-        request.answers[asked] = console.read(name, text) ? std::optional(std::move(text)) : std::nullopt;
+        request.answers[asked] = console.read(name);
     return isNamed && kind == "file";
 }
 

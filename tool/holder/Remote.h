@@ -25,7 +25,7 @@ public:
 private:
     Remote(Host::FileDescriptor socket, pid_t process) : m_channel(std::move(socket)), m_process(process) {}
     Channel::Event next(Message& message, Console& console, int output);
-    bool supply(Request& request, std::string const& asked, Console const& console) const;
+    bool supply(Request& request, std::string const& asked, Console& console) const;
 
     Channel m_channel;
     pid_t m_process;

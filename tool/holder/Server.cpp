@@ -1,22 +1,19 @@
 #include "holder/Server.h"
 
+#include "holder/Watcher.h"
+
 #include "HostPlatform.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
-#include <ostream>
 #include <sstream>
-#include <streambuf>
 #include <system_error>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <sys/signalfd.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -33,91 +30,6 @@ constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
 constexpr auto longestStall = 10s;
 constexpr auto pause = 50ms;
-constexpr std::size_t longestPiece = 65536;
-
-/// Gathers what a command writes, in the order of its writing.
-class PieceBuffer : public std::streambuf {
-public:
-    PieceBuffer(std::vector<Message>& pieces, char const* kind) : m_pieces(pieces), m_kind(kind) {}
-
-private:
-    int_type overflow(int_type c) override
-    {
-        auto const text = traits_type::to_char_type(c);
-        xsputn(&text, 1);
-        return traits_type::not_eof(c);
-    }
-
-    std::streamsize xsputn(char const* text, std::streamsize count) override
-    {
-        for (std::string_view rest(text, static_cast<std::size_t>(count)); !rest.empty();) {
-            if (m_pieces.empty() || m_pieces.back()[0] != m_kind || m_pieces.back()[1].size() >= longestPiece)
-                m_pieces.push_back({m_kind, ""});
-            auto& piece = m_pieces.back()[1];
-            auto const part = rest.substr(0, longestPiece - piece.size());
-            piece += part;
-            rest.remove_prefix(part.size());
-        }
-        return count;
-    }
-
-    std::vector<Message>& m_pieces;
-    char const* m_kind;
-};
-
-/// Thrown through a command that needs what its sender has not yet sent.
-struct Asked {
-    std::string what;
-};
-
-/// The console of a command that came through the socket.
-class SendersConsole : public Console {
-public:
-    SendersConsole(Request const& request, std::ostream& forAnswers, std::ostream& forErrors,
-                   std::function<void(Message const&)> const& tell)
-        : Console(forAnswers, forErrors), m_request(request), m_tell(tell)
-    {
-        directory = request.directory;
-        colourOut = request.colourOut;
-        colourErr = request.colourErr;
-        outIsTerminal = request.outIsTerminal;
-    }
-
-    bool read(std::string const& file, std::string& text) const override
-    {
-        auto const& found = answerTo("file " + file);
-        text = found.value_or("");
-        return found.has_value();
-    }
-
-    OtherTelephone readDirectory(std::string const& name) const override
-    {
-        return unpacked(answerTo("directory " + name).value_or(""));
-    }
-
-    std::optional<std::string> passphrase(std::string const& prompt) const override
-    {
-        return answerTo("passphrase " + prompt);
-    }
-
-    void progress(std::size_t done, std::size_t total) override
-    {
-        if (m_request.showsProgress && m_tell)
-            m_tell({"progress", std::to_string(done), std::to_string(total)});
-    }
-
-private:
-    std::optional<std::string> const& answerTo(std::string const& what) const
-    {
-        auto const found = m_request.answers.find(what);
-        if (found == m_request.answers.end())
-            throw Asked{what};
-        return found->second;
-    }
-
-    Request const& m_request;
-    std::function<void(Message const&)> const& m_tell;
-};
 
 std::string reason(int code)
 {
@@ -126,52 +38,16 @@ std::string reason(int code)
 
 } // namespace
 
-Reply answer(Invocation const& holder, Message const& message, std::function<void(Message const&)> const& progress)
-{
-    Reply reply;
-    Request request;
-    std::string error;
-    PieceBuffer outBuffer(reply.messages, "out");
-    PieceBuffer errBuffer(reply.messages, "err");
-    std::ostream out(&outBuffer);
-    std::ostream err(&errBuffer);
-    int status = exitUsage;
-    if (!parseRequest(message, request, error)) {
-        err << "mediadata: " << error << '\n';
-    } else {
-        SendersConsole console(request, out, err, progress);
-        Invocation bench;
-        bench.console = &console;
-        bench.options.dataDirectory = holder.options.dataDirectory;
-        bench.workbench = holder.workbench;
-        bench.feed = holder.feed;
-        bench.isRemote = true;
-        // The library's errors reach the command that caused them.
-        LogTap::Echo const echo(holder.workbench->log(), [&err](std::string const& line) { err << line; });
-        try {
-            status = runCommand(bench, request.words);
-        } catch (Asked const& asked) {
-            return {{{"ask", asked.what}}, nullptr, true};
-        } catch (std::exception const& fault) {
-            err << "mediadata: " << fault.what() << '\n';
-            status = exitInternal;
-        }
-        reply.watch = std::move(bench.watch);
-    }
-    if (!reply.watch)
-        reply.messages.push_back({"end", std::to_string(status)});
-    return reply;
-}
+Server::Server(Workbench& workbench, ChangeFeed& feed, Answer answer)
+    : m_workbench(workbench), m_feed(feed), m_answer(std::move(answer)), m_end(::eventfd(0, EFD_CLOEXEC))
+{}
 
-Server::Server(Invocation& holder) : m_holder(holder), m_end(::eventfd(0, EFD_CLOEXEC)) {}
-
-std::unique_ptr<Server> Server::start(Invocation& holder, std::string& error)
+std::unique_ptr<Server> Server::start(Workbench& workbench, ChangeFeed& feed, Answer answer, std::string& error)
 {
-    std::unique_ptr<Server> server(new Server(holder));
+    std::unique_ptr<Server> server(new Server(workbench, feed, std::move(answer)));
     if (!server->listen(error))
         return nullptr;
-    holder.feed = &server->m_feed;
-    server->m_listening.emplace([&feed = server->m_feed](auto const& changes) { feed.publish(changes); });
+    server->m_listening.emplace([&feed](auto const& changes) { feed.publish(changes); });
     server->m_acceptor = std::thread([self = server.get()] { self->acceptAll(); });
     return server;
 }
@@ -179,7 +55,7 @@ std::unique_ptr<Server> Server::start(Invocation& holder, std::string& error)
 /// The directory's lock is ours: what a process that was killed left behind can go.
 bool Server::listen(std::string& error)
 {
-    auto const& path = m_holder.workbench->platform().directory();
+    auto const& path = m_workbench.platform().directory();
     auto const refuse = [&](std::string const& why) {
         error = path + '/' + socketName + ": " + why;
         return false;
@@ -223,7 +99,6 @@ Server::~Server()
         connection.thread.join();
     }
     m_listening.reset();
-    m_holder.feed = nullptr;
 }
 
 void Server::acceptAll()
@@ -289,15 +164,15 @@ bool Server::serveOne(Connection& connection, Message const& message)
     auto& channel = connection.channel;
     Reply reply;
     {
-        auto const turn = commandTurn();
+        Threads::Lock const turn(m_turn);
         if (m_ending || channel.isGone())
             return false;
         channel.postIfIdle({"begin"});
-        reply = answer(m_holder, message, [&](Message const& progress) { channel.postIfIdle(progress); });
+        reply = m_answer(message, [&](Message const& progress) { channel.postIfIdle(progress); });
     }
     for (auto const& each : reply.messages)
         channel.post(each);
-    if (!channel.flush(longestStall) || !reply.watch)
+    if (!channel.flush(longestStall) || !reply.watcher)
         return reply.asks;
     auto const write = [&](std::string const& lines) {
         channel.post({"out", lines});
@@ -308,28 +183,15 @@ bool Server::serveOne(Connection& connection, Message const& message)
         }
         return true;
     };
-    auto const report = reply.watch->follow(write, {channel.descriptor()});
+    auto const report = reply.watcher->follow(write, {channel.descriptor()});
     std::ostringstream out;
     std::ostringstream err;
-    auto const status = reply.watch->close(report, out, err);
+    auto const status = reply.watcher->close(report, out, err);
     channel.post({"out", out.str()});
     channel.post({"err", err.str()});
     channel.post({"end", std::to_string(status)});
     channel.flush(longestStall);
     return false;
-}
-
-EndSignals::EndSignals()
-{
-    sigset_t blocked;
-    sigemptyset(&blocked);
-    sigaddset(&blocked, SIGPIPE); // Not read: a broken stream is noticed where it is written to.
-    ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    sigdelset(&blocked, SIGPIPE);
-    for (int const signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&blocked, signal);
-    ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-    m_descriptor = Host::FileDescriptor(::signalfd(-1, &blocked, SFD_CLOEXEC));
 }
 
 } // namespace Tool

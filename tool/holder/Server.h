@@ -2,16 +2,17 @@
 // directory and runs their commands one after the other.
 #pragma once
 
-#include "cli/CommandLine.h"
 #include "holder/ChangeFeed.h"
 #include "holder/Channel.h"
-#include "holder/Watch.h"
+#include "workbench/ChangeCallback.h"
+#include "workbench/Workbench.h"
+
+#include "AnnotatedMutex.h"
 
 #include <atomic>
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -19,28 +20,33 @@
 
 namespace Tool {
 
-/// What the holder answers to one request.
+class Watcher;
+
+/// What is answered to one request.
 struct Reply {
     std::vector<Message> messages;
-    std::shared_ptr<Watch> watch = {}; ///< the answer goes on with the changes
-    bool asks = false;                 ///< the sender is to send its request again
+    std::shared_ptr<Watcher> watcher = {}; ///< the answer goes on with the changes
+    bool asks = false;                     ///< the sender is to send its request again
 };
-
-/// Runs one request on the holder's workbench. `progress` gets what is to be sent at once.
-Reply answer(Invocation const& holder, Message const& message, std::function<void(Message const&)> const& progress = {});
 
 class Server {
 public:
-    /// Listens for the workbench of `holder`, which outlives the server. Null with `error` when the socket cannot be made.
-    static std::unique_ptr<Server> start(Invocation& holder, std::string& error);
+    using Tell = std::function<void(Message const&)>;
+
+    /// Answers a request on the connection's thread, which has the turn; `tell` sends at once.
+    using Answer = std::function<Reply(Message const& request, Tell const& tell)>;
+
+    /// Listens in the workbench's data directory, and publishes its changes to `feed`; both outlive the server. Null with
+    /// `error` when the socket cannot be made.
+    static std::unique_ptr<Server> start(Workbench& workbench, ChangeFeed& feed, Answer answer, std::string& error);
 
     /// Lets a running command end, then sends everybody away.
     ~Server();
     Server(Server const&) = delete;
     Server& operator=(Server const&) = delete;
 
-    /// Held while a command of the holder itself runs.
-    std::unique_lock<std::mutex> commandTurn() { return std::unique_lock(m_turn); }
+    /// Held while a command runs, the holder's own as well.
+    Threads::Mutex& turn() MEDIADATA_RETURN_CAPABILITY(m_turn) { return m_turn; }
 
 private:
     struct Connection {
@@ -50,33 +56,24 @@ private:
         std::thread thread;
     };
 
-    explicit Server(Invocation& holder);
+    Server(Workbench& workbench, ChangeFeed& feed, Answer answer);
     bool listen(std::string& error);
     void acceptAll();
     void admit(Host::FileDescriptor socket);
     void serve(Connection& connection);
     bool serveOne(Connection& connection, Message const& message);
 
-    Invocation& m_holder;
-    ChangeFeed m_feed;
+    Workbench& m_workbench;
+    ChangeFeed& m_feed;
+    Answer const m_answer;
     std::optional<Listening> m_listening;
     Host::FileDescriptor m_directory;
     Host::FileDescriptor m_socket;
     Host::FileDescriptor m_end; ///< readable: no more connections
-    std::mutex m_turn;          ///< one command at a time
+    Threads::Mutex m_turn;      ///< one command at a time
     std::atomic<bool> m_ending = false;
     std::list<Connection> m_connections; ///< touched by the accepting thread, and after its end
     std::thread m_acceptor;
-};
-
-/// Keeps the signals that end a process from doing it: they are read from descriptor(). To be made before any thread.
-class EndSignals {
-public:
-    EndSignals();
-    int descriptor() const { return m_descriptor.get(); }
-
-private:
-    Host::FileDescriptor m_descriptor;
 };
 
 } // namespace Tool

@@ -1,14 +1,14 @@
 #include "report/Console.h"
 
+#include "report/ProgressLine.h"
+
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include <fcntl.h>
@@ -46,39 +46,23 @@ private:
     bool m_changed;
 };
 
-} // namespace
-
-bool Console::read(std::string const& file, std::string& text) const
+std::optional<std::string> contentOf(std::string const& file, std::filesystem::path const& directory)
 {
-    if (auto const found = m_files.find(file); found != m_files.end()) {
-        text = found->second.value_or("");
-        return found->second.has_value();
-    }
     std::ifstream opened;
     if (file != "-")
         opened.open(directory / file, std::ios::binary);
     std::istream& input = file == "-" ? std::cin : opened;
     // Read in pieces: a stream that cannot be read, such as a directory, says so only there.
-    text.clear();
+    std::string text;
     std::array<char, 4096> piece;
     while (text.size() <= mostBytes && (input.read(piece.data(), piece.size()) || input.gcount() > 0))
         text.append(piece.data(), static_cast<std::size_t>(input.gcount()));
-    return input.eof() && !input.bad();
+    return input.eof() && !input.bad() ? std::optional(std::move(text)) : std::nullopt;
 }
 
-OtherTelephone Console::readDirectory(std::string const& name) const
+/// A line from the terminal; nothing when there is none.
+std::optional<std::string> typed(std::string const& prompt)
 {
-    auto const found = m_directories.find(name);
-    return found != m_directories.end() ? found->second : Tool::readDirectory(directory / name);
-}
-
-std::optional<std::string> Console::passphrase(std::string const& prompt) const
-{
-    if (auto const found = m_passphrases.find(prompt); found != m_passphrases.end())
-        return found->second;
-    if (auto const* const given = std::getenv("MEDIADATA_PASSPHRASE"); given && *given)
-        return given;
-    quiet();
     std::unique_ptr<FILE, int (*)(FILE*)> const terminal(::fopen("/dev/tty", "r+e"), &::fclose);
     if (!terminal)
         return std::nullopt;
@@ -94,71 +78,51 @@ std::optional<std::string> Console::passphrase(std::string const& prompt) const
     return line;
 }
 
-void Console::readAhead(std::string const& file)
+} // namespace
+
+std::optional<std::string> Console::read(std::string const& file)
 {
-    std::string text;
-    m_files[file] = read(file, text) ? std::optional(std::move(text)) : std::nullopt;
+    if (auto const found = m_files.find(file); found != m_files.end())
+        return found->second;
+    auto content = contentOf(file, directory);
+    if (gathersAhead)
+        m_files[file] = content;
+    return content;
 }
 
-void Console::readDirectoryAhead(std::string const& name)
+OtherTelephone Console::readDirectory(std::string const& name)
 {
-    m_directories[name] = readDirectory(name);
+    if (auto const found = m_directories.find(name); found != m_directories.end())
+        return found->second;
+    auto telephone = Tool::readDirectory(directory / name);
+    if (gathersAhead)
+        m_directories[name] = telephone;
+    return telephone;
 }
 
-void Console::askAhead(std::string const& prompt)
+std::optional<std::string> Console::passphrase(std::string const& prompt)
 {
-    m_passphrases[prompt] = passphrase(prompt);
+    if (auto const found = m_passphrases.find(prompt); found != m_passphrases.end())
+        return found->second;
+    if (auto const* const given = std::getenv("MEDIADATA_PASSPHRASE"); given && *given)
+        return given;
+    quiet();
+    auto line = typed(prompt);
+    if (gathersAhead)
+        m_passphrases[prompt] = line;
+    return line;
 }
 
 void Console::progress(std::size_t done, std::size_t total)
 {
-    std::lock_guard const held(m_mutex);
-    m_done = done;
-    m_total = total;
+    if (m_progress)
+        m_progress->tell(done, total);
 }
 
-void Console::quiet() const
+void Console::quiet()
 {
-    std::lock_guard const held(m_mutex);
-    paint("");
-    m_quiet = true;
-}
-
-/// Writes over what was painted before.
-void Console::paint(std::string const& text) const
-{
-    if (!m_quiet && m_width + text.size() != 0)
-        err << '\r' << std::string(m_width, ' ') << '\r' << text << std::flush;
-    m_width = text.size();
-}
-
-ProgressLine::ProgressLine(Console& console) : m_console(console)
-{
-    if (!console.showsProgress)
-        return;
-    console.m_quiet = false;
-    m_thread = std::thread([this] { run(); });
-}
-
-ProgressLine::~ProgressLine()
-{
-    if (!m_thread.joinable())
-        return;
-    m_console.quiet();
-    {
-        std::lock_guard const held(m_console.m_mutex);
-        m_ended = true;
-    }
-    m_end.notify_one();
-    m_thread.join();
-}
-
-void ProgressLine::run()
-{
-    std::unique_lock held(m_console.m_mutex);
-    auto const& [done, total] = std::tie(m_console.m_done, m_console.m_total);
-    for (int seconds = 1; !m_end.wait_for(held, std::chrono::seconds(1), [&] { return m_ended; }); ++seconds)
-        m_console.paint(total != 0 ? std::to_string(done) + " of " + std::to_string(total) : std::to_string(seconds) + " s");
+    if (m_progress)
+        m_progress->quiet();
 }
 
 Console& standardConsole()

@@ -1,20 +1,17 @@
-// What a verb answers: sections of rows, notes and problems, and the exit code. Every verb makes one of these; the one
-// renderer shows it as aligned text or as a JSON object, so that both always say the same.
+// What a verb answers: sections of rows, notes and problems, and the exit code. Every verb makes one of these; Renderers.h shows
+// it as aligned text or as a JSON object, so that both always say the same.
 #pragma once
 
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
-#include <cstdint>
-#include <iosfwd>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Tool {
 
-class Console;
-
+/// A cell's value.
 using Json = nlohmann::ordered_json;
 
 /// The process's exit status. Documented in the help text; the graver one counts when several apply.
@@ -49,6 +46,10 @@ struct Report {
     std::vector<Section> sections = {};
     std::vector<std::string> notes = {}; ///< lines below the text; not in JSON
     std::vector<Problem> problems = {};
+    std::string remarks = {}; ///< what others had to say besides: whole lines for the error stream, ahead of everything
+
+    enum class Form { AsAsked, AsText, AsJson };
+    Form form = Form::AsAsked; ///< the form in which it is shown whatever was asked for
 
     /// Keeps the graver of the present code and `other`.
     void raise(ExitCode other);
@@ -59,18 +60,5 @@ struct Report {
 inline constexpr std::string_view masked = "********";
 
 Report failure(ExitCode code, std::string item, std::string reason, std::vector<std::string> suggestions = {});
-
-/// A cell as one line of text: control characters escaped, the empty text as "", no value as "-".
-std::string cellText(Json const& cell);
-
-/// The text in lines of at most so many columns, cut at blanks; a longer word has a line of its own.
-std::vector<std::string> wrapped(std::string const& text, std::size_t columns);
-
-/// Local time to the second, out of milliseconds since 1970.
-std::string timeText(std::int64_t milliseconds);
-
-void renderText(Report const& report, Console const& console);
-/// `indent` as of Json::dump: -1 puts the whole object on one line.
-void renderJson(Report const& report, std::ostream& out, int indent = 2);
 
 } // namespace Tool

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Catalogue {
 
 using namespace Data;
 
@@ -137,7 +137,9 @@ Report json()
         }
         section.rows.push_back(std::move(values));
     }
-    return {exitOk, {std::move(section)}};
+    Report report{exitOk, {std::move(section)}};
+    report.form = Report::Form::AsJson;
+    return report;
 }
 
 } // namespace
@@ -153,17 +155,25 @@ std::string chainText(Builder::ValidatorAndParams const* chain)
     return text.empty() ? "-" : text;
 }
 
-Report catalogue(CatalogueFormat format)
+Report run(Options const& options)
 {
-    switch (format) {
-    case CatalogueFormat::Tsv:
-        return tsv();
-    case CatalogueFormat::Markdown:
-        return markdown();
-    case CatalogueFormat::Objects:
-        break;
-    }
-    return json();
+    if (options.general.json || options.format == "json")
+        return json();
+    return options.format == "markdown" ? markdown() : tsv();
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "catalogue",
+            .help = "Print the table of all settings",
+            .arguments = {{.name = "--format",
+                           .target = &options->format,
+                           .help = "tsv, json or markdown",
+                           .value = "FORMAT",
+                           .choices = {"tsv", "json", "markdown"}}},
+            .action = alone(options),
+            .general = &options->general};
+}
+
+} // namespace Tool::Verbs::Catalogue

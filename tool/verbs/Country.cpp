@@ -8,16 +8,16 @@
 
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Country {
 
 using namespace Data;
 using Media::MediaDataCache;
 
-Report country(Workbench& workbench, std::optional<std::string> const& code)
+Report run(Options const& options, Workbench& workbench)
 {
     Report report;
-    if (code) {
-        report = managementChanged(workbench, {{nameOf(eDataTagCountry), *code}});
+    if (options.code) {
+        report = managementChanged(workbench, {{nameOf(eDataTagCountry), *options.code}});
         if (report.code != exitOk)
             return report;
     }
@@ -32,4 +32,14 @@ Report country(Workbench& workbench, std::optional<std::string> const& code)
     return report;
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "country",
+            .help = "Show the country, or report a new one",
+            .arguments = {{.name = "CODE", .target = &options->code, .help = "Two capital letters, as of ISO 3166-1"}},
+            .changesAs = "management",
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Country

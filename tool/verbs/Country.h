@@ -1,16 +1,15 @@
 // The country and what it means: `country`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <optional>
-#include <string>
+namespace Tool::Verbs::Country {
 
-namespace Tool {
+struct Options {
+    std::optional<std::string> code; ///< two capital letters; is reported as the new country first
+};
 
-class Workbench;
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-/// The country and what it means; a code, two capital letters, is reported as the new country first.
-Report country(Workbench& workbench, std::optional<std::string> const& code);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Country

@@ -1,6 +1,7 @@
 #include "verbs/Describe.h"
 
 #include "verbs/Catalogue.h"
+#include "verbs/Offers.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Workbench.h"
@@ -12,7 +13,7 @@
 
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Describe {
 
 using namespace Data;
 
@@ -41,11 +42,11 @@ Json nameOrNull(std::string const* name)
 
 } // namespace
 
-Report describe(Workbench& workbench, std::string const& item)
+Report run(Options const& options, Workbench& workbench)
 {
-    auto const tag = findItem(item);
+    auto const tag = findItem(options.item);
     if (!tag)
-        return unknownItem(item);
+        return unknownItem(options.item);
     auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[*tag];
     auto const& database = DataSourceDB::dataDbDescriptionTable[*tag];
     auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[*tag];
@@ -58,8 +59,8 @@ Report describe(Workbench& workbench, std::string const& item)
         {"type", typeName(record.value.type)},
         {"default", exists(*tag) ? Json(record.value.text) : Json()},
         {"accepted", acceptedText(*tag)},
-        {"value check", orNull(chainText(record.valueChain))},
-        {"text check", orNull(chainText(record.stringChain))},
+        {"value check", orNull(Catalogue::chainText(record.valueChain))},
+        {"text check", orNull(Catalogue::chainText(record.stringChain))},
         {"owner", ownerOf(*tag)},
         {"user data", record.isUserData},
         {"secret", isSecret(*tag)},
@@ -78,4 +79,17 @@ Report describe(Workbench& workbench, std::string const& item)
     return {exitOk, {std::move(section)}};
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "describe",
+            .help = "Show everything the catalogue says about an item",
+            .arguments = {{.name = "ITEM",
+                           .target = &options->item,
+                           .help = "A name, or a tag number",
+                           .isRequired = true,
+                           .offer = Offers::items}},
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Describe

@@ -1,14 +1,15 @@
 // Everything that the catalogue says about an item: `describe`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
+namespace Tool::Verbs::Describe {
 
-namespace Tool {
+struct Options {
+    std::string item; ///< a name, or a tag number
+};
 
-class Workbench;
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-Report describe(Workbench& workbench, std::string const& item);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Describe

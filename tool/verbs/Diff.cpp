@@ -1,9 +1,13 @@
 #include "verbs/Diff.h"
 
+#include "report/Console.h"
+#include "verbs/Offers.h"
+#include "workbench/Differences.h"
 #include "workbench/Document.h"
+#include "workbench/Import.h"
 #include "workbench/Items.h"
-#include "workbench/Values.h"
 #include "workbench/Rules.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
 #include <fmt/format.h>
@@ -14,7 +18,7 @@
 #include <string_view>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Diff {
 
 using namespace Data;
 
@@ -101,9 +105,8 @@ std::vector<CommandText> commandsFor(Document const& document, Sets sets)
     return all;
 }
 
-} // namespace
-
-Report diffCommands(Workbench& workbench, bool asRows)
+/// `asRows` gives them as rows instead of a text.
+Report commandsReport(Workbench& workbench, bool asRows)
 {
     auto const document = documentOf(workbench);
     auto sets = setsFor(document, workbench.options().showSecrets);
@@ -121,4 +124,88 @@ Report diffCommands(Workbench& workbench, bool asRows)
     return {exitOk, {asRows ? rows : Section{"commands", Layout::Text, {"text"}, {{text}}}}};
 }
 
-} // namespace Tool
+/// What the other's name stands for; this telephone's own directory needs no reading.
+void gatherOther(Options& options, Console& console)
+{
+    std::error_code ignored;
+    options.path = console.directory / options.other;
+    if (!std::filesystem::is_directory(options.path, ignored))
+        options.content = console.read(options.other);
+    else if (!std::filesystem::equivalent(options.path, options.general.dataDirectory, ignored))
+        options.telephone = console.readDirectory(options.other);
+}
+
+/// The other telephone; the report says why there is none.
+Report readOther(Options const& options, Workbench& workbench, std::string const& name, Document& other)
+{
+    std::error_code ignored;
+    if (options.telephone) {
+        auto const& [status, text, remarks] = *options.telephone;
+        if (status != exitOk)
+            return failure(static_cast<ExitCode>(status), options.other, text);
+        auto report = parseDocument(text, options.other, other);
+        report.remarks = remarks;
+        return report;
+    }
+    if (std::filesystem::is_directory(options.path, ignored)) {
+        other = documentOf(workbench);
+        return {};
+    }
+    if (!options.content)
+        return failure(exitUsage, options.other, "cannot be read");
+    auto report = check(options.passphrase, options.other);
+    return report.code == exitOk ? readDocument(*options.content, name, passphraseOf(options.passphrase), other) : report;
+}
+
+} // namespace
+
+Report gather(Options& options, Console& console)
+{
+    if (options.commands && !console.gathersAhead)
+        return {};
+    if (!options.other.empty())
+        gatherOther(options, console);
+    gatherFor(options.content, options.passphrase, console);
+    return {};
+}
+
+Report run(Options const& options, Workbench& workbench)
+{
+    if (options.commands && !options.other.empty())
+        return failure(exitUsage, options.other, "--commands compares with the defaults");
+    if (options.commands)
+        return commandsReport(workbench, options.general.json);
+    if (options.other.empty())
+        return diff(workbench, defaultDocument(), "the defaults");
+    Document other;
+    auto const name = options.other == "-" ? "standard input" : options.other;
+    auto report = readOther(options, workbench, name, other);
+    if (report.code != exitOk)
+        return report;
+    auto differences = diff(workbench, other, name);
+    differences.notes = std::move(report.notes);
+    differences.remarks = std::move(report.remarks);
+    return differences;
+}
+
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    std::vector<Argument> arguments{{.name = "OTHER",
+                                     .target = &options->other,
+                                     .help = "An exported file, - for standard input, or a data directory",
+                                     .offer = Offers::files},
+                                    {.name = "--commands",
+                                     .target = &options->commands,
+                                     .help = "The fewest commands that make this telephone out of a new one"}};
+    auto secrets = passphraseArguments(options->passphrase, "Open the file's encrypted secrets");
+    std::move(secrets.begin(), secrets.end(), std::back_inserter(arguments));
+    return {.name = "diff",
+            .help = "Show what differs from the defaults, or from another telephone",
+            .arguments = std::move(arguments),
+            .action = onWorkbench(options),
+            .gather = gathering(options),
+            .general = &options->general};
+}
+
+} // namespace Tool::Verbs::Diff

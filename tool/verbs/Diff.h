@@ -1,14 +1,34 @@
-// The commands that make this telephone anew: `diff --commands`.
+// What differs from another telephone, a file or the defaults, and the commands that make this one anew: `diff`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Passphrase.h"
+#include "verbs/Verb.h"
+#include "workbench/OtherTelephone.h"
 
-namespace Tool {
+#include <filesystem>
+#include <optional>
+#include <string>
 
-class Workbench;
+namespace Tool::Verbs::Diff {
 
-/// The fewest commands that make this telephone out of one on which nothing was changed. `asRows` gives them as rows instead
-/// of a text for the shell.
-Report diffCommands(Workbench& workbench, bool asRows);
+struct Options {
+    std::string other; ///< a document's file or a data directory; empty: the defaults
+    bool commands = false;
+    PassphraseOptions passphrase;
+    General general;
 
-} // namespace Tool
+    // Of gather():
+    std::filesystem::path path;              ///< of the other
+    std::optional<std::string> content;      ///< of its file
+    std::optional<OtherTelephone> telephone; ///< in its directory
+};
+
+Report gather(Options& options, Console& console);
+
+/// The differences, or the fewest commands that make this telephone out of one on which nothing was changed: in JSON as rows,
+/// otherwise as a text for the shell.
+Report run(Options const& options, Workbench& workbench);
+
+Verb verb();
+
+} // namespace Tool::Verbs::Diff

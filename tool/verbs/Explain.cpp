@@ -1,5 +1,6 @@
 #include "verbs/Explain.h"
 
+#include "verbs/Offers.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Rehearsal.h"
@@ -21,7 +22,7 @@
 #include <optional>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Explain {
 
 using namespace Data;
 
@@ -265,12 +266,25 @@ Report Explanation::report() const
 
 } // namespace
 
-Report explain(Workbench& workbench, std::string const& item)
+Report run(Options const& options, Workbench& workbench)
 {
-    auto const tag = findItem(item);
+    auto const tag = findItem(options.item);
     // Reading a flag applies the flag file.
     readValue(eDataTagOpusTest);
-    return tag ? Explanation(workbench, *tag).report() : unknownItem(item);
+    return tag ? Explanation(workbench, *tag).report() : unknownItem(options.item);
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "explain",
+            .help = "Show where an item's value comes from, layer by layer",
+            .arguments = {{.name = "ITEM",
+                           .target = &options->item,
+                           .help = "A name, or a tag number",
+                           .isRequired = true,
+                           .offer = Offers::items}},
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Explain

@@ -1,16 +1,17 @@
 // Where an item's value comes from: `explain`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
+namespace Tool::Verbs::Explain {
 
-namespace Tool {
-
-class Workbench;
+struct Options {
+    std::string item; ///< a name, or a tag number
+};
 
 /// Every layer that could give the item its value, what it holds and says, which one won, and why a table's row is hidden from
 /// the management service. Asks without changing anything.
-Report explain(Workbench& workbench, std::string const& item);
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-} // namespace Tool
+} // namespace Tool::Verbs::Explain

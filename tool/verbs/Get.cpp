@@ -1,17 +1,18 @@
 #include "verbs/Get.h"
 
+#include "verbs/Offers.h"
 #include "workbench/Items.h"
 #include "workbench/Workbench.h"
 
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Get {
 
-Report get(Workbench& workbench, std::vector<std::string> const& items)
+Report run(Options const& options, Workbench& workbench)
 {
     Report report;
     Section section{"items", Layout::Values, {"item", "tag", "type", "value"}, {}};
-    for (auto const& name : items) {
+    for (auto const& name : options.items) {
         auto const tag = findItem(name);
         if (!tag) {
             report.fail(exitUnknownItem, unknownItem(name).problems.front());
@@ -30,4 +31,17 @@ Report get(Workbench& workbench, std::vector<std::string> const& items)
     return report;
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "get",
+            .help = "Print values",
+            .arguments = {{.name = "ITEM",
+                           .target = &options->items,
+                           .help = "Names, or tag numbers",
+                           .isRequired = true,
+                           .offer = Offers::items}},
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Get

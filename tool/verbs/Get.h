@@ -1,15 +1,15 @@
 // Values, one or several: `get`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
-#include <vector>
+namespace Tool::Verbs::Get {
 
-namespace Tool {
+struct Options {
+    Words items; ///< names, or tag numbers
+};
 
-class Workbench;
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-Report get(Workbench& workbench, std::vector<std::string> const& items);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Get

@@ -1,5 +1,7 @@
 #include "verbs/History.h"
 
+#include "report/Text.h"
+#include "verbs/Offers.h"
 #include "workbench/Items.h"
 #include "workbench/Journal.h"
 #include "workbench/Workbench.h"
@@ -8,24 +10,24 @@
 #include <set>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::History {
 
-Report history(Workbench& workbench, std::string const& pattern, std::size_t limit)
+Report run(Options const& options, Workbench& workbench)
 {
     std::set<std::string> names;
-    if (!pattern.empty()) {
-        for (auto const tag : matchItems(pattern))
+    if (!options.pattern.empty()) {
+        for (auto const tag : matchItems(options.pattern))
             names.insert(nameOf(tag));
     }
     std::string error;
     auto entries = workbench.journal().entries(error);
     std::erase_if(entries, [&](Json const& entry) {
         auto const item = entry["item"].get<std::string>();
-        return !pattern.empty() && !names.contains(item) && item.find(pattern) == std::string::npos;
+        return !options.pattern.empty() && !names.contains(item) && item.find(options.pattern) == std::string::npos;
     });
-    if (error.empty() && entries.empty() && !pattern.empty() && names.empty())
-        return failure(exitUnknownItem, pattern, "matches no item and no entry", namesNear(pattern));
-    auto const first = entries.size() - std::min(limit, entries.size());
+    if (error.empty() && entries.empty() && !options.pattern.empty() && names.empty())
+        return failure(exitUnknownItem, options.pattern, "matches no item and no entry", namesNear(options.pattern));
+    auto const first = entries.size() - std::min(options.limit, entries.size());
     Section section{"history", Layout::Table, {"time", "who", "item", "old", "new", "result", "reason"}, {}};
     section.headings = 2;
     for (auto index = first; index < entries.size(); ++index) {
@@ -39,10 +41,28 @@ Report history(Workbench& workbench, std::string const& pattern, std::size_t lim
     if (!error.empty())
         report.fail(exitStorage, {"", error});
     else if (entries.empty())
-        report.notes.emplace_back(pattern.empty() ? "Nothing was changed yet." : "No change of such an item is known.");
+        report.notes.emplace_back(options.pattern.empty() ? "Nothing was changed yet."
+                                                          : "No change of such an item is known.");
     else if (first > 0)
         report.notes.push_back(std::to_string(first) + " older entries; --limit shows more.");
     return report;
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "history",
+            .help = "Show who changed what, and when",
+            .arguments = {{.name = "PATTERN",
+                           .target = &options->pattern,
+                           .help = "A glob with * or ?, or a part of a name",
+                           .offer = Offers::items},
+                          {.name = "--limit",
+                           .target = &options->limit,
+                           .help = "So many entries, the latest ones; otherwise 100",
+                           .value = "NUMBER",
+                           .range = {{0, 1000000}}}},
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::History

@@ -1,16 +1,17 @@
 // Who changed what, and when: `history`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <cstddef>
-#include <string>
+namespace Tool::Verbs::History {
 
-namespace Tool {
+struct Options {
+    std::string pattern; ///< a glob or a part of a name; empty: all items
+    std::size_t limit = 100;
+};
 
-class Workbench;
+/// The last entries of the items that match.
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-/// The last `limit` entries of the items that match the pattern, of all items when it is empty.
-Report history(Workbench& workbench, std::string const& pattern, std::size_t limit);
-
-} // namespace Tool
+} // namespace Tool::Verbs::History

@@ -1,14 +1,16 @@
 // Items with their values: `list`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
+namespace Tool::Verbs::List {
 
-namespace Tool {
+struct Options {
+    std::string pattern; ///< a glob or a part of a name; empty: all items
+    bool changedOnly = false;
+};
 
-class Workbench;
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-Report list(Workbench& workbench, std::string const& pattern, bool changedOnly);
-
-} // namespace Tool
+} // namespace Tool::Verbs::List

@@ -1,22 +1,44 @@
 #include "verbs/Mobility.h"
 
+#include "verbs/Offers.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
 
 #include <algorithm>
-#include <array>
-#include <string_view>
 
-namespace Tool {
+namespace Tool::Verbs::Mobility {
 
 using namespace Data;
 
-Report mobility(Workbench& workbench, std::string const& type)
+namespace {
+
+Words const& types()
 {
-    constexpr std::array<std::string_view, 4> known{"", "all", "managed", "unmanaged"};
-    if (std::find(known.begin(), known.end(), type) == known.end())
-        return failure(exitUsage, type, "is no mobility type: all, managed, unmanaged or the empty text");
-    return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), type}});
+    static Words const all{"all", "managed", "unmanaged"};
+    return all;
 }
 
-} // namespace Tool
+} // namespace
+
+Report run(Options const& options, Workbench& workbench)
+{
+    if (!options.type.empty() && std::find(types().begin(), types().end(), options.type) == types().end())
+        return failure(exitUsage, options.type, "is no mobility type: all, managed, unmanaged or the empty text");
+    return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), options.type}});
+}
+
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "mobility",
+            .help = "Announce how the user's data is handled",
+            .arguments = {{.name = "TYPE",
+                           .target = &options->type,
+                           .help = "all, managed, unmanaged or an empty text",
+                           .isRequired = true,
+                           .offer = Offers::words(types())}},
+            .changesAs = "management",
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Mobility

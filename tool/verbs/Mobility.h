@@ -1,15 +1,16 @@
 // How the user's data is handled: `mobility`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
+namespace Tool::Verbs::Mobility {
 
-namespace Tool {
+struct Options {
+    std::string type; ///< all, managed, unmanaged or the empty text
+};
 
-class Workbench;
+/// Announces it.
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-/// Announces how the user's data is handled.
-Report mobility(Workbench& workbench, std::string const& type);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Mobility

@@ -1,5 +1,6 @@
 #include "verbs/Reset.h"
 
+#include "verbs/Offers.h"
 #include "workbench/Assignment.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
@@ -18,7 +19,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Reset {
 
 using namespace Data;
 using Media::MediaDataCache;
@@ -107,16 +108,35 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
 
 } // namespace
 
-Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dryRun)
+Report run(Options const& options, Workbench& workbench)
 {
+    auto const& what = options.what;
     auto const names = [&](char const* word) { return std::find(what.begin(), what.end(), word) != what.end(); };
     if (!names("audio") && !names("user-data"))
-        return resetItems(workbench, what, dryRun);
+        return resetItems(workbench, what, options.dryRun);
     if (what.size() > 1)
         return failure(exitUsage, what.back(), "audio and user-data stand alone");
     auto const audio = Tables::audioResetTags();
-    return names("audio") ? resetSet(workbench, {audio.begin(), audio.end()}, resetAudio, dryRun)
-                          : resetSet(workbench, userData(), resetUserData, dryRun);
+    return names("audio") ? resetSet(workbench, {audio.begin(), audio.end()}, resetAudio, options.dryRun)
+                          : resetSet(workbench, userData(), resetUserData, options.dryRun);
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {
+        .name = "reset",
+        .help = "Go back to the defaults",
+        .arguments = {{.name = "WHAT",
+                       .target = &options->what,
+                       .help = "audio: the user's audio settings; user-data: everything that follows the user; or "
+                               "items, where a table stands for its cells",
+                       .isRequired = true,
+                       .offer = Offers::words({"audio", "user-data"})},
+                      {.name = "--dry-run", .target = &options->dryRun, .help = "Show what would change and write nothing"}},
+        .changesAs = "reset",
+        .action = onWorkbench(options),
+        .dryRun = &options->dryRun};
+}
+
+} // namespace Tool::Verbs::Reset

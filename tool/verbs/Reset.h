@@ -1,17 +1,17 @@
 // Back to the defaults: `reset`.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
-#include <vector>
+namespace Tool::Verbs::Reset {
 
-namespace Tool {
+struct Options {
+    Words what;          ///< "audio" or "user-data", which the library resets by operations of its own; or items
+    bool dryRun = false; ///< says what would change and changes nothing
+};
 
-class Workbench;
+/// A table's or group's name stands for all its cells.
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-/// `what` is "audio" or "user-data", which the library resets by operations of its own, or items. A table's or group's name
-/// stands for all its cells. With `dryRun` nothing changes and the report says what would.
-Report reset(Workbench& workbench, std::vector<std::string> const& what, bool dryRun);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Reset

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace Tool {
+namespace Tool::Verbs::Table {
 
 using namespace Data;
 
@@ -114,8 +114,6 @@ Section groupPickup(Workbench& workbench)
     return section;
 }
 
-} // namespace
-
 std::vector<std::string> tableNames()
 {
     std::vector<std::string> names;
@@ -129,8 +127,12 @@ std::vector<std::string> tableNames()
     return names;
 }
 
-Report table(Workbench& workbench, std::string const& name, std::string const& alert)
+} // namespace
+
+Report run(Options const& options, Workbench& workbench)
 {
+    auto const& name = options.name;
+    auto const& alert = options.alert;
     if (!alert.empty() && name != Tables::shortNameOf(Tables::ringing))
         return failure(exitUsage, name, "has no alert identifiers");
     for (auto const& table : Tables::all) {
@@ -152,4 +154,21 @@ Report table(Workbench& workbench, std::string const& name, std::string const& a
     return {exitOk, {groupPickup(workbench)}};
 }
 
-} // namespace Tool
+Verb verb()
+{
+    auto const options = std::make_shared<Options>();
+    return {.name = "table",
+            .help = "Show a table as people read it",
+            .arguments = {{.name = "NAME",
+                           .target = &options->name,
+                           .help = "codec, srtp, headset, ringing, door-openers, cameras or group-pickup",
+                           .isRequired = true,
+                           .choices = tableNames()},
+                          {.name = "--alert",
+                           .target = &options->alert,
+                           .help = "Of the ringing table, the row of this alert identifier",
+                           .value = "IDENTIFIER"}},
+            .action = onWorkbench(options)};
+}
+
+} // namespace Tool::Verbs::Table

@@ -1,20 +1,16 @@
 // The table-valued settings as people read them: `table codec` and its like.
 #pragma once
 
-#include "report/Report.h"
+#include "verbs/Verb.h"
 
-#include <string>
-#include <vector>
+namespace Tool::Verbs::Table {
 
-namespace Tool {
+struct Options {
+    std::string name;
+    std::string alert; ///< of the ringing table: only the row that a call with this alert identifier rings by
+};
 
-class Workbench;
+Report run(Options const& options, Workbench& workbench);
+Verb verb();
 
-/// The words that `table` knows.
-std::vector<std::string> tableNames();
-
-/// One table; `name` is one of tableNames(). With an alert identifier only the row that a call carrying it rings by, which
-/// needs the ringing table.
-Report table(Workbench& workbench, std::string const& name, std::string const& alert);
-
-} // namespace Tool
+} // namespace Tool::Verbs::Table

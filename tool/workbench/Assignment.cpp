@@ -68,6 +68,23 @@ bool parseAssignment(std::string const& text, Assignment& assignment)
     return true;
 }
 
+Report parseAssignments(std::vector<std::string> const& texts, bool showSecrets, std::vector<Assignment>& assignments)
+{
+    Report report;
+    bool namesASecret = false; // What follows "camera-password-1" instead of "=" is likely to be one.
+    for (auto const& text : texts) {
+        Assignment assignment;
+        if (parseAssignment(text, assignment)) {
+            assignments.push_back(std::move(assignment));
+            continue;
+        }
+        report.fail(exitUsage, {namesASecret && !showSecrets ? std::string(masked) : text, "expected ITEM=VALUE"});
+        auto const tag = findItem(text);
+        namesASecret = namesASecret || (tag && isSecret(*tag));
+    }
+    return report;
+}
+
 Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments)
 {
     Report report;

@@ -26,6 +26,9 @@ bool parseAssignment(std::string const& text, Assignment& assignment);
 /// value in double quotes keeps its blanks. The report holds the lines that are none of these.
 Report readAssignments(std::string const& content, std::string const& fileName, std::vector<Assignment>& assignments);
 
+/// The texts as assignments. The report has those that are none, with what may be a secret masked.
+Report parseAssignments(std::vector<std::string> const& texts, bool showSecrets, std::vector<Assignment>& assignments);
+
 struct SetOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
     bool atomic = false; ///< stores nothing when one value is refused

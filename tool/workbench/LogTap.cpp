@@ -1,6 +1,6 @@
 #include "workbench/LogTap.h"
 
-#include "report/Report.h"
+#include "report/Text.h"
 
 #include "HostLog.h"
 

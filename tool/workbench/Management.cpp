@@ -1,5 +1,6 @@
 #include "workbench/Management.h"
 
+#include "report/Text.h"
 #include "verbs/Reset.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"

@@ -1,5 +1,6 @@
 #include "workbench/Outcomes.h"
 
+#include "report/Text.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Rehearsal.h"

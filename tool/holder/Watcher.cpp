@@ -1,5 +1,6 @@
-#include "holder/Watch.h"
+#include "holder/Watcher.h"
 
+#include "report/Text.h"
 #include "workbench/Items.h"
 #include "workbench/Values.h"
 
@@ -17,7 +18,7 @@ namespace Tool {
 
 using Clock = std::chrono::steady_clock;
 
-Watch::Watch(std::shared_ptr<Subscription> subscription, WatchOptions options)
+Watcher::Watcher(std::shared_ptr<Subscription> subscription, WatcherOptions options)
     : m_subscription(std::move(subscription)), m_options(options)
 {}
 
@@ -31,7 +32,7 @@ std::string changeLine(Change const& change, bool json, bool showSecrets)
     return object.dump(-1, ' ', false, Json::error_handler_t::replace) + '\n';
 }
 
-std::string Watch::lines(Subscription::Taken const& taken)
+std::string Watcher::lines(Subscription::Taken const& taken)
 {
     std::string text;
     for (auto const& change : taken.changes) {
@@ -46,7 +47,7 @@ std::string Watch::lines(Subscription::Taken const& taken)
     return text;
 }
 
-Report Watch::follow(Write const& write, std::vector<int> const& ends)
+Report Watcher::follow(Write const& write, std::vector<int> const& ends)
 {
     std::vector<pollfd> waiting{{m_subscription->descriptor(), POLLIN, 0}};
     for (int const descriptor : ends)
@@ -75,7 +76,7 @@ Report Watch::follow(Write const& write, std::vector<int> const& ends)
                    fmt::format("{} of {} changes came in {} s", m_told, m_options.count, m_options.seconds));
 }
 
-int Watch::close(Report const& report, std::ostream& out, std::ostream& err) const
+int Watcher::close(Report const& report, std::ostream& out, std::ostream& err) const
 {
     for (auto const& problem : report.problems) {
         if (m_options.json)

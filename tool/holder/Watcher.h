@@ -1,4 +1,4 @@
-// Follows the changes of a running library, a line each: `watch`.
+// Follows the changes of a running library and hands them over, a line each.
 #pragma once
 
 #include "holder/ChangeFeed.h"
@@ -10,7 +10,7 @@
 
 namespace Tool {
 
-struct WatchOptions {
+struct WatcherOptions {
     std::size_t count = 0;   ///< ends after so many changes; 0: never
     std::size_t seconds = 0; ///< ends after so much time; 0: never
     bool json = false;
@@ -20,11 +20,11 @@ struct WatchOptions {
 /// One line: the time and what changed, in JSON an object.
 std::string changeLine(Change const& change, bool json, bool showSecrets);
 
-class Watch {
+class Watcher {
 public:
     using Write = std::function<bool(std::string const& lines)>;
 
-    Watch(std::shared_ptr<Subscription> subscription, WatchOptions options);
+    Watcher(std::shared_ptr<Subscription> subscription, WatcherOptions options);
 
     /// Hands over lines until the wanted count or time is over, `write` answers false, one of the descriptors `ends` can be
     /// read or has lost its other side, or the feed closes.
@@ -37,7 +37,7 @@ private:
     std::string lines(Subscription::Taken const& taken);
 
     std::shared_ptr<Subscription> m_subscription;
-    WatchOptions m_options;
+    WatcherOptions m_options;
     std::size_t m_told = 0;
 };
 

@@ -1,0 +1,21 @@
+// What surrounds the commands of one process, or a command that came through the socket.
+#pragma once
+
+#include "report/Console.h"
+#include "verbs/Verb.h"
+#include "workbench/Workbench.h"
+
+#include <memory>
+
+namespace Tool {
+
+struct Invocation {
+    Console* console = &standardConsole();
+    Options options;
+    std::shared_ptr<Workbench> workbench; ///< opened by the first command that needs it
+    Place place = Place::Process;
+    ChangeFeed* feed = nullptr;       ///< the holder's changes, while it serves
+    std::shared_ptr<Watcher> watcher; ///< out of a command of Place::Holder: what its sender is to be told of
+};
+
+} // namespace Tool

@@ -1,0 +1,156 @@
+#include "cli/Registry.h"
+
+#include "verbs/Catalogue.h"
+#include "verbs/Country.h"
+#include "verbs/Describe.h"
+#include "verbs/Device.h"
+#include "verbs/Diff.h"
+#include "verbs/Explain.h"
+#include "verbs/Export.h"
+#include "verbs/Flags.h"
+#include "verbs/Get.h"
+#include "verbs/History.h"
+#include "verbs/Import.h"
+#include "verbs/List.h"
+#include "verbs/Management.h"
+#include "verbs/Mobility.h"
+#include "verbs/Offers.h"
+#include "verbs/Reset.h"
+#include "verbs/Serve.h"
+#include "verbs/Set.h"
+#include "verbs/Shell.h"
+#include "verbs/Table.h"
+#include "verbs/Watch.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+constexpr char const* helpOption = "--help"; ///< the parser's own
+
+std::filesystem::path defaultDataDirectory()
+{
+    if (auto const* const named = std::getenv("MEDIADATA_DIR"); named && *named)
+        return named;
+    if (auto const* const data = std::getenv("XDG_DATA_HOME"); data && *data)
+        return std::filesystem::path(data) / "mediadata";
+    auto const* const home = std::getenv("HOME");
+    return std::filesystem::path(home ? home : ".") / ".local/share/mediadata";
+}
+
+/// In the order of the help.
+std::vector<Verb> allVerbs()
+{
+    using namespace Verbs;
+    std::vector<Verb> verbs{List::verb(),   Get::verb(),    Set::verb(),   Describe::verb(), Explain::verb(),  Diff::verb(),
+                            Export::verb(), Import::verb(), Reset::verb(), History::verb(),  Catalogue::verb()};
+    for (auto& verb : Management::verbs())
+        verbs.push_back(std::move(verb));
+    for (auto* const verb :
+         {Table::verb, Country::verb, Mobility::verb, Flags::verb, Device::verb, Shell::verb, Serve::verb, Watch::verb})
+        verbs.push_back(verb());
+    return verbs;
+}
+
+std::vector<Argument> generalArguments(General& general)
+{
+    general.dataDirectory = defaultDataDirectory().string();
+    return {{.name = "--json", .target = &general.json, .help = "Answer with one JSON object"},
+            {.name = "--show-secrets", .target = &general.showSecrets, .help = "Show passwords and PINs instead of stars"},
+            {.name = "--version", .target = Print{"mediadata " MEDIADATA_VERSION}, .help = "Print the version and exit"},
+            {.name = "--color",
+             .target = &general.colour,
+             .help = "auto (at a terminal, unless NO_COLOR is set), always or never",
+             .value = "WHEN",
+             .choices = {"auto", "always", "never"}},
+            {.name = "--data-dir",
+             .target = &general.dataDirectory,
+             .help = "Data directory instead of " + general.dataDirectory,
+             .value = "DIRECTORY",
+             .offer = Offers::directories,
+             .variable = "MEDIADATA_DIR"},
+            {.name = "--log-level",
+             .target = &general.logLevel,
+             .help = "Log up to this level: 2 errors (default), 3 notices, 5 and 6 traces; of a process that holds the "
+                     "data directory its own counts",
+             .value = "LEVEL",
+             .range = {{0, 6}},
+             .offer = Offers::words({"0", "2", "3", "5", "6"}),
+             .variable = "MEDIADATA_LOG"}};
+}
+
+/// What a line of the shell may say, too.
+constexpr std::size_t argumentsOfLines = 2;
+
+} // namespace
+
+Registry::Registry(Place place, General given)
+    : general(std::move(given)), arguments(generalArguments(general)), verbs(allVerbs())
+{
+    if (place != Place::Shell)
+        return;
+    arguments.erase(arguments.begin() + argumentsOfLines, arguments.end());
+    std::erase_if(verbs, [=](Verb const& verb) { return !verb.runsAt(place); });
+}
+
+Verb const* Registry::find(std::string const& name) const
+{
+    auto const found = std::find_if(verbs.begin(), verbs.end(), [&](Verb const& verb) { return verb.name == name; });
+    return found == verbs.end() ? nullptr : &*found;
+}
+
+Words Registry::verbsBelow(std::string const& group) const
+{
+    Words names;
+    auto const prefix = group.empty() ? "" : group + " ";
+    for (auto const& verb : verbs) {
+        auto const rest = verb.name.starts_with(prefix) ? verb.name.substr(prefix.size()) : "";
+        if (!rest.empty() && rest.find(' ') == std::string::npos)
+            names.push_back(rest);
+    }
+    return names;
+}
+
+Words Registry::optionNames(Words const& words) const
+{
+    Words names;
+    auto const take = [&](std::vector<Argument> const& all) {
+        names.emplace_back(helpOption);
+        for (auto const& argument : all) {
+            if (argument.isOption())
+                names.push_back(argument.name);
+        }
+    };
+    take(arguments);
+    std::string name;
+    for (auto const& word : words) {
+        auto const* const verb = find(name.empty() ? word : name + " " + word);
+        if (!verb)
+            continue;
+        name = verb->name;
+        take(verb->arguments);
+    }
+    return names;
+}
+
+Argument const* Registry::findOption(std::string const& name) const
+{
+    auto const isMeant = [&](Argument const& argument) { return argument.isOption() && argument.name == name; };
+    auto const found = std::find_if(arguments.begin(), arguments.end(), isMeant);
+    if (found != arguments.end())
+        return &*found;
+    for (auto const& verb : verbs) {
+        auto const own = std::find_if(verb.arguments.begin(), verb.arguments.end(), isMeant);
+        if (own != verb.arguments.end())
+            return &*own;
+    }
+    return nullptr;
+}
+
+} // namespace Tool

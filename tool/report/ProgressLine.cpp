@@ -1,0 +1,67 @@
+#include "report/ProgressLine.h"
+
+#include "report/Console.h"
+
+#include <chrono>
+#include <ostream>
+
+namespace Tool {
+
+ProgressLine::ProgressLine(Console& console) : m_console(console)
+{
+    if (!console.showsProgress)
+        return;
+    console.m_progress = this;
+    m_thread = std::thread([this] { run(); });
+}
+
+ProgressLine::~ProgressLine()
+{
+    if (!m_thread.joinable())
+        return;
+    m_console.m_progress = nullptr;
+    quiet();
+    {
+        Threads::Lock const held(m_mutex);
+        m_ended = true;
+    }
+    m_end.notifyOne();
+    m_thread.join();
+}
+
+void ProgressLine::tell(std::size_t done, std::size_t total)
+{
+    Threads::Lock const held(m_mutex);
+    m_done = done;
+    m_total = total;
+}
+
+void ProgressLine::quiet()
+{
+    Threads::Lock const held(m_mutex);
+    paint("");
+    m_quiet = true;
+}
+
+/// Writes over what was painted before.
+void ProgressLine::paint(std::string const& text)
+{
+    if (!m_quiet && m_width + text.size() != 0)
+        m_console.err << '\r' << std::string(m_width, ' ') << '\r' << text << std::flush;
+    m_width = text.size();
+}
+
+void ProgressLine::run()
+{
+    auto next = std::chrono::steady_clock::now();
+    Threads::Lock held(m_mutex);
+    for (int seconds = 1; !m_ended; ++seconds) {
+        next += std::chrono::seconds(1);
+        while (!m_ended && m_end.waitUntil(held, next)) {
+        }
+        if (!m_ended)
+            paint(m_total != 0 ? std::to_string(m_done) + " of " + std::to_string(m_total) : std::to_string(seconds) + " s");
+    }
+}
+
+} // namespace Tool

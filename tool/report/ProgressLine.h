@@ -1,0 +1,43 @@
+// How far a command is, on the error stream of its console: a terminal shows it from the second second on, and without any news
+// how long the command takes.
+#pragma once
+
+#include "AnnotatedMutex.h"
+
+#include <cstddef>
+#include <string>
+#include <thread>
+
+namespace Tool {
+
+class Console;
+
+/// Shows the progress of a console's command as long as it lives; nothing where the console shows none.
+class ProgressLine {
+public:
+    explicit ProgressLine(Console& console);
+    ~ProgressLine();
+    ProgressLine(ProgressLine const&) = delete;
+    ProgressLine& operator=(ProgressLine const&) = delete;
+
+    void tell(std::size_t done, std::size_t total) MEDIADATA_EXCLUDES(m_mutex);
+
+    /// Takes away what is shown, and shows no more.
+    void quiet() MEDIADATA_EXCLUDES(m_mutex);
+
+private:
+    void run() MEDIADATA_EXCLUDES(m_mutex);
+    void paint(std::string const& text) MEDIADATA_REQUIRES(m_mutex);
+
+    Console& m_console;
+    Threads::Mutex m_mutex; ///< guards what is written as well
+    Threads::Condition m_end;
+    bool m_ended MEDIADATA_GUARDED_BY(m_mutex) = false;
+    bool m_quiet MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::size_t m_done MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    std::size_t m_total MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    std::size_t m_width MEDIADATA_GUARDED_BY(m_mutex) = 0;
+    std::thread m_thread;
+};
+
+} // namespace Tool

@@ -1,0 +1,79 @@
+#include "report/Text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <ctime>
+
+namespace Tool {
+
+std::string cellText(Json const& cell)
+{
+    if (cell.is_null())
+        return "-";
+    if (cell.is_string()) {
+        auto const& text = cell.get_ref<std::string const&>();
+        return text.empty() ? "\"\"" : escaped(text);
+    }
+    if (cell.is_array()) {
+        std::string text;
+        for (auto const& element : cell)
+            text += (text.empty() ? "" : ", ") + cellText(element);
+        return text.empty() ? "-" : text;
+    }
+    return cell.dump();
+}
+
+std::string escaped(std::string const& text, std::string_view kept)
+{
+    std::string line;
+    unsigned char previous = 0;
+    for (char const c : text) {
+        auto const byte = static_cast<unsigned char>(c);
+        // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
+        bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
+        if (!isControl || kept.find(c) != std::string_view::npos)
+            line += c;
+        else if (c == '\n')
+            line += "\\n";
+        else if (c == '\t')
+            line += "\\t";
+        else
+            line += fmt::format("\\x{:02x}", byte);
+        previous = byte;
+    }
+    return line;
+}
+
+std::size_t width(std::string const& text)
+{
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+}
+
+std::vector<std::string> wrapped(std::string const& text, std::size_t columns)
+{
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at <= text.size();) {
+        auto const end = std::min(text.find(' ', at), text.size());
+        auto const word = text.substr(at, end - at);
+        if (lines.empty() || width(lines.back()) + 1 + width(word) > columns)
+            lines.push_back(word);
+        else
+            lines.back() += ' ' + word;
+        at = end + 1;
+    }
+    return lines;
+}
+
+std::string timeText(std::int64_t milliseconds)
+{
+    auto const seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm parts{};
+    ::localtime_r(&seconds, &parts);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%F %T", &parts);
+    return text.data();
+}
+
+} // namespace Tool

@@ -1,0 +1,32 @@
+// How single values look as text.
+#pragma once
+
+#include "report/Report.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tool {
+
+/// The width that all text keeps to where it can.
+inline constexpr std::size_t lineWidth = 80;
+
+/// A cell as one line of text: control characters escaped, the empty text as "", no value as "-".
+std::string cellText(Json const& cell);
+
+/// Control characters written out, but for those to be kept.
+std::string escaped(std::string const& text, std::string_view kept = "");
+
+/// The number of characters, not bytes, so that columns stay aligned for texts in UTF-8.
+std::size_t width(std::string const& text);
+
+/// The text in lines of at most so many columns, cut at blanks; a longer word has a line of its own.
+std::vector<std::string> wrapped(std::string const& text, std::size_t columns);
+
+/// Local time to the second, out of milliseconds since 1970.
+std::string timeText(std::int64_t milliseconds);
+
+} // namespace Tool

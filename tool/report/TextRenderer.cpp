@@ -1,0 +1,294 @@
+#include "report/Renderers.h"
+
+#include "report/Console.h"
+#include "report/Result.h"
+#include "report/Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <functional>
+#include <iterator>
+#include <ostream>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+/// Long values are cut in tables: to this width at most, and as far as it takes, but not below the other one.
+constexpr std::size_t widestCell = 44;
+constexpr std::size_t narrowestCell = 12;
+
+/// Columns that say why something was not taken. They are never cut, and stand below their rows where a table is too wide.
+bool isRemark(std::string const& column)
+{
+    return column == "accepted" || column == "reason";
+}
+
+/// A name that is cut names nothing.
+bool isName(std::string const& column)
+{
+    return column == "item" || column == "sub-item";
+}
+
+std::string padded(std::string text, std::size_t columns)
+{
+    text.append(columns - std::min(columns, width(text)), ' ');
+    return text;
+}
+
+std::string cut(std::string text, std::size_t columns)
+{
+    if (width(text) <= columns)
+        return text;
+    std::size_t end = 0;
+    for (std::size_t kept = 0; kept + 3 < columns || (text[end] & 0xc0) == 0x80; ++end)
+        kept += (text[end] & 0xc0) != 0x80;
+    return text.substr(0, end) + "...";
+}
+
+Look lookOf(std::string_view word)
+{
+    auto const* const row =
+        std::find_if(results.begin(), results.end(), [=](ResultRow const& each) { return each.word == word; });
+    return row == results.end() ? Look::Plain : row->look;
+}
+
+std::string dressed(std::string const& text, Look look)
+{
+    constexpr std::array<char const*, 4> codes{"", "\x1b[1m", "\x1b[32m", "\x1b[31m"};
+    return look == Look::Plain ? text : codes[static_cast<std::size_t>(look)] + text + "\x1b[0m";
+}
+
+std::string withoutTrailingBlanks(std::string line)
+{
+    line.erase(line.find_last_not_of(' ') + 1);
+    return line;
+}
+
+struct Column {
+    std::string name;
+    std::vector<std::string> cells; ///< of a table the heading first
+    bool mayBeCut;
+};
+
+using Columns = std::vector<Column>;
+
+/// One column of a table; without cells when no row has a value.
+Column columnOf(Section const& section, std::size_t index)
+{
+    auto const& name = section.columns[index];
+    Column column{name, {}, !isRemark(name) && !isName(name)};
+    auto const isNull = [&](auto const& row) { return row[index].is_null(); };
+    // True without rows as well: an empty table has no header.
+    if (std::all_of(section.rows.begin(), section.rows.end(), isNull))
+        return column;
+    auto& heading = column.cells.emplace_back(name);
+    std::transform(heading.begin(), heading.end(), heading.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    for (auto const& row : section.rows)
+        column.cells.push_back(isRemark(name) && row[index].is_null() ? "" : cellText(row[index]));
+    return column;
+}
+
+std::size_t widest(Column const& column)
+{
+    std::size_t most = 0;
+    for (auto const& cell : column.cells)
+        most = std::max(most, width(cell));
+    return most;
+}
+
+/// The width of all columns when long cells are cut to `cell`.
+std::size_t widthOf(Columns const& columns, std::size_t cell)
+{
+    std::size_t all = 0;
+    for (auto const& column : columns)
+        all += (all == 0 ? 0 : 2) + (column.mayBeCut ? std::min(widest(column), cell) : widest(column));
+    return all;
+}
+
+/// Cuts cells until the columns fit.
+void fit(Columns& columns, std::size_t room)
+{
+    std::size_t cell = widestCell;
+    while (cell > narrowestCell && widthOf(columns, cell) > room)
+        --cell;
+    for (auto& column : columns) {
+        for (auto& text : column.cells)
+            text = column.mayBeCut ? cut(text, cell) : text;
+    }
+}
+
+/// Says how the cell in a line of a column looks.
+using Looks = std::function<Look(std::size_t line, Column const& column)>;
+
+/// The lines of a table, each column as wide as its widest cell.
+std::vector<std::string> aligned(Columns const& columns, Looks const& look)
+{
+    std::vector<std::string> lines(columns.empty() ? 0 : columns.front().cells.size());
+    for (auto const& column : columns) {
+        auto const& cells = column.cells;
+        auto const wide = widest(column);
+        for (std::size_t line = 0; line < lines.size(); ++line)
+            lines[line] += dressed(cells[line], look(line, column)) + padded("", wide + 2 - width(cells[line]));
+    }
+    for (auto& line : lines)
+        line = withoutTrailingBlanks(std::move(line));
+    return lines;
+}
+
+Look plain(std::size_t, Column const&)
+{
+    return Look::Plain;
+}
+
+Look tableLook(std::size_t line, Column const& column)
+{
+    return line == 0 ? Look::Heading : column.name == "result" ? lookOf(column.cells[line]) : Look::Plain;
+}
+
+/// The reason first, then what would be accepted.
+void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::ostream& out)
+{
+    std::for_each(remarks.rbegin(), remarks.rend(), [&](Column const& remark) {
+        auto const& text = remark.cells[line];
+        auto const label = remark.name == "reason" ? "" : remark.name + ": ";
+        for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, lineWidth - indent.size()))
+            out << indent << part << '\n';
+    });
+}
+
+/// What the rows share that stand together below it.
+std::string headingOf(Section const& section, std::vector<Json> const& row)
+{
+    std::string heading;
+    for (std::size_t column = 0; column < section.headings; ++column)
+        heading += (column == 0 ? "" : "  ") + cellText(row[column]);
+    return heading;
+}
+
+void writeTable(Section const& section, std::ostream& out, bool coloured)
+{
+    std::string const indent(section.headings == 0 ? 0 : 2, ' ');
+    Columns columns;
+    for (auto index = section.headings; index < section.columns.size(); ++index) {
+        if (auto column = columnOf(section, index); !column.cells.empty())
+            columns.push_back(std::move(column));
+    }
+    Columns remarks;
+    if (widthOf(columns, widestCell) + indent.size() > lineWidth) {
+        std::copy_if(columns.begin(), columns.end(), std::back_inserter(remarks),
+                     [](Column const& column) { return isRemark(column.name); });
+        std::erase_if(columns, [](Column const& column) { return isRemark(column.name); });
+    }
+    fit(columns, lineWidth - indent.size());
+    auto const lines = aligned(columns, coloured ? tableLook : plain);
+    std::string last;
+    for (std::size_t line = 0; line < lines.size(); ++line) {
+        auto const heading = line == 0 ? "" : headingOf(section, section.rows[line - 1]);
+        if (heading != last)
+            out << heading << '\n';
+        last = heading;
+        out << indent << lines[line] << '\n';
+        if (line != 0)
+            writeRemarks(remarks, line, indent + "    ", out);
+    }
+}
+
+void writeBeside(Section const& section, std::ostream& out)
+{
+    Columns beside{{"", section.columns, false}};
+    for (auto const& row : section.rows) {
+        auto& column = beside.emplace_back(Column{"", {}, true});
+        std::transform(row.begin(), row.end(), std::back_inserter(column.cells), cellText);
+    }
+    fit(beside, lineWidth);
+    for (auto const& line : aligned(beside, plain))
+        out << line << '\n';
+}
+
+/// A value stands on one line, however long; what is said about it does not.
+void writePairs(Section const& section, std::ostream& out)
+{
+    std::size_t widestName = 0;
+    for (auto const& column : section.columns)
+        widestName = std::max(widestName, width(column));
+    auto const indent = widestName + 2;
+    for (auto const& row : section.rows) {
+        for (std::size_t column = 0; column < row.size(); ++column) {
+            if (row[column].is_null())
+                continue;
+            auto const& name = section.columns[column];
+            auto const text = cellText(row[column]);
+            auto lead = padded(name + ":", indent);
+            for (auto const& line : name == "value" ? std::vector{text} : wrapped(text, lineWidth - indent)) {
+                out << lead << line << '\n';
+                lead.assign(indent, ' ');
+            }
+        }
+    }
+}
+
+std::string rawText(Json const& cell)
+{
+    return cell.is_string() ? cell.get<std::string>() : cellText(cell);
+}
+
+/// A single value as it is for others to read, and harmless at a terminal.
+void writeValues(Section const& section, std::ostream& out, bool toTerminal)
+{
+    if (section.rows.size() == 1) {
+        auto const text = rawText(section.rows.front().back());
+        out << (toTerminal ? escaped(text) : text) << '\n';
+        return;
+    }
+    for (auto const& row : section.rows)
+        out << rawText(row.front()) << " = " << cellText(row.back()) << '\n';
+}
+
+} // namespace
+
+void renderText(Report const& report, Console& console)
+{
+    auto& out = console.out;
+    auto& err = console.err;
+    auto const title = dressed("mediadata:", console.colourErr ? Look::Bad : Look::Plain);
+    for (auto const& section : report.sections) {
+        if (!section.title.empty())
+            out << section.title << '\n';
+        switch (section.layout) {
+        case Layout::Table:
+            writeTable(section, out, console.colourOut);
+            if (section.rows.empty() && !section.title.empty())
+                out << "  nothing\n";
+            break;
+        case Layout::Beside:
+            writeBeside(section, out);
+            break;
+        case Layout::Pairs:
+            writePairs(section, out);
+            break;
+        case Layout::Values:
+            writeValues(section, out, console.outIsTerminal);
+            break;
+        case Layout::Text: {
+            auto const& text = section.rows.front().front().get_ref<std::string const&>();
+            out << (console.outIsTerminal ? escaped(text, "\n\t") : text);
+            break;
+        }
+        }
+    }
+    for (auto const& note : report.notes)
+        out << note << '\n';
+    out.flush();
+    for (auto const& problem : report.problems) {
+        err << title << ' ' << (problem.item.empty() ? "" : escaped(problem.item) + ": ") << escaped(problem.reason) << '\n';
+        for (auto const& suggestion : problem.suggestions)
+            err << "  did you mean  " << suggestion << '\n';
+    }
+    err.flush();
+}
+
+} // namespace Tool

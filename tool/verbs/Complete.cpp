@@ -1,0 +1,33 @@
+#include "verbs/Complete.h"
+
+#include "cli/Completion.h"
+#include "cli/SplitWords.h"
+
+#include <utility>
+
+namespace Tool::Verbs::Complete {
+
+Report run(Options const& options)
+{
+    auto words = options.words;
+    if (words.size() == 2 && words.front() == "--line") {
+        auto const line = words[1];
+        splitWords(line, words);
+        words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1)); // The program's name.
+        if (line.empty() || line.ends_with(' ') || line.ends_with('\t'))
+            words.emplace_back();
+    } else if (!words.empty() && words.front() == "--") {
+        words.erase(words.begin());
+    }
+    std::string word;
+    if (!words.empty()) {
+        word = std::move(words.back());
+        words.pop_back();
+    }
+    std::string lines;
+    for (auto const& each : completions(words, word, Place::Process))
+        lines += each + '\n';
+    return {exitOk, {{"completions", Layout::Text, {"text"}, {{std::move(lines)}}}}};
+}
+
+} // namespace Tool::Verbs::Complete

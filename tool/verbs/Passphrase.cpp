@@ -1,0 +1,81 @@
+#include "verbs/Passphrase.h"
+
+#include "report/Console.h"
+#include "verbs/Offers.h"
+#include "workbench/Document.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+constexpr char const* prompt = "Passphrase";
+
+std::string firstLine(std::string text)
+{
+    text.erase(std::min(text.find('\n'), text.size()));
+    if (text.ends_with('\r'))
+        text.pop_back();
+    return text;
+}
+
+bool isSealed(std::string const& text)
+{
+    Document document;
+    return parseDocument(text, "", document).code == exitOk && document.secrets;
+}
+
+} // namespace
+
+std::vector<Argument> passphraseArguments(PassphraseOptions& options, std::string const& help)
+{
+    return {{.name = "--secrets", .target = &options.secrets, .help = help},
+            {.name = "--passphrase-file",
+             .target = &options.file,
+             .help = "Read the passphrase from a file's first line, - for standard input; otherwise it is "
+                     "MEDIADATA_PASSPHRASE, or asked for",
+             .value = "FILE",
+             .offer = Offers::files}};
+}
+
+void gatherForNew(PassphraseOptions& options, Console& console, bool isNeeded)
+{
+    if (!options.file.empty()) {
+        options.content = console.read(options.file);
+    } else if (options.secrets && (isNeeded || console.gathersAhead)) {
+        options.typed = console.passphrase(prompt);
+        options.again = console.passphrase(prompt);
+    }
+}
+
+void gatherFor(std::optional<std::string> const& document, PassphraseOptions& options, Console& console)
+{
+    if (!document && !console.gathersAhead)
+        return;
+    if (!options.file.empty())
+        options.content = console.read(options.file);
+    else if (options.secrets && (console.gathersAhead || isSealed(*document)))
+        options.typed = console.passphrase(prompt);
+}
+
+Report check(PassphraseOptions const& options, std::string const& document)
+{
+    if (!options.file.empty() && !options.content)
+        return failure(exitUsage, options.file, "cannot be read");
+    if (options.file == "-" && document == "-")
+        return failure(exitUsage, options.file, "holds the document; give the passphrase in a file");
+    return {};
+}
+
+std::function<std::optional<std::string>()> passphraseOf(PassphraseOptions const& options)
+{
+    if (!options.isWanted())
+        return {};
+    if (options.file.empty())
+        return [typed = options.typed] { return typed; };
+    return [line = firstLine(options.content.value_or(""))] { return std::optional(line); };
+}
+
+} // namespace Tool
