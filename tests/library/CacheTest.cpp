@@ -188,7 +188,7 @@ TEST_F(SingleValues, TheCountryFollowsTheObservedItem)
     EXPECT_EQ(other.getCountry("DE"), eCountryUnknown);
 }
 
-TEST_F(CacheTest, whatAFailedEncryptionLeavesIsWritten)
+TEST_F(SingleValues, WhatAFailedEncryptionLeavesIsWritten)
 {
     start();
     for (std::string const left : {"", "left over"}) {

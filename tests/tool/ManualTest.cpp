@@ -38,7 +38,7 @@ std::string seen(std::string line)
 /// By heading.
 std::map<std::string, Part> partsOfPage()
 {
-    std::istringstream page(slurp(MEDIADATA_SOURCE_DIR "/docs/mediadata.1"));
+    std::istringstream page(contentOf(MEDIADATA_SOURCE_DIR "/docs/mediadata.1"));
     std::map<std::string, Part> parts;
     auto part = parts.end();
     std::string before;
