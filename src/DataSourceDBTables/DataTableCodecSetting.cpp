@@ -80,7 +80,7 @@ std::string CodecTable::defaultText()
     getTableItemTags(cells);
     DataCache::DataItemBuilder::getDefaultValues(cells, eDataComponentNone, false);
     std::string xml = "<Schema>";
-    appendRows(xml, cells);
+    appendRows(xml, cells, codecs.rows); // all of them, whatever the table was told of its highest row
     return xml + "</Schema>";
 }
 

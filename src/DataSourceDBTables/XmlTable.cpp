@@ -111,9 +111,9 @@ bool XmlTable::appendCell(std::string& xml, Tables::Column const& column, int ro
     return true;
 }
 
-bool XmlTable::appendRows(std::string& xml, DataTagValue_t const& values) const
+bool XmlTable::appendRows(std::string& xml, DataTagValue_t const& values, int rows) const
 {
-    for (int row = 0; row <= m_indexMax; ++row) {
+    for (int row = 0; row < rows; ++row) {
         xml += "<" + dasTableEntry + ">";
         if (!m_table.number.empty())
             appendElement(xml, m_table.number, ClientUtils::itos(row));
@@ -131,7 +131,7 @@ bool XmlTable::buildText(DataTagValue_t& values) const
     std::string xml;
     if (!standsAlone)
         xml.append("<Schema name=\"").append(m_table.schema).append("\">");
-    if (!appendRows(xml, values))
+    if (!appendRows(xml, values, m_indexMax + 1))
         return false;
     if (!standsAlone)
         xml += "</Schema>";

@@ -24,8 +24,8 @@ protected:
     void parse(DataTagValue_t& values);
     /// Makes the table tag's text from the cells. A missing cell is told on standard output, the text stays, and it is false.
     bool buildText(DataTagValue_t& values) const;
-    /// Appends the entries of all rows; false with a part of them when a cell is missing.
-    bool appendRows(std::string& xml, DataTagValue_t const& values) const;
+    /// Appends the entries of the first `rows` rows; false with a part of them when a cell is missing.
+    bool appendRows(std::string& xml, DataTagValue_t const& values, int rows) const;
     /// Moves the table tag's text out of the values of the cells into what is to be stored.
     void moveText(DataTagValue_t& values, DataTagValue_t& toStore) const;
 

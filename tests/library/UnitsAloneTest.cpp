@@ -94,6 +94,9 @@ TEST_F(UnitsAlone, TablesWithoutTheirCellsAreNeitherStoredNorInvented)
     DataTagValue_t cellless{{eDataTagCodecSettings, "<Entry><CodecType>1</CodecType></Entry>"}};
     EXPECT_TRUE(codec.processReadData(cellless, false));
     EXPECT_EQ(cellless.size(), 1U);
+    DataTagValue_t untold{{eDataTagCodecSettings, ""}};
+    EXPECT_TRUE(Handler::DataTableCodecSetting().processReadData(untold, false));
+    EXPECT_EQ(untold, cellless) << "the default text has all rows, whatever the table was told";
 }
 
 TEST_F(UnitsAlone, WhatAResetDropsIsTakenFromTheRunningLibrary)
