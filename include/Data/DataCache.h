@@ -173,7 +173,8 @@ private:
     std::array<DataItemBase*, tagCount> m_dataMap MEDIADATA_GUARDED_BY(*m_lock){};
     bool m_changed MEDIADATA_GUARDED_BY(*m_lock) = false;
     TouchedTags m_touched MEDIADATA_GUARDED_BY(*m_lock);
-    // Made by the constructor before it gives the lock.
+    // Made by the constructor before it gives the lock. Empty while the destructor takes them down: the platform, whose
+    // storages go with the first, may still call operations then, which answer false.
     std::unique_ptr<DataSourceDB> m_sourceDB MEDIADATA_PT_GUARDED_BY(*m_lock);
     std::unique_ptr<DataSourceOCMS> m_sourceOCMS; ///< its names do not change, and it asks for the lock where it needs it
     std::unique_ptr<DataSourceFile> m_sourceFile MEDIADATA_PT_GUARDED_BY(*m_lock);

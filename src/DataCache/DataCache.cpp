@@ -293,7 +293,7 @@ MgmtAgentIfc& DataCache::managementAgent()
 
 bool DataCache::readStored(eDataTag tag, DataItemBase* item)
 {
-    bool const read = m_sourceDB->readDataValue(tag, item);
+    bool const read = m_sourceDB && m_sourceDB->readDataValue(tag, item);
     if (item && findItem(item->tag()) == item) // callers may bring an item of their own
         m_touched.insert(item->tag());
     return read;
@@ -301,17 +301,17 @@ bool DataCache::readStored(eDataTag tag, DataItemBase* item)
 
 bool DataCache::storeItem(eDataTag tag, DataItemBase const* item)
 {
-    return m_sourceDB->writeDataValue(tag, item);
+    return m_sourceDB && m_sourceDB->writeDataValue(tag, item);
 }
 
 bool DataCache::flushTables(DataTagValue_t& rejected)
 {
-    return m_sourceDB->writeDataTables(rejected);
+    return m_sourceDB && m_sourceDB->writeDataTables(rejected);
 }
 
 bool DataCache::flushTables()
 {
-    if (!m_sourceDB->hasChangedTables())
+    if (m_sourceDB && !m_sourceDB->hasChangedTables())
         return true;
     DataTagValue_t scratch;
     return flushTables(scratch);
@@ -319,13 +319,13 @@ bool DataCache::flushTables()
 
 template <class T> bool DataCache::pushValue(eDataTag tag, T const& value)
 {
-    return m_sourceOCMS->setData(tag, convertToString(value));
+    return m_sourceOCMS && m_sourceOCMS->setData(tag, convertToString(value));
 }
 
 template <class T> bool DataCache::fetchValue(eDataTag tag, T& value)
 {
     std::string text;
-    bool const read = m_sourceOCMS->getData(tag, text);
+    bool const read = m_sourceOCMS && m_sourceOCMS->getData(tag, text);
     convertFromString(text, value);
     return read;
 }
@@ -373,7 +373,8 @@ void DataCache::readAllDataFromSourceDB()
         if (item && item->source() == eDataSourceDB)
             readStored(item->tag(), item);
     }
-    m_sourceDB->readDataFromTables(false);
+    if (m_sourceDB)
+        m_sourceDB->readDataFromTables(false);
     m_changed = true;
 }
 
@@ -384,7 +385,8 @@ void DataCache::readUserDataFromSourceDB()
         if (item && DataItemBuilder::isUserData(item->tag()))
             readStored(item->tag(), item);
     }
-    m_sourceDB->readDataFromTables(true);
+    if (m_sourceDB)
+        m_sourceDB->readDataFromTables(true);
     m_changed = true;
 }
 

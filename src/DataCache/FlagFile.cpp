@@ -22,7 +22,7 @@ void DataCache::readDataFromSourceFile()
 
 bool DataCache::applyChangedConfigFile()
 {
-    if (!m_sourceFile->isConfigFileChanged())
+    if (!m_sourceFile || !m_sourceFile->isConfigFileChanged())
         return false;
 
     DataTagValue_t flags;

@@ -77,6 +77,19 @@ TEST_F(UnitsAlone, ADatabaseSourceRefusesTagsItDoesNotKnowAndSendsOnlyWholeRows)
     }
 }
 
+TEST_F(UnitsAlone, ACacheAnswersFalseWhileItsStoragesGo)
+{
+    auto going = std::make_unique<DataCache>(platform, std::list<eDataTag>{}, eDataComponentMedia);
+    bool stored = true;
+    platform.onCall([&stored, data = going.get()](Scripted::Call const& call) {
+        if (call.name == "~DataStorage")
+            stored = data->setData(eDataTagRingerVolume, 4, false);
+    });
+    going.reset();
+    platform.onCall({});
+    EXPECT_FALSE(stored);
+}
+
 TEST_F(UnitsAlone, TablesWithoutTheirCellsAreNeitherStoredNorInvented)
 {
     DataTagValue_t toStore;
