@@ -2,7 +2,7 @@
 // gather in a record, and the lines "set", "get", "changed" and "reset", which send it.
 #include "LibraryUnderFuzz.h"
 
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "MgmtAgentIfc.h"
 
 using namespace Data;

@@ -8,7 +8,7 @@
 
 #include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Log.h"
 
 #include "ManageableData.h"

@@ -6,7 +6,7 @@
 #include "Data/DataUpdateCallback.h"
 
 #include "DataCache/CacheLock.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Log.h"
 
 #include <algorithm>

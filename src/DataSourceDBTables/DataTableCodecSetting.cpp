@@ -1,5 +1,5 @@
 // The codec table: its words, its check and its default text.
-#include "DataSourceDBTables/DataTableCodecSetting.h"
+#include "Data/DataTableCodecSetting.h"
 
 #include "ClientUtils.h"
 #include "Data/DataItemBuilder.h"

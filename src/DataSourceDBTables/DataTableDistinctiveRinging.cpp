@@ -1,5 +1,5 @@
 // The distinctive ringing table: how it keeps in step with the general ringer settings.
-#include "DataSourceDBTables/DataTableDistinctiveRinging.h"
+#include "Data/DataTableDistinctiveRinging.h"
 
 #include "ClientUtils.h"
 #include "Media/MediaDataCache.h"

@@ -1,5 +1,5 @@
 // The rules between the items of the door openers and those of the cameras.
-#include "DataSourceDBTables/DataTableDoorOpenerTypeDependentTags.h"
+#include "Data/DataTableDoorOpenerTypeDependentTags.h"
 
 #include "ClientUtils.h"
 #include "Data/DataItemBuilder.h"

@@ -1,5 +1,5 @@
 // Keeps the group-pickup tone type and its two flags consistent.
-#include "DataSourceDBTables/DataTableGroupPickupDependentTags.h"
+#include "Data/DataTableGroupPickupDependentTags.h"
 
 #include "ClientUtils.h"
 #include "Tables/Rules.h"

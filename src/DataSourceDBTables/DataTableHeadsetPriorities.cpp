@@ -1,5 +1,5 @@
 // The headset table: its words.
-#include "DataSourceDBTables/DataTableHeadsetPriorities.h"
+#include "Data/DataTableHeadsetPriorities.h"
 
 #include "Data/RankedTables.h"
 

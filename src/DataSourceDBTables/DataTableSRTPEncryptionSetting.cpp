@@ -1,5 +1,5 @@
 // The SRTP encryption table: its words.
-#include "DataSourceDBTables/DataTableSRTPEncryptionSetting.h"
+#include "Data/DataTableSRTPEncryptionSetting.h"
 
 #include "Data/RankedTables.h"
 

@@ -1,5 +1,5 @@
 // Reading, checking and writing of the ranked tables.
-#include "DataSourceDBTables/RankedTable.h"
+#include "Data/RankedTable.h"
 
 #include "ClientUtils.h"
 #include "Log.h"

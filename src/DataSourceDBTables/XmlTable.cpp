@@ -1,5 +1,5 @@
 // Parsing and writing of the tables that the database keeps as XML text.
-#include "DataSourceDBTables/XmlTable.h"
+#include "Data/XmlTable.h"
 
 #include "ClientUtils.h"
 #include "Data/DataNames.h"

@@ -1,6 +1,6 @@
 // The exchanges with the management service: set, get and change report on the way in, read and push on the way out.
 // Ranked tables are translated on the way (TableTranslation.cpp).
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 
 #include "Log.h"
 

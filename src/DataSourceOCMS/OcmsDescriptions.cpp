@@ -1,6 +1,6 @@
 // The catalogue's view for the management service: item and sub-item of each tag. Holds addresses only, so that it is
 // complete before any code runs.
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 
 #include "DataItemBuilder/NameTable.h"
 

@@ -1,7 +1,7 @@
 // The ranked tables on their way between the management service and the cache. On the way in, a table that was sent in part
 // is completed and brought into rank order; on the way out, the rows that this telephone cannot use are hidden. What differs
 // between the three tables are their descriptions and three rows of words.
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 
 #include "Data/DataNames.h"
 #include "Data/RankedTables.h"

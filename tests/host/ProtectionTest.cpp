@@ -10,7 +10,7 @@
 
 #include "ClientUtils.h"
 #include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Tables/SettingOptions.h"
 
 #include <vector>

@@ -2,7 +2,7 @@
 // nothing, what is accepted is there to the byte after a restart. What the rows say is worked out here from their texts.
 #include "Sweep.h"
 
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 
 #include "ClientUtils.h"
 

@@ -1,7 +1,7 @@
 // A management source over the scripted platform, with a cache that only answers and takes notes.
 #pragma once
 
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "TablesTest.h"
 
 #include "ManageableData.h"

@@ -6,8 +6,8 @@
 #include "Data/BulkData.h"
 #include "Data/DataItem.h"
 #include "Data/DataSourceDB.h"
-#include "DataSourceDBTables/DataTableCodecSetting.h"
-#include "DataSourceDBTables/DataTableHeadsetPriorities.h"
+#include "Data/DataTableCodecSetting.h"
+#include "Data/DataTableHeadsetPriorities.h"
 #include "Media/MediaDataCache.h"
 
 using Builder = DataCache::DataItemBuilder;

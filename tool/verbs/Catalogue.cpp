@@ -3,7 +3,7 @@
 #include "workbench/Items.h"
 
 #include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -8,7 +8,7 @@
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Tables/SettingOptions.h"
 
 #include <utility>

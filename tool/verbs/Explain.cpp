@@ -10,7 +10,7 @@
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Tables/Rules.h"
 #include "Tables/SettingOptions.h"
 

@@ -4,7 +4,7 @@
 #include "workbench/Items.h"
 #include "workbench/Values.h"
 
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Tables/Labels.h"
 
 #include <fmt/format.h>

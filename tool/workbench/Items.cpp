@@ -2,7 +2,7 @@
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
 
 #include <fnmatch.h>

@@ -13,7 +13,7 @@
 
 #include "Data/BulkData.h"
 #include "Data/DataItemBuilder.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
 
 #include "ManageableData.h"

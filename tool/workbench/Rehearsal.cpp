@@ -6,7 +6,7 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/DataTableHandler.h"
-#include "DataSourceOCMS/DataSourceOCMS.h"
+#include "Data/DataSourceOCMS.h"
 #include "Tables/Tables.h"
 
 #include "ManageableData.h"

@@ -1,7 +1,7 @@
 // The SRTP encryption methods in the order of preference.
 #pragma once
 
-#include "DataSourceDBTables/RankedTable.h"
+#include "Data/RankedTable.h"
 
 namespace Data {
 

@@ -1,7 +1,7 @@
 // The audio codecs in the order in which they are offered.
 #pragma once
 
-#include "DataSourceDBTables/RankedTable.h"
+#include "Data/RankedTable.h"
 
 namespace Data {
 

@@ -1,7 +1,7 @@
 // Distinctive ringing: fifteen alert identifiers and how the telephone rings for each.
 #pragma once
 
-#include "DataSourceDBTables/XmlTable.h"
+#include "Data/XmlTable.h"
 
 namespace Data {
 

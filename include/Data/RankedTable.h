@@ -2,7 +2,7 @@
 // What differs between the three are their descriptions and their words; one piece of code serves them.
 #pragma once
 
-#include "DataSourceDBTables/XmlTable.h"
+#include "Data/XmlTable.h"
 
 #include <vector>
 
