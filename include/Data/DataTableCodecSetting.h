@@ -7,10 +7,10 @@ namespace Data {
 
 /// Four types without repetition, four ranks without repetition, packet sizes in range, and at least one allowed type that the
 /// hardware can use. The hardware flags go by type, unlike those of the other ranked tables, which go by row.
-bool isCodecTableValid(DataTagValue_t const& values);
+MEDIADATA_EXPORT bool isCodecTableValid(DataTagValue_t& values);
 
 /// Never asks for a reset: a stored table that does not pass is replaced by a default text while it is read.
-class DataSourceDB::DataTableHandler::DataTableCodecSetting : public RankedTable {
+class MEDIADATA_EXPORT DataSourceDB::DataTableHandler::DataTableCodecSetting : public RankedTable {
 public:
     DataTableCodecSetting();
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;

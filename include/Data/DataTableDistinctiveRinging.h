@@ -6,7 +6,7 @@
 namespace Data {
 
 /// Rows without an identifier follow the telephone's general ringer. The table refuses nothing and asks for no reset.
-class DataSourceDB::DataTableHandler::DataTableDistinctiveRinging : public XmlTable {
+class MEDIADATA_EXPORT DataSourceDB::DataTableHandler::DataTableDistinctiveRinging : public XmlTable {
 public:
     DataTableDistinctiveRinging();
     bool processReadData(DataTagValue_t& values, bool clearFiles) override;

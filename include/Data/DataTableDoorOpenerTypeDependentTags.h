@@ -3,8 +3,6 @@
 
 #include "Data/DataTable.h"
 
-#include "Tables/Tables.h"
-
 #include <array>
 #include <cstddef>
 #include <string>
@@ -13,7 +11,7 @@ namespace Data {
 
 /// Stored as single values. Remembers the types, phone numbers and cameras of the four openers since the last check, and writes
 /// the cameras through the facade when one of them changed.
-class DataSourceDB::DataTableHandler::DataTableDoorOpenerTypeDependentTags : public DataTable {
+class MEDIADATA_EXPORT DataSourceDB::DataTableHandler::DataTableDoorOpenerTypeDependentTags : public DataTable {
 public:
     /// Reads what it remembers from the cache; without cache it starts from 0 and empty texts.
     DataTableDoorOpenerTypeDependentTags();
@@ -22,12 +20,12 @@ public:
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
 
 private:
-    static constexpr auto openerCount = static_cast<std::size_t>(Tables::doorOpeners.rows);
+    static constexpr std::size_t openerCount = 4;
 
     /// Remembers what `values` say; true when a check of the cameras is due. `cleared` tells which openers were switched off.
-    bool remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared);
-    static void clearOpener(DataTagValue_t& values, std::size_t opener);
-    static void updateDirectVideoTags(DataTagValue_t const& values);
+    MEDIADATA_HIDDEN bool remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared);
+    MEDIADATA_HIDDEN static void clearOpener(DataTagValue_t& values, std::size_t opener);
+    MEDIADATA_HIDDEN static void updateDirectVideoTags(DataTagValue_t const& values);
 
     std::array<int, openerCount> m_directVideo{};
     std::array<std::string, openerCount> m_phoneNumber;

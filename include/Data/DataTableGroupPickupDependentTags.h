@@ -7,7 +7,7 @@ namespace Data {
 
 /// Stored as single values. The table tag remembers the tone type as last made consistent: a tone type that differs from it was
 /// changed and decides; otherwise the flags do.
-class DataSourceDB::DataTableHandler::DataTableGroupPickupDependentTags : public DataTable {
+class MEDIADATA_EXPORT DataSourceDB::DataTableHandler::DataTableGroupPickupDependentTags : public DataTable {
 public:
     DataTableGroupPickupDependentTags();
     bool processReadData(DataTagValue_t& values, bool clearFiles) override;

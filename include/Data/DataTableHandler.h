@@ -53,4 +53,8 @@ private:
     int m_changedTables = 0; ///< how many tables are marked as changed
 };
 
+/// Adds back, with its current value from the facade, each tag of `copy` that a reset has dropped from `values`. What cannot be
+/// read stays out.
+MEDIADATA_EXPORT void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy);
+
 } // namespace Data

@@ -3,13 +3,16 @@
 
 #include "Data/DataTable.h"
 
-#include "Tables/Tables.h"
-
 #include <string>
 
 namespace Data {
 
-class XmlTable : public DataSourceDB::DataTableHandler::DataTable {
+namespace Tables {
+struct Column;
+struct Table;
+} // namespace Tables
+
+class MEDIADATA_EXPORT XmlTable : public DataSourceDB::DataTableHandler::DataTable {
 public:
     /// The parser's callbacks; `table` is the XmlTable.
     static void XMLStart(void* table, char const* name, char const** attributes);
@@ -18,23 +21,24 @@ public:
 
 protected:
     /// The description is borrowed for the table's life.
-    explicit XmlTable(Tables::Table const& table);
+    MEDIADATA_HIDDEN explicit XmlTable(Tables::Table const& table);
 
     /// Parses the table tag's text into the cells that `values` holds. Cells without text in it stay as they are.
-    void parse(DataTagValue_t& values);
+    MEDIADATA_HIDDEN void parse(DataTagValue_t& values);
     /// Makes the table tag's text from the cells. A missing cell is told on standard output, the text stays, and it is false.
-    bool buildText(DataTagValue_t& values) const;
+    MEDIADATA_HIDDEN bool buildText(DataTagValue_t& values) const;
     /// Appends the entries of the first `rows` rows; false with a part of them when a cell is missing.
-    bool appendRows(std::string& xml, DataTagValue_t const& values, int rows) const;
+    MEDIADATA_HIDDEN bool appendRows(std::string& xml, DataTagValue_t const& values, int rows) const;
     /// Moves the table tag's text out of the values of the cells into what is to be stored.
-    void moveText(DataTagValue_t& values, DataTagValue_t& toStore) const;
+    MEDIADATA_HIDDEN void moveText(DataTagValue_t& values, DataTagValue_t& toStore) const;
 
     Tables::Table const& m_table;
 
 private:
-    bool appendCell(std::string& xml, Tables::Column const& column, int row, DataTagValue_t const& values) const;
-    void startElement(std::string const& name);
-    void takeText(std::string const& text);
+    MEDIADATA_HIDDEN bool appendCell(std::string& xml, Tables::Column const& column, int row,
+                                     DataTagValue_t const& values) const;
+    MEDIADATA_HIDDEN void startElement(std::string const& name);
+    MEDIADATA_HIDDEN void takeText(std::string const& text);
 };
 
 } // namespace Data

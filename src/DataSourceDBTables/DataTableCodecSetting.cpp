@@ -6,6 +6,7 @@
 #include "Data/RankedTables.h"
 #include "Log.h"
 #include "Tables/Rules.h"
+#include "Tables/Tables.h"
 
 #include <algorithm>
 #include <array>
@@ -61,7 +62,7 @@ bool anyTypeUsable(DataTagValue_t const& values, Numbers const& types)
 
 } // namespace
 
-bool isCodecTableValid(DataTagValue_t const& values)
+bool isCodecTableValid(DataTagValue_t& values)
 {
     Numbers types{};
     Numbers sizes{};

@@ -3,6 +3,7 @@
 
 #include "ClientUtils.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/Tables.h"
 
 #include <iostream>
 #include <optional>

@@ -5,6 +5,7 @@
 #include "Data/DataItemBuilder.h"
 #include "Media/MediaDataCache.h"
 #include "Tables/Rules.h"
+#include "Tables/Tables.h"
 
 #include <utility>
 
@@ -38,6 +39,7 @@ template <class T> bool replace(T& remembered, T value)
 
 DoorOpenerTable::DataTableDoorOpenerTypeDependentTags() : DataTable(doorOpeners.tag, doorOpeners.last)
 {
+    static_assert(openerCount == doorOpeners.rows);
     readOpeners(m_directVideo, eDataTagDoorOpener1DirectVideo);
     readOpeners(m_type, eDataTagDoorOpener1Type);
     readOpeners(m_phoneNumber, eDataTagDoorOpener1PhoneNumber);

@@ -3,6 +3,7 @@
 
 #include "ClientUtils.h"
 #include "Tables/Rules.h"
+#include "Tables/Tables.h"
 
 namespace Data {
 

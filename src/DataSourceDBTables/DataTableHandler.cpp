@@ -78,7 +78,8 @@ std::optional<std::string> currentText(eDataTag tag)
     }
 }
 
-/// Adds back, with its current value, each tag of `copy` that a reset has dropped from `values`.
+} // namespace
+
 void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy)
 {
     for (auto const& [tag, text] : copy)
@@ -86,8 +87,6 @@ void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy)
             if (auto current = currentText(tag))
                 values.emplace(tag, std::move(*current));
 }
-
-} // namespace
 
 Handler::DataTableHandler(std::list<eDataTag> const& tableTags, DataDBCallback* callback) : m_callback(callback)
 {

@@ -2,6 +2,7 @@
 #include "Data/DataTableHeadsetPriorities.h"
 
 #include "Data/RankedTables.h"
+#include "Tables/Tables.h"
 
 namespace Data {
 
@@ -22,5 +23,10 @@ constexpr RankedTableWords words{
 HeadsetTable::DataTableHeadsetPriorities() : RankedTable(Tables::headsets, words, Utils::sortHeadsetsByRank) {}
 
 HeadsetTable::~DataTableHeadsetPriorities() = default;
+
+bool HeadsetTable::checkSaneValues(DataTagValue_t& values, std::vector<HeadsetData>& records)
+{
+    return checkRecords(values, records);
+}
 
 } // namespace Data

@@ -2,6 +2,7 @@
 #include "Data/DataTableSRTPEncryptionSetting.h"
 
 #include "Data/RankedTables.h"
+#include "Tables/Tables.h"
 
 namespace Data {
 
@@ -24,5 +25,10 @@ SRTPEncryptionTable::DataTableSRTPEncryptionSetting()
 {}
 
 SRTPEncryptionTable::~DataTableSRTPEncryptionSetting() = default;
+
+bool SRTPEncryptionTable::checkSaneValues(DataTagValue_t& values, std::vector<SRTPEncryptionData>& records)
+{
+    return checkRecords(values, records);
+}
 
 } // namespace Data

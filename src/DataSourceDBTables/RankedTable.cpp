@@ -3,6 +3,7 @@
 
 #include "ClientUtils.h"
 #include "Log.h"
+#include "Tables/Tables.h"
 
 #include <set>
 
@@ -62,13 +63,14 @@ int RankedTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
 {
     DataTagValue_t previous = values;
     xmlToTableItems(previous, false);
-    std::vector<Row> records;
-    if (checkSaneValues(values, records)) {
+    std::vector<Row> rows;
+    if (checkRows(values, rows)) {
         tableItemsToXml(values);
         moveText(values, toStore);
         return eTableValid;
     }
-    if (checkSaneValues(previous, records)) {
+    rows.clear();
+    if (checkRows(previous, rows)) {
         LOG_ERROR(unit,
                   "DataSourceDB::DataTableHandler::%s::checkTableData -> ocms set failed, restoring previous values \n",
                   m_words.className);
@@ -81,11 +83,11 @@ int RankedTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore)
     return eTableCorrupt;
 }
 
-bool RankedTable::checkSaneValues(DataTagValue_t const& values, std::vector<Row>& records) const
+bool RankedTable::checkRows(DataTagValue_t const& values, std::vector<Row>& rows) const
 {
     Lists lists;
-    records.assign(static_cast<std::size_t>(m_table.rows), Row{});
-    return readRows(values, records, lists) && checkRows(records, lists);
+    rows.resize(static_cast<std::size_t>(m_table.rows)); // all that the cells may name, also before the table was indexed
+    return readRows(values, rows, lists) && judgeRows(rows, lists);
 }
 
 bool RankedTable::readRows(DataTagValue_t const& values, std::vector<Row>& records, Lists& lists) const
@@ -136,7 +138,7 @@ bool RankedTable::readRows(DataTagValue_t const& values, std::vector<Row>& recor
     return true;
 }
 
-bool RankedTable::checkRows(std::vector<Row> const& records, Lists const& lists) const
+bool RankedTable::judgeRows(std::vector<Row> const& records, Lists const& lists) const
 {
     std::set<int> ranks;
     std::set<int> choices;

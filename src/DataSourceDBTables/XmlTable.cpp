@@ -3,6 +3,7 @@
 
 #include "ClientUtils.h"
 #include "Data/DataNames.h"
+#include "Tables/Tables.h"
 #include "XmlParser.h"
 
 #include <algorithm>
