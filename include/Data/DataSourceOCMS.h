@@ -104,6 +104,8 @@ private:
     MEDIADATA_HIDDEN std::span<NamedRow const> findRows(std::string const& itemName) const;
     MEDIADATA_HIDDEN std::vector<Handling>::const_iterator findHandling(eDataTag tag) const;
     MEDIADATA_HIDDEN void completeTable(ManagedTable const& managed, DataTagValue_t& values);
+    /// Takes out the empty packet sizes that completing the codecs added to what was sent: those rows keep theirs.
+    MEDIADATA_HIDDEN static void dropAddedPacketSizes(DataTagValue_t& values, DataTagValue_t const& sent);
     MEDIADATA_HIDDEN void hideTableRows(ManagedTable const& managed, DataTagValue_t& values);
 
     std::vector<NamedRow> m_names; ///< by hash, item and sub-item

@@ -37,6 +37,8 @@ protected:
 private:
     MEDIADATA_HIDDEN bool appendCell(std::string& xml, Tables::Column const& column, int row,
                                      DataTagValue_t const& values) const;
+    /// Tables whose entries are numbered know it themselves; the others are told by initializeIndexMax.
+    MEDIADATA_HIDDEN int lastRow() const;
     MEDIADATA_HIDDEN void startElement(std::string const& name);
     MEDIADATA_HIDDEN void takeText(std::string const& text);
 };

@@ -68,10 +68,11 @@ void XmlTable::takeText(std::string const& text)
     if (m_target == nullptr)
         return;
     if (!m_table.number.empty() && m_currentElement == m_table.number) {
-        m_rowIndex = ClientUtils::stoi(text);
+        // An element without text names no row, although it would read as 0.
+        m_rowIndex = text.empty() ? -1 : ClientUtils::stoi(text);
         return;
     }
-    if (m_rowIndex < 0 || m_rowIndex > m_indexMax)
+    if (m_rowIndex < 0 || m_rowIndex > lastRow())
         return;
     auto const column = std::ranges::find_if(m_table.columns, [this](Tables::Column const& each) {
         return each.form != Tables::Form::none && m_currentElement == each.element;
@@ -83,11 +84,18 @@ void XmlTable::takeText(std::string const& text)
         cell->second = text;
 }
 
+int XmlTable::lastRow() const
+{
+    return m_table.kind == Tables::Kind::numbered ? m_table.rows - 1 : m_indexMax;
+}
+
 void XmlTable::parse(DataTagValue_t& values)
 {
     // A copy: the parse writes into the map that holds the text.
     std::string const text = Tables::cellText(values, m_firstTag);
     m_target = &values;
+    m_rowIndex = -1;
+    m_currentElement.clear();
     XmlParser parser(this, XMLStart, XMLEnd, XMLDataHandler);
     // A text that breaks off has filled the cells up to there; the table's check decides what becomes of them.
     parser.parseMessage(text.c_str(), static_cast<int>(text.size()));
@@ -132,7 +140,7 @@ bool XmlTable::buildText(DataTagValue_t& values) const
     std::string xml;
     if (!standsAlone)
         xml.append("<Schema name=\"").append(m_table.schema).append("\">");
-    if (!appendRows(xml, values, m_indexMax + 1))
+    if (!appendRows(xml, values, lastRow() + 1))
         return false;
     if (!standsAlone)
         xml += "</Schema>";

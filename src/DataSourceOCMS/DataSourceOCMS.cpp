@@ -173,7 +173,9 @@ bool DataSourceOCMS::setData(ManageableData& record)
         LOG_AT(unit, 3, "DataSourceOCMS::setData -> no tags found\n");
         return true;
     }
+    DataTagValue_t const sent = values;
     checkSpecificDataForSet(values);
+    dropAddedPacketSizes(values, sent);
     if (m_cache == nullptr)
         return true;
 

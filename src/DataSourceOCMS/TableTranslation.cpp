@@ -296,28 +296,30 @@ void DataSourceOCMS::completeTable(ManagedTable const& managed, DataTagValue_t& 
     Tables::Table const& table = managed.table;
     eDataTag const typeTag = table.column(Role::choice);
     eDataTag const extraTag = extraColumn(table);
-    if (!values.contains(typeTag))
+    if (m_cache == nullptr || !values.contains(typeTag))
         return;
     LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", managed.setOperation);
 
-    DataTagValue_t const sent = values;
     auto const count = static_cast<std::size_t>(table.rows);
+    auto const first = values.lower_bound(extraTag);
+    bool const isExtra = first != values.end() && first->first < cellTag(extraTag, count);
+    std::string const extra = isExtra ? first->second : std::string();
     processTableForSet(values, managed.name, managed.sortByRank, count, typeTag, table.column(Role::rank),
                        table.column(Role::allowed), table.column(Role::flag), extraTag);
-    if (extraTag == eDataTagNone)
+    if (extraTag == eDataTagNone || extra.empty())
         return;
+    // One packet size, the first one sent, serves all rows.
+    for (std::size_t row = 0; row < count; ++row)
+        values[cellTag(extraTag, row)] = extra;
+}
 
-    // One packet size, the first one sent, serves all rows. Without one the rows left out keep theirs.
-    auto const first = sent.lower_bound(extraTag);
-    bool const isExtra = first != sent.end() && first->first < cellTag(extraTag, count);
-    std::string const extra = isExtra ? first->second : std::string();
-    for (std::size_t row = 0; row < count; ++row) {
-        eDataTag const tag = cellTag(extraTag, row);
-        if (!extra.empty())
-            values[tag] = extra;
-        else if (!sent.contains(tag))
-            values.erase(tag);
-    }
+void DataSourceOCMS::dropAddedPacketSizes(DataTagValue_t& values, DataTagValue_t const& sent)
+{
+    std::erase_if(values, [&sent](auto const& entry) {
+        auto const& [tag, text] = entry;
+        return text.empty() && !sent.contains(tag) && tag >= eDataTagCodecPacketSize1 &&
+               tag < cellTag(eDataTagCodecPacketSize1, Tables::codecs.rows);
+    });
 }
 
 void DataSourceOCMS::hideTableRows(ManagedTable const& managed, DataTagValue_t& values)
@@ -325,7 +327,7 @@ void DataSourceOCMS::hideTableRows(ManagedTable const& managed, DataTagValue_t& 
     Tables::Table const& table = managed.table;
     eDataTag const typeTag = table.column(Role::choice);
     eDataTag const hardwareTag = table.column(Role::flag);
-    if (!values.contains(typeTag))
+    if (m_cache == nullptr || !values.contains(typeTag))
         return;
     LOG_AT(unit, 6, "void Data::DataSourceOCMS::%s(Data::DataTagValue_t&)", managed.getOperation);
 

@@ -37,6 +37,11 @@ protected:
             ++found;
         EXPECT_EQ(found, entries);
 
+        // Whatever was called before, a parse begins with the first row.
+        Table::XMLStart(&table, "Entry", nullptr);
+        Table::XMLStart(&table, "Rank", nullptr);
+        Table::XMLDataHandler(&table, "9", 1);
+        Table::XMLEnd(&table, "Rank");
         table.xmlToTableItems(cells, false);
         cells[tableTag] = before.at(tableTag);
         EXPECT_EQ(cells, before);
@@ -112,6 +117,24 @@ TEST_F(TableClasses, checkCodecsAndRestoreTagsAsFreeFunctions)
     EXPECT_EQ(values,
               (DataTagValue_t{{eDataTagRingerVolume, "8"}, {eDataTagRingerEnabled, "true"}, {eDataTagRingerMelody, "0"}}));
     Media::MediaDataCache::terminate();
+}
+
+TEST_F(TableClasses, countTheRowsOfRingingThemselves)
+{
+    Handler::DataTableDistinctiveRinging ringing; // nobody told it how many rows it has
+    DataTagValue_t cells;
+    ringing.getTableItemTags(cells);
+    EXPECT_EQ(cells.size(), 91U);
+    EXPECT_TRUE(ringing.tableItemsToXml(cells));
+    EXPECT_NE(cells[eDataTagDistinctiveRinging].find("<DistinctiveRingerIndex>14</DistinctiveRingerIndex>"),
+              std::string::npos);
+    for (auto const& [row, text] : std::map<std::string, std::string>{{"14", "boss"}, {"15", ""}, {"-1", ""}}) {
+        cells[eDataTagAlertIdentifier14].clear();
+        cells[eDataTagDistinctiveRinging] = "<Entry><DistinctiveRingerIndex>" + row +
+                                            "</DistinctiveRingerIndex><AlertIdentifier>boss</AlertIdentifier></Entry>";
+        ringing.xmlToTableItems(cells, true);
+        EXPECT_EQ(cells[eDataTagAlertIdentifier14], text) << row;
+    }
 }
 
 TEST_F(TableClasses, andTheManagementSourceLinkFromTheSharedLibrary)

@@ -57,6 +57,19 @@ TEST_F(UnitsAlone, AManagementSourceSaysWhichOfItsTwoMessagesFailedAndThatTheSer
     EXPECT_EQ(text, "untouched");
 }
 
+TEST_F(UnitsAlone, AManagementSourceWithoutACacheLeavesTheTablesOfARequestAsTheyAre)
+{
+    DataSourceOCMS alone(platform, eDataComponentMedia, {}, tagList(1, 629), nullptr, nullptr);
+    DataTagValue_t const rows{{eDataTagCodecType1, "1"}, {eDataTagSRTPEncryptionMethod1, "1"}, {eDataTagHeadsetType1, "1"}};
+    DataTagValue_t same = rows;
+    for (auto const operation :
+         {&DataSourceOCMS::processRequestToSetCodecs, &DataSourceOCMS::processRequestToSetEncryption,
+          &DataSourceOCMS::processRequestToSetHeadsetPriority, &DataSourceOCMS::processRequestToGetCodecs,
+          &DataSourceOCMS::processRequestToGetEncryption, &DataSourceOCMS::processRequestToGetHeadsetPriority})
+        (alone.*operation)(same);
+    EXPECT_EQ(same, rows);
+}
+
 TEST_F(UnitsAlone, ADatabaseSourceRefusesTagsItDoesNotKnowAndSendsOnlyWholeRows)
 {
     DataSourceDB source(platform, {tag(-1), beyond, eDataTagRingerVolume, eDataTagCodecSettings}, nullptr);
