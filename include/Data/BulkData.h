@@ -62,7 +62,7 @@ public:
     std::string serialize();
 
 private:
-    friend class DataCache; ///< reads the tags without the copy that getTags makes
+    friend class DataCache; ///< lists what is in it under its lock, which it gives back before it takes its own
 
     /// All tags asked for, those that have a value with their item.
     using Items = std::map<eDataTag, std::optional<BulkDataItem>>;

@@ -50,12 +50,20 @@ bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue
     }
 }
 
+// Both list the bulk under its own lock, which is given back before the cache's is taken: a bulk whose lock another thread keeps
+// makes its user wait, and nobody else.
+
 bool DataCache::setDataBulk(BulkData& bulk)
 {
+    std::map<eDataTag, BulkDataItem*> values;
+    {
+        ScopedLock const heldOfBulk(*bulk.m_lock);
+        values = bulk.getTagsValues();
+    }
     ScopedLock const held(*m_lock);
     bool accepted = true;
     DataTagValue_t written;
-    for (auto const& [tag, item] : bulk.getTagsValues()) {
+    for (auto const& [tag, item] : values) {
         if (setFromBulk(tag, *item, written)) {
             bulk.setTagWrittenToDb(tag, true);
         } else {
@@ -80,9 +88,14 @@ bool DataCache::setDataBulk(BulkData& bulk)
 
 bool DataCache::getDataBulk(BulkData& bulk)
 {
+    std::vector<eDataTag> tags;
+    {
+        ScopedLock const heldOfBulk(*bulk.m_lock);
+        tags = bulk.listTags();
+    }
     ScopedLock const held(*m_lock);
     bool complete = true;
-    for (auto const tag : bulk.listTags()) {
+    for (auto const tag : tags) {
         auto const* const item = findItem(tag);
         if (!item) {
             LOG_ERROR(unit, "DataCache::getDataBulk - failed to find tag %i\n", tag);

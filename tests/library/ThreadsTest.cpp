@@ -8,6 +8,7 @@
 #include <iostream>
 #include <numeric>
 #include <random>
+#include <stdexcept>
 #include <thread>
 
 using namespace Data;
@@ -152,6 +153,32 @@ TEST_F(Threads, ACallbackMayUseTheCacheThatCalledIt)
         EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), std::to_string(ringerVolume));
         EXPECT_EQ(platform.databaseText("AudioSettings", "HeadsetVolume"), std::to_string(headsetVolume));
     }
+}
+
+/// In a process of its own, since nobody can give the kept lock back.
+void useABulkWhoseLockIsKept(bool (*operation)(BulkData&))
+{
+    using std::chrono::milliseconds;
+    static BulkData bulk;
+    bulk.addTagValue(eDataTagRingerVolume, 5, false);
+    int none = 0;
+    std::thread([&none] { bulk.getTagValue(eDataTagHeadsetVolume, none); }).join(); // keeps it, as it has no such value
+    std::promise<void> begun;
+    std::thread([&] {
+        begun.set_value();
+        operation(bulk);
+    }).detach();
+    begun.get_future().get();
+    std::this_thread::sleep_for(milliseconds(200)); // for the other to get where it waits; is no part of the claim
+    auto reading = std::async(std::launch::async, [] { return presentText(eDataTagRingerVolume); });
+    std::_Exit(reading.wait_for(milliseconds(10000)) == std::future_status::ready ? 0 : 1);
+}
+
+TEST_F(Threads, aBulkWhoseLockIsKeptHoldsUpItsOwnUserAlone)
+{
+    start();
+    for (auto const operation : {&Cache::setDataBulk, &Cache::getDataBulk})
+        EXPECT_EXIT(useABulkWhoseLockIsKept(operation), testing::ExitedWithCode(0), "");
 }
 
 } // namespace
