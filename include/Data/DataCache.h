@@ -60,7 +60,8 @@ public:
     /// The catalogue's type of a tag, 4 when it has none.
     eDataItemType getItemType(eDataTag tag);
 
-    /// False when one of the tags is not held; the callback is registered for the others all the same. Not owned.
+    /// False when one of the tags is not held; the callback is registered for the others all the same. Not owned. Null is never
+    /// called.
     bool registerCallback(std::list<eDataTag> const& tags, DataUpdateCallback* callback);
     /// Takes the callback from the item with the lowest tag and from no other: required behaviour.
     void unregisterCallback(DataUpdateCallback* callback);

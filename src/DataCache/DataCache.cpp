@@ -6,9 +6,9 @@
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceFile.h"
 
+#include "Data/DataSourceOCMS.h"
 #include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
-#include "Data/DataSourceOCMS.h"
 #include "Log.h"
 
 #include "ManageableData.h"
@@ -253,10 +253,10 @@ bool DataCache::registerCallback(std::list<eDataTag> const& tags, DataUpdateCall
     ScopedLock const held(*m_lock);
     bool complete = true;
     for (auto const tag : tags) {
-        if (auto* const item = findItem(tag))
+        auto* const item = findItem(tag);
+        if (item && callback)
             item->addCallback(callback);
-        else
-            complete = false;
+        complete = complete && item;
     }
     return complete;
 }

@@ -5,13 +5,14 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataUpdateCallback.h"
 
-#include "DataCache/CacheLock.h"
 #include "Data/DataSourceOCMS.h"
+#include "DataCache/CacheLock.h"
 #include "Log.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
+#include <exception>
 #include <map>
 #include <optional>
 #include <string>
@@ -127,8 +128,18 @@ void DataCache::notify(Notification& notification)
         ScopedLock const held(*m_lock);
         finishPush(*notification.push);
     }
-    for (auto& [callback, changes] : notification.changes)
-        callback->onDataUpdate(changes);
+    // One that throws does not rob the others of their news.
+    std::exception_ptr first;
+    for (auto& [callback, changes] : notification.changes) {
+        try {
+            callback->onDataUpdate(changes);
+        } catch (...) {
+            if (!first)
+                first = std::current_exception();
+        }
+    }
+    if (first)
+        std::rethrow_exception(first);
 }
 
 void DataCache::notifyChanges()

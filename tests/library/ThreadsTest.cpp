@@ -181,4 +181,34 @@ TEST_F(Threads, aBulkWhoseLockIsKeptHoldsUpItsOwnUserAlone)
         EXPECT_EXIT(useABulkWhoseLockIsKept(operation), testing::ExitedWithCode(0), "");
 }
 
+TEST_F(Threads, aCallbackThatThrowsKeepsNobodyFromHearing)
+{
+    start();
+    std::array<Listener, 3> listeners; // told in the order of their addresses
+    for (std::size_t i = 0; i < listeners.size(); ++i) {
+        EXPECT_TRUE(Cache::registerCallback({eDataTagRingerVolume}, &listeners[i]));
+        if (i < 2)
+            listeners[i].onNews = [i] { throw std::runtime_error("listener " + std::to_string(i)); };
+    }
+    EXPECT_TRUE(Cache::registerCallback({eDataTagRingerVolume}, nullptr));
+    auto push = record("ringer-volume", "6");
+    std::function<void()> const changes[]{[] { Cache::setData(eDataTagRingerVolume, 5, false); },
+                                          [&] { Cache::managementAgent()->setData(push); }};
+    Texts expected;
+    for (auto const& change : changes) {
+        expected.push_back("61=" + std::to_string(5 + expected.size()));
+        std::string thrown;
+        try {
+            change();
+        } catch (std::runtime_error const& error) {
+            thrown = error.what();
+        }
+        EXPECT_EQ(thrown, "listener 0");
+        for (auto const& each : listeners)
+            EXPECT_EQ(each.heard, expected);
+        EXPECT_EQ(Scripted::Platform::heldLocks(), 0);
+    }
+    EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "6");
+}
+
 } // namespace
