@@ -35,6 +35,14 @@ constexpr bool isActionInBatch(eDataTag tag)
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics || tag == eDataTagMobilityDataUpdate;
 }
 
+/// A text as the log may quote it.
+char const* quotable(eDataTag tag, std::string const& text)
+{
+    auto const* const row = DataSourceDB::findDescription(tag);
+    bool const isSecret = row && row->element && ClientUtils::isKnownPasswordDAS(*row->element);
+    return isSecret ? "***" : text.c_str();
+}
+
 } // namespace
 
 DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observedTags, eDataComponent component)
@@ -211,7 +219,8 @@ bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected,
         }
         std::string reason;
         if (!item->setValueString(text, reason)) {
-            LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value '%s' given! '%s'\n", text.c_str(), reason.c_str());
+            LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value '%s' given! '%s'\n", quotable(tag, text),
+                      reason.c_str());
             rejected[tag] = reason;
             accepted = false;
             continue;

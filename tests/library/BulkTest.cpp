@@ -224,4 +224,19 @@ TEST_F(ManyValues, AFlagThatTheFileDoesNotNameGoesBackToItsDefault)
     EXPECT_EQ(listener.heard, (Texts{"128=false 800=true 805=true", "128=true 805=false", "800=false"}));
 }
 
+TEST_F(ExchangeTest, aRefusedSecretIsNotQuotedInTheLog)
+{
+    start();
+    for (auto const& [item, quoted] :
+         {std::pair{"door-opener-pin-1", "***"}, std::pair{"door-opener-name-1", "much too long for a door opener"}}) {
+        platform.clearLogs();
+        auto request = record(item, "much too long for a door opener");
+        EXPECT_FALSE(Cache::managementAgent()->setData(request));
+        ASSERT_EQ(request.rejectReasons().size(), 1U);
+        std::string const& reason = request.rejectReasons().front().reason;
+        EXPECT_EQ(platform.logs(2), Texts{std::string("DataCache::setDataValues - ERR invalid value '") + quoted +
+                                          "' given! '" + reason + "'\n"});
+    }
+}
+
 } // namespace
