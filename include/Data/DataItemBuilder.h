@@ -35,15 +35,30 @@ public:
         DataValue params[2];
     };
 
-    /// One row of the catalogue. The chains point at two steps each; rows with the same chain share them.
+    /// The two steps of a chain, to be iterated and indexed. A view: rows with the same chain share its steps.
+    class Chain {
+    public:
+        constexpr Chain() = default;
+        constexpr Chain(ValidatorAndParams const* steps) : m_steps(steps) {}
+        constexpr ValidatorAndParams const* begin() const { return m_steps; }
+        constexpr ValidatorAndParams const* end() const { return m_steps + size(); }
+        constexpr std::size_t size() const { return m_steps ? 2 : 0; }
+        /// Serves as index operator, too.
+        constexpr operator ValidatorAndParams const*() const { return m_steps; }
+
+    private:
+        ValidatorAndParams const* m_steps = nullptr;
+    };
+
+    /// One row of the catalogue.
     struct DataItemRecord {
         eDataTag tag = eDataTagNone;
         DataValue value;
         eDataComponent component = eDataComponentNone;
         bool isUserData = false;
         bool secondFlag = false; ///< kept in the table; nothing here reads it
-        ValidatorAndParams const* valueChain = nullptr;
-        ValidatorAndParams const* stringChain = nullptr;
+        Chain valueChain;
+        Chain stringChain;
     };
 
     static constexpr std::size_t recordCount = eDataTagEnd + 1;
@@ -78,9 +93,6 @@ public:
     static void addIntoDataMap(std::list<eDataTag> const& tags, bool observed, std::map<eDataTag, DataItemBase*>& map,
                                std::list<eDataTag>& added);
 
-    /// Where the items that addIntoDataMap makes have their values.
-    MEDIADATA_HIDDEN static eDataSource sourceOf(eDataTag tag, bool observed);
-
     static DataValidator* dataValidatorIntRange(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorBasePort(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorIntRangeNot(DataValue const* params, DataValidator* next);
@@ -89,6 +101,12 @@ public:
     static DataValidator* dataValidatorStringNoWhitespace(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorStringBoolean(DataValue const* params, DataValidator* next);
     static DataValidator* dataValidatorStringsAllowed(DataValue const* params, DataValidator* next);
+
+private:
+    friend class DataCache;
+
+    /// Where the items that addIntoDataMap makes have their values.
+    MEDIADATA_HIDDEN static eDataSource sourceOf(eDataTag tag, bool observed);
 };
 
 } // namespace Data

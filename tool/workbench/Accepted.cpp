@@ -78,7 +78,7 @@ std::vector<std::string> legalValues(eDataTag tag)
 {
     if (typeOf(tag) == eDataItemTypeBool)
         return {"true", "false"};
-    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    Builder::ValidatorAndParams const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
     if (!chain)
         return {};
     std::vector<std::string> values;
@@ -108,7 +108,7 @@ std::string acceptedText(eDataTag tag)
     if (tag == eDataTagCountry)
         return "two capital letters";
     std::string text;
-    auto const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
+    Builder::ValidatorAndParams const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
     for (std::size_t step = 0; chain && step < steps; ++step) {
         auto const words = stepText(chain[step]);
         text += (text.empty() || words.empty() ? "" : ", ") + words;
