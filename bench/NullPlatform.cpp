@@ -5,7 +5,6 @@
 #include "DasCrypt.h"
 #include "DataStorage.h"
 #include "HardwareVersion.h"
-#include "PlatformPath.h"
 
 namespace {
 
@@ -51,11 +50,6 @@ void logAppUni(char const*, char const*, int, int, char const*, ...) {}
 bool loggingOnAppUni(char const*, int)
 {
     return false;
-}
-
-std::string platformPath(std::string const& path)
-{
-    return path;
 }
 
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
