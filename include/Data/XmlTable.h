@@ -14,6 +14,10 @@ struct Table;
 
 class MEDIADATA_EXPORT XmlTable : public DataSourceDB::DataTableHandler::DataTable {
 public:
+    ~XmlTable() override; ///< in the source, and with it the class's table of operations
+    XmlTable(XmlTable const&) = delete;
+    XmlTable& operator=(XmlTable const&) = delete;
+
     /// The parser's callbacks; `table` is the XmlTable.
     static void XMLStart(void* table, char const* name, char const** attributes);
     static void XMLEnd(void* table, char const* name);

@@ -44,6 +44,8 @@ void appendElement(std::string& xml, std::string_view name, std::string const& t
 
 XmlTable::XmlTable(Tables::Table const& table) : DataTable(table.tag, table.last), m_table(table) {}
 
+XmlTable::~XmlTable() = default;
+
 void XmlTable::XMLStart(void* table, char const* name, char const** /*attributes*/)
 {
     static_cast<XmlTable*>(table)->startElement(name);
