@@ -39,11 +39,13 @@ public:
     class Chain {
     public:
         constexpr Chain() = default;
+        // NOLINTNEXTLINE(google-explicit-constructor): stands for its steps wherever those are wanted
         constexpr Chain(ValidatorAndParams const* steps) : m_steps(steps) {}
         constexpr ValidatorAndParams const* begin() const { return m_steps; }
         constexpr ValidatorAndParams const* end() const { return m_steps + size(); }
         constexpr std::size_t size() const { return m_steps ? 2 : 0; }
         /// Serves as index operator, too.
+        // NOLINTNEXTLINE(google-explicit-constructor): as above
         constexpr operator ValidatorAndParams const*() const { return m_steps; }
 
     private:
