@@ -224,7 +224,7 @@ TEST_F(ManyValues, AFlagThatTheFileDoesNotNameGoesBackToItsDefault)
     EXPECT_EQ(listener.heard, (Texts{"128=false 800=true 805=true", "128=true 805=false", "800=false"}));
 }
 
-TEST_F(ExchangeTest, aRefusedSecretIsNotQuotedInTheLog)
+TEST_F(ManyValues, ARefusedSecretIsNotQuotedInTheLog)
 {
     start();
     for (auto const& [item, quoted] :

@@ -174,14 +174,14 @@ void useABulkWhoseLockIsKept(bool (*operation)(BulkData&))
     std::_Exit(reading.wait_for(milliseconds(10000)) == std::future_status::ready ? 0 : 1);
 }
 
-TEST_F(Threads, aBulkWhoseLockIsKeptHoldsUpItsOwnUserAlone)
+TEST_F(Threads, ABulkWhoseLockIsKeptHoldsUpItsOwnUserAlone)
 {
     start();
     for (auto const operation : {&Cache::setDataBulk, &Cache::getDataBulk})
         EXPECT_EXIT(useABulkWhoseLockIsKept(operation), testing::ExitedWithCode(0), "");
 }
 
-TEST_F(Threads, aCallbackThatThrowsKeepsNobodyFromHearing)
+TEST_F(Threads, ACallbackThatThrowsKeepsNobodyFromHearing)
 {
     start();
     std::array<Listener, 3> listeners; // told in the order of their addresses

@@ -23,7 +23,7 @@ extern "C" int stat(char const* __restrict path, struct stat* __restrict) noexce
     return -1;
 }
 
-TEST(LeastPlatform, runsTheLibraryWhichThenUsesPathsAsTheyAre)
+TEST(LeastPlatform, RunsTheLibraryWhichThenUsesPathsAsTheyAre)
 {
     auto const context = Bench::makeContext("");
     Media::MediaDataCache::init(*context);

@@ -24,7 +24,7 @@ protected:
 
 } // namespace
 
-TEST_F(SourceAccess, readsAndWritesTheDatabasePastTheItemsOfTheCache)
+TEST_F(SourceAccess, ReadsAndWritesTheDatabasePastTheItemsOfTheCache)
 {
     platform.clearJournal();
     platform.database("AudioSettings", "RingerVolume", "7");
@@ -41,7 +41,7 @@ TEST_F(SourceAccess, readsAndWritesTheDatabasePastTheItemsOfTheCache)
         EXPECT_GT(call.lockDepth, 0) << call.text();
 }
 
-TEST_F(SourceAccess, storesTheTablesOfWhichACellWasWritten)
+TEST_F(SourceAccess, StoresTheTablesOfWhichACellWasWritten)
 {
     DataItem<std::string> cell(eDataTagAlertIdentifier0, eDataSourceDB);
     EXPECT_TRUE(cache.setDataValues({{eDataTagAlertIdentifier0, "boss"}}, rejected, false, false));
@@ -59,7 +59,7 @@ TEST_F(SourceAccess, storesTheTablesOfWhichACellWasWritten)
         EXPECT_GT(call.lockDepth, 0) << call.text();
 }
 
-TEST_F(SourceAccess, asksAndTellsTheManagementService)
+TEST_F(SourceAccess, AsksAndTellsTheManagementService)
 {
     platform.clearJournal();
     platform.management("country", "country", "DE");
@@ -76,7 +76,7 @@ TEST_F(SourceAccess, asksAndTellsTheManagementService)
         EXPECT_GT(call.lockDepth, 0) << call.text();
 }
 
-TEST_F(SourceAccess, answersFalseForTagsOutsideTheCatalogue)
+TEST_F(SourceAccess, AnswersFalseForTagsOutsideTheCatalogue)
 {
     for (eDataTag const tag : outside) {
         DataItem<int> item(tag, eDataSourceDB);
@@ -96,7 +96,7 @@ TEST_F(SourceAccess, answersFalseForTagsOutsideTheCatalogue)
     cache.updateCallbacks(); // meets no tag that it does not hold
 }
 
-TEST_F(SourceAccess, opensAndClosesStoragesAndLearnsTheFlagsAnew)
+TEST_F(SourceAccess, OpensAndClosesStoragesAndLearnsTheFlagsAnew)
 {
     platform.database("AudioSettings", "RingerVolume", "7");
     DataSourceDB source(platform, {}, nullptr);

@@ -18,7 +18,7 @@ using Headsets = Handler::DataTableHeadsetPriorities;
 
 namespace {
 
-class TableClasses : public TablesTest {
+class TableClasses : public StoredTables {
 protected:
     /// The table's cells with their defaults and usable hardware, as text and back.
     template <class Table> void expectRoundTrip(eDataTag tableTag, std::size_t entries)
@@ -53,7 +53,7 @@ protected:
 
 } // namespace
 
-TEST_F(TableClasses, makeTextOfCellsAndCellsOfText)
+TEST_F(TableClasses, MakeTextOfCellsAndCellsOfText)
 {
     store.take(column(eDataTagCodecHardwareAllowed0, "++++"));
     store.take(column(eDataTagSRTPEncryptionHardwareAllowed1, "+++++"));
@@ -63,7 +63,7 @@ TEST_F(TableClasses, makeTextOfCellsAndCellsOfText)
     expectRoundTrip<Headsets>(eDataTagHeadsetPriorities, 3);
 }
 
-TEST_F(TableClasses, fillARecordForEachRow)
+TEST_F(TableClasses, FillARecordForEachRow)
 {
     Encryptions encryptions;
     encryptions.initializeIndexMax();
@@ -97,7 +97,7 @@ TEST_F(TableClasses, fillARecordForEachRow)
     EXPECT_TRUE(types[2].hwAllowed);
 }
 
-TEST_F(TableClasses, checkCodecsAndRestoreTagsAsFreeFunctions)
+TEST_F(TableClasses, CheckCodecsAndRestoreTagsAsFreeFunctions)
 {
     DataTagValue_t cells = range(eDataTagCodecType1, eDataTagCodecPacketSize4);
     cells.merge(column(eDataTagCodecHardwareAllowed0, "++++"));
@@ -119,7 +119,7 @@ TEST_F(TableClasses, checkCodecsAndRestoreTagsAsFreeFunctions)
     Media::MediaDataCache::terminate();
 }
 
-TEST_F(TableClasses, countTheRowsOfRingingThemselves)
+TEST_F(TableClasses, CountTheRowsOfRingingThemselves)
 {
     Handler::DataTableDistinctiveRinging ringing; // nobody told it how many rows it has
     DataTagValue_t cells;
@@ -137,7 +137,7 @@ TEST_F(TableClasses, countTheRowsOfRingingThemselves)
     }
 }
 
-TEST_F(TableClasses, andTheManagementSourceLinkFromTheSharedLibrary)
+TEST_F(TableClasses, AndTheManagementSourceLinkFromTheSharedLibrary)
 {
     DataSourceOCMS source(platform, eDataComponentMedia, {}, {eDataTagRingerVolume}, nullptr, nullptr);
     MgmtAgentIfc& agent = source;

@@ -9,7 +9,7 @@
 using namespace Data;
 using Builder = DataCache::DataItemBuilder;
 
-TEST(CatalogueRecords, haveTwoStepsInEachChain)
+TEST(CatalogueRecords, HaveTwoStepsInEachChain)
 {
     for (auto const& record : Builder::dataItemDefaultTable) {
         for (auto const& chain : {record.valueChain, record.stringChain}) {
@@ -37,7 +37,7 @@ template <class T> constexpr bool showsSourceOf = requires
     T::sourceOf(eDataTagRingerVolume, false);
 };
 
-TEST(CatalogueRecords, keepToThemselvesWhereItemsComeFrom)
+TEST(CatalogueRecords, KeepToThemselvesWhereItemsComeFrom)
 {
     EXPECT_FALSE(showsSourceOf<Builder>);
 }
