@@ -67,13 +67,14 @@ void LogTap::onMessage(Message message)
 
 void LogTap::tell(Message const& message)
 {
-    auto const& [level, place, text] = message;
-    auto const toTell = m_showsSecrets ? text : withoutSecrets(text);
+    auto const toTell = m_showsSecrets ? message.text : withoutSecrets(message.text);
     // What somebody else's command may see is not for this process's log.
-    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(text) : toTell;
-    auto const line = [&](std::string const& words) { return fmt::format("log {} {} {}\n", level, place, cellText(words)); };
+    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(message.text) : toTell;
+    auto const line = [&message](std::string const& words) {
+        return fmt::format("log {} {} {}\n", message.level, message.place, cellText(words));
+    };
     std::fputs(line(toLog).c_str(), stderr);
-    if (m_sender && level <= errorLevel)
+    if (m_sender && message.level <= errorLevel)
         m_sender(line(toTell));
 }
 
