@@ -125,11 +125,13 @@ TEST_F(WorkbenchTest, AnExceptionDoesNotMuteTheLog)
 TEST_F(WorkbenchTest, AWriteThatFailedIsToldOfItsItem)
 {
     openBench();
+    std::vector<Outcome> outcomes;
     limitFiles(1);
-    auto const value = stored(eDataTagRingerVolume, "6");
-    auto const cell = stored(eDataTagAlertType3, "1");
-    bool const failed = bench->storage().takeAny();
+    logOf([&] { outcomes = {stored(eDataTagRingerVolume, "6"), stored(eDataTagAlertType3, "1")}; });
     limitFiles();
+    auto const& value = outcomes.front();
+    auto const& cell = outcomes.back();
+    bool const failed = bench->storage().takeAny();
     EXPECT_EQ(value.result, Result::Failed);
     EXPECT_EQ(value.reason, "the database did not store it, the previous value stands");
     EXPECT_EQ(readValue(eDataTagRingerVolume), defaultOf(eDataTagRingerVolume));
