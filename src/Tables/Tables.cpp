@@ -11,7 +11,6 @@ namespace {
 
 using Description::Id;
 using Settings::Check;
-using Settings::Setting;
 
 /// For each row of settings.def the table to which it belongs.
 constexpr eDataTag parents[] = {
