@@ -128,12 +128,12 @@ Words Registry::optionNames(Words const& words) const
         }
     };
     take(arguments);
-    std::string name;
+    std::string group;
     for (auto const& word : words) {
-        auto const* const verb = find(name.empty() ? word : name + " " + word);
+        auto const* const verb = find(group + word);
         if (!verb)
             continue;
-        name = verb->name;
+        group = verb->name + ' ';
         take(verb->arguments);
     }
     return names;

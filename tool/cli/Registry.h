@@ -13,6 +13,7 @@ class Registry {
 public:
     /// The verbs that are known at a place; `given` is what holds unless the command says otherwise.
     explicit Registry(Place place, General given = {});
+    ~Registry() = default;
     Registry(Registry const&) = delete;
     Registry& operator=(Registry const&) = delete;
 

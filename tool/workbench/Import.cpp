@@ -313,11 +313,8 @@ Report exportDocument(Workbench& workbench, Passphrase const& passphrase)
         // Everything in plain.
     } else if (passphrase) {
         auto const words = passphrase();
-        auto const again = passphrase();
         if (!words || words->empty())
             return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
-        if (words != again)
-            return failure(exitUsage, "", "the two passphrases differ");
         if (!seal(document, *words))
             return failure(exitInternal, "", "the secrets could not be encrypted");
     } else {
