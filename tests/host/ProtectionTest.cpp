@@ -15,6 +15,8 @@
 
 #include <vector>
 
+#include <malloc.h>
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -182,6 +184,16 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
         journal += each.kind + " " + each.item + " " + each.value + "; ";
     EXPECT_EQ(journal.find("requested other-pin-1 ***; reported other-pin-1 ***; requested system-identifier"), 0U)
         << journal;
+}
+
+TEST_F(HostProtection, TheServiceRemembersOfEachItemTheLastRequestOnly)
+{
+    ASSERT_TRUE(open()) << m_error;
+    auto wish = record("system-identifier", std::string(10000, 'x'));
+    auto const before = ::mallinfo2().uordblks;
+    for (int count = 0; count < 500; ++count)
+        ASSERT_TRUE(m_platform->management().requestSet(wish));
+    EXPECT_LT(::mallinfo2().uordblks, before + 2'000'000);
 }
 
 TEST_F(HostProtection, ALogMessageIsOneLineWhateverItQuotes)

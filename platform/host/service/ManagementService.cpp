@@ -3,7 +3,6 @@
 // middle of an operation, and the other parts of a telephone take their time as well.
 #include "service/ManagementService.h"
 
-#include "ManageableData.h"
 #include "MgmtAgentIfc.h"
 #include "secrets/SecretBox.h"
 #include "store/Database.h"
@@ -122,7 +121,7 @@ bool ManagementService::requestSet(ManageableData& record)
         return false;
     for (ManageableData::Entry const& each : record.entries())
         if (each.hasValue)
-            m_requested.push_back({each.item, each.subItem, each.value});
+            m_requested.populate(each.item, each.subItem, each.value);
     return true;
 }
 
@@ -162,17 +161,14 @@ void ManagementService::reportAll()
 
 void ManagementService::dispatch()
 {
-    std::vector<Item> requested;
+    ManageableData requested;
     {
         Threads::Lock const lock(m_mutex);
-        requested.swap(m_requested);
+        std::swap(requested, m_requested);
     }
-    ManageableData record;
-    for (Item const& each : requested)
-        record.populate(each.item, each.subItem, each.value);
     MgmtAgentIfc* const library = agent();
-    if (library != nullptr && !requested.empty())
-        library->manageableDataChanged(record);
+    if (library != nullptr && !requested.entries().empty())
+        library->manageableDataChanged(requested);
 }
 
 bool ManagementService::setOwned(ManageableData& record)

@@ -5,6 +5,7 @@
 #include "AnnotatedMutex.h"
 #include "JournalEntry.h"
 #include "LocalMgmtIfc.h"
+#include "ManageableData.h"
 
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ public:
     /// Reports every item held, as a telephone's service does after start-up.
     void reportAll();
 
-    /// Reports what requests have changed since the last dispatch.
+    /// Reports what requests have changed since the last dispatch, of each item the last value.
     void dispatch();
 
     /// The library's own items: its answer, or false when there is no agent.
@@ -77,7 +78,7 @@ private:
     MgmtAgentIfc* m_agent MEDIADATA_GUARDED_BY(m_mutex) = nullptr;
     // Saved with the next durable change and at the end; when there are many the database takes them.
     std::vector<JournalEntry> m_unsaved MEDIADATA_GUARDED_BY(m_mutex);
-    std::vector<Item> m_requested MEDIADATA_GUARDED_BY(m_mutex);
+    ManageableData m_requested MEDIADATA_GUARDED_BY(m_mutex); // the last value of each item
 };
 
 } // namespace Host
