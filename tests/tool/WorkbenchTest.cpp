@@ -113,6 +113,23 @@ TEST_F(WorkbenchTest, ListenersHearWhatTheApplicationSetsUntilTheyEnd)
     EXPECT_EQ(heard, std::vector{eDataTagRingerVolume});
 }
 
+TEST_F(WorkbenchTest, WhatIsRequestedOfTheServiceIsReportedUnlessAnApplicationDoes)
+{
+    auto const announce = [&](char const* arrived) {
+        EXPECT_TRUE(DataStorage(bench->platform(), "AudioSettings").setDataItem("RingerVolume", arrived));
+        EXPECT_EQ(stored(eDataTagMobilityDataUpdate, "all").result, Result::Stored);
+        return readValue(eDataTagRingerVolume);
+    };
+    openBench();
+    EXPECT_EQ(announce("7"), Json(7));
+    bench.reset();
+    std::filesystem::remove_all(m_directory);
+    attachBench();
+    EXPECT_EQ(announce("6"), defaultOf(eDataTagRingerVolume));
+    m_platform->management().dispatch();
+    EXPECT_EQ(readValue(eDataTagRingerVolume), Json(6));
+}
+
 TEST_F(WorkbenchTest, AnExceptionDoesNotMuteTheLog)
 {
     openBench();

@@ -204,6 +204,7 @@ void store(Workbench& workbench, std::vector<Outcome>& outcomes)
     {
         auto const copies = RingerCopies::atChange(workbench, wanted);
         MediaDataCache::setDataBulk(bulk);
+        workbench.dispatchRequests();
     }
     auto const notStored = workbench.storage().takeItems();
     auto const notTaken = bulk.getTagsNotSetInDb();

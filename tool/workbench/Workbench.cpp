@@ -96,4 +96,10 @@ Host::ManagementService& Workbench::service()
     return m_platform.management();
 }
 
+void Workbench::dispatchRequests()
+{
+    if (!isAttached())
+        service().dispatch();
+}
+
 } // namespace Tool

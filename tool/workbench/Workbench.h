@@ -49,6 +49,11 @@ public:
     bool isAttached() const { return !m_opened; }
     Host::Platform& platform() { return m_platform; }
     Host::ManagementService& service();
+
+    /// Lets the service report what was requested of it, as a telephone's does in time of its own. In an application that is
+    /// left to whoever runs the application's service.
+    void dispatchRequests();
+
     LogTap& log() { return *m_log; }
     StorageFailures& storage() { return m_storage; }
 
