@@ -15,8 +15,10 @@ public:
     virtual ~Executable() = default;
 };
 
-/// The context that the media process is started with.
-class SvcRTEContext : public Context {
+/// The context that the media process is started with. It may also be a StorageGroup: the visibility lets the library find that
+/// across the limits of shared libraries.
+class [[gnu::visibility("default")]] SvcRTEContext : public Context
+{
 public:
     /// The service registered under `name`, or null when there is none. The runtime keeps ownership, and the service outlives
     /// the library's use of it. The library asks once per service, at start-up, with the cache's lock held.

@@ -370,10 +370,13 @@ std::string Seam::failedEncryption()
 std::string Seam::read(std::string const& schema, std::string const& element, bool whole)
 {
     Platform& platform = Platform::current();
-    std::optional<std::string> const found = whole ? platform.databaseTable(schema) : platform.databaseText(schema, element);
-    if (found)
-        return *found;
     Threads::Lock const guard(platform.m_mutex);
+    for (Stored const* const each : {&platform.target(), &platform.m_stored}) {
+        if (auto const table = each->tables.find(schema); whole && table != each->tables.end())
+            return table->second;
+        if (auto const value = each->values.find({schema, element}); !whole && value != each->values.end())
+            return value->second;
+    }
     if (!platform.m_emptyDatabase)
         platform.complain("getDataItem " + schema + " " + (whole ? std::string("(whole table)") : element));
     return "failure";
@@ -381,13 +384,75 @@ std::string Seam::read(std::string const& schema, std::string const& element, bo
 
 bool Seam::write(std::string const& schema, std::string const& element, std::string const& text)
 {
-    Platform::current().database(schema, element, text);
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    platform.target().values[{schema, element}] = text;
     return true;
 }
 
 void Seam::replaceTable(std::string const& schema, std::string const& xml)
 {
-    Platform::current().table(schema, xml);
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    platform.target().tables[schema] = xml;
+}
+
+Stored& Platform::target()
+{
+    return m_group && m_group->thread == std::this_thread::get_id() ? m_group->waiting : m_stored;
+}
+
+bool Seam::beginGroup()
+{
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    if (platform.m_group)
+        return false;
+    platform.m_group = {std::this_thread::get_id(), {}};
+    ++platform.m_groupLimits;
+    return true;
+}
+
+bool Seam::endGroup(bool store)
+{
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    ++platform.m_groupLimits;
+    if (!platform.m_group || platform.m_group->thread != std::this_thread::get_id())
+        return false;
+    Stored const waiting = std::move(platform.m_group->waiting);
+    platform.m_group.reset();
+    for (auto const& [place, text] : waiting.values)
+        if (store)
+            platform.m_stored.values[place] = text;
+    for (auto const& [schema, xml] : waiting.tables)
+        if (store)
+            platform.m_stored.tables[schema] = xml;
+    return store;
+}
+
+std::size_t Seam::groupLimits()
+{
+    Platform& platform = Platform::current();
+    Threads::Lock const guard(platform.m_mutex);
+    return platform.m_groupLimits;
+}
+
+bool GroupingPlatform::beginGroup()
+{
+    return Seam::truth("beginGroup", {}, true, Seam::beginGroup);
+}
+
+bool GroupingPlatform::endGroup()
+{
+    bool asked = false;
+    bool const result = Seam::truth("endGroup", {}, true, [&] {
+        asked = true;
+        return Seam::endGroup(true);
+    });
+    if (!asked) // a fault swallowed the call
+        Seam::endGroup(false);
+    return result;
 }
 
 bool Seam::hardware(std::string const& question)

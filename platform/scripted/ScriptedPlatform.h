@@ -5,6 +5,7 @@
 
 #include "AnnotatedMutex.h"
 #include "ManageableData.h"
+#include "StorageGroup.h"
 #include "SvcRTEContext.h"
 
 #include <cstddef>
@@ -124,7 +125,7 @@ public:
 
     /// The k-th fallible call from now (k = 1: the next) fails, once or from then on: getDataItem answers "failure",
     /// findService null; setDataItem, setDataItems, findDataAccessService, toEncryptedText, fromEncryptedText, readData,
-    /// reportChanged and requestSet answer false and do nothing. Replaces an earlier order; 0 revokes it.
+    /// reportChanged, requestSet and beginGroup answer false and do nothing; endGroup answers false and stores nothing. Replaces an earlier order; 0 revokes it.
     void failCall(std::size_t k, bool forGood = false);
     /// Fallible calls since the platform was made.
     std::size_t fallibleCalls() const;
@@ -147,10 +148,19 @@ private:
     std::string call(std::string const& name, std::vector<std::string> arguments, char const* failure,
                      std::function<std::string()> const& answer);
     void complain(std::string const& what) MEDIADATA_REQUIRES(m_mutex);
+    /// What the calling thread writes into: its group, or else the database.
+    Stored& target() MEDIADATA_REQUIRES(m_mutex);
+
+    struct Group {
+        std::thread::id thread;
+        Stored waiting;
+    };
 
     mutable Threads::Mutex m_mutex;
     std::string m_directory;
     Stored m_stored MEDIADATA_GUARDED_BY(m_mutex);
+    std::optional<Group> m_group MEDIADATA_GUARDED_BY(m_mutex);
+    std::size_t m_groupLimits MEDIADATA_GUARDED_BY(m_mutex) = 0; ///< how many were begun or ended
     std::string m_failedEncryption MEDIADATA_GUARDED_BY(m_mutex);
     bool m_emptyDatabase MEDIADATA_GUARDED_BY(m_mutex) = false;
     std::set<std::string> m_missingSchemas MEDIADATA_GUARDED_BY(m_mutex);
@@ -172,6 +182,15 @@ private:
     std::size_t m_fallibleCalls MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::size_t m_failAt MEDIADATA_GUARDED_BY(m_mutex) = 0;
     bool m_failForGood MEDIADATA_GUARDED_BY(m_mutex) = false;
+};
+
+/// The same platform with groups of writes.
+class GroupingPlatform : public Platform, public StorageGroup {
+public:
+    using Platform::Platform;
+
+    bool beginGroup() override;
+    bool endGroup() override;
 };
 
 } // namespace Scripted

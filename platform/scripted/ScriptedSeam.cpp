@@ -77,8 +77,10 @@ public:
     {
         Row const row(fragment, shape.positionElement);
         bool const hasPosition = !row.positionElement.empty();
-        if (hasPosition && row.positionText == "0")
+        auto const limits = Seam::groupLimits();
+        if ((hasPosition && row.positionText == "0") || limits != m_groupLimits)
             abandon();
+        m_groupLimits = limits;
         std::string const expected = std::to_string(m_rows);
         bool const good = delivered && row.wellFormed && (!hasPosition || row.positionText == expected);
         m_entries += fragment.starts_with("<Entry>") ? fragment : "<Entry>" + fragment + "</Entry>";
@@ -97,6 +99,7 @@ public:
 private:
     std::size_t m_rows = 0;
     bool m_whole = true;
+    std::size_t m_groupLimits = 0;
     std::string m_entries;
 };
 

@@ -35,6 +35,9 @@ struct Seam {
     static std::string read(std::string const& schema, std::string const& element, bool whole);
     static bool write(std::string const& schema, std::string const& element, std::string const& text);
     static void replaceTable(std::string const& schema, std::string const& xml);
+    static bool beginGroup();
+    static bool endGroup(bool store);
+    static std::size_t groupLimits();
     static std::string failedEncryption();
     static bool hardware(std::string const& question);
     static void log(int level, char const* file, std::string text);

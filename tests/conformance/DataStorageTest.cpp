@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <future>
 #include <vector>
 
 namespace {
@@ -138,6 +140,80 @@ TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
         }
     EXPECT_TRUE(send(*platform->storage(table.schema), table, "new", table.rows));
     EXPECT_EQ(stored(), expectedText(table, "new"));
+}
+
+class DatabaseGroup : public Database {
+protected:
+    void SetUp() override
+    {
+        if (platform->group() == nullptr)
+            GTEST_SKIP() << "a platform may do without";
+        ASSERT_TRUE(send(*platform->storage(codecs.schema), codecs, "old", codecs.rows));
+        ASSERT_TRUE(write("RingerVolume", "old"));
+    }
+
+    bool write(std::string const& name, std::string const& text)
+    {
+        return platform->storage("AudioSettings")->setDataItem(name, text);
+    }
+
+    std::vector<std::string> stored()
+    {
+        return {read("AudioSettings", "RingerVolume"), read("AudioSettings", "RingerMelody"),
+                platform->storage(codecs.schema)->getDataItem("", 0)};
+    }
+
+    static bool onAnotherThread(std::function<bool()> const& work) { return std::async(std::launch::async, work).get(); }
+
+    TableCase const& codecs = tableCases[0];
+    std::vector<std::string> const before{"old", "failure", expectedText(codecs, "old")};
+    std::vector<std::string> const after{"newest", "", expectedText(codecs, "new")};
+};
+
+TEST_F(DatabaseGroup, IsSeenByItsThreadAtOnceAndIsStoredAtItsEndOrNotAtAll)
+{
+    for (bool const isEnded : {false, true}) {
+        ASSERT_TRUE(platform->group()->beginGroup());
+        EXPECT_FALSE(platform->group()->beginGroup());
+        EXPECT_TRUE(write("RingerVolume", "new"));
+        EXPECT_TRUE(write("RingerVolume", "newest"));
+        EXPECT_TRUE(write("RingerMelody", ""));
+        EXPECT_TRUE(send(*platform->storage(codecs.schema), codecs, "new", codecs.rows));
+        EXPECT_EQ(stored(), after);
+        EXPECT_TRUE(onAnotherThread([&] { return stored() == before; }));
+        EXPECT_EQ(isEnded && platform->group()->endGroup(), isEnded);
+        platform->restart();
+        EXPECT_EQ(stored(), isEnded ? after : before);
+    }
+    EXPECT_FALSE(platform->group()->endGroup()) << "there is none";
+    ASSERT_TRUE(platform->group()->beginGroup());
+    EXPECT_TRUE(platform->group()->endGroup()) << "an empty one";
+}
+
+TEST_F(DatabaseGroup, TakesNothingOfOtherThreads)
+{
+    ASSERT_TRUE(platform->group()->beginGroup());
+    EXPECT_TRUE(write("RingerVolume", "lost"));
+    EXPECT_TRUE(onAnotherThread([&] {
+        EXPECT_FALSE(platform->group()->beginGroup());
+        EXPECT_FALSE(platform->group()->endGroup());
+        return write("RingerMelody", "kept");
+    }));
+    platform->restart();
+    EXPECT_EQ(stored(), (std::vector<std::string>{"old", "kept", before[2]}));
+}
+
+TEST_F(DatabaseGroup, RefusesAtOnceWhatIsAlwaysRefusedAndAbandonsAPartOfATable)
+{
+    auto const table = platform->storage(codecs.schema);
+    EXPECT_TRUE(send(*table, codecs, "lost", 1));
+    ASSERT_TRUE(platform->group()->beginGroup());
+    EXPECT_FALSE(send(*table, codecs, "<", codecs.rows));
+    EXPECT_TRUE(send(*table, codecs, "lost", codecs.rows - 1));
+    EXPECT_TRUE(platform->group()->endGroup());
+    EXPECT_EQ(stored(), before);
+    EXPECT_TRUE(send(*table, codecs, "new", codecs.rows));
+    EXPECT_EQ(stored()[2], after[2]) << "its first row was taken for the first one";
 }
 
 TEST_F(Database, GivesSecretsBackAcrossRestart)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "DataStorage.h"
+#include "StorageGroup.h"
 #include "SvcRTEContext.h"
 
 #include <memory>
@@ -18,6 +19,9 @@ public:
 
     /// Ends the platform and starts it again over what it keeps. Contexts and storages of before are gone.
     virtual void restart() = 0;
+
+    /// Null when the platform does without.
+    StorageGroup* group() { return dynamic_cast<StorageGroup*>(&context()); }
 
     std::unique_ptr<DataStorage> storage(std::string const& schema)
     {

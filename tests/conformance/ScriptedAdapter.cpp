@@ -21,12 +21,12 @@ public:
 private:
     void start(Scripted::Stored const& stored)
     {
-        m_platform = std::make_unique<Scripted::Platform>(stored);
+        m_platform = std::make_unique<Scripted::GroupingPlatform>(stored);
         m_platform->emptyDatabase();
         m_platform->managementAnswersNothing();
     }
 
-    std::unique_ptr<Scripted::Platform> m_platform;
+    std::unique_ptr<Scripted::GroupingPlatform> m_platform;
 };
 
 } // namespace

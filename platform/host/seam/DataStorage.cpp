@@ -46,7 +46,7 @@ bool DataStorage::setDataItems(std::string const& xmlFragment)
     case Host::TableWrite::Result::gathered:
         return true;
     case Host::TableWrite::Result::complete:
-        return my.database->write({my.schema, "", text});
+        return my.database->store({my.schema, "", text});
     case Host::TableWrite::Result::dropped:
         break;
     case Host::TableWrite::Result::refused:
@@ -73,7 +73,7 @@ bool DataStorage::setDataItem(std::string const& element, std::string const& tex
     if (my.database == nullptr)
         return false;
     if (!element.empty())
-        return my.database->write({my.schema, element, text});
+        return my.database->store({my.schema, element, text});
     my.database->noteFailedWrite({my.schema, element});
     return false;
 }

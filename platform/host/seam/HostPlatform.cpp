@@ -5,6 +5,7 @@
 #include "Files.h"
 #include "mending/DatabaseMending.h"
 #include "seam/HostLog.h"
+#include "seam/LockMark.h"
 #include "secrets/SecretBox.h"
 #include "service/ManagementService.h"
 #include "store/Database.h"
@@ -93,6 +94,20 @@ bool Platform::prepareFlagFile(std::string& error) const
 Executable* Platform::findService(std::string const& name)
 {
     return name == "LocalMgmtIfc" ? m_management.get() : nullptr;
+}
+
+bool Platform::beginGroup()
+{
+    bool const begun = m_database->beginGroup();
+    if (begun)
+        changeLockMark();
+    return begun;
+}
+
+bool Platform::endGroup()
+{
+    changeLockMark();
+    return m_database->endGroup();
 }
 
 std::string const& Platform::directory() const

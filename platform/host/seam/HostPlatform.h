@@ -4,6 +4,7 @@
 #include "AnnotatedMutex.h"
 #include "DeviceProfile.h"
 #include "FailedWrite.h"
+#include "StorageGroup.h"
 #include "SvcRTEContext.h"
 
 #include <memory>
@@ -26,7 +27,7 @@ struct Options {
 
 /// The context to start the library with. One exists per process at a time, since the platform's static functions
 /// (platformPath, HardwareVersion, DasCrypt) answer for it. Destroy everything built from it first.
-class Platform : public SvcRTEContext {
+class Platform : public SvcRTEContext, public StorageGroup {
 public:
     /// Takes the data directory into possession, making what is missing. Null with `error` naming the thing that prevents
     /// it; `inUse`, when given, tells whether that is another process that has the directory.
@@ -40,6 +41,9 @@ public:
 
     /// Knows "LocalMgmtIfc", which is management().
     Executable* findService(std::string const& name) override;
+
+    bool beginGroup() override;
+    bool endGroup() override;
 
     Database& database() { return *m_database; }
     ManagementService& management() { return *m_management; }

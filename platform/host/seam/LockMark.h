@@ -1,4 +1,4 @@
-// Tells whether a thread has taken a lock of the platform between two moments.
+// Tells whether a thread has taken a lock of the platform, or begun or ended a group of writes, between two moments.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 namespace Host {
 
-/// Equal marks mean: the same thread, and no Semaphore taken by it in between.
+/// Equal marks mean: the same thread, no Semaphore taken by it in between, and no group begun or ended.
 struct LockMark {
     std::thread::id thread;
     std::uint64_t taken = 0;
@@ -16,5 +16,8 @@ struct LockMark {
 
 /// The calling thread's mark. Never blocks.
 LockMark lockMark();
+
+/// The calling thread begins or ends a group: its mark changes.
+void changeLockMark();
 
 } // namespace Host

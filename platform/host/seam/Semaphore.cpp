@@ -244,3 +244,8 @@ Host::LockMark Host::lockMark()
 {
     return {std::this_thread::get_id(), t_taken};
 }
+
+void Host::changeLockMark()
+{
+    ++t_taken;
+}

@@ -32,6 +32,12 @@ std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault&
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
 {
     Threads::Lock const lock(m_mutex);
+    if (isInGroup()) {
+        auto const isWanted = [&](StoredItem const& each) { return each.schema == schema && each.element == element; };
+        auto const last = std::find_if(m_group->items.rbegin(), m_group->items.rend(), isWanted);
+        if (last != m_group->items.rend())
+            return last->value;
+    }
     // The first reader is the start-up, which asks for every value once: one statement gets them all. What it does not get
     // is read one by one.
     if (!std::exchange(m_readAhead, true))
@@ -109,11 +115,49 @@ bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<Jou
 bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
     Threads::Lock const lock(m_mutex);
+    return writeOrNote(items, journal);
+}
+
+bool Database::writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
     if (writeWithWaiting(items, journal))
         return true;
     for (StoredItem const& each : items)
         keepFailedWrite({each.schema, each.element});
     return false;
+}
+
+bool Database::isInGroup() const
+{
+    return m_group && m_group->thread == std::this_thread::get_id();
+}
+
+bool Database::beginGroup()
+{
+    Threads::Lock const lock(m_mutex);
+    if (m_group)
+        return false;
+    m_group = {std::this_thread::get_id(), {}};
+    return true;
+}
+
+bool Database::endGroup()
+{
+    Threads::Lock const lock(m_mutex);
+    if (!isInGroup())
+        return false;
+    std::vector<StoredItem> const items = std::move(m_group->items);
+    m_group.reset();
+    return items.empty() || writeOrNote(items, {});
+}
+
+bool Database::store(StoredItem item)
+{
+    Threads::Lock const lock(m_mutex);
+    if (!isInGroup())
+        return writeOrNote({&item, 1}, {});
+    m_group->items.push_back(std::move(item));
+    return true;
 }
 
 void Database::keepFailedWrite(FailedWrite failed)

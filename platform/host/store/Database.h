@@ -14,6 +14,7 @@
 #include <set>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace Host {
@@ -34,12 +35,20 @@ public:
     Database(Database const&) = delete;
     Database& operator=(Database const&) = delete;
 
-    /// Nothing when it was never stored or the file cannot be read (the latter is logged).
+    /// Nothing when it was never stored or the file cannot be read (the latter is logged). What waits in the calling thread's
+    /// group counts as stored.
     std::optional<std::string> read(std::string const& schema, std::string const& element);
 
     /// Stores everything or nothing; durable when true. False is logged and noted for takeFailedWrites().
     bool write(StoredItem const& item) { return write({&item, 1}, {}); }
     bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
+
+    /// As platform/include/StorageGroup.h says: what waits is kept in memory, and endGroup() is one write.
+    bool beginGroup();
+    bool endGroup();
+
+    /// Stores the item with the calling thread's group, when there is one, and otherwise at once.
+    bool store(StoredItem item);
 
     /// Stores the entries in the transaction of the next write, so that they need no sync of their own. Entries that already
     /// wait are stored at once, together with these.
@@ -65,7 +74,14 @@ public:
     bool takeError();
 
 private:
+    struct Group {
+        std::thread::id thread;
+        std::vector<StoredItem> items;
+    };
+
     explicit Database(std::unique_ptr<Connection> connection);
+    bool isInGroup() const MEDIADATA_REQUIRES(m_mutex);
+    bool writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
     bool runItems(std::span<StoredItem const> items) MEDIADATA_REQUIRES(m_mutex);
     bool runJournal(std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
@@ -80,6 +96,7 @@ private:
     std::vector<JournalEntry> m_waiting MEDIADATA_GUARDED_BY(m_mutex); // for the next write
     // From the first read to the first write or the end of the start-up.
     std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);
+    std::optional<Group> m_group MEDIADATA_GUARDED_BY(m_mutex);
     std::set<FailedWrite> m_failedWrites MEDIADATA_GUARDED_BY(m_mutex);
 };
 

@@ -11,7 +11,7 @@
 // refused as well: otherwise the last row's answer would look like success. A writing ends, complete or not,
 //   - with the last row's position,
 //   - when something else is asked of the schema's DataStorage,
-//   - when the thread has taken a lock since the previous row, or another thread writes.
+//   - when the thread has taken a lock, or begun or ended a group, since the previous row, or another thread writes.
 // All rows of one table are stored one after the other within one hold of the cache's lock, so that a lock taken in between
 // belongs to a new operation: this is what finds the first row again after a text with too few rows.
 #pragma once
