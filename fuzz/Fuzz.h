@@ -2,14 +2,7 @@
 // target is one source file; it links with libFuzzer or with replay.cpp, which runs the files of a corpus.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
-#include <sstream>
-#include <string>
-#include <vector>
+#include "../tests/Standard.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 

@@ -7,8 +7,6 @@
 
 #include "ClientUtils.h"
 
-#include <memory>
-
 namespace Fuzz {
 
 /// Kept by the database, and changed by no table and no door opener.
@@ -38,9 +36,7 @@ public:
 
     Library()
     {
-        platform.emptyDatabase();
-        platform.managementAnswersNothing();
-        platform.managementAccepts(true);
+        platform.answerOrdinarily();
         platform.keepJournal(false);
         Cache::init(platform);
         Cache::registerCallback(heldTags(), this);

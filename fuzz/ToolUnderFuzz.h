@@ -15,10 +15,6 @@
 
 #include "HostPlatform.h"
 
-#include <algorithm>
-#include <memory>
-#include <optional>
-
 #include <sodium.h>
 
 /// In the place of the one that takes time and memory on purpose.

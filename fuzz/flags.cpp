@@ -1,13 +1,11 @@
 // The flag file: the input is its content. A model of the file says which flags must have changed.
 #include "LibraryUnderFuzz.h"
 
+#include "Tables/SettingOptions.h"
+
 using namespace Data;
 
 namespace {
-
-constexpr std::array names{"opus_test",           "aes256_test",          "icelite_test",
-                           "rtcpmux_disabled",    "force_nte8_enabled",   "force_nte8_disabled",
-                           "force_nte48_enabled", "force_nte48_disabled", "force_etsi"};
 
 bool flag(eDataTag tag)
 {
@@ -22,8 +20,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
 {
     auto& library = Fuzz::Library::ready();
     std::string base;
-    for (auto const* name : names)
-        base += std::string(name) + " false\n";
+    for (auto const& [word, tag] : Tables::flagWords())
+        base += std::string(word) + " false\n";
     std::map<std::string, std::string> told;
     for (std::string const& line : Fuzz::linesOf(data, size)) {
         std::istringstream words(line);
@@ -36,11 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         flag(eDataTagForceEtsi);
         library.check();
     }
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        std::string value = told.contains(names[i]) ? told[names[i]] : "";
-        std::transform(value.begin(), value.end(), value.begin(), [](unsigned char c) { return std::tolower(c); });
-        EXPECT_EQ(flag(static_cast<eDataTag>(eDataTagOpusTest + i)), value == "true") << names[i];
-    }
+    for (auto const& [word, tag] : Tables::flagWords())
+        EXPECT_EQ(flag(tag), ClientUtils::stob(told[word])) << word;
     EXPECT_EQ(flag(eDataTagCodecHardwareAllowed3), told["opus_test"] != "false");
     for (int row = 0; row < 5; ++row) // the last two need no flag
         EXPECT_EQ(flag(static_cast<eDataTag>(eDataTagSRTPEncryptionHardwareAllowed1 + row)),

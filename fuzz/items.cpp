@@ -4,8 +4,6 @@
 
 #include "Data/DataItem.h"
 
-#include <optional>
-
 using namespace Data;
 
 namespace {

@@ -2,15 +2,6 @@
 // variants of each: a short fuzz run that is the same everywhere.
 #include "Fuzz.h"
 
-#include <cstdlib>
-#include <exception>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <iterator>
-#include <random>
-#include <string>
-
 namespace {
 
 constexpr int variants = 100;

@@ -2,10 +2,7 @@
 #pragma once
 
 #include "ManageableData.h"
-
-#include <array>
-#include <string>
-#include <vector>
+#include "Standard.h"
 
 /// Item, sub-item and value of each entry.
 inline ManageableData record(std::vector<std::array<std::string, 3>> const& entries)

@@ -1,17 +1,12 @@
 // The statements that SQLite runs in this process, watched from inside: which texts, and whether each is one of the library's.
 #pragma once
 
+#include "Standard.h"
 #include "mending/DatabaseMending.h"
 
 #include <sqlite3.h>
 
 #include <dlfcn.h>
-
-#include <fstream>
-#include <iterator>
-#include <set>
-#include <string>
-#include <string_view>
 
 namespace Statements {
 

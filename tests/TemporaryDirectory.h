@@ -1,11 +1,7 @@
 // A fresh directory, removed with all that is in it, and the bytes of a file.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
+#include "Standard.h"
 
 class TemporaryDirectory {
 public:

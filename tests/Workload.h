@@ -10,10 +10,6 @@
 #include "MgmtAgentIfc.h"
 #include "PlatformPath.h"
 
-#include <atomic>
-#include <cstdlib>
-#include <fstream>
-
 namespace Workload {
 
 using namespace Data;

@@ -182,6 +182,13 @@ void Platform::failedEncryptionLeaves(std::string const& text)
     m_failedEncryption = text;
 }
 
+void Platform::answerOrdinarily()
+{
+    emptyDatabase();
+    managementAnswersNothing();
+    managementAccepts(true);
+}
+
 void Platform::managementAnswersNothing()
 {
     Threads::Lock const guard(m_mutex);

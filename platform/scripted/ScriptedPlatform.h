@@ -83,6 +83,8 @@ public:
     void managementAnswersNothing();
     /// What reportChanged and requestSet answer. Not scripted until this is called.
     void managementAccepts(bool accepts);
+    /// The three together: nothing is stored, the management service has nothing and accepts everything.
+    void answerOrdinarily();
     /// findService answers null.
     void managementMissing();
 

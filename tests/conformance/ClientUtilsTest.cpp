@@ -1,11 +1,6 @@
 // The text conversions that every value passes through.
 #include "ClientUtils.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <utility>
-#include <vector>
+#include "../Standard.h"
 
 TEST(TextConversion, StoiReadsASignAndDigitsAndSaturatesAndItosGivesThemBack)
 {
@@ -30,14 +25,4 @@ TEST(TextConversion, StobIsTrueForTrueInAnyLetterCaseOnly)
         EXPECT_FALSE(ClientUtils::stob(text)) << "'" << text << "'";
     EXPECT_EQ(ClientUtils::btos(true), "true");
     EXPECT_EQ(ClientUtils::btos(false), "false");
-}
-
-TEST(Secrets, AreThePasswordsAndPinsOfTheDatabase)
-{
-    for (char const* const element : {"IceServerPwd0", "IceServerPwd1", "Camera1Password", "Camera4Password",
-                                      "DoorOpener1Password", "DoorOpener4Password", "DoorOpener1Pin", "DoorOpener4Pin"})
-        EXPECT_TRUE(ClientUtils::isKnownPasswordDAS(element)) << element;
-    for (char const* const element :
-         {"", "RingerVolume", "IceServerUsername0", "Camera1Username", "DoorOpener1Fpkconfirmation"})
-        EXPECT_FALSE(ClientUtils::isKnownPasswordDAS(element)) << element;
 }

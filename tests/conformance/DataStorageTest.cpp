@@ -2,13 +2,6 @@
 #include "DasCrypt.h"
 #include "PlatformUnderTest.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <functional>
-#include <future>
-#include <vector>
-
 namespace {
 
 /// A table of the database: its rows as the library sends them, with the cells named here.

@@ -5,8 +5,6 @@
 
 #include "HostPlatform.h"
 
-#include <stdexcept>
-
 namespace {
 
 class HostUnderTest : public PlatformUnderTest {

@@ -4,8 +4,6 @@
 #include "PlatformPath.h"
 #include "PlatformUnderTest.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 std::vector<std::string> rootIds(ManageableData const& record)

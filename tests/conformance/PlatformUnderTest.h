@@ -2,12 +2,10 @@
 // linked with one of them and otherwise uses the seam alone.
 #pragma once
 
+#include "../Standard.h"
 #include "DataStorage.h"
 #include "StorageGroup.h"
 #include "SvcRTEContext.h"
-
-#include <memory>
-#include <string>
 
 class PlatformUnderTest {
 public:

@@ -22,8 +22,7 @@ private:
     void start(Scripted::Stored const& stored)
     {
         m_platform = std::make_unique<Scripted::GroupingPlatform>(stored);
-        m_platform->emptyDatabase();
-        m_platform->managementAnswersNothing();
+        m_platform->answerOrdinarily();
     }
 
     std::unique_ptr<Scripted::GroupingPlatform> m_platform;

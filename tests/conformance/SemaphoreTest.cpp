@@ -2,10 +2,6 @@
 #include "Semaphore.h"
 #include "PlatformUnderTest.h"
 
-#include <gtest/gtest.h>
-
-#include <future>
-
 namespace {
 
 constexpr int noWait = 0;

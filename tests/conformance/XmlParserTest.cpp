@@ -2,13 +2,7 @@
 #include "XmlParser.h"
 #include "PlatformUnderTest.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
-#include <functional>
-#include <iterator>
 
 namespace {
 

@@ -7,14 +7,10 @@
 #include "HostLog.h"
 #include "HostPlatform.h"
 
-#include <gtest/gtest.h>
-
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
-#include <iostream>
-#include <string>
 
 class HostTest : public testing::Test {
 protected:

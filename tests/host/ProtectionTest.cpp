@@ -13,8 +13,6 @@
 #include "Data/DataSourceOCMS.h"
 #include "Tables/SettingOptions.h"
 
-#include <vector>
-
 #include <malloc.h>
 
 namespace fs = std::filesystem;

@@ -1,12 +1,6 @@
 // The host's lock under contention: nobody is lost, nobody overtakes, and who gives up leaves no trace.
 #include "Semaphore.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <chrono>
-#include <thread>
-#include <vector>
+#include "../Standard.h"
 
 using namespace std::chrono_literals;
 

@@ -6,9 +6,6 @@
 
 #include <unistd.h>
 
-#include <chrono>
-#include <random>
-
 using Workload::Cache;
 using Clock = std::chrono::steady_clock;
 

@@ -1,10 +1,7 @@
 // The catalogue's records as a client iterates and indexes them.
+#include "../Standard.h"
 #include "Data/DataItemBuilder.h"
 #include "Data/DataValidator.h"
-
-#include <gtest/gtest.h>
-
-#include <memory>
 
 using namespace Data;
 using Builder = DataCache::DataItemBuilder;

@@ -105,9 +105,7 @@ TEST_F(TableClasses, CheckCodecsAndRestoreTagsAsFreeFunctions)
     cells[eDataTagCodecType1] = "4";
     EXPECT_FALSE(isCodecTableValid(cells));
 
-    platform.emptyDatabase();
-    platform.managementAnswersNothing();
-    platform.managementAccepts(true);
+    platform.answerOrdinarily();
     Media::MediaDataCache::init(platform);
     DataTagValue_t values{{eDataTagRingerVolume, "8"}};
     restoreMissingTableTags(values, {{eDataTagRingerVolume, ""},

@@ -1,11 +1,9 @@
 // The library over a platform of exactly the functions that it cannot do without: there is no platformPath.
 #include "../../bench/LibraryContext.h"
+#include "../Standard.h"
 #include "Media/MediaDataCache.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
-#include <string>
 
 #include <sys/stat.h>
 

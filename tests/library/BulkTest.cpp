@@ -3,8 +3,6 @@
 
 #include "MgmtAgentIfc.h"
 
-#include <array>
-
 using namespace Data;
 
 namespace {

@@ -6,10 +6,6 @@
 
 #include "ClientUtils.h"
 
-#include <algorithm>
-#include <climits>
-#include <iostream>
-
 using namespace Data;
 
 namespace {

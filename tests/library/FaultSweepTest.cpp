@@ -7,10 +7,6 @@
 
 #include "ClientUtils.h"
 
-#include <iostream>
-#include <optional>
-#include <set>
-
 using namespace Data;
 using namespace std::string_literals;
 
@@ -191,10 +187,8 @@ class Trial {
 public:
     explicit Trial(Scripted::Stored const& seed = {}) : platform(seed)
     {
-        platform.emptyDatabase();
-        platform.managementAccepts(true);
+        platform.answerOrdinarily();
         platform.management("function-key-def-100", "function-key-def-100", "dial");
-        platform.managementAnswersNothing();
         platform.keepJournal(false);
         platform.onCall([this](Scripted::Call const& call) {
             if (call.injected)

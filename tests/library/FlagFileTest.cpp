@@ -3,8 +3,6 @@
 
 #include "ScriptedFixture.h"
 
-#include <filesystem>
-
 #include <sys/resource.h>
 
 using namespace Data;

@@ -4,9 +4,6 @@
 #include "Data/DataItemBuilder.h"
 #include "ScriptedFixture.h"
 
-#include <memory>
-#include <set>
-
 using namespace Data;
 using Builder = DataCache::DataItemBuilder;
 using Step = Builder::ValidatorAndParams;

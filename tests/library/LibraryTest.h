@@ -2,16 +2,12 @@
 #pragma once
 
 #include "../Records.h"
+#include "../Standard.h"
 #include "Data/BulkData.h"
 #include "Data/DataTypes.h"
 #include "Media/MediaDataCache.h"
 
 #include "ScriptedFixture.h"
-
-#include <list>
-#include <map>
-#include <string>
-#include <vector>
 
 inline std::string valueText(Data::BulkDataItem const& item)
 {
@@ -58,12 +54,7 @@ protected:
     using Cache = Media::MediaDataCache;
     using Texts = std::vector<std::string>;
 
-    LibraryTest()
-    {
-        platform.emptyDatabase();
-        platform.managementAnswersNothing();
-        platform.managementAccepts(true);
-    }
+    LibraryTest() { platform.answerOrdinarily(); }
 
     void TearDown() override
     {

@@ -3,8 +3,6 @@
 
 #include "../Records.h"
 
-#include <algorithm>
-
 namespace {
 
 using Source = DataSourceOCMS;

@@ -14,16 +14,6 @@ Texts reasonsOf(ManageableData const& record)
     return reasons;
 }
 
-Texts valuesOf(ManageableData const& record)
-{
-    Texts values;
-    for (auto const& entry : record.entries()) {
-        if (entry.hasValue)
-            values.push_back(entry.subItem + "=" + entry.value);
-    }
-    return values;
-}
-
 } // namespace
 
 TEST_F(Management, NamesATagThatIsOwnedAndObservedAsObservedAndLogsTheCollision)
@@ -98,17 +88,14 @@ TEST_F(Management, TakesFromARecordOnlyTheCellsThatItHasAndAnswersAllOfATableNam
     auto request = record({{"codecSettings", "codec[2]/rank", "3"}});
     EXPECT_TRUE(source.setData(request));
     EXPECT_EQ(cache.taken.back(), (DataTagValue_t{{tag(114), "3"}}));
-
     for (int number = 109; number <= 124; ++number)
         cache.held[tag(number)] = std::to_string((number - 109) % 4);
     ManageableData read;
     read.setRootId("codecSettings", nullptr);
-    read.setRootId("country", nullptr);
     EXPECT_TRUE(source.getData(read));
-    auto const values = valuesOf(read);
-    ASSERT_EQ(values.size(), 12u) << "codec 3 has no hardware here, and the country is not owned";
-    EXPECT_EQ(values[0], "codec[1]/type=0");
-    EXPECT_EQ(values[11], "codec[3]/packetSize=2");
+    auto const& entries = read.entries();
+    EXPECT_EQ(std::count_if(entries.begin(), entries.end(), [](auto const& each) { return each.hasValue; }), 12)
+        << "codec 3 has no hardware here";
 }
 
 TEST_F(Management, ReportsOwnedItemsAndRequestsAllOthersInOneCallEach)

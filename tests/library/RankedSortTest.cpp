@@ -1,12 +1,8 @@
 // Sorting of the three ranked tables, over every order of ranks and every mix of wrong ones.
+#include "../Standard.h"
 #include "Data/RankedTables.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <climits>
 #include <cmath>
-#include <set>
 
 using namespace Data;
 

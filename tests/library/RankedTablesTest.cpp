@@ -1,6 +1,8 @@
 // The codec, SRTP encryption and headset tables: what their checks take, what they store, what they make of stored texts.
 #include "TablesTest.h"
 
+#include "Tables/Tables.h"
+
 namespace {
 
 using namespace Data;
@@ -80,9 +82,7 @@ TEST_F(StoredTables, AChangedRankedTableIsStoredOrItsPreviousCellsComeBack)
 {
     for (auto const& [name, table, first, letters, accepted, second, secondLetters] : changes) {
         SCOPED_TRACE(name);
-        auto const lastCell = table == codec  ? eDataTagCodecPacketSize4
-                              : table == srtp ? eDataTagSRTPEncryptionAllowed5
-                                              : eDataTagHeadsetAllowed3;
+        auto const lastCell = Tables::find(table)->last;
         store = CellStore();
         ASSERT_TRUE(write(table));
         auto expected = range(table, lastCell);

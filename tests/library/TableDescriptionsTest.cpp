@@ -1,12 +1,8 @@
 // What the descriptions of tables say, over every table and cell; that they fit the settings is checked while compiling.
+#include "../Standard.h"
 #include "Tables/Rules.h"
 
 #include "Data/DataSourceDB.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <set>
 
 using namespace Data;
 

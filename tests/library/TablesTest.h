@@ -1,14 +1,11 @@
 // The table classes driven through their handler, over a stand-in for the cache that keeps every cell as text.
 #pragma once
 
+#include "../Standard.h"
 #include "Data/DataItemBuilder.h"
 #include "Data/DataTableHandler.h"
 
 #include "ScriptedFixture.h"
-
-#include <functional>
-#include <string>
-#include <vector>
 
 /// Cells from `first` on, one letter each: '+' stands for true, '-' for false, '~' for -1, ' ' for none.
 inline Data::DataTagValue_t column(Data::eDataTag first, std::string const& letters)

@@ -3,14 +3,6 @@
 
 #include "../Workload.h"
 
-#include <chrono>
-#include <future>
-#include <iostream>
-#include <numeric>
-#include <random>
-#include <stdexcept>
-#include <thread>
-
 using namespace Data;
 
 namespace {

@@ -16,8 +16,6 @@ using Media::MediaDataCache;
 
 namespace {
 
-constexpr eDataTag beyond = tag(eDataTagEnd + 1);
-
 struct Deaf : DataUpdateCallback {
     void onDataUpdate(BulkData&) override {}
 };
@@ -26,9 +24,7 @@ class UnitsAlone : public StoredTables {
 protected:
     UnitsAlone()
     {
-        platform.emptyDatabase();
-        platform.managementAnswersNothing();
-        platform.managementAccepts(true);
+        platform.answerOrdinarily();
         platform.logLevel(9);
     }
     ~UnitsAlone() override { MediaDataCache::terminate(); }
@@ -70,14 +66,9 @@ TEST_F(UnitsAlone, AManagementSourceWithoutACacheLeavesTheTablesOfARequestAsThey
     EXPECT_EQ(same, rows);
 }
 
-TEST_F(UnitsAlone, ADatabaseSourceRefusesTagsItDoesNotKnowAndSendsOnlyWholeRows)
+TEST_F(UnitsAlone, ADatabaseSourceSendsOnlyWholeRows)
 {
-    DataSourceDB source(platform, {tag(-1), beyond, eDataTagRingerVolume, eDataTagCodecSettings}, nullptr);
-    DataItem<int> volume(eDataTagRingerVolume, eDataSourceDB);
-    for (eDataTag const unknown : {tag(-1), beyond}) {
-        EXPECT_FALSE(source.readDataValue(unknown, &volume));
-        EXPECT_FALSE(source.writeDataValue(unknown, &volume));
-    }
+    DataSourceDB source(platform, {eDataTagCodecSettings}, nullptr);
     DataItem<std::string> table(eDataTagCodecSettings, eDataSourceDB);
     std::string const row = "<CodecType>1</CodecPacketSize>";
     for (auto const& [text, rows] : {std::pair<std::string, std::size_t>{"</CodecPacketSize><CodecType>", 0},
@@ -197,9 +188,9 @@ TEST_F(UnitsAlone, ManagementHearsOfEveryCellOutOfRange)
                                {"codecSettings", subItem, value},
                                {"SRTPEncryptionSettings", "SRTPEncryption[1]/rank", "9"}});
         EXPECT_FALSE(MediaDataCache::setDataOcms(request));
-        auto const& reasons = request.rejectReasons();
-        EXPECT_TRUE(std::any_of(reasons.begin(), reasons.end(),
-                                [&wanted = subItem](auto const& each) { return each.subItem == wanted; }))
-            << subItem << " " << value;
+        std::set<std::string> refused;
+        for (auto const& each : request.rejectReasons())
+            refused.insert(each.subItem);
+        EXPECT_TRUE(refused.contains(subItem)) << subItem << " " << value;
     }
 }

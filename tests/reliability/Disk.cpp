@@ -5,11 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdarg>
-#include <fstream>
-#include <optional>
-#include <utility>
 
 namespace Disk {
 

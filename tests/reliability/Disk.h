@@ -3,10 +3,7 @@
 // the C library, hence sees SQLite's, the key file's and the mending's alike.
 #pragma once
 
-#include <map>
-#include <random>
-#include <string>
-#include <vector>
+#include "../Standard.h"
 
 namespace Disk {
 

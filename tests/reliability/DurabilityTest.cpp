@@ -13,17 +13,9 @@
 #include "ManagementService.h"
 #include "store/Database.h"
 
-#include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <array>
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <iostream>
-#include <memory>
-#include <set>
-#include <thread>
 
 #include <sys/mman.h>
 #include <sys/wait.h>

@@ -2,10 +2,6 @@
 #include "JsonSchema.h"
 #include "ToolRunner.h"
 
-#include <algorithm>
-#include <map>
-#include <set>
-
 namespace ToolTest {
 
 namespace fs = std::filesystem;

@@ -1,9 +1,6 @@
 // A process that holds the data directory and serves the others: real processes, and hostile bytes at its socket.
 #include "ToolRunner.h"
 
-#include <algorithm>
-#include <memory>
-
 #include <sys/file.h>
 #include <sys/fsuid.h>
 #include <sys/socket.h>

@@ -1,10 +1,9 @@
 // Checks JSON values against the part of JSON Schema (draft 2020-12) that docs/json uses.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include "../Standard.h"
 
-#include <algorithm>
-#include <string>
+#include <nlohmann/json.hpp>
 
 namespace ToolTest {
 

@@ -4,8 +4,6 @@
 #include "cli/Registry.h"
 
 #include <iomanip>
-#include <map>
-#include <sstream>
 
 namespace ToolTest {
 

@@ -2,9 +2,6 @@
 // again, neither on the two streams nor in a file. A new verb is a new line of the table; `%` stands for the secret.
 #include "ToolRunner.h"
 
-#include <iostream>
-#include <memory>
-
 namespace ToolTest {
 
 using Secrets = ToolRunner;

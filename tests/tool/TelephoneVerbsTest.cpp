@@ -69,19 +69,6 @@ TEST_F(TelephoneVerbs, SayWhatTheServiceCouldNotStore)
               "headset[1]/allowed = true\nringer-volume = 3\nringer-melody-0 = 2\n");
 }
 
-TEST_F(TelephoneVerbs, HideWhatTheDeviceCannotUse)
-{
-    std::tuple<char const*, char const*, std::ptrdiff_t> const cases[]{
-        {"entry --usb no", "codecSettings", 8},     {"top --usb no", "codecSettings", 4},
-        {"top --usb yes", "headsetPriorities", 0},  {"top --usb no", "headsetPriorities", 3},
-        {"other --usb no", "headsetPriorities", 6}, {"other --usb no", "SRTPEncryptionSettings", 9}};
-    for (auto const& [device, items, hidden] : cases) {
-        ASSERT_EQ(status(std::string("device --model ") + device), 0);
-        auto const values = wordsOf(column(ask(std::string("mgmt get ") + items)["items"], "value"));
-        EXPECT_EQ(std::count(values.begin(), values.end(), "null"), hidden) << items << " of " << device;
-    }
-}
-
 TEST_F(TelephoneVerbs, WriteTheFlagFileAsTheLibraryReadsIt)
 {
     struct {

@@ -3,19 +3,10 @@
 
 #include "../TemporaryDirectory.h"
 
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <fcntl.h>
 #include <sys/wait.h>

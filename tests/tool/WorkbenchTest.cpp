@@ -11,13 +11,6 @@
 #include "ManageableData.h"
 #include "ManagementService.h"
 
-#include <algorithm>
-#include <memory>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
 using namespace Data;
 using namespace Tool;
 using Media::MediaDataCache;
