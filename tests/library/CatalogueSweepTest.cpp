@@ -13,7 +13,7 @@ namespace {
 using Builder = DataCache::DataItemBuilder;
 using Record = Builder::DataItemRecord;
 
-Record const& record(eDataTag tag)
+Record const& rowOf(eDataTag tag)
 {
     return Builder::dataItemDefaultTable[tag];
 }
@@ -27,9 +27,9 @@ std::pair<int, int> bounds(Record const& row)
     return {std::stoi(first.text), std::stoi(second.text)};
 }
 
-bool within(std::pair<int, int> range, long value)
+bool within(std::pair<int, int> bounds, long value)
 {
-    return range.first <= value && value <= range.second;
+    return bounds.first <= value && value <= bounds.second;
 }
 
 bool rowAccepts(Record const& row, int value)
@@ -78,17 +78,17 @@ int offeredNumber(Record const& row, int i)
 
 using namespace std::string_literals;
 // clang-format off
-std::string const texts[]{"", "1", "-1", "+1", "007", " 1", "a b\t", "true", "TRUE", "false", "beep", "\"quote'", "<a&b>",
+std::string const offeredTexts[]{"", "1", "-1", "+1", "007", " 1", "a b\t", "true", "TRUE", "false", "beep", "\"quote'", "<a&b>",
                           "x\0y"s, "\xff\xfe", "99999999999999999999", "Internal.Call", std::string(65536, '&')};
 // clang-format on
 
 /// The i-th text to try: those above, then texts at the bounds of the row's lengths or numbers.
-constexpr int textCount = static_cast<int>(std::size(texts)) + 4;
+constexpr int textCount = static_cast<int>(std::size(offeredTexts)) + 4;
 std::string offeredText(Record const& row, int i)
 {
-    if (i < static_cast<int>(std::size(texts)))
-        return texts[i];
-    int const value = offeredNumber(row, std::array{0, 1, 4, 5}[static_cast<std::size_t>(i) - std::size(texts)]);
+    if (i < static_cast<int>(std::size(offeredTexts)))
+        return offeredTexts[i];
+    int const value = offeredNumber(row, std::array{0, 1, 4, 5}[static_cast<std::size_t>(i) - std::size(offeredTexts)]);
     bool const isLength = row.valueChain[0].builder == Builder::dataValidatorStringLength;
     return isLength ? std::string(static_cast<std::size_t>(std::max(value, 0)), 'l') : std::to_string(value);
 }
@@ -163,7 +163,7 @@ protected:
         for (auto const& [tag, text] : kept(now)) {
             auto const& came = again.at(tag);
             bool const differs = came != text && mayDiffer && databaseRow(tag).parentTable == eDataTagDistinctiveRinging;
-            EXPECT_EQ(came, !differs ? text : isUnstorable ? m_before.at(tag) : record(tag).value.text) << tag;
+            EXPECT_EQ(came, !differs ? text : isUnstorable ? m_before.at(tag) : rowOf(tag).value.text) << tag;
         }
         m_before = again;
         m_expected.clear();
@@ -183,7 +183,7 @@ TEST_F(CatalogueSweep, TypedValuesAreTakenAsTheRowSaysAndSurviveARestart)
     for (int round = 0; round < textCount; ++round) {
         SCOPED_TRACE("round " + std::to_string(round));
         for (auto const tag : heldTags()) {
-            auto const& row = record(tag);
+            auto const& row = rowOf(tag);
             int const value = offeredNumber(row, round % numberCount);
             auto const string = offeredText(row, round);
             bool const flag = round % 2 == 0;
@@ -205,7 +205,7 @@ TEST_F(CatalogueSweep, TypedValuesAreTakenAsTheRowSaysAndSurviveARestart)
                 continue;
             m_writes = 0;
             bool const named = DataSourceOCMS::dataOCMSDescriptionTable[tag].item != nullptr;
-            EXPECT_EQ(Cache::setData(tag, offeredText(record(tag), round), false), named) << tag;
+            EXPECT_EQ(Cache::setData(tag, offeredText(rowOf(tag), round), false), named) << tag;
             EXPECT_EQ(m_writes, 0) << tag;
             ++m_offered;
             m_accepted += named;
@@ -224,9 +224,9 @@ TEST_F(CatalogueSweep, TextsOfTheManagementServiceAreTakenAsTheRowSaysAndSurvive
             auto const& [managedTag, item, subItem] = DataSourceOCMS::dataOCMSDescriptionTable[tag];
             if (item == nullptr)
                 continue;
-            auto const offered = offeredText(record(tag), round);
+            auto const offered = offeredText(rowOf(tag), round);
             std::string expected;
-            bool const accepted = rowAcceptsText(record(tag), offered, expected);
+            bool const accepted = rowAcceptsText(rowOf(tag), offered, expected);
             offer(tag, accepted, expected, [&, root = *item, name = subItem != nullptr ? *subItem : *item] {
                 ManageableData request;
                 request.populate(root, name, offered);

@@ -44,7 +44,7 @@ struct Change {
 };
 
 // clang-format off
-Change const changes[]{
+Change const changedTables[]{
     {"two codecs of one type", codec, eDataTagCodecType2, "3", false},
     {"codec type above 3", codec, eDataTagCodecType1, "4", false},
     {"negative codec type", codec, eDataTagCodecType1, "~", false},
@@ -80,7 +80,7 @@ Change const changes[]{
 
 TEST_F(StoredTables, AChangedRankedTableIsStoredOrItsPreviousCellsComeBack)
 {
-    for (auto const& [name, table, first, letters, accepted, second, secondLetters] : changes) {
+    for (auto const& [name, table, first, letters, accepted, second, secondLetters] : changedTables) {
         SCOPED_TRACE(name);
         auto const lastCell = Tables::find(table)->last;
         store = CellStore();

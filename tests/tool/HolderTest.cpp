@@ -99,19 +99,19 @@ TEST_F(Holder, LetsEveryVerbAnswerAsItDoesAlone)
 TEST_F(Holder, TellsAWatcherWhatAThirdProcessChanges)
 {
     hold();
-    auto text = start("text", {"watch", "*-password-1", "--count", "2"});
-    auto json = start("json", {"watch", "--json"});
+    auto asText = start("text", {"watch", "*-password-1", "--count", "2"});
+    auto asJson = start("json", {"watch", "--json"});
     // Both are known to listen when they have told a change.
-    for (int melody = 0; json.out().empty() || text.out().empty(); ++melody)
+    for (int melody = 0; asJson.out().empty() || asText.out().empty(); ++melody)
         tool({"set", "ringer-melody=" + std::to_string(melody % 7), "camera-password-1=Zebra-" + std::to_string(melody)});
     run("set --watch door-opener-password-1=Zebra ringer-volume=7");
-    EXPECT_EQ(text.end(), 0);
-    EXPECT_EQ(text.out().find("Zebra"), std::string::npos);
-    EXPECT_NE(text.out().find(" camera-password-1 = ********\n"), std::string::npos);
-    EXPECT_TRUE(json.says(R"("item":"ringer-volume","value":7})"));
+    EXPECT_EQ(asText.end(), 0);
+    EXPECT_EQ(asText.out().find("Zebra"), std::string::npos);
+    EXPECT_NE(asText.out().find(" camera-password-1 = ********\n"), std::string::npos);
+    EXPECT_TRUE(asJson.says(R"("item":"ringer-volume","value":7})"));
     EXPECT_EQ(m_holder->end(SIGINT), 0);
-    EXPECT_EQ(json.end(), 5);
-    for (auto const& line : split(json.out(), '\n'))
+    EXPECT_EQ(asJson.end(), 5);
+    for (auto const& line : split(asJson.out(), '\n'))
         EXPECT_TRUE(nlohmann::json::accept(line)) << line;
     EXPECT_EQ(status("watch --count 1 --timeout 1"), 1);
 }

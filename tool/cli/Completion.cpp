@@ -33,7 +33,7 @@ Line withoutOptions(Registry const& registry, Words const& words)
     return line;
 }
 
-Words offered(Argument const* argument, std::string const& word)
+Words offersFor(Argument const* argument, std::string const& word)
 {
     if (!argument)
         return {};
@@ -55,7 +55,7 @@ Words wordsFor(Verb const& verb, std::string const& word)
 {
     auto const place = std::find_if(verb.arguments.begin(), verb.arguments.end(),
                                     [](Argument const& argument) { return !argument.isOption(); });
-    return place == verb.arguments.end() ? optionsWithChoices(verb) : offered(&*place, word);
+    return place == verb.arguments.end() ? optionsWithChoices(verb) : offersFor(&*place, word);
 }
 
 Words behindVerbs(Registry const& registry, Words const& words, std::string const& word)
@@ -76,7 +76,7 @@ Words optionsLike(Registry const& registry, Words const& verbs, std::string cons
     auto const equals = word.find('=');
     if (equals == std::string::npos)
         return registry.optionNames(verbs);
-    auto values = offered(registry.findOption(word.substr(0, equals)), "");
+    auto values = offersFor(registry.findOption(word.substr(0, equals)), "");
     for (auto& value : values) {
         if (!value.starts_with(':'))
             value.insert(0, word, 0, equals + 1);
@@ -96,7 +96,7 @@ Words allCandidates(Words const& words, std::string const& word, Place place)
     Registry const registry(place);
     auto const line = withoutOptions(registry, words);
     if (!line.openOption.empty())
-        return offered(registry.findOption(line.openOption), word);
+        return offersFor(registry.findOption(line.openOption), word);
     if (word.starts_with('-'))
         return optionsLike(registry, line.verbs, word);
     if (!line.verbs.empty()) {

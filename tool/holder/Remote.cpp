@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patience = 1s;
+constexpr auto answerWait = 1s;
 constexpr auto longestSilence = 60s; ///< of a holder that is stopped, say
 constexpr auto longWhile = std::chrono::hours(1);
 
@@ -58,7 +58,7 @@ Channel::Event Remote::next(Message& message, Console& console, int output)
     while (m_begun && output >= 0 && event == Channel::Event::Timeout)
         event = m_channel.receive(message, longWhile, output);
     if (!m_begun) {
-        event = m_channel.receive(message, patience);
+        event = m_channel.receive(message, answerWait);
         if (event == Channel::Event::Timeout)
             console.quiet();
         if (event == Channel::Event::Timeout)

@@ -29,7 +29,7 @@ constexpr std::size_t mostConnections = 64;
 constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
 constexpr auto longestStall = 10s;
-constexpr auto pause = 50ms;
+constexpr auto acceptPause = 50ms;
 
 std::string reason(int code)
 {
@@ -119,7 +119,7 @@ void Server::acceptAll()
 void Server::admit(Host::FileDescriptor socket)
 {
     if (!socket) { // No descriptor is free, and the connection goes on waiting.
-        std::this_thread::sleep_for(pause);
+        std::this_thread::sleep_for(acceptPause);
         return;
     }
     auto const user = peerOf(socket.get()).user;

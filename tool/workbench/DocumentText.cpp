@@ -24,7 +24,7 @@ namespace {
 
 constexpr char const* formatName = "mediadata export";
 constexpr int formatVersion = 1;
-constexpr std::size_t mostBytes = 16UL * 1024 * 1024;
+constexpr std::size_t longestDocument = 16UL * 1024 * 1024;
 constexpr int deepest = 4;
 
 /// The tables that stand by themselves, those with ranks first.
@@ -315,8 +315,8 @@ std::string textOf(Document const& document)
 
 Report parseDocument(std::string const& text, std::string const& fileName, Document& document)
 {
-    if (text.size() > mostBytes)
-        return failure(exitUsage, fileName, fmt::format("is longer than {} bytes", mostBytes));
+    if (text.size() > longestDocument)
+        return failure(exitUsage, fileName, fmt::format("is longer than {} bytes", longestDocument));
     try {
         // By reference: the parser copies what it is given.
         Watcher watcher;

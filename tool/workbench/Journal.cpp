@@ -27,7 +27,7 @@ namespace {
 
 constexpr char const* fileName = "mediadata.history";
 constexpr char const* olderName = "mediadata.history.1";
-constexpr std::size_t mostBytes = 512UL * 1024;
+constexpr std::size_t longestJournal = 512UL * 1024;
 constexpr std::size_t longestValue = 200;
 
 Json stamped(std::string const& who, std::string const& item, Json const& before, Json const& after)
@@ -57,7 +57,7 @@ bool append(Host::DataDirectory const& directory, std::string text, std::string&
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0)
         return false;
-    if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > mostBytes) {
+    if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > longestJournal) {
         if (directory.look(olderName, error) == Host::DataDirectory::State::refused ||
             !directory.rename(fileName, olderName, error))
             return false;

@@ -35,18 +35,18 @@ using Media::MediaDataCache;
 
 namespace {
 
-struct Names {
+struct ManagementNames {
     std::string item;
     std::string subItem;
 };
 
 /// The management names of a tag; nothing when it has none.
-std::optional<Names> managementNames(eDataTag tag)
+std::optional<ManagementNames> managementNames(eDataTag tag)
 {
     auto const& row = DataSourceOCMS::dataOCMSDescriptionTable[tag];
     if (!row.item)
         return std::nullopt;
-    return Names{*row.item, row.subItem ? *row.subItem : *row.item};
+    return ManagementNames{*row.item, row.subItem ? *row.subItem : *row.item};
 }
 
 bool isOwned(eDataTag tag)
@@ -161,7 +161,7 @@ Report managementGet(Workbench& workbench, std::vector<std::string> const& items
     Report report;
     ManageableData asked;
     ManageableData observed;
-    std::vector<std::pair<eDataTag, Names>> wanted;
+    std::vector<std::pair<eDataTag, ManagementNames>> wanted;
     for (auto const& name : items) {
         auto const tags = tagsOf(name);
         if (tags.empty())
