@@ -5,8 +5,8 @@
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
-#include "Data/DataTableHandler.h"
 #include "Data/DataSourceOCMS.h"
+#include "Data/DataTableHandler.h"
 #include "Tables/Tables.h"
 
 #include "ManageableData.h"
