@@ -15,7 +15,9 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
         {0, {"table ringing --alert Emergency.Call"}},
         {2, {"", "frobnicate", "get", "get 61 --no-such-option", "set", "set ringer-volume", "set ringer-volume=1 61=2"}},
         {2, {"set --file /no/such/file", "set --file /", "mgmt set ringer-volume=1 61=2", "catalogue --format xml"}},
-        {2, {"table codec --alert Emergency.Call", "table nonsense", "mobility some", file("bad.conf")}},
+        {2,
+         {"table codec --alert Emergency.Call", "table nonsense", "mobility some", "mobility unmanaged --from -",
+          "mobility all --from /", file("bad.conf")}},
         {3, {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such"}},
         {3, {"set 61=5 no-such-item=1", "reset everything", "table ringing --alert Nobody.Calls"}},
         {4, {"set ringer-volume=9", "set 108=<Schema/>", "set codec[1]/type=0", "get 632", "mgmt changed ringer-volume=2"}},
@@ -67,13 +69,20 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
         {wordsOf("set group-pickup-tone-type=1"), "stored "},
         {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
-        {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "}};
+        {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "},
+        // the database's word for what it does not hold: not as a single text, but in a table or encrypted
+        {wordsOf("set --dry-run MLPP-ringer=failure alert-identifier-9=failure ice-server-pwd-0=failure"),
+         "refused would store would store "},
+        {wordsOf("set MLPP-ringer=failure"), "refused "},
+        {wordsOf("mgmt set MLPP-ringer=failure"), "refused "}};
     for (auto const& [command, expected] : cases) {
         Words asJson = command;
         asJson.push_back("--json");
         auto const answer = tool(asJson).json();
         EXPECT_EQ(column(answer["items"], "result"), expected) << answer;
     }
+    auto const failure = R"({"format": "mediadata export", "version": 1, "settings": {"MLPP-ringer": "failure"}})";
+    EXPECT_EQ(run("import --dry-run -", failure).status, 4);
     EXPECT_EQ(run("set --file -", std::string("63=a\0b", 6)).status, 4);
     EXPECT_EQ(run("set --file -", "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
     EXPECT_EQ(out("get 51 59 SRTPEncryption[5]/method"),

@@ -1,8 +1,10 @@
 #include "workbench/Accepted.h"
 
 #include "workbench/Items.h"
+#include "workbench/Values.h"
 
 #include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
 
 #include "XmlParser.h"
 
@@ -53,6 +55,13 @@ std::string stepText(Step const& step)
 bool isTextOfTable(eDataTag tag)
 {
     return tag == eDataTagRingerAudioFile || (typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone);
+}
+
+/// A text that is stored as it is under an element of its own. Secrets are stored encrypted.
+bool isTextOfElement(eDataTag tag)
+{
+    auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
+    return typeOf(tag) == eDataItemTypeString && row.schema && !row.isTable && !isSecret(tag);
 }
 
 /// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
@@ -117,7 +126,9 @@ std::string acceptedText(eDataTag tag)
         text += std::string(text.empty() ? "" : ", ") + "UTF-8 without control characters";
     if (!text.empty())
         return text;
-    return typeOf(tag) == eDataItemTypeInt ? "a whole number" : "any text";
+    if (typeOf(tag) == eDataItemTypeInt)
+        return "a whole number";
+    return isTextOfElement(tag) ? fmt::format("any text but \"{}\"", databaseFailure) : "any text";
 }
 
 std::string whyUnfit(eDataTag tag, std::string const& text)
@@ -128,6 +139,8 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
         text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     if (tag == eDataTagCountry && !isCode)
         return "is no country code: expected two capital letters";
+    if (text == databaseFailure && isTextOfElement(tag))
+        return "the database cannot keep it: it is its word for what it does not hold";
     return isTextOfTable(tag) && !survivesXml(text) ? "a table cannot hold it: it must be UTF-8 without control characters"
                                                     : "";
 }

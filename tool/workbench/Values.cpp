@@ -70,7 +70,7 @@ std::optional<std::string> storedText(Host::Platform& platform, eDataTag tag)
     auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
     DataStorage storage(platform, *row.schema);
     auto text = storage.getDataItem(*row.element, row.isTable ? 0 : 1);
-    if (text == "failure")
+    if (text == databaseFailure)
         return std::nullopt;
     // What does not decrypt is taken as it is.
     std::string plain;

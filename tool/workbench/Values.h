@@ -33,6 +33,9 @@ ServiceValues serviceValues(Workbench& workbench);
 /// The current value without asking the service; null when there is none.
 Json knownValue(Data::eDataTag tag, ServiceValues const& others);
 
+/// What the database answers for an element that it does not hold.
+inline constexpr char const* databaseFailure = "failure";
+
 /// What lies in the database for an item that has an element of its own, or a whole table's text, decrypted as the library
 /// decrypts it; nothing when nothing was stored.
 std::optional<std::string> storedText(Host::Platform& platform, Data::eDataTag tag);
