@@ -113,8 +113,6 @@ Report set(Workbench& workbench, std::vector<Assignment> const& assignments, Set
     auto const others = serviceValues(workbench);
     std::vector<Outcome> outcomes;
     for (std::size_t index = 0; index < tags.size(); ++index) {
-        if (isSecret(tags[index]))
-            workbench.log().hide(assignments[index].value);
         workbench.journal().ask(tags[index]);
         outcomes.push_back(check(tags[index], assignments[index].value, others));
     }

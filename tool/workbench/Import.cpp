@@ -146,8 +146,6 @@ private:
 
     void addSetting(eDataTag tag, std::string const& text)
     {
-        if (isSecret(tag))
-            m_workbench.log().hide(text);
         m_workbench.journal().ask(tag);
         auto& outcome = m_settings.emplace_back(check(tag, text, {}));
         if (isKept(tag) || outcome.result == Result::Refused)

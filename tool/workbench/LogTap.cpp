@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -32,28 +31,6 @@ void LogTap::takeOver()
     });
 }
 
-void LogTap::showSecrets(bool show)
-{
-    Threads::Lock const held(m_mutex);
-    m_showsSecrets = show;
-}
-
-void LogTap::hide(std::string const& secret)
-{
-    Threads::Lock const held(m_mutex);
-    if (!secret.empty() && std::find(m_secrets.begin(), m_secrets.end(), secret) == m_secrets.end())
-        m_secrets.push_back(secret);
-}
-
-std::string LogTap::withoutSecrets(std::string text) const
-{
-    for (auto const& secret : m_secrets) {
-        for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + masked.size()))
-            text.replace(at, secret.size(), masked);
-    }
-    return text;
-}
-
 void LogTap::onMessage(Message message)
 {
     Threads::Lock const held(m_mutex);
@@ -67,15 +44,10 @@ void LogTap::onMessage(Message message)
 
 void LogTap::tell(Message const& message)
 {
-    auto const toTell = m_showsSecrets ? message.text : withoutSecrets(message.text);
-    // What somebody else's command may see is not for this process's log.
-    auto const toLog = m_sender && !m_logsSecrets ? withoutSecrets(message.text) : toTell;
-    auto const line = [&message](std::string const& words) {
-        return fmt::format("log {} {} {}\n", message.level, message.place, cellText(words));
-    };
-    std::fputs(line(toLog).c_str(), stderr);
+    auto const line = fmt::format("log {} {} {}\n", message.level, message.place, cellText(message.text));
+    std::fputs(line.c_str(), stderr);
     if (m_sender && message.level <= errorLevel)
-        m_sender(line(toTell));
+        m_sender(line);
 }
 
 LogTap::Mute::Mute(LogTap& log) : m_log(log)

@@ -1,5 +1,5 @@
-// The log of this process on its way to standard error: a line a message, secrets masked. The library quotes the values that it
-// refuses, and answers some questions only by refusing: what it says then can be dropped or held back for a while.
+// The log of this process on its way to standard error: a line a message. The library answers some questions only by refusing:
+// what it says then can be dropped or held back for a while.
 #pragma once
 
 #include "AnnotatedMutex.h"
@@ -14,20 +14,13 @@ namespace Tool {
 /// For any thread: the library logs on the one that works. Until takeOver() the log goes where it went.
 class LogTap {
 public:
-    /// `showSecrets`: the user of this process may see them in its log.
-    explicit LogTap(bool showSecrets) : m_logsSecrets(showSecrets), m_showsSecrets(showSecrets) {}
+    LogTap() = default;
     ~LogTap();
     LogTap(LogTap const&) = delete;
     LogTap& operator=(LogTap const&) = delete;
 
     /// Takes the host's log, and gives it back when the object goes. One tap of a process does.
     void takeOver();
-
-    /// The running command may see secrets.
-    void showSecrets(bool show);
-
-    /// Masks the text from now on; the empty one is no secret.
-    void hide(std::string const& secret);
 
     /// Drops what is logged while it lives.
     class Mute {
@@ -82,13 +75,9 @@ private:
 
     void onMessage(Message message);
     void tell(Message const& message) MEDIADATA_REQUIRES(m_mutex);
-    std::string withoutSecrets(std::string text) const MEDIADATA_REQUIRES(m_mutex);
 
-    bool const m_logsSecrets;
     bool m_isTaken = false; ///< for the owner's thread
     mutable Threads::Mutex m_mutex;
-    bool m_showsSecrets MEDIADATA_GUARDED_BY(m_mutex);
-    std::vector<std::string> m_secrets MEDIADATA_GUARDED_BY(m_mutex);
     int m_mutes MEDIADATA_GUARDED_BY(m_mutex) = 0;
     int m_holds MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::vector<Message> m_held MEDIADATA_GUARDED_BY(m_mutex);

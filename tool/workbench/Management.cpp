@@ -118,8 +118,6 @@ Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignmen
             request.report.fail(exitUsage, {name, "given twice"});
             continue;
         }
-        if (isSecret(*tag))
-            workbench.log().hide(text);
         workbench.journal().ask(*tag);
         request.values.emplace_back(*tag, text);
         if (auto reason = whyUnfit(*tag, text); !reason.empty())

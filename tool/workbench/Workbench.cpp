@@ -30,7 +30,7 @@ Workbench::Workbench(Options options, std::unique_ptr<LogTap> log, std::unique_p
 
 std::unique_ptr<Workbench> Workbench::open(Options const& options, std::string& error, bool& inUse)
 {
-    auto log = std::make_unique<LogTap>(options.showSecrets);
+    auto log = std::make_unique<LogTap>();
     log->takeOver();
     auto opened = std::make_unique<Opened>();
     auto directory = options.dataDirectory;
@@ -49,7 +49,7 @@ std::unique_ptr<Workbench> Workbench::open(Options const& options, std::string& 
 
 std::unique_ptr<Workbench> Workbench::attach(Host::Platform& platform, Options const& options)
 {
-    auto log = std::make_unique<LogTap>(options.showSecrets);
+    auto log = std::make_unique<LogTap>();
     std::unique_ptr<Workbench> workbench(new Workbench(options, std::move(log), nullptr, platform));
     ChangeCallback::instance().hearEverything();
     return workbench;
@@ -60,10 +60,6 @@ void Workbench::start()
     {
         auto const copies = RingerCopies::atStart(*this);
         MediaDataCache::init(m_platform);
-    }
-    for (auto const tag : allTags()) {
-        if (isSecret(tag))
-            m_log->hide(readValue(tag).value_or(Json("")).get<std::string>());
     }
     service().setAgent(MediaDataCache::managementAgent());
     {
@@ -83,12 +79,6 @@ Workbench::~Workbench()
     service().setAgent(nullptr);
     MediaDataCache::terminate();
     m_opened->platform.reset();
-}
-
-void Workbench::showSecrets(bool show)
-{
-    m_options.showSecrets = show;
-    m_log->showSecrets(show);
 }
 
 Host::ManagementService& Workbench::service()

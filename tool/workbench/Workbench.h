@@ -45,7 +45,7 @@ public:
     Workbench& operator=(Workbench const&) = delete;
 
     Options const& options() const { return m_options; }
-    void showSecrets(bool show);
+    void showSecrets(bool show) { m_options.showSecrets = show; }
     bool isAttached() const { return !m_opened; }
     Host::Platform& platform() { return m_platform; }
     Host::ManagementService& service();
