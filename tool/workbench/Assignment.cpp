@@ -124,6 +124,7 @@ Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions optio
     bool const secrets = workbench.options().showSecrets;
     checkRingers(outcomes, options.follow);
     checkTables(workbench, outcomes);
+    orderByRank(workbench, outcomes);
     bool const heldBack = options.atomic && holdBack(outcomes);
     std::vector<HeardChange> heard;
     if (!options.dryRun && !heldBack) {

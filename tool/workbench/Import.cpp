@@ -61,6 +61,7 @@ public:
     }
 
     void checkAllTables() { checkTables(m_workbench, m_settings); }
+    void orderAllByRank() { orderByRank(m_workbench, m_settings); }
 
     /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
     /// applied first.
@@ -347,6 +348,7 @@ Report importDocument(Workbench& workbench, Document const& document, ImportOpti
     import.checkAllTables();
     if (!options.dryRun)
         import.applyHardwareFirst();
+    import.orderAllByRank();
     bool const heldBack = options.atomic && import.holdAllBack();
     if (!options.dryRun && !heldBack)
         import.apply(options.atomic);

@@ -231,6 +231,8 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
         }
         if (outcome.result == Result::Stored)
             outcome.result = Result::Taken;
+        if (outcome.result == Result::Taken && outcome.reason.empty())
+            outcome.reason = limitOf(outcome);
         report.raise(rowOf(outcome.result).raises);
         noteRefusals(workbench, {outcome});
         section.rows.push_back({wordOf(outcome.result), nameOf(tag), shown(tag, text, workbench.options().showSecrets),

@@ -10,6 +10,7 @@
 #include "workbench/Workbench.h"
 
 #include "Data/BulkData.h"
+#include "Data/RankedTables.h"
 #include "Media/MediaDataCache.h"
 #include "Tables/Rules.h"
 #include "Tables/SettingOptions.h"
@@ -41,26 +42,6 @@ void addToBulk(BulkData& bulk, eDataTag tag, Json const& value)
 bool alwaysWritten(eDataTag tag)
 {
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics;
-}
-
-/// How long a value lasts when that is not for good.
-std::string limit(Outcome const& outcome)
-{
-    auto const tag = outcome.tag;
-    auto const* const column = Tables::columnOf(tag);
-    if (column && column->role == Tables::Role::identifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
-        return "until the next start, which gives a row without an identifier its default one";
-    if (auto const rule = ringerRuleOf(tag);
-        rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
-        return "until the next start, when a row without an alert identifier may have " + cellText(rule->atStart) + " again";
-    auto const links = cameraLinks([](eDataTag each) { return readValue(each).value_or(Json()); });
-    if (auto const link = links.find(tag); link != links.end() && link->second != outcome.wanted)
-        return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
-    if (column && column->form == Tables::Form::place)
-        return "until the next start: codecs are stored in row order, to re-rank them exchange their types";
-    if (Tables::isHardwareFlag(tag))
-        return "until the next start, which asks the hardware anew";
-    return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
 }
 
 Outcome const* findOutcome(std::vector<Outcome> const& outcomes, eDataTag tag)
@@ -102,12 +83,31 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
     return outcome;
 }
 
+std::string limitOf(Outcome const& outcome)
+{
+    auto const tag = outcome.tag;
+    auto const* const column = Tables::columnOf(tag);
+    if (column && column->role == Tables::Role::identifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
+        return "until the next start, which gives a row without an identifier its default one";
+    if (auto const rule = ringerRuleOf(tag);
+        rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
+        return "until the next start, when a row without an alert identifier may have " + cellText(rule->atStart) + " again";
+    auto const links = cameraLinks([](eDataTag each) { return readValue(each).value_or(Json()); });
+    if (auto const link = links.find(tag); link != links.end() && link->second != outcome.wanted)
+        return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
+    if (column && column->form == Tables::Form::place && outcome.wanted != Json(Tables::codecs.rowOf(tag) + 1))
+        return "until the next start, which ranks codecs in the order of their rows";
+    if (Tables::isHardwareFlag(tag))
+        return "until the next start, which asks the hardware anew";
+    return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
+}
+
 void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     Rehearsal rehearsal;
     for (auto const& outcome : outcomes) {
         if (outcome.result == Result::WouldStore)
-            rehearsal.want(outcome.tag, textOf(outcome.wanted));
+            rehearsal.want(outcome.tag, textOf(outcome.toStore()));
     }
     auto const refused = workbench.quietly([&] { return rehearsal.refused(); });
     for (auto& outcome : outcomes) {
@@ -145,6 +145,38 @@ void checkRingers(std::vector<Outcome>& outcomes, bool follow)
     }
 }
 
+void orderByRank(Workbench& workbench, std::vector<Outcome>& outcomes)
+{
+    auto const& table = Tables::codecs;
+    bool isRanked = false;
+    DataTagValue_t cells;
+    for (auto cell = table.first; cell <= table.last; cell = Tables::cellTag(cell, 1)) {
+        auto const* const named = findOutcome(outcomes, cell);
+        bool const isWanted = named && !named->wanted.is_null();
+        if (isWanted && named->result == Result::Refused)
+            return;
+        isRanked = isRanked || (isWanted && Tables::columnOf(cell)->role == Tables::Role::rank);
+        cells[cell] = textOf(isWanted ? named->wanted : readValue(cell).value_or(Json()));
+    }
+    if (!isRanked)
+        return;
+    Utils::sortCodecsByRank(cells, table.rows);
+    for (auto const& [cell, text] : cells) {
+        auto const named = std::ranges::find(outcomes, cell, &Outcome::tag);
+        if (named == outcomes.end()) {
+            if (auto moved = check(cell, text, {}); moved.result == Result::WouldStore) {
+                moved.reason = "follows from the ranks";
+                outcomes.push_back(std::move(moved));
+            }
+        } else if (!named->wanted.is_null() && textOf(named->wanted) != text) {
+            named->placed = validate(cell, text, named->reason);
+            named->reason = "the rows go in the order of their ranks, which makes it " + text;
+            named->result = Result::WouldStore;
+        }
+    }
+    checkTables(workbench, outcomes);
+}
+
 bool holdBack(std::vector<Outcome>& outcomes)
 {
     if (std::none_of(outcomes.begin(), outcomes.end(), [](Outcome const& each) { return isBad(each.result); }))
@@ -172,7 +204,7 @@ void settle(Outcome& outcome, bool taken, bool tableStored)
     if (!tableStored) {
         outcome.result = Result::Failed;
         outcome.reason = "the database did not store its table, the next start brings the previous value back";
-    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.wanted)) {
+    } else if (storedTableOf(outcome.tag) != eDataTagNone && (!taken || after != outcome.toStore())) {
         outcome.result = Result::Refused;
         outcome.reason = fmt::format("the rules of the table {} undid it", nameOf(storedTableOf(outcome.tag)));
     } else if (!taken) {
@@ -181,7 +213,7 @@ void settle(Outcome& outcome, bool taken, bool tableStored)
                                              : "the management service did not take it";
     } else {
         outcome.result = isFleeting(outcome.tag) ? Result::Taken : Result::Stored;
-        if (after != outcome.wanted)
+        if (after != outcome.toStore())
             outcome.reason = "a dependent rule made it " + cellText(after);
     }
 }
@@ -195,8 +227,8 @@ void store(Workbench& workbench, std::vector<Outcome>& outcomes)
         bool const isFlag = outcome.tag == eDataTagGroupPickupAsRinger || outcome.tag == eDataTagGroupPickupToneAllowed;
         if (outcome.result != Result::WouldStore || (isFlag && settled))
             continue;
-        addToBulk(bulk, outcome.tag, outcome.wanted);
-        wanted.emplace_back(outcome.tag, textOf(outcome.wanted));
+        addToBulk(bulk, outcome.tag, outcome.toStore());
+        wanted.emplace_back(outcome.tag, textOf(outcome.toStore()));
     }
     if (wanted.empty())
         return;
@@ -224,7 +256,7 @@ void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
         bool isUndone = false;
         for (auto& outcome : outcomes) {
             bool const counts = outcome.result == Result::Stored || outcome.result == Result::Unchanged;
-            if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.wanted && pass + 1 < passes) {
+            if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.toStore() && pass + 1 < passes) {
                 outcome.result = Result::WouldStore;
                 outcome.reason.clear();
                 isUndone = true;
@@ -234,7 +266,7 @@ void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
             break;
     }
     for (auto& outcome : outcomes) {
-        if (outcome.result == Result::Stored && outcome.before == outcome.wanted)
+        if (outcome.result == Result::Stored && outcome.before == outcome.toStore() && outcome.placed.is_null())
             outcome.result = Result::Unchanged;
     }
 }
@@ -257,7 +289,7 @@ std::vector<std::string> accountColumns()
 
 std::vector<Json> accountRow(Outcome const& outcome, bool showSecrets)
 {
-    auto const reason = outcome.reason.empty() && isGood(outcome.result) ? limit(outcome) : outcome.reason;
+    auto const reason = outcome.reason.empty() && isGood(outcome.result) ? limitOf(outcome) : outcome.reason;
     return {wordOf(outcome.result),
             nameOf(outcome.tag),
             shown(outcome.tag, outcome.before, showSecrets),

@@ -20,6 +20,9 @@ struct Outcome {
     Json wanted; ///< null when the text was refused
     Result result = Result::Refused;
     std::string reason = {};
+    Json placed = {}; ///< what orderByRank() stores in its place; null: what is wanted
+
+    Json const& toStore() const { return placed.is_null() ? wanted : placed; }
 
     /// What was given, in the item's type when it has one.
     Json given() const { return wanted.is_null() ? Json(text) : wanted; }
@@ -34,6 +37,13 @@ void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes);
 
 /// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
 void checkRingers(std::vector<Outcome>& outcomes, bool follow);
+
+/// Codecs are kept in the order of their rows, whatever their ranks say: where ranks are named, the cells get what the library's
+/// own order of rows makes of them, and those that were not named but change by it are added. For tables that checkTables() let pass.
+void orderByRank(Workbench& workbench, std::vector<Outcome>& outcomes);
+
+/// How long a value lasts when that is not for good; empty otherwise.
+std::string limitOf(Outcome const& outcome);
 
 /// Stores what would be stored, in one bulk set, and says what the library made of it.
 void store(Workbench& workbench, std::vector<Outcome>& outcomes);
