@@ -108,6 +108,14 @@ MgmtAgentIfc* MediaDataCache::managementAgent()
     return data ? &data->managementAgent() : nullptr;
 }
 
+bool MediaDataCache::getPendingUserData(DataTagValue_t& values)
+{
+    auto* const data = cache();
+    if (data)
+        data->getPendingUserData(values);
+    return data != nullptr;
+}
+
 eDataItemType MediaDataCache::getItemType(eDataTag tag)
 {
     auto* const data = cache();

@@ -57,6 +57,8 @@ public:
     bool setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement);
     /// Fills in the current value of each tag that `values` names and the cache holds.
     void getDataValues(DataTagValue_t& values);
+    /// The user settings that changed since an announcement of mobility and wait for being pushed.
+    void getPendingUserData(DataTagValue_t& values);
     /// The catalogue's type of a tag, 4 when it has none.
     eDataItemType getItemType(eDataTag tag);
 

@@ -56,6 +56,9 @@ public:
     /// cache.
     static MgmtAgentIfc* managementAgent();
 
+    /// The user settings that wait for being pushed to the management service; see Data::DataMobility. False without cache.
+    static bool getPendingUserData(Data::DataTagValue_t& values);
+
     /// 4 (invalid) for a tag without record and without cache.
     static Data::eDataItemType getItemType(Data::eDataTag tag);
     /// False when one of the tags is not held, and without cache. The callback is borrowed.

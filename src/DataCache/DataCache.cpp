@@ -247,6 +247,12 @@ void DataCache::getDataValues(DataTagValue_t& values)
     getTexts(values);
 }
 
+void DataCache::getPendingUserData(DataTagValue_t& values)
+{
+    ScopedLock const held(*m_lock);
+    values = push().settings;
+}
+
 void DataCache::getTexts(DataTagValue_t& values)
 {
     for (auto& [tag, text] : values) {
