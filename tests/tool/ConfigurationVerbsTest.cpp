@@ -321,18 +321,19 @@ TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
     auto const whole = exported();
     JsonSchema const schema(json::parse(contentOf(MEDIADATA_SOURCE_DIR "/docs/json/answers.json")));
     // The definition, then the command.
-    auto const cases = split("list: list volume;list: list --changed;get: get 61 no-such;describe: describe codec[1]/type;"
-                             "describe: describe 60;set: set 61=9 51=5 --watch;set: set 61=1 --dry-run;"
-                             "explain: explain 109;explain: explain 632;explain: explain 653;diff: diff;"
-                             "diff --commands: diff --commands;import: import -;reset: reset audio --dry-run;"
-                             "reset: reset audio;reset: reset ringer-volume;history: history;catalogue: catalogue;"
-                             "mgmt get: mgmt get codecSettings ipaddress;mgmt set: mgmt set 61=7 country=FR 62=99;"
-                             "mgmt changed: mgmt changed country=FR;mgmt reset-user-data: mgmt reset-user-data;"
-                             "mgmt journal: mgmt journal;mobility: mobility all;country: country;country: country KR;"
-                             "flags: flags;flags: flags force_etsi=;device: device;table: table codec;"
-                             "table: table group-pickup;failure: describe nothing;failure: import /no/such/file;"
-                             "failure: set",
-                             ';');
+    auto const cases = split(
+        "list: list volume;list: list --changed;get: get 61 no-such;describe: describe codec[1]/type;"
+        "describe: describe 60;set: set 61=9 51=5 --watch;set: set 61=1 --dry-run;"
+        "explain: explain 109;explain: explain 632;explain: explain 653;diff: diff;"
+        "diff --commands: diff --commands;import: import -;reset: reset audio --dry-run;"
+        "reset: reset audio;reset: reset ringer-volume;history: history;catalogue: catalogue;"
+        "mgmt get: mgmt get codecSettings ipaddress;mgmt set: mgmt set 61=7 country=FR 62=99;"
+        "mgmt changed: mgmt changed country=FR;mgmt reset-user-data: mgmt reset-user-data;"
+        "mgmt journal: mgmt journal;mobility: mobility all --from -;mobility: mobility;country: country;country: country KR;"
+        "flags: flags;flags: flags force_etsi=;device: device;table: table codec;"
+        "table: table group-pickup;failure: describe nothing;failure: import /no/such/file;"
+        "failure: set",
+        ';');
     std::set<std::string> answered;
     for (auto const& line : cases) {
         auto const definition = line.substr(0, line.find(':'));

@@ -5,6 +5,8 @@
 
 namespace ToolTest {
 
+using nlohmann::json;
+
 class TelephoneVerbs : public ToolRunner {
 protected:
     /// Columns of a table, each top to bottom.
@@ -40,6 +42,27 @@ TEST_F(TelephoneVerbs, TellTheCodecsVerdictByItsTypeNotByItsRow)
     EXPECT_EQ(columns("codec", "type hardware"), "0 3 2 1 true false true true ");
 }
 
+/// Each answer comes from a process of its own, after a restart therefore.
+TEST_F(TelephoneVerbs, RankCodecsForGoodByMovingThem)
+{
+    auto const preview = ask("set --dry-run codec[1]/rank=4 codec[4]/rank=1")["items"];
+    auto const items = ask("set codec[1]/rank=4 codec[4]/rank=1")["items"];
+    EXPECT_EQ(column(items, "item"),
+              "codec[1]/rank codec[4]/rank codec[1]/type codec[4]/type codec[1]/allowed codec[4]/allowed ");
+    EXPECT_EQ(column(items, "item") + column(items, "new"), column(preview, "item") + column(preview, "new"));
+    EXPECT_EQ(column(items, "result"), "stored stored stored stored stored stored ");
+    EXPECT_EQ(columns("codec", "rank type allowed"), "1 2 3 4 1 0 2 3 false true true true ");
+    auto const document = R"({"format": "mediadata export", "version": 1,
+                              "tables": {"codec": {"codec[1]/rank": 2, "codec[2]/rank": 1, "codec[2]/type": 0}}})";
+    EXPECT_EQ(run("import -", document).status, 0);
+    EXPECT_EQ(columns("codec", "type allowed"), "0 1 2 3 true false true true ");
+    EXPECT_EQ(status("set codec[1]/rank=2"), 4); // and nothing has rank 1
+    // The service's request is the telephone's own, and says what comes of it.
+    EXPECT_EQ(ask("mgmt set codec[1]/rank=2 codec[2]/rank=1")["items"][1]["reason"],
+              "until the next start, which ranks codecs in the order of their rows");
+    EXPECT_EQ(columns("codec", "type"), "0 1 2 3 ");
+}
+
 TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
 {
     auto const answer = ask("mgmt set ringer-volume=6 moh-enabled=maybe country=DE");
@@ -50,6 +73,24 @@ TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
     auto const unchanged = ask("mgmt set ringer-volume=6");
     EXPECT_EQ(unchanged["items"][0]["reason"], "UNCHANGED_DATA: ringer-volume");
     EXPECT_EQ(unchanged["exit"], 4);
+}
+
+TEST_F(TelephoneVerbs, LetTheDataOfAnotherUserArrive)
+{
+    auto const with = [](std::string const& rest) {
+        return R"({"format": "mediadata export", "version": 1, )" + rest + "}";
+    };
+    auto const guest = with(R"("settings": {"ringer-volume": 7, "room-character": 2}, "service": {"country": "FR"},
+        "tables": {"ringing": {"alert-identifier-3": "Guest", "ringer-melody-3": 5}, "headset": {"headset[3]/allowed": false}})");
+    for (auto const* const wrong : {R"("settings": {"ringer-volume": 7, "headset-volume": 9})", R"("settings": {"x": 7})",
+                                    R"("tables": {"headset": {"headset[1]/rank": 2}}, "settings": {"ringer-volume": 7})"})
+        EXPECT_GE(run("mobility all --from -", with(wrong)).status, 3) << wrong;
+    EXPECT_EQ(ask("list --changed")["items"], json::array());
+    EXPECT_EQ(column(run("mobility all --json --from -", guest).json()["changed"], "item"),
+              "ringer-volume alert-identifier-3 ringer-melody-3 headset[3]/allowed mobility-user-data-update ");
+    EXPECT_EQ(out("get 61 58 alert-identifier-3 ringer-melody-3 headset[3]/allowed country"),
+              "ringer-volume = 7\nroom-character = 0\nalert-identifier-3 = Guest\nringer-melody-3 = 5\n"
+              "headset[3]/allowed = false\ncountry = country\n");
 }
 
 TEST_F(TelephoneVerbs, SayWhatTheServiceCouldNotStore)

@@ -69,6 +69,27 @@ void Rehearsal::want(ManageableData request)
     DataSourceOCMS(none, eDataComponentMedia, {}, {allTags().begin(), allTags().end()}, this, nullptr).setData(request);
 }
 
+DataTagValue_t Rehearsal::write()
+{
+    Handler handler(rehearsedTables(), this);
+    for (auto const& [tag, text] : m_values)
+        handler.setTableChanged(storedTableOf(tag));
+    DataTagValue_t rejected;
+    handler.writeTablesToDB(rejected);
+    return rejected;
+}
+
+DataTagValue_t Rehearsal::tableTexts()
+{
+    write();
+    DataTagValue_t texts;
+    for (auto const table : rehearsedTables()) {
+        if (auto const written = m_values.find(table); written != m_values.end())
+            texts.insert(*written);
+    }
+    return texts;
+}
+
 std::map<eDataTag, std::string> Rehearsal::refused()
 {
     std::map<eDataTag, std::string> result;
@@ -76,12 +97,7 @@ std::map<eDataTag, std::string> Rehearsal::refused()
     for (auto const& moment : moments) {
         m_values = wanted; // The check restores what it rejects.
         m_atStart = moment.atStart;
-        Handler handler(rehearsedTables(), this);
-        for (auto const& [tag, text] : wanted)
-            handler.setTableChanged(storedTableOf(tag));
-        DataTagValue_t rejected;
-        handler.writeTablesToDB(rejected);
-        for (auto const& [tag, text] : rejected) {
+        for (auto const& [tag, text] : write()) {
             if (auto const table = storedTableOf(tag); table != eDataTagNone)
                 result.try_emplace(table, fmt::format(fmt::runtime(moment.refusal), nameOf(table), demand));
         }

@@ -26,6 +26,9 @@ public:
     /// The tables with wanted cells that their checks would not take, and why. The library logs the details.
     std::map<Data::eDataTag, std::string> refused();
 
+    /// The texts of the tables with wanted cells as the database would get them.
+    Data::DataTagValue_t tableTexts();
+
     /// The tables as a start reads them out of `stored`, a map with texts of tables and single items; everything else starts
     /// with its default.
     Data::DataTagValue_t read(Data::DataTagValue_t stored);
@@ -34,6 +37,9 @@ public:
     std::vector<std::pair<Data::eDataTag, std::string>> const& refusals() const { return m_refusals; }
 
 private:
+    /// Has the library write the tables with wanted cells, and answers the cells of those that it would not take.
+    Data::DataTagValue_t write();
+
     void dbCBGetDataValues(Data::DataTagValue_t& values) override;
     bool dbCBSetDataValues(Data::DataTagValue_t const& values, bool persist, bool toManagement) override;
     void dbCBGetFailed(Data::eDataTag tag) override;
