@@ -31,7 +31,8 @@ public:
     /// out of reach, answers exactly "failure"; an element stored as empty text answers "".
     virtual std::string getDataItem(std::string const& element, int flag);
 
-    /// Stores the text of one element; durable when it returns true. False leaves the previous text.
+    /// Stores the text of one element; durable when it returns true. False leaves the previous text. The text "failure",
+    /// which would read as never stored, is refused.
     virtual bool setDataItem(std::string const& element, std::string const& text);
 
 private:

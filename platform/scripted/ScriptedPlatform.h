@@ -72,7 +72,7 @@ public:
     Stored stored() const;
     /// The stored form of a secret, as DasCrypt makes it here.
     static std::string encrypted(std::string const& plain);
-    /// What an encryption that fails leaves in its output: nothing until this is called.
+    /// What an encryption that fails leaves in its output: "failure", which the database refuses, until this is called.
     void failedEncryptionLeaves(std::string const& text);
 
     // --- Answers of the management service ---
@@ -163,7 +163,7 @@ private:
     Stored m_stored MEDIADATA_GUARDED_BY(m_mutex);
     std::optional<Group> m_group MEDIADATA_GUARDED_BY(m_mutex);
     std::size_t m_groupLimits MEDIADATA_GUARDED_BY(m_mutex) = 0; ///< how many were begun or ended
-    std::string m_failedEncryption MEDIADATA_GUARDED_BY(m_mutex);
+    std::string m_failedEncryption MEDIADATA_GUARDED_BY(m_mutex) = "failure";
     bool m_emptyDatabase MEDIADATA_GUARDED_BY(m_mutex) = false;
     std::set<std::string> m_missingSchemas MEDIADATA_GUARDED_BY(m_mutex);
     std::unique_ptr<Management> m_management;

@@ -225,6 +225,16 @@ TEST_F(Database, GivesSecretsBackAcrossRestart)
     }
 }
 
+TEST_F(Database, RefusesWhatWouldReadAsNeverStoredAndWhatAFailedEncryptionLeaves)
+{
+    ASSERT_TRUE(platform->storage("ICESettings")->setDataItem("IceServerPwd0", "before"));
+    for (std::string const& text : {std::string("failure"), platform->failedEncryption("plain")})
+        EXPECT_FALSE(platform->storage("ICESettings")->setDataItem("IceServerPwd0", text)) << text;
+    EXPECT_EQ(read("ICESettings", "IceServerPwd0"), "before");
+    for (std::string const text : {"Failure", "failure ", "failures"})
+        EXPECT_TRUE(platform->storage("ICESettings")->setDataItem("IceServerPwd0", text)) << text;
+}
+
 TEST_F(Database, RefusesASecretThatWasAlteredOrNeverEncrypted)
 {
     std::string stored;

@@ -3,6 +3,7 @@
 
 #include "../TemporaryDirectory.h"
 
+#include "DasCrypt.h"
 #include "HostPlatform.h"
 
 namespace {
@@ -17,6 +18,15 @@ public:
     {
         m_platform.reset();
         open();
+    }
+
+    std::string failedEncryption(std::string const& plain) override
+    {
+        std::string left;
+        m_platform.reset();
+        EXPECT_FALSE(DasCrypt::toEncryptedText(plain, left)) << "without a data directory there is no key";
+        open();
+        return left;
     }
 
 private:

@@ -21,6 +21,9 @@ public:
     /// Null when the platform does without.
     StorageGroup* group() { return dynamic_cast<StorageGroup*>(&context()); }
 
+    /// What DasCrypt::toEncryptedText leaves of a text when it fails.
+    virtual std::string failedEncryption(std::string const& plain) = 0;
+
     std::unique_ptr<DataStorage> storage(std::string const& schema)
     {
         return std::make_unique<DataStorage>(context(), schema);

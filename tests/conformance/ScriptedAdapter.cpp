@@ -1,6 +1,7 @@
 // The scripted platform under the conformance suite.
 #include "PlatformUnderTest.h"
 
+#include "DasCrypt.h"
 #include "ScriptedPlatform.h"
 
 namespace {
@@ -16,6 +17,14 @@ public:
         Scripted::Stored const kept = m_platform->stored();
         m_platform.reset();
         start(kept);
+    }
+
+    std::string failedEncryption(std::string const& plain) override
+    {
+        std::string left;
+        m_platform->failCall(1);
+        EXPECT_FALSE(DasCrypt::toEncryptedText(plain, left));
+        return left;
     }
 
 private:

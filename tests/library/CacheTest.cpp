@@ -191,15 +191,18 @@ TEST_F(SingleValues, TheCountryFollowsTheObservedItem)
 TEST_F(SingleValues, WhatAFailedEncryptionLeavesIsWritten)
 {
     start();
-    for (std::string const left : {"", "left over"}) {
+    for (std::string const left : {"", "left over", "failure"}) {
+        bool const isMark = left == "failure"; // which the database refuses
         platform.clearJournal();
         platform.failedEncryptionLeaves(left);
         platform.failCall(1);
-        EXPECT_TRUE(Cache::setData(eDataTagIceServerPwd0, "new, " + left, false));
+        EXPECT_EQ(Cache::setData(eDataTagIceServerPwd0, "new, " + left, false), !isMark);
         EXPECT_EQ(platform.lines({"toEncryptedText", "setDataItem"}),
-                  (Texts{"toEncryptedText new, " + left + " -> false",
-                         "setDataItem ICESettings IceServerPwd0 " + (left.empty() ? "\"\"" : left) + " -> true"}));
+                  (Texts{"toEncryptedText new, " + left + " -> false", "setDataItem ICESettings IceServerPwd0 " +
+                                                                           (left.empty() ? "\"\"" : left) + " -> " +
+                                                                           (isMark ? "false" : "true")}));
     }
+    EXPECT_EQ(presentText(eDataTagIceServerPwd0), "new, left over");
 }
 
 } // namespace

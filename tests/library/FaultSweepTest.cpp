@@ -143,8 +143,8 @@ bool excuses(std::string const& call, std::vector<std::string> const& arguments,
     // So is a group one of whose cells its check could not store.
     if (call == "setDataItem")
         return databaseRow(tag).parentTable == eDataTagGroupPickup && arguments[1].starts_with("GroupPickup");
-    // A secret that cannot be deciphered is held as it is stored; one that cannot be encrypted is stored as nothing.
-    return call.ends_with("EncryptedText") && element && ClientUtils::isKnownPasswordDAS(*element);
+    // A secret that cannot be deciphered is held as it is stored.
+    return call == "fromEncryptedText" && element && ClientUtils::isKnownPasswordDAS(*element);
 }
 
 /// What is stored and held at one moment, and what had failed before.

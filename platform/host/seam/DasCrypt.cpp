@@ -1,14 +1,22 @@
 // Secrets under the key of the process's platform. Both texts of a call may be one string, hence results apart.
 #include "DasCrypt.h"
 
+#include "seam/HostLog.h"
 #include "seam/HostPlatform.h"
 #include "secrets/SecretBox.h"
+
+#define UNIT "DasCrypt"
 
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
 {
     Host::Platform const* const platform = Host::Platform::current();
-    stored = platform != nullptr ? platform->secrets().encrypt(plain) : "";
-    return platform != nullptr;
+    if (platform == nullptr) {
+        HOST_LOG_ERROR(UNIT, "a secret cannot be encrypted: no data directory is open");
+        stored = "failure"; // the text that no database stores
+        return false;
+    }
+    stored = platform->secrets().encrypt(plain);
+    return true;
 }
 
 bool DasCrypt::fromEncryptedText(std::string const& stored, std::string& plain)

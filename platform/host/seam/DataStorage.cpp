@@ -72,8 +72,10 @@ bool DataStorage::setDataItem(std::string const& element, std::string const& tex
     my.table.abandon();
     if (my.database == nullptr)
         return false;
-    if (!element.empty())
+    if (!element.empty() && text != failure)
         return my.database->store({my.schema, element, text});
+    if (text == failure)
+        HOST_LOG_ERROR(UNIT, my.schema + "/" + element + " was refused: \"" + failure + "\" is read as never stored");
     my.database->noteFailedWrite({my.schema, element});
     return false;
 }
