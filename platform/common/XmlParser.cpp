@@ -8,6 +8,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -47,8 +48,7 @@ struct XmlParser::Implementation {
     void refuse() { XML_StopParser(parser, XML_FALSE); }
     void deliver()
     {
-        if (textWanted && !pending.empty())
-            data(userData, pending.data(), static_cast<int>(pending.size()));
+        data(userData, pending.data(), static_cast<int>(pending.size()));
         pending.clear();
     }
 
@@ -68,9 +68,9 @@ void XMLCALL XmlParser::Implementation::onStart(void* self, XML_Char const* name
         return;
     }
     // Text before a first child: its element has children, so white space there is layout.
-    if (my.pending.find_first_not_of(blanks) == std::string::npos)
-        my.pending.clear();
-    my.deliver();
+    if (my.pending.find_first_not_of(blanks) != std::string::npos)
+        my.deliver();
+    my.pending.clear();
     my.anyElement = true;
     my.textWanted = true;
     my.start(my.userData, name, attributes);
@@ -81,8 +81,8 @@ void XMLCALL XmlParser::Implementation::onEnd(void* self, XML_Char const* name)
     Implementation& my = of(self);
     if (my.depth-- <= 0)
         return;
-    my.deliver();
-    my.textWanted = false;
+    if (std::exchange(my.textWanted, false))
+        my.deliver();
     my.end(my.userData, name);
 }
 

@@ -50,13 +50,15 @@ TEST_F(XmlParserPromise, GivesEachElementItsTextOnceAndNothingBetweenElements)
         {"<a>1</a>", "+a'1'-a"},
         {"<S name=\"N\"><E><A>1</A><B>true</B></E></S>", "+S(name=N)+E+A'1'-A+B'true'-B-E-S"},
         {"<?xml version=\"1.0\"?>\n<S>\n  <A>1</A>\n\t<B>2</B>\r\n</S>\n", "+S+A'1'-A+B'2'-B-S"},
-        {"<A></A><B/><C>3</C>", "+A-A+B-B+C'3'-C"},
+        {"<A></A><B/><C>3</C>", "+A''-A+B''-B+C'3'-C"},
+        {"<a><![CDATA[]]></a><b><!-- remark --></b><c> </c>", "+a''-a+b''-b+c' '-c"},
+        {"<S>\n <E><A/></E> <E/></S>", "+S+E+A''-A-E+E''-E-S"},
         {"<E><A>1</A></E> \n <E><A>2</A></E>", "+E+A'1'-A-E+E+A'2'-A-E"},
         {"<a>x&lt;y&amp;z&#65;</a>", "+a'x<y&zA'-a"},
         {"<a>x<![CDATA[<y>]]>z</a>", "+a'x<y>z'-a"},
         {"<a>one\ntwo</a>", "+a'one\ntwo'-a"},
         {"<a>x<!-- remark -->y</a>", "+a'xy'-a"},
-        {"<a p='1' q='2'/>", "+a(p=1)(q=2)-a"},
+        {"<a p='1' q='2'/>", "+a(p=1)(q=2)''-a"},
     };
     for (auto const& [xml, expected] : cases)
         EXPECT_EQ(events(xml), expected) << xml;

@@ -1,6 +1,7 @@
 // What the host's storage promises beyond the conformance suite: unfinished tables forgotten, damaged files mended.
 #include "HostTest.h"
 
+#include "Media/MediaDataCache.h"
 #include "Semaphore.h"
 #include "store/Database.h"
 
@@ -263,4 +264,41 @@ TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
     for (std::size_t number = 0; number < Host::failedWriteLimit + 1; ++number)
         EXPECT_FALSE(DataStorage(*m_platform, "s" + std::to_string(number)).setDataItem("", ""));
     EXPECT_EQ(told().size(), Host::failedWriteLimit);
+}
+
+TEST_F(HostStorage, AnEmptiedAlertIdentifierStaysEmptyAndItsRowFollowsTheGeneralRinger)
+{
+    using namespace Data;
+    using Media::MediaDataCache;
+    auto const start = [this] {
+        MediaDataCache::terminate();
+        m_table.reset();
+        ASSERT_TRUE(open()) << m_error;
+        MediaDataCache::init(*m_platform);
+    };
+    /// Identifier, melody and duration of a row.
+    auto const row = [](int number) {
+        std::string text;
+        MediaDataCache::getData(static_cast<eDataTag>(eDataTagAlertIdentifier0 + number), text);
+        for (auto const first : {eDataTagRingerMelody0, eDataTagAlertDuration0}) {
+            int value = 0;
+            MediaDataCache::getData(static_cast<eDataTag>(first + number), value);
+            text += " " + std::to_string(value);
+        }
+        return text;
+    };
+    start();
+    for (auto const tag : {eDataTagAlertIdentifier3, eDataTagAlertIdentifier5})
+        ASSERT_TRUE(MediaDataCache::setData(tag, std::string(tag == eDataTagAlertIdentifier5 ? "mine" : ""), false));
+    ASSERT_TRUE(MediaDataCache::setData(eDataTagRingerMelody, 7, false));
+    ASSERT_TRUE(MediaDataCache::setData(eDataTagAlertDuration5, 30, false)); // writes the table
+    EXPECT_EQ(row(3), " 7 60");
+    for (int starts = 0; starts < 2; ++starts) {
+        start();
+        EXPECT_EQ(row(3), " 2 60") << "while it starts, the library does not know the general ringer";
+        EXPECT_EQ(row(5), "mine 2 30");
+    }
+    ASSERT_TRUE(MediaDataCache::setData(eDataTagAlertDuration5, 20, false));
+    EXPECT_EQ(row(3), " 7 60");
+    MediaDataCache::terminate();
 }

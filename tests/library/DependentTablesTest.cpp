@@ -47,13 +47,18 @@ TEST_F(StoredTables, RingingRowsGoWhereTheirIndexSays)
     read(eDataTagDistinctiveRinging,
          "<Entry><AlertIdentifier>lost</AlertIdentifier></Entry>" + row("14", "<AlertIdentifier>last</AlertIdentifier>") +
              row("15", "<AlertIdentifier>lost</AlertIdentifier>") + row("-1", "<AlertIdentifier>lost</AlertIdentifier>") +
+             row("", "<AlertIdentifier>lost</AlertIdentifier>") +
              row("2", "<AlertIdentifier></AlertIdentifier><RingerTone>5</RingerTone><Note>1</Note>") +
+             row("3", "<AlertIdentifier>three</AlertIdentifier><RingerTone>5</RingerTone>") +
              row("1", "<AlertIdentifier>one</AlertIdentifier>"));
     for (int index = 0; index < 15; ++index)
         EXPECT_EQ(store.cells.at(cell(eDataTagAlertIdentifier0, index)), index == 1    ? "one"
+                                                                         : index == 2  ? ""
+                                                                         : index == 3  ? "three"
                                                                          : index == 14 ? "last"
                                                                                        : "id" + std::to_string(index));
-    EXPECT_EQ(store.cells.at(cell(eDataTagRingerTone0, 2)), "5");
+    EXPECT_EQ(store.cells.at(cell(eDataTagRingerTone0, 2)), "2") << "without identifier it follows the general ringer";
+    EXPECT_EQ(store.cells.at(cell(eDataTagRingerTone0, 3)), "5");
     EXPECT_EQ(store.cells.at(eDataTagRingerFile0), "");
 }
 

@@ -188,6 +188,19 @@ private:
             add("dependent rule", link->second, "the door opener that shows this camera wrote it", link->second == m_value);
         if (auto const rule = ringerRuleOf(m_tag))
             addRinging(*rule);
+        if (m_tag == eDataTagDistinctiveRinging)
+            addRingingTable();
+    }
+
+    void addRingingTable()
+    {
+        for (int row = 0; row < Tables::ringing.rows; ++row) {
+            if (readValue(Tables::ringing.cell(eDataTagAlertIdentifier0, row)) == Json("")) {
+                add("dependent rule", m_value, "rows without an alert identifier follow the general ringer",
+                    !winner() || winner()->holds != m_value);
+                return;
+            }
+        }
     }
 
     /// After a start the flags decide on the type; later whichever was set decides on the other.

@@ -32,24 +32,14 @@ void sortRows(std::map<eDataTag, Json>& settings, Tables::Table const& table, vo
         settings[tag] = validate(tag, text, ignored);
 }
 
-/// A row of the ringing table without an identifier: a start makes its cells anew.
+/// A row of the ringing table without an identifier has no cells of its own: they follow the general ringer.
 void settleRinger(std::map<eDataTag, Json>& settings, eDataTag identifier, int row)
 {
-    bool const isEmpty = settings[identifier] == Json("");
-    // An emptied one comes back at the next start: an empty element of the stored text leaves its cell alone. So does a
-    // general ringer that the row cannot have.
-    if (isEmpty)
-        settings[identifier] = defaultOf(identifier);
+    if (settings[identifier] != Json(""))
+        return;
     for (auto const& column : Tables::ringing.columns) {
-        auto const cell = Tables::ringing.cell(column.first, row);
-        if (!column.unnamed)
-            continue;
-        std::string ignored;
-        if (settings[identifier] == Json(""))
-            settings.erase(cell);
-        else if (isEmpty && column.general != eDataTagNone &&
-                 validate(cell, textOf(settings[column.general]), ignored).is_null())
-            settings[cell] = defaultOf(cell);
+        if (column.unnamed)
+            settings.erase(Tables::ringing.cell(column.first, row));
     }
 }
 

@@ -87,8 +87,6 @@ std::string limitOf(Outcome const& outcome)
 {
     auto const tag = outcome.tag;
     auto const* const column = Tables::columnOf(tag);
-    if (column && column->role == Tables::Role::identifier && outcome.wanted == Json("") && defaultOf(tag) != Json(""))
-        return "until the next start, which gives a row without an identifier its default one";
     if (auto const rule = ringerRuleOf(tag);
         rule && readValue(rule->identifier) == Json("") && outcome.wanted != rule->atStart)
         return "until the next start, when a row without an alert identifier may have " + cellText(rule->atStart) + " again";
