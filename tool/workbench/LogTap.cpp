@@ -44,7 +44,8 @@ void LogTap::onMessage(Message message)
 
 void LogTap::tell(Message const& message)
 {
-    auto const line = fmt::format("log {} {} {}\n", message.level, message.place, cellText(message.text));
+    auto const line =
+        Host::cutLogLine(fmt::format("log {} {} {}", message.level, message.place, cellText(message.text))) + '\n';
     std::fputs(line.c_str(), stderr);
     if (m_sender && message.level <= errorLevel)
         m_sender(line);

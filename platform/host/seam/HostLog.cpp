@@ -93,8 +93,10 @@ void write(Host::LogLine const& line)
         out.sink(line);
         return;
     }
-    std::string const text = line.time + ' ' + std::to_string(line.level) + ' ' + line.module + ' ' + line.sourceFile + ':' +
-                             std::to_string(line.line) + ' ' + printable(line.text) + '\n';
+    std::string const text =
+        Host::cutLogLine(line.time + ' ' + std::to_string(line.level) + ' ' + line.module + ' ' + line.sourceFile + ':' +
+                         std::to_string(line.line) + ' ' + printable(line.text)) +
+        '\n';
     // A log that cannot be written has nowhere to complain.
     [[maybe_unused]] auto const written = ::write(STDERR_FILENO, text.data(), text.size());
 }
@@ -111,6 +113,17 @@ void Host::setLogSink(std::function<void(LogLine const&)> sink)
     Output& out = output();
     Threads::Lock const lock(out.mutex);
     out.sink = std::move(sink);
+}
+
+std::string Host::cutLogLine(std::string line)
+{
+    if (line.size() < logLineLimit)
+        return line;
+    std::string const note = " ... (cut, " + std::to_string(line.size()) + " bytes)";
+    std::size_t end = logLineLimit - 1 - note.size();
+    for (int bytes = 0; bytes < 3 && (static_cast<unsigned char>(line[end]) & 0xc0) == 0x80; ++bytes)
+        --end;
+    return line.replace(end, std::string::npos, note);
 }
 
 void Host::logError(char const* sourceFile, int line, std::string const& text)

@@ -1,6 +1,7 @@
 // What the host process decides about the platform's log: how much is wanted and where it goes.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -22,6 +23,11 @@ void setLogLevel(int level);
 /// Hands every message to `sink` instead of standard error; an empty one goes back to standard error. The sink is called by
 /// one thread at a time and must not log.
 void setLogSink(std::function<void(LogLine const&)> sink);
+
+/// A line of the log, cut so that it has at most so many bytes with its line feed; a longer one might come out of a pipe in
+/// pieces. Its end then says how long it was. No UTF-8 character is cut in two.
+std::string cutLogLine(std::string line);
+inline constexpr std::size_t logLineLimit = 4096;
 
 /// Logs an error of the host platform itself.
 void logError(char const* sourceFile, int line, std::string const& text);
