@@ -148,7 +148,9 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
     ASSERT_TRUE(open()) << m_error;
     ManageableData country = record("country", "23");
     ManageableData pin = record("other-pin-1", "8642");
+    ManageableData mobility = record("mobility-user-data-update", "all");
     ASSERT_TRUE(m_platform->management().change(country));
+    ASSERT_TRUE(m_platform->management().change(mobility));
     ASSERT_TRUE(m_platform->management().requestSet(pin));
     ASSERT_TRUE(m_platform->management().reportChanged(pin, {"other-pin-1"}));
     ASSERT_TRUE(open()) << m_error;
@@ -157,7 +159,7 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
     Agent agent(service);
     service.setAgent(&agent);
     service.reportAll();
-    EXPECT_EQ(agent.heard, (std::vector<std::string>{"country=23", "other-pin-1=8642"}));
+    EXPECT_EQ(agent.heard, (std::vector<std::string>{"country=23", "other-pin-1=8642"})) << "no announcement of before";
     agent.heard.clear();
     service.dispatch();
     service.dispatch();
@@ -166,6 +168,10 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
     EXPECT_FALSE(service.change(pin = record("other-pin-1", "9753")));
     limitFiles();
     EXPECT_EQ(agent.heard.size(), 1U) << "what could not be stored did not happen";
+    ASSERT_TRUE(service.change(mobility = record("mobility-user-data-update", "managed")));
+    agent.heard.clear();
+    service.reportAll();
+    EXPECT_EQ(agent.heard.at(1), "mobility-user-data-update=managed") << "which goes on";
     service.setAgent(nullptr);
 
     ManageableData asked;
@@ -201,6 +207,28 @@ TEST_F(HostProtection, ALogMessageIsOneLineWhateverItQuotes)
     logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", "a\n2 forged\x1b[31m");
     std::string const written = testing::internal::GetCapturedStderr();
     EXPECT_NE(written.find(" 2 M ./src/Unit:7 refused: a\\x0a2 forged\\x1b[31m\n"), std::string::npos) << written;
+}
+
+TEST_F(HostProtection, ALogMessageIsCutBetweenCharactersAndSaysSo)
+{
+    EXPECT_EQ(Host::cutLogLine(std::string(4095, 'x')), std::string(4095, 'x'));
+    for (std::string const character : {"x", "\xc3\xa4", "\xe2\x82\xac", "\xf0\x9f\x93\x9e", "\x80"})
+        for (std::size_t before = 0; before < character.size(); ++before) {
+            std::string line(before, '.');
+            while (line.size() < 70000)
+                line += character;
+            std::string const cut = Host::cutLogLine(line);
+            std::size_t const kept = cut.find(" ... (cut, " + std::to_string(line.size()) + " bytes)");
+            ASSERT_EQ(cut.find(')') + 1, cut.size()) << cut;
+            EXPECT_GT(cut.size(), 4095 - 4U);
+            EXPECT_LT(cut.size(), 4096U);
+            EXPECT_EQ(cut.substr(0, kept), line.substr(0, kept));
+            EXPECT_EQ((kept - before) % character.size(), 0U) << character;
+        }
+    Host::setLogSink({});
+    testing::internal::CaptureStderr();
+    logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", std::string(3000, '\x01').c_str());
+    EXPECT_EQ(testing::internal::GetCapturedStderr().size(), 4096U);
 }
 
 TEST(HostSecrets, AreWhatTheCatalogueCallsSo)

@@ -65,10 +65,10 @@ TEST_F(Holder, LetsEveryVerbAnswerAsItDoesAlone)
     write("values", "headset-volume = 3\nringer-audio-file = \"\xff\xfe\"\n");
     write("key", "Kupfer\n");
     auto const commands = split(
-        "set ringer-volume=5 camera-password-1=Zebra;set --watch ringer-volume=9 ringer-melody=3;set --file -;flags;"
+        "set ringer-volume=5 camera-password-1=Zebra;set --watch ringer-volume=9 room-character=1;set --file -;flags;"
         "set --file values;set --file /dev/no/such;set --dry-run 61=2;get 61 nothing;get 63 camera-password-1;describe 61;"
         "explain codec[1]/allowed;list;table codec;set codec[1]/type=0;mgmt set rtp-base-port=5005;country KR;catalogue;"
-        "mgmt get codecSettings;mgmt changed function-key-def-100=line;mobility all;device --model entry;diff;diff values;"
+        "mgmt get codecSettings;mgmt changed function-key-def-100=line;mobility managed;device --model entry;diff;diff values;"
         "diff --commands;reset audio;export;export --secrets --passphrase-file no;import values;"
         "import - --passphrase-file key;--color always set 61=9;watch nothing;frobnicate;get --no",
         ';');

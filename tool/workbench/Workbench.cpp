@@ -65,8 +65,10 @@ void Workbench::start()
     {
         auto const held = serviceValues(*this);
         auto const mobility = held.find(nameOf(Data::eDataTagMobilityDataUpdate));
-        auto const copies = RingerCopies::atChange(
-            *this, mobility == held.end() ? TagTexts{} : TagTexts{{Data::eDataTagMobilityDataUpdate, mobility->second}});
+        auto const copies =
+            RingerCopies::atChange(*this, mobility == held.end() || mobility->second != "managed"
+                                              ? TagTexts{} // not reported
+                                              : TagTexts{{Data::eDataTagMobilityDataUpdate, mobility->second}});
         service().reportAll();
     }
     ChangeCallback::instance().hearEverything();

@@ -32,6 +32,12 @@ std::string fullName(ManageableData::Entry const& entry)
     return entry.item == entry.subItem ? entry.item : entry.item + "/" + entry.subItem;
 }
 
+/// Whether it was meant for the moment at which it came.
+bool isUsedUp(ManagementService::Item const& item)
+{
+    return item.item == "mobility-user-data-update" && item.value != "managed";
+}
+
 } // namespace
 
 bool isSecretItem(std::string const& item)
@@ -153,7 +159,8 @@ void ManagementService::reportAll()
 {
     ManageableData record;
     for (Item const& each : items())
-        record.populate(each.item, each.subItem, each.value);
+        if (!isUsedUp(each))
+            record.populate(each.item, each.subItem, each.value);
     MgmtAgentIfc* const library = agent();
     if (library != nullptr && !record.entries().empty())
         library->manageableDataChanged(record);

@@ -48,7 +48,8 @@ public:
     /// Other parts of the telephone changed these items: stores them, durable when true, and reports them to the library.
     bool change(ManageableData& record);
 
-    /// Reports every item held, as a telephone's service does after start-up.
+    /// Reports every item held, as a telephone's service does after start-up. An announcement of how user data is handled was
+    /// used up when it was made, but for "managed", which goes on.
     void reportAll();
 
     /// Reports what requests have changed since the last dispatch, of each item the last value.
