@@ -42,6 +42,8 @@ void DataCache::ocmsCBResetToDefault()
         DataTagValue_t defaults;
         DataItemBuilder::getDefaultValues(items, defaults, m_component, true);
         applyDefaults(defaults);
+        // Here the tables are stored, too; the facade's resets leave that to the next change.
+        flushTables();
         m_changed = true;
         announce(eMobilityReset);
     }

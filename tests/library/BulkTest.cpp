@@ -195,15 +195,20 @@ TEST_F(ManyValues, TheResetOfUserDataPushesAndAnnouncesAtOnce)
     start();
     EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
     EXPECT_TRUE(Cache::setData(eDataTagIceServerPort0, 99, false));
+    EXPECT_TRUE(Cache::setData(eDataTagAlertIdentifier5, std::string("mine"), false));
     listen({eDataTagRingerVolume, eDataTagIceServerPort0});
     platform.clearJournal();
     EXPECT_TRUE(Cache::managementAgent()->resetUserData());
-    EXPECT_EQ(platform.lines({"setDataItem", "reportChanged"}),
-              (Texts{"setDataItem AudioSettings RingerVolume 3 -> true",
-                     "reportChanged ringer-volume=3 [ringer-volume] -> true"}));
+    EXPECT_EQ(
+        platform.lines({"setDataItem", "reportChanged"}),
+        (Texts{"setDataItem AudioSettings RingerVolume 3 -> true",
+               "reportChanged ringer-volume=3 alert-identifier-5=Alert.Call.Multiple [ringer-volume,alert-identifier-5] -> "
+               "true"}));
     EXPECT_EQ(platform.calls({"reportChanged"}).front().lockDepth, 0);
     EXPECT_EQ(listener.heard, Texts{"61=3"});
     EXPECT_EQ(presentText(eDataTagIceServerPort0), "99");
+    restart();
+    EXPECT_EQ(presentText(eDataTagAlertIdentifier5), "Alert.Call.Multiple") << "the reset stored its table";
 }
 
 TEST_F(ManyValues, AFlagThatTheFileDoesNotNameGoesBackToItsDefault)
