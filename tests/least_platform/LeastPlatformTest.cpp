@@ -1,7 +1,7 @@
 // The library over a platform of exactly the functions that it cannot do without: there is no platformPath.
-#include "../../bench/LibraryContext.h"
 #include "../Standard.h"
 #include "Media/MediaDataCache.h"
+#include "Platform.h"
 
 #include <cerrno>
 
@@ -23,13 +23,15 @@ extern "C" int stat(char const* __restrict path, struct stat* __restrict) noexce
 
 TEST(LeastPlatform, RunsTheLibraryWhichThenUsesPathsAsTheyAre)
 {
-    auto const context = Bench::makeContext("");
-    Media::MediaDataCache::init(*context);
+    Telephone telephone;
+    Media::MediaDataCache::init(telephone);
     bool flag = true;
     asked.clear();
     EXPECT_TRUE(Media::MediaDataCache::getData(Data::eDataTagForceEtsi, flag));
     EXPECT_FALSE(flag);
     EXPECT_EQ(asked, "/data/database/media_config");
-    EXPECT_TRUE(Media::MediaDataCache::setData(Data::eDataTagRingerVolume, 5, false));
+    int volume = 0;
+    EXPECT_TRUE(Media::MediaDataCache::getData(Data::eDataTagRingerVolume, volume));
+    EXPECT_EQ(volume, 3);
     Media::MediaDataCache::terminate();
 }
