@@ -10,7 +10,7 @@
 #include "holder/Watcher.h"
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
-#include "verbs/Complete.h"
+#include "verbs/Verbs.h"
 
 #include <algorithm>
 #include <csignal>
@@ -220,8 +220,8 @@ int runCommand(Invocation& invocation, Words words)
     }
     auto& console = *invocation.console;
     bool const completes = invocation.place == Place::Process && !words.empty() && words.front() == "complete";
-    int const code = completes ? show(Verbs::Complete::run({{words.begin() + 1, words.end()}}), console, false)
-                               : runWords(invocation, words);
+    int const code =
+        completes ? show(Verbs::complete({words.begin() + 1, words.end()}), console, false) : runWords(invocation, words);
     if (console.out.flush())
         return code;
     console.err << "mediadata: the answer could not be written\n";

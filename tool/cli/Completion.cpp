@@ -1,7 +1,7 @@
 #include "cli/Completion.h"
 
 #include "cli/Registry.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "cli/Parser.h"
 
-#include "cli/Help.h"
+#include "report/Text.h"
 #include "workbench/Items.h"
 
 #include <CLI/CLI.hpp>
@@ -20,6 +20,33 @@ constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answ
                                   "The gravest counts when several apply.\n"
                                   "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
                                   "schema/element (AudioSettings/RingerVolume).";
+
+constexpr std::size_t nameWidth = 28;
+
+/// A name that is too long for its column has a line of its own.
+std::string entry(std::string name, std::string const& description)
+{
+    name = "  " + name;
+    std::string const gap(nameWidth, ' ');
+    auto const room = lineWidth - nameWidth;
+    std::string lines;
+    for (auto const& line : wrapped(description, room))
+        lines += (lines.empty() ? "" : gap) + line + '\n';
+    return name + (name.size() + 2 > nameWidth ? '\n' + gap : gap.substr(name.size())) + lines;
+}
+
+/// The parser's own layout in 80 columns.
+class HelpFormatter : public CLI::Formatter {
+    std::string make_option(CLI::Option const* option, bool isPositional) const override
+    {
+        auto const value = isPositional ? "" : make_option_opts(option);
+        return entry(make_option_name(option, isPositional) + value, make_option_desc(option));
+    }
+    std::string make_subcommand(CLI::App const* verb) const override
+    {
+        return entry(verb->get_name(), verb->get_description());
+    }
+};
 
 /// How the parser fills in one kind of target.
 struct Adding {
@@ -57,7 +84,7 @@ class Parser {
 public:
     explicit Parser(Registry const& registry) : m_registry(registry)
     {
-        m_app.formatter(helpFormatter()); // The verbs take it over when they are added.
+        m_app.formatter(std::make_shared<HelpFormatter>()); // The verbs take it over when they are added.
         m_app.require_subcommand(1);
         m_app.fallthrough();
         m_app.footer(exitCodes);

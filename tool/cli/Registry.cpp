@@ -1,26 +1,7 @@
 #include "cli/Registry.h"
 
-#include "verbs/Catalogue.h"
-#include "verbs/Country.h"
-#include "verbs/Describe.h"
-#include "verbs/Device.h"
-#include "verbs/Diff.h"
-#include "verbs/Explain.h"
-#include "verbs/Export.h"
-#include "verbs/Flags.h"
-#include "verbs/Get.h"
-#include "verbs/History.h"
-#include "verbs/Import.h"
-#include "verbs/List.h"
-#include "verbs/Management.h"
-#include "verbs/Mobility.h"
-#include "verbs/Offers.h"
-#include "verbs/Reset.h"
-#include "verbs/Serve.h"
-#include "verbs/Set.h"
-#include "verbs/Shell.h"
-#include "verbs/Table.h"
-#include "verbs/Watch.h"
+#include "verbs/Arguments.h"
+#include "verbs/Verbs.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -48,13 +29,11 @@ std::filesystem::path defaultDataDirectory()
 std::vector<Verb> allVerbs()
 {
     using namespace Verbs;
-    std::vector<Verb> verbs{List::verb(),   Get::verb(),    Set::verb(),   Describe::verb(), Explain::verb(),  Diff::verb(),
-                            Export::verb(), Import::verb(), Reset::verb(), History::verb(),  Catalogue::verb()};
-    for (auto& verb : Management::verbs())
-        verbs.push_back(std::move(verb));
-    for (auto* const verb :
-         {Table::verb, Country::verb, Mobility::verb, Flags::verb, Device::verb, Shell::verb, Serve::verb, Watch::verb})
-        verbs.push_back(verb());
+    auto verbs = managementVerbs();
+    verbs.insert(verbs.begin(), {listVerb(), getVerb(), setVerb(), describeVerb(), explainVerb(), diffVerb(), exportVerb(),
+                                 importVerb(), resetVerb(), historyVerb(), catalogueVerb()});
+    verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), shellVerb(),
+                               serveVerb(), watchVerb()});
     return verbs;
 }
 

@@ -1,7 +1,10 @@
-#include "verbs/Catalogue.h"
+// The catalogue as people and programs read it: every column of every row, in three formats: `catalogue`.
+#include "verbs/Verbs.h"
 
+#include "workbench/Accepted.h"
 #include "workbench/Items.h"
 
+#include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceOCMS.h"
 
@@ -12,44 +15,18 @@
 #include <cstdint>
 #include <utility>
 
-namespace Tool::Verbs::Catalogue {
+namespace Tool::Verbs {
 
 using namespace Data;
 
 namespace {
 
+struct CatalogueOptions {
+    std::string format = "tsv"; ///< tsv, json or markdown
+    General general;
+};
+
 using Builder = DataCache::DataItemBuilder;
-
-struct NamedBuilder {
-    Builder::ValidatorBuilder builder;
-    char const* name;
-    bool hasParameters;
-};
-
-constexpr NamedBuilder builders[]{
-    {&Builder::dataValidatorIntRange, "IntRange", true},
-    {&Builder::dataValidatorIntRangeNot, "IntRangeNot", true},
-    {&Builder::dataValidatorBasePort, "BasePort", true},
-    {&Builder::dataValidatorStringLength, "StringLength", true},
-    {&Builder::dataValidatorStringsAllowed, "StringsAllowed", true},
-    {&Builder::dataValidatorStringAllDigits, "StringAllDigits", false},
-    {&Builder::dataValidatorStringNoWhitespace, "StringNoWhitespace", false},
-    {&Builder::dataValidatorStringBoolean, "StringBoolean", false},
-};
-
-std::string stepText(Builder::ValidatorAndParams const& step)
-{
-    for (auto const& known : builders) {
-        if (known.builder != step.builder)
-            continue;
-        if (!known.hasParameters)
-            return known.name;
-        // A list of allowed texts has commas of its own; its separator comes after a bar.
-        auto const* const between = known.builder == &Builder::dataValidatorStringsAllowed ? "|" : ",";
-        return fmt::format("{}({}{}{})", known.name, step.params[0].text, between, step.params[1].text);
-    }
-    return "?";
-}
 
 constexpr std::array columns{"tag",         "type",   "default", "component", "userData",    "secondFlag",     "valueChain",
                              "stringChain", "schema", "element", "isTable",   "parentTable", "managementItem", "subItem"};
@@ -142,29 +119,19 @@ Report json()
     return report;
 }
 
-} // namespace
-
-std::string chainText(Builder::ValidatorAndParams const* chain)
-{
-    constexpr std::size_t steps = 2;
-    std::string text;
-    for (std::size_t step = 0; chain && step < steps; ++step) {
-        if (chain[step].builder)
-            text += (text.empty() ? "" : "+") + stepText(chain[step]);
-    }
-    return text.empty() ? "-" : text;
-}
-
-Report run(Options const& options)
+/// One section "catalogue" with the rows of all tags from 0 to 806.
+Report run(CatalogueOptions const& options)
 {
     if (options.general.json || options.format == "json")
         return json();
     return options.format == "markdown" ? markdown() : tsv();
 }
 
-Verb verb()
+} // namespace
+
+Verb catalogueVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<CatalogueOptions>();
     return {.name = "catalogue",
             .help = "Print the table of all settings",
             .arguments = {{.name = "--format",
@@ -172,8 +139,8 @@ Verb verb()
                            .help = "tsv, json or markdown",
                            .value = "FORMAT",
                            .choices = {"tsv", "json", "markdown"}}},
-            .action = alone(options),
+            .action = [options] { return run(*options); },
             .general = &options->general};
 }
 
-} // namespace Tool::Verbs::Catalogue
+} // namespace Tool::Verbs

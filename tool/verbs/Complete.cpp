@@ -1,15 +1,15 @@
-#include "verbs/Complete.h"
+// What completes a line of a command shell.
+#include "verbs/Verbs.h"
 
 #include "cli/Completion.h"
 #include "cli/SplitWords.h"
 
 #include <utility>
 
-namespace Tool::Verbs::Complete {
+namespace Tool::Verbs {
 
-Report run(Options const& options)
+Report complete(Words words)
 {
-    auto words = options.words;
     if (words.size() == 2 && words.front() == "--line") {
         auto const line = words[1];
         splitWords(line, words);
@@ -30,4 +30,4 @@ Report run(Options const& options)
     return {exitOk, {{"completions", Layout::Text, {"text"}, {{std::move(lines)}}}}};
 }
 
-} // namespace Tool::Verbs::Complete
+} // namespace Tool::Verbs

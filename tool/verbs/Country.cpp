@@ -1,4 +1,5 @@
-#include "verbs/Country.h"
+// The country and what it means: `country`.
+#include "verbs/Verbs.h"
 
 #include "workbench/Items.h"
 #include "workbench/Management.h"
@@ -8,12 +9,18 @@
 
 #include <utility>
 
-namespace Tool::Verbs::Country {
+namespace Tool::Verbs {
 
 using namespace Data;
 using Media::MediaDataCache;
 
-Report run(Options const& options, Workbench& workbench)
+namespace {
+
+struct CountryOptions {
+    std::optional<std::string> code; ///< two capital letters; is reported as the new country first
+};
+
+Report run(CountryOptions const& options, Workbench& workbench)
 {
     Report report;
     if (options.code) {
@@ -32,9 +39,11 @@ Report run(Options const& options, Workbench& workbench)
     return report;
 }
 
-Verb verb()
+} // namespace
+
+Verb countryVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<CountryOptions>();
     return {.name = "country",
             .help = "Show the country, or report a new one",
             .arguments = {{.name = "CODE", .target = &options->code, .help = "Two capital letters, as of ISO 3166-1"}},
@@ -42,4 +51,4 @@ Verb verb()
             .action = onWorkbench(options)};
 }
 
-} // namespace Tool::Verbs::Country
+} // namespace Tool::Verbs

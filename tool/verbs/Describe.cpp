@@ -1,7 +1,7 @@
-#include "verbs/Describe.h"
+// Everything that the catalogue says about an item: `describe`.
+#include "verbs/Verbs.h"
 
-#include "verbs/Catalogue.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Workbench.h"
@@ -13,7 +13,7 @@
 
 #include <utility>
 
-namespace Tool::Verbs::Describe {
+namespace Tool::Verbs {
 
 using namespace Data;
 
@@ -40,36 +40,31 @@ Json nameOrNull(std::string const* name)
     return name ? Json(*name) : Json();
 }
 
-} // namespace
-
-Report run(Options const& options, Workbench& workbench)
+Report describe(Workbench& workbench, eDataTag tag)
 {
-    auto const tag = findItem(options.item);
-    if (!tag)
-        return unknownItem(options.item);
-    auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[*tag];
-    auto const& database = DataSourceDB::dataDbDescriptionTable[*tag];
-    auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[*tag];
+    auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
+    auto const& database = DataSourceDB::dataDbDescriptionTable[tag];
+    auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[tag];
     bool const secrets = workbench.options().showSecrets;
     auto const parent = database.parentTable;
     std::vector<std::pair<char const*, Json>> const lines{
-        {"item", nameOf(*tag)},
-        {"tag", static_cast<int>(*tag)},
-        {"value", shown(*tag, readValue(*tag).value_or(Json()), secrets)},
+        {"item", nameOf(tag)},
+        {"tag", static_cast<int>(tag)},
+        {"value", shown(tag, readValue(tag).value_or(Json()), secrets)},
         {"type", typeName(record.value.type)},
-        {"default", exists(*tag) ? Json(record.value.text) : Json()},
-        {"accepted", acceptedText(*tag)},
-        {"value check", orNull(Catalogue::chainText(record.valueChain))},
-        {"text check", orNull(Catalogue::chainText(record.stringChain))},
-        {"owner", ownerOf(*tag)},
+        {"default", exists(tag) ? Json(record.value.text) : Json()},
+        {"accepted", acceptedText(tag)},
+        {"value check", orNull(chainText(record.valueChain))},
+        {"text check", orNull(chainText(record.stringChain))},
+        {"owner", ownerOf(tag)},
         {"user data", record.isUserData},
-        {"secret", isSecret(*tag)},
+        {"secret", isSecret(tag)},
         {"schema", nameOrNull(database.schema)},
         {"element", nameOrNull(database.element)},
         {"table", parent > eDataTagNone && parent < eDataTagEnd ? Json(nameOf(parent)) : Json()},
         {"management item", nameOrNull(management.item)},
         {"sub-item", nameOrNull(management.subItem)},
-        {"names", namesOf(*tag)},
+        {"names", namesOf(tag)},
     };
     Section section{"item", Layout::Pairs, {}, {{}}};
     for (auto const& [column, value] : lines) {
@@ -79,17 +74,11 @@ Report run(Options const& options, Workbench& workbench)
     return {exitOk, {std::move(section)}};
 }
 
-Verb verb()
+} // namespace
+
+Verb describeVerb()
 {
-    auto const options = std::make_shared<Options>();
-    return {.name = "describe",
-            .help = "Show everything the catalogue says about an item",
-            .arguments = {{.name = "ITEM",
-                           .target = &options->item,
-                           .help = "A name, or a tag number",
-                           .isRequired = true,
-                           .offer = Offers::items}},
-            .action = onWorkbench(options)};
+    return itemVerb("describe", "Show everything the catalogue says about an item", describe);
 }
 
-} // namespace Tool::Verbs::Describe
+} // namespace Tool::Verbs

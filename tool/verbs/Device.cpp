@@ -1,17 +1,22 @@
-#include "verbs/Device.h"
+// The device profile, which the hardware rules ask: `device`.
+#include "verbs/Verbs.h"
 
 #include "workbench/Device.h"
 
-namespace Tool::Verbs::Device {
+namespace Tool::Verbs {
 
-Report run(Options const& options, Workbench& workbench)
-{
-    return device(workbench, options.model, options.usb);
-}
+namespace {
 
-Verb verb()
+struct DeviceOptions {
+    std::string model; ///< entry, top or other; empty: stays
+    std::string usb;   ///< yes or no; empty: stays
+};
+
+} // namespace
+
+Verb deviceVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<DeviceOptions>();
     return {
         .name = "device",
         .help = "Show or change the device profile",
@@ -23,7 +28,7 @@ Verb verb()
               .choices = {"entry", "top", "other"}},
              {.name = "--usb", .target = &options->usb, .help = "yes or no", .value = "ANSWER", .choices = {"yes", "no"}}},
         .changesAs = "device",
-        .action = onWorkbench(options)};
+        .action = [options](Workbench& workbench) { return device(workbench, options->model, options->usb); }};
 }
 
-} // namespace Tool::Verbs::Device
+} // namespace Tool::Verbs

@@ -1,11 +1,14 @@
-#include "verbs/Diff.h"
+// What differs from another telephone, a file or the defaults, and the commands that make this one anew: `diff`.
+#include "verbs/Verbs.h"
 
 #include "report/Console.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
+#include "verbs/Passphrase.h"
 #include "workbench/Differences.h"
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 #include "workbench/Items.h"
+#include "workbench/OtherTelephone.h"
 #include "workbench/Rules.h"
 #include "workbench/Values.h"
 #include "workbench/Workbench.h"
@@ -15,14 +18,29 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <filesystem>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
-namespace Tool::Verbs::Diff {
+namespace Tool::Verbs {
 
 using namespace Data;
 
 namespace {
+
+struct DiffOptions {
+    std::string other; ///< a document's file or a data directory; empty: the defaults
+    bool commands = false;
+    PassphraseOptions passphrase;
+    General general;
+
+    // Of gather():
+    std::filesystem::path path;              ///< of the other
+    std::optional<std::string> content;      ///< of its file
+    std::optional<OtherTelephone> telephone; ///< in its directory
+};
 
 /// A word as the shell takes it for itself.
 std::string quoted(std::string const& word)
@@ -125,7 +143,7 @@ Report commandsReport(Workbench& workbench, bool asRows)
 }
 
 /// What the other's name stands for; this telephone's own directory needs no reading.
-void gatherOther(Options& options, Console& console)
+void gatherOther(DiffOptions& options, Console& console)
 {
     std::error_code ignored;
     options.path = console.directory / options.other;
@@ -136,7 +154,7 @@ void gatherOther(Options& options, Console& console)
 }
 
 /// The other telephone; the report says why there is none.
-Report readOther(Options const& options, Workbench& workbench, std::string const& name, Document& other)
+Report readOther(DiffOptions const& options, Workbench& workbench, std::string const& name, Document& other)
 {
     std::error_code ignored;
     if (options.telephone) {
@@ -157,9 +175,7 @@ Report readOther(Options const& options, Workbench& workbench, std::string const
     return report.code == exitOk ? readDocument(*options.content, name, passphraseOf(options.passphrase), other) : report;
 }
 
-} // namespace
-
-Report gather(Options& options, Console& console)
+Report gather(DiffOptions& options, Console& console)
 {
     if (options.commands && !console.gathersAhead)
         return {};
@@ -169,7 +185,9 @@ Report gather(Options& options, Console& console)
     return {};
 }
 
-Report run(Options const& options, Workbench& workbench)
+/// The differences, or the fewest commands that make this telephone out of one on which nothing was changed: in JSON as rows,
+/// otherwise as a text for the shell.
+Report run(DiffOptions const& options, Workbench& workbench)
 {
     if (options.commands && !options.other.empty())
         return failure(exitUsage, options.other, "--commands compares with the defaults");
@@ -188,24 +206,24 @@ Report run(Options const& options, Workbench& workbench)
     return differences;
 }
 
-Verb verb()
+} // namespace
+
+Verb diffVerb()
 {
-    auto const options = std::make_shared<Options>();
-    std::vector<Argument> arguments{{.name = "OTHER",
-                                     .target = &options->other,
-                                     .help = "An exported file, - for standard input, or a data directory",
-                                     .offer = Offers::files},
-                                    {.name = "--commands",
-                                     .target = &options->commands,
-                                     .help = "The fewest commands that make this telephone out of a new one"}};
-    auto secrets = passphraseArguments(options->passphrase, "Open the file's encrypted secrets");
-    std::move(secrets.begin(), secrets.end(), std::back_inserter(arguments));
+    auto const options = std::make_shared<DiffOptions>();
     return {.name = "diff",
             .help = "Show what differs from the defaults, or from another telephone",
-            .arguments = std::move(arguments),
+            .arguments = withPassphrase({{.name = "OTHER",
+                                          .target = &options->other,
+                                          .help = "An exported file, - for standard input, or a data directory",
+                                          .offer = Offers::files},
+                                         {.name = "--commands",
+                                          .target = &options->commands,
+                                          .help = "The fewest commands that make this telephone out of a new one"}},
+                                        options->passphrase, "Open the file's encrypted secrets"),
             .action = onWorkbench(options),
             .gather = gathering(options),
             .general = &options->general};
 }
 
-} // namespace Tool::Verbs::Diff
+} // namespace Tool::Verbs

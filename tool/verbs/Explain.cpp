@@ -1,6 +1,7 @@
-#include "verbs/Explain.h"
+// Where an item's value comes from: `explain`.
+#include "verbs/Verbs.h"
 
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Rehearsal.h"
@@ -22,7 +23,7 @@
 #include <optional>
 #include <utility>
 
-namespace Tool::Verbs::Explain {
+namespace Tool::Verbs {
 
 using namespace Data;
 
@@ -277,27 +278,20 @@ Report Explanation::report() const
     return {exitOk, {std::move(item), std::move(layers)}};
 }
 
-} // namespace
-
-Report run(Options const& options, Workbench& workbench)
+/// Every layer that could give the item its value, what it holds and says, which one won, and why a table's row is hidden from
+/// the management service. Asks without changing anything.
+Report explain(Workbench& workbench, eDataTag tag)
 {
-    auto const tag = findItem(options.item);
     // Reading a flag applies the flag file.
     readValue(eDataTagOpusTest);
-    return tag ? Explanation(workbench, *tag).report() : unknownItem(options.item);
+    return Explanation(workbench, tag).report();
 }
 
-Verb verb()
+} // namespace
+
+Verb explainVerb()
 {
-    auto const options = std::make_shared<Options>();
-    return {.name = "explain",
-            .help = "Show where an item's value comes from, layer by layer",
-            .arguments = {{.name = "ITEM",
-                           .target = &options->item,
-                           .help = "A name, or a tag number",
-                           .isRequired = true,
-                           .offer = Offers::items}},
-            .action = onWorkbench(options)};
+    return itemVerb("explain", "Show where an item's value comes from, layer by layer", explain);
 }
 
-} // namespace Tool::Verbs::Explain
+} // namespace Tool::Verbs

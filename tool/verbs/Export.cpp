@@ -1,18 +1,28 @@
-#include "verbs/Export.h"
+// The configuration as one document: `export`.
+#include "verbs/Verbs.h"
 
 #include "report/Console.h"
+#include "verbs/Passphrase.h"
 #include "workbench/Import.h"
 #include "workbench/Workbench.h"
 
-namespace Tool::Verbs::Export {
+namespace Tool::Verbs {
 
-Report gather(Options& options, Console& console)
+namespace {
+
+struct ExportOptions {
+    PassphraseOptions passphrase;
+    General general;
+};
+
+Report gather(ExportOptions& options, Console& console)
 {
     gatherForNew(options.passphrase, console, !options.general.showSecrets);
     return {};
 }
 
-Report run(Options const& options, Workbench& workbench)
+/// The report's text is the document.
+Report run(ExportOptions const& options, Workbench& workbench)
 {
     auto report = check(options.passphrase, "");
     if (report.code != exitOk)
@@ -25,15 +35,17 @@ Report run(Options const& options, Workbench& workbench)
     return report;
 }
 
-Verb verb()
+} // namespace
+
+Verb exportVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ExportOptions>();
     return {.name = "export",
             .help = "Print the configuration as one JSON document",
-            .arguments = passphraseArguments(options->passphrase, "Put the secrets in, encrypted under a passphrase"),
+            .arguments = withPassphrase({}, options->passphrase, "Put the secrets in, encrypted under a passphrase"),
             .action = onWorkbench(options),
             .gather = gathering(options),
             .general = &options->general};
 }
 
-} // namespace Tool::Verbs::Export
+} // namespace Tool::Verbs

@@ -1,10 +1,16 @@
-#include "verbs/Flags.h"
+// The flag file: `flags`.
+#include "verbs/Verbs.h"
 
 #include "workbench/FlagFile.h"
 
-namespace Tool::Verbs::Flags {
+namespace Tool::Verbs {
 
 namespace {
+
+struct FlagsOptions {
+    Words changes;      ///< FLAG, FLAG=VALUE, or FLAG=, which takes its line away
+    bool clear = false; ///< removes the file
+};
 
 Words offered(std::string const& word)
 {
@@ -14,14 +20,9 @@ Words offered(std::string const& word)
 
 } // namespace
 
-Report run(Options const& options, Workbench& workbench)
+Verb flagsVerb()
 {
-    return flags(workbench, options.changes, options.clear);
-}
-
-Verb verb()
-{
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<FlagsOptions>();
     return {.name = "flags",
             .help = "Show or change the flag file",
             .arguments = {{.name = "FLAG[=VALUE]",
@@ -30,7 +31,7 @@ Verb verb()
                            .offer = offered},
                           {.name = "--clear", .target = &options->clear, .help = "Remove the file"}},
             .changesAs = "flag file",
-            .action = onWorkbench(options)};
+            .action = [options](Workbench& workbench) { return flags(workbench, options->changes, options->clear); }};
 }
 
-} // namespace Tool::Verbs::Flags
+} // namespace Tool::Verbs

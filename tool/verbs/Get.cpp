@@ -1,18 +1,21 @@
-#include "verbs/Get.h"
+// Values, one or several: `get`.
+#include "verbs/Verbs.h"
 
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Items.h"
 #include "workbench/Workbench.h"
 
 #include <utility>
 
-namespace Tool::Verbs::Get {
+namespace Tool::Verbs {
 
-Report run(Options const& options, Workbench& workbench)
+namespace {
+
+Report values(Words const& items, Workbench& workbench)
 {
     Report report;
     Section section{"items", Layout::Values, {"item", "tag", "type", "value"}, {}};
-    for (auto const& name : options.items) {
+    for (auto const& name : items) {
         auto const tag = findItem(name);
         if (!tag) {
             report.fail(exitUnknownItem, unknownItem(name).problems.front());
@@ -31,17 +34,15 @@ Report run(Options const& options, Workbench& workbench)
     return report;
 }
 
-Verb verb()
+} // namespace
+
+Verb getVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const items = std::make_shared<Words>();
     return {.name = "get",
             .help = "Print values",
-            .arguments = {{.name = "ITEM",
-                           .target = &options->items,
-                           .help = "Names, or tag numbers",
-                           .isRequired = true,
-                           .offer = Offers::items}},
-            .action = onWorkbench(options)};
+            .arguments = {Arguments::items(items.get())},
+            .action = [items](Workbench& workbench) { return values(*items, workbench); }};
 }
 
-} // namespace Tool::Verbs::Get
+} // namespace Tool::Verbs

@@ -1,7 +1,8 @@
-#include "verbs/History.h"
+// Who changed what, and when: `history`.
+#include "verbs/Verbs.h"
 
 #include "report/Text.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Items.h"
 #include "workbench/Journal.h"
 #include "workbench/Workbench.h"
@@ -10,9 +11,17 @@
 #include <set>
 #include <utility>
 
-namespace Tool::Verbs::History {
+namespace Tool::Verbs {
 
-Report run(Options const& options, Workbench& workbench)
+namespace {
+
+struct HistoryOptions {
+    std::string pattern; ///< a glob or a part of a name; empty: all items
+    std::size_t limit = 100;
+};
+
+/// The last entries of the items that match.
+Report run(HistoryOptions const& options, Workbench& workbench)
 {
     std::set<std::string> names;
     if (!options.pattern.empty()) {
@@ -48,15 +57,14 @@ Report run(Options const& options, Workbench& workbench)
     return report;
 }
 
-Verb verb()
+} // namespace
+
+Verb historyVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<HistoryOptions>();
     return {.name = "history",
             .help = "Show who changed what, and when",
-            .arguments = {{.name = "PATTERN",
-                           .target = &options->pattern,
-                           .help = "A glob with * or ?, or a part of a name",
-                           .offer = Offers::items},
+            .arguments = {Arguments::pattern(&options->pattern),
                           {.name = "--limit",
                            .target = &options->limit,
                            .help = "So many entries, the latest ones; otherwise 100",
@@ -65,4 +73,4 @@ Verb verb()
             .action = onWorkbench(options)};
 }
 
-} // namespace Tool::Verbs::History
+} // namespace Tool::Verbs

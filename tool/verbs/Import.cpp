@@ -1,23 +1,39 @@
-#include "verbs/Import.h"
+// An exported document is taken over: `import`.
+#include "verbs/Verbs.h"
 
 #include "report/Console.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
+#include "verbs/Passphrase.h"
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 
 #include <iterator>
+#include <optional>
+#include <string>
 #include <utility>
 
-namespace Tool::Verbs::Import {
+namespace Tool::Verbs {
 
-Report gather(Options& options, Console& console)
+namespace {
+
+struct ImportOptions {
+    std::string file;
+    std::optional<std::string> content; ///< of the file, by gather()
+    PassphraseOptions passphrase;
+    bool dryRun = false;
+    bool atomic = false;
+    General general;
+};
+
+Report gather(ImportOptions& options, Console& console)
 {
     options.content = console.read(options.file);
     gatherFor(options.content, options.passphrase, console);
     return {};
 }
 
-Report run(Options const& options, Workbench& workbench)
+/// Each item of the document is accounted for; in text what is unchanged is only counted.
+Report run(ImportOptions const& options, Workbench& workbench)
 {
     if (!options.content)
         return failure(exitUsage, options.file, "cannot be read");
@@ -35,27 +51,28 @@ Report run(Options const& options, Workbench& workbench)
     return account;
 }
 
-Verb verb()
+} // namespace
+
+Verb importVerb()
 {
-    auto const options = std::make_shared<Options>();
-    std::vector<Argument> arguments{
-        {.name = "FILE",
-         .target = &options->file,
-         .help = "The document, - for standard input",
-         .isRequired = true,
-         .offer = Offers::files},
-        {.name = "--dry-run", .target = &options->dryRun, .help = "Check the document and write nothing"},
-        {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one item is refused or unknown"}};
-    auto secrets = passphraseArguments(options->passphrase, "Open the encrypted secrets and store them");
-    std::move(secrets.begin(), secrets.end(), std::back_inserter(arguments));
-    return {.name = "import",
-            .help = "Take over an exported configuration, each item accounted for",
-            .arguments = std::move(arguments),
-            .changesAs = "import",
-            .action = onWorkbench(options),
-            .gather = gathering(options),
-            .general = &options->general,
-            .dryRun = &options->dryRun};
+    auto const options = std::make_shared<ImportOptions>();
+    return {
+        .name = "import",
+        .help = "Take over an exported configuration, each item accounted for",
+        .arguments = withPassphrase(
+            {{.name = "FILE",
+              .target = &options->file,
+              .help = "The document, - for standard input",
+              .isRequired = true,
+              .offer = Offers::files},
+             {.name = "--dry-run", .target = &options->dryRun, .help = "Check the document and write nothing"},
+             {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one item is refused or unknown"}},
+            options->passphrase, "Open the encrypted secrets and store them"),
+        .changesAs = "import",
+        .action = onWorkbench(options),
+        .gather = gathering(options),
+        .general = &options->general,
+        .dryRun = &options->dryRun};
 }
 
-} // namespace Tool::Verbs::Import
+} // namespace Tool::Verbs

@@ -1,17 +1,25 @@
-#include "verbs/List.h"
+// Items with their values: `list`.
+#include "verbs/Verbs.h"
 
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Workbench.h"
 
 #include <utility>
 
-namespace Tool::Verbs::List {
+namespace Tool::Verbs {
 
 using namespace Data;
 
-Report run(Options const& options, Workbench& workbench)
+namespace {
+
+struct ListOptions {
+    std::string pattern; ///< a glob or a part of a name; empty: all items
+    bool changedOnly = false;
+};
+
+Report run(ListOptions const& options, Workbench& workbench)
 {
     auto const tags = options.pattern.empty() ? allTags() : matchItems(options.pattern);
     if (tags.empty())
@@ -35,18 +43,17 @@ Report run(Options const& options, Workbench& workbench)
     return report;
 }
 
-Verb verb()
+} // namespace
+
+Verb listVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ListOptions>();
     return {
         .name = "list",
         .help = "List items with their values",
-        .arguments = {{.name = "PATTERN",
-                       .target = &options->pattern,
-                       .help = "A glob with * or ?, or a part of a name",
-                       .offer = Offers::items},
+        .arguments = {Arguments::pattern(&options->pattern),
                       {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"}},
         .action = onWorkbench(options)};
 }
 
-} // namespace Tool::Verbs::List
+} // namespace Tool::Verbs

@@ -1,75 +1,52 @@
-#include "verbs/Management.h"
+// The verbs that act as the telephone's management service: `mgmt get` and its like.
+#include "verbs/Verbs.h"
 
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
 #include "workbench/Management.h"
+#include "workbench/Workbench.h"
 
-namespace Tool::Verbs::Management {
+#include <utility>
+
+namespace Tool::Verbs {
 
 namespace {
 
-using Request = Report (*)(Workbench&, std::vector<Assignment> const&);
-
-template <class Options> Report request(Options const& options, Workbench& workbench, Request action)
+Verb readingVerb()
 {
-    std::vector<Assignment> values;
-    auto report = parseAssignments(options.assignments, options.general.showSecrets, values);
-    return report.code == exitOk ? action(workbench, values) : report;
+    auto const items = std::make_shared<Words>();
+    return {.name = "mgmt get",
+            .help = "Read items as the service reads them",
+            .arguments = {Arguments::items(items.get(), "An item, or a table such as codecSettings")},
+            .action = [items](Workbench& workbench) { return managementGet(workbench, *items); }};
 }
 
 /// A verb that takes assignments.
-template <class Options> Verb requestVerb(std::string name, std::string help)
+Verb requestVerb(std::string name, std::string help, Report (*request)(Workbench&, std::vector<Assignment> const&))
 {
-    auto const options = std::make_shared<Options>();
+    auto const words = std::make_shared<Words>();
+    auto assignments = Arguments::assignments(words.get(), "As the service names them");
+    assignments.isRequired = true;
     return {.name = std::move(name),
             .help = std::move(help),
-            .arguments = {{.name = "ITEM=VALUE",
-                           .target = &options->assignments,
-                           .help = "As the service names them",
-                           .isRequired = true,
-                           .offer = Offers::assignments}},
+            .arguments = {std::move(assignments)},
             .changesAs = "management",
-            .action = onWorkbench(options),
-            .general = &options->general};
-}
-
-Verb getVerb()
-{
-    auto const options = std::make_shared<GetOptions>();
-    return {.name = "mgmt get",
-            .help = "Read items as the service reads them",
-            .arguments = {{.name = "ITEM",
-                           .target = &options->items,
-                           .help = "An item, or a table such as codecSettings",
-                           .isRequired = true,
-                           .offer = Offers::items}},
-            .action = onWorkbench(options)};
+            .action = [words, request](Workbench& workbench) {
+                std::vector<Assignment> values;
+                auto report = parseAssignments(*words, workbench.options().showSecrets, values);
+                return report.code == exitOk ? request(workbench, values) : report;
+            }};
 }
 
 } // namespace
 
-Report run(GetOptions const& options, Workbench& workbench)
-{
-    return managementGet(workbench, options.items);
-}
-
-Report run(SetOptions const& options, Workbench& workbench)
-{
-    return request(options, workbench, managementSet);
-}
-
-Report run(ChangedOptions const& options, Workbench& workbench)
-{
-    return request(options, workbench, managementChanged);
-}
-
-std::vector<Verb> verbs()
+std::vector<Verb> managementVerbs()
 {
     return {
         {.name = "mgmt", .help = "Act as the management service"},
-        getVerb(),
-        requestVerb<SetOptions>("mgmt set", "Set items of the media component, with reject reasons"),
-        requestVerb<ChangedOptions>("mgmt changed", "Report that items of other components changed"),
+        readingVerb(),
+        requestVerb("mgmt set", "Set items of the media component, with reject reasons", managementSet),
+        requestVerb("mgmt changed", "Report that items of other components changed", managementChanged),
         {.name = "mgmt reset-user-data",
          .help = "Order a reset of the user's settings",
          .changesAs = "management",
@@ -80,4 +57,4 @@ std::vector<Verb> verbs()
     };
 }
 
-} // namespace Tool::Verbs::Management
+} // namespace Tool::Verbs

@@ -1,13 +1,23 @@
-#include "verbs/Mobility.h"
+// How the user's data is handled: `mobility`.
+#include "verbs/Verbs.h"
 
 #include "report/Console.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Document.h"
 #include "workbench/Mobility.h"
 
-namespace Tool::Verbs::Mobility {
+#include <optional>
+#include <string>
+
+namespace Tool::Verbs {
 
 namespace {
+
+struct MobilityOptions {
+    std::optional<std::string> type;    ///< all, managed, unmanaged or the empty text; nothing: shows what there is
+    std::string from;                   ///< a document with the data of the user who arrives
+    std::optional<std::string> content; ///< of that file, by gather()
+};
 
 Words typeNames()
 {
@@ -19,7 +29,7 @@ Words typeNames()
     return names;
 }
 
-Report storeArriving(Options const& options, Workbench& workbench)
+Report storeArriving(MobilityOptions const& options, Workbench& workbench)
 {
     if (!options.content)
         return failure(exitUsage, options.from, "cannot be read");
@@ -28,16 +38,15 @@ Report storeArriving(Options const& options, Workbench& workbench)
     return report.code == exitOk ? arrive(workbench, document) : report;
 }
 
-} // namespace
-
-Report gather(Options& options, Console& console)
+Report gather(MobilityOptions& options, Console& console)
 {
     if (!options.from.empty())
         options.content = console.read(options.from);
     return {};
 }
 
-Report run(Options const& options, Workbench& workbench)
+/// Announces the type, after the arriving user's data was stored.
+Report run(MobilityOptions const& options, Workbench& workbench)
 {
     if (!options.type && options.from.empty())
         return mobility();
@@ -53,9 +62,11 @@ Report run(Options const& options, Workbench& workbench)
     return announce(workbench, *type);
 }
 
-Verb verb()
+} // namespace
+
+Verb mobilityVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<MobilityOptions>();
     return {.name = "mobility",
             .help = "Announce how the user's data is handled, or show what waits",
             .arguments = {{.name = "TYPE",
@@ -72,4 +83,4 @@ Verb verb()
             .gather = gathering(options)};
 }
 
-} // namespace Tool::Verbs::Mobility
+} // namespace Tool::Verbs

@@ -1,7 +1,7 @@
 #include "verbs/Passphrase.h"
 
 #include "report/Console.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Document.h"
 
 #include <algorithm>
@@ -29,15 +29,16 @@ bool isSealed(std::string const& text)
 
 } // namespace
 
-std::vector<Argument> passphraseArguments(PassphraseOptions& options, std::string const& help)
+std::vector<Argument> withPassphrase(std::vector<Argument> arguments, PassphraseOptions& options, std::string const& help)
 {
-    return {{.name = "--secrets", .target = &options.secrets, .help = help},
-            {.name = "--passphrase-file",
-             .target = &options.file,
-             .help = "Read the passphrase from a file's first line, - for standard input; otherwise it is "
-                     "MEDIADATA_PASSPHRASE, or asked for",
-             .value = "FILE",
-             .offer = Offers::files}};
+    arguments.push_back({.name = "--secrets", .target = &options.secrets, .help = help});
+    arguments.push_back({.name = "--passphrase-file",
+                         .target = &options.file,
+                         .help = "Read the passphrase from a file's first line, - for standard input; otherwise it is "
+                                 "MEDIADATA_PASSPHRASE, or asked for",
+                         .value = "FILE",
+                         .offer = Offers::files});
+    return arguments;
 }
 
 void gatherForNew(PassphraseOptions& options, Console& console, bool isNeeded)

@@ -22,8 +22,8 @@ struct PassphraseOptions {
     bool isMistyped() const { return typed && !typed->empty() && typed != again; }
 };
 
-/// The two options; `help` says what --secrets is good for.
-std::vector<Argument> passphraseArguments(PassphraseOptions& options, std::string const& help);
+/// Adds the two options; `help` says what --secrets is good for.
+std::vector<Argument> withPassphrase(std::vector<Argument> arguments, PassphraseOptions& options, std::string const& help);
 
 /// Reads the file, or has the passphrase typed: for a new box.
 void gatherForNew(PassphraseOptions& options, Console& console, bool isNeeded);

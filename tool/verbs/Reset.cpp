@@ -1,6 +1,7 @@
-#include "verbs/Reset.h"
+// Back to the defaults: `reset`.
+#include "verbs/Verbs.h"
 
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
@@ -19,12 +20,17 @@
 #include <algorithm>
 #include <utility>
 
-namespace Tool::Verbs::Reset {
+namespace Tool::Verbs {
 
 using namespace Data;
 using Media::MediaDataCache;
 
 namespace {
+
+struct ResetOptions {
+    Words what;          ///< "audio" or "user-data", which the library resets by operations of its own; or items
+    bool dryRun = false; ///< says what would change and changes nothing
+};
 
 std::vector<eDataTag> userData()
 {
@@ -106,9 +112,8 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
     return report.code == exitOk ? set(workbench, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
 }
 
-} // namespace
-
-Report run(Options const& options, Workbench& workbench)
+/// A table's or group's name stands for all its cells.
+Report run(ResetOptions const& options, Workbench& workbench)
 {
     auto const& what = options.what;
     auto const names = [&](char const* word) { return std::find(what.begin(), what.end(), word) != what.end(); };
@@ -121,9 +126,11 @@ Report run(Options const& options, Workbench& workbench)
                           : resetSet(workbench, userData(), resetUserData, options.dryRun);
 }
 
-Verb verb()
+} // namespace
+
+Verb resetVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ResetOptions>();
     return {
         .name = "reset",
         .help = "Go back to the defaults",
@@ -139,4 +146,4 @@ Verb verb()
         .dryRun = &options->dryRun};
 }
 
-} // namespace Tool::Verbs::Reset
+} // namespace Tool::Verbs

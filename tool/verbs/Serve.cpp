@@ -1,4 +1,5 @@
-#include "verbs/Serve.h"
+// A process that only holds the data directory for others: `serve`.
+#include "verbs/Verbs.h"
 
 #include "cli/Invocation.h"
 
@@ -9,9 +10,12 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace Tool::Verbs::Serve {
+namespace Tool::Verbs {
 
-int hold(Holding const& holding)
+namespace {
+
+/// Says that it serves, and waits for the end.
+int holdForOthers(Holding const& holding)
 {
     auto& out = holding.invocation.console->out;
     auto const& directory = holding.invocation.workbench->platform().directory();
@@ -25,12 +29,14 @@ int hold(Holding const& holding)
     return exitOk;
 }
 
-Verb verb()
+} // namespace
+
+Verb serveVerb()
 {
     return {.name = "serve",
             .help = "Hold the data directory for others until SIGTERM",
             .places = {Place::Process},
-            .action = WhileHolding(hold)};
+            .action = WhileHolding(holdForOthers)};
 }
 
-} // namespace Tool::Verbs::Serve
+} // namespace Tool::Verbs

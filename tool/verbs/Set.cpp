@@ -1,20 +1,36 @@
-#include "verbs/Set.h"
+// Values are set, all in one bulk set: `set`.
+#include "verbs/Verbs.h"
 
 #include "report/Console.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
 #include "workbench/Workbench.h"
 
-namespace Tool::Verbs::Set {
+#include <optional>
+#include <string>
 
-Report gather(Options& options, Console& console)
+namespace Tool::Verbs {
+
+namespace {
+
+struct SetOptions {
+    Words assignments;                  ///< ITEM=VALUE
+    std::string file;                   ///< with more of them, a line each
+    std::optional<std::string> content; ///< of the file, by gather()
+    bool dryRun = false;
+    bool atomic = false;
+    bool watch = false;
+};
+
+Report gather(SetOptions& options, Console& console)
 {
     if (!options.file.empty())
         options.content = console.read(options.file);
     return {};
 }
 
-Report run(Options const& options, Workbench& workbench)
+/// Each value is accounted for. Nothing is set when something is no assignment.
+Report run(SetOptions const& options, Workbench& workbench)
 {
     Report report;
     std::vector<Assignment> values;
@@ -23,7 +39,7 @@ Report run(Options const& options, Workbench& workbench)
     if (options.content)
         report = readAssignments(*options.content, options.file, values);
     if (report.code == exitOk)
-        report = parseAssignments(options.assignments, options.general.showSecrets, values);
+        report = parseAssignments(options.assignments, workbench.options().showSecrets, values);
     if (report.code != exitOk)
         return report;
     if (values.empty())
@@ -31,16 +47,15 @@ Report run(Options const& options, Workbench& workbench)
     return set(workbench, values, {.dryRun = options.dryRun, .atomic = options.atomic, .watch = options.watch});
 }
 
-Verb verb()
+} // namespace
+
+Verb setVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<SetOptions>();
     return {
         .name = "set",
         .help = "Set values, all in one bulk set",
-        .arguments = {{.name = "ITEM=VALUE",
-                       .target = &options->assignments,
-                       .help = "A value may be empty",
-                       .offer = Offers::assignments},
+        .arguments = {Arguments::assignments(&options->assignments, "A value may be empty"),
                       {.name = "--file",
                        .target = &options->file,
                        .help = "Read ITEM=VALUE lines from a file, - for standard input",
@@ -52,8 +67,7 @@ Verb verb()
         .changesAs = "set",
         .action = onWorkbench(options),
         .gather = gathering(options),
-        .general = &options->general,
         .dryRun = &options->dryRun};
 }
 
-} // namespace Tool::Verbs::Set
+} // namespace Tool::Verbs

@@ -1,4 +1,5 @@
-#include "verbs/Shell.h"
+// All verbs in one running process, with line editing, history, completion and change notifications: `shell`.
+#include "verbs/Verbs.h"
 
 #include "cli/CommandLine.h"
 #include "cli/LineEditor.h"
@@ -16,7 +17,7 @@
 #include <set>
 #include <utility>
 
-namespace Tool::Verbs::Shell {
+namespace Tool::Verbs {
 
 namespace {
 
@@ -69,9 +70,8 @@ bool namesASecret(Words const& words)
     });
 }
 
-} // namespace
-
-int hold(Holding const& holding)
+/// Reads commands until "exit" or the end of the input. Answers the gravest exit status of the commands.
+int runLines(Holding const& holding)
 {
     auto& [invocation, server, end] = holding;
     LineEditor editor(end);
@@ -105,12 +105,14 @@ int hold(Holding const& holding)
     return gravest;
 }
 
-Verb verb()
+} // namespace
+
+Verb shellVerb()
 {
     return {.name = "shell",
             .help = "Run lines of commands; others are served meanwhile",
             .places = {Place::Process},
-            .action = WhileHolding(hold)};
+            .action = WhileHolding(runLines)};
 }
 
-} // namespace Tool::Verbs::Shell
+} // namespace Tool::Verbs

@@ -1,4 +1,5 @@
-#include "verbs/Table.h"
+// The table-valued settings as people read them: `table codec` and its like.
+#include "verbs/Verbs.h"
 
 #include "workbench/Items.h"
 #include "workbench/Rules.h"
@@ -10,11 +11,16 @@
 #include <algorithm>
 #include <utility>
 
-namespace Tool::Verbs::Table {
+namespace Tool::Verbs {
 
 using namespace Data;
 
 namespace {
+
+struct TableOptions {
+    std::string name;
+    std::string alert; ///< of the ringing table: only the row that a call with this alert identifier rings by
+};
 
 using Tables::Role;
 
@@ -127,9 +133,7 @@ std::vector<std::string> tableNames()
     return names;
 }
 
-} // namespace
-
-Report run(Options const& options, Workbench& workbench)
+Report run(TableOptions const& options, Workbench& workbench)
 {
     auto const& name = options.name;
     auto const& alert = options.alert;
@@ -154,9 +158,11 @@ Report run(Options const& options, Workbench& workbench)
     return {exitOk, {groupPickup(workbench)}};
 }
 
-Verb verb()
+} // namespace
+
+Verb tableVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<TableOptions>();
     return {.name = "table",
             .help = "Show a table as people read it",
             .arguments = {{.name = "NAME",
@@ -171,4 +177,4 @@ Verb verb()
             .action = onWorkbench(options)};
 }
 
-} // namespace Tool::Verbs::Table
+} // namespace Tool::Verbs

@@ -1,7 +1,5 @@
 // What a verb of the command line is: its name, what it takes, where it may run and what it does. Each verb's file describes
 // it once; the parser, the help, the completion and the test of the manual know verbs by this description alone.
-//
-// To add a verb: a file here with a struct of its options, `run` and `verb`, and a line in cli/Registry.cpp.
 #pragma once
 
 #include "report/Report.h"
@@ -47,7 +45,7 @@ struct Print {
 using Target =
     std::variant<bool*, std::string*, Words*, std::size_t*, std::optional<int>*, std::optional<std::string>*, Print>;
 
-/// What may stand in the place of a word that is being typed; see Offers.h.
+/// What may stand in the place of a word that is being typed; see Arguments.h.
 using Offer = std::function<Words(std::string const& word)>;
 
 /// An option or, without hyphens, the name of what stands among the words.
@@ -100,12 +98,7 @@ struct Verb {
     bool runsAt(Place place) const;
 };
 
-/// The actions of a verb whose file has `run`, `gather`, `follow` and `hold` for its options.
-template <class Options> Alone alone(std::shared_ptr<Options> const& options)
-{
-    return [options] { return run(*options); };
-}
-
+/// The actions of a verb whose file has `run` and `gather` for its options.
 template <class Options> OnWorkbench onWorkbench(std::shared_ptr<Options> const& options)
 {
     return [options](Workbench& workbench) { return run(*options, workbench); };

@@ -1,12 +1,31 @@
-#include "verbs/Watch.h"
+// Changes as they come: `watch`.
+#include "verbs/Verbs.h"
 
 #include "holder/Watcher.h"
-#include "verbs/Offers.h"
+#include "verbs/Arguments.h"
 #include "workbench/Items.h"
 
-namespace Tool::Verbs::Watch {
+#include "Data/DataTypes.h"
 
-Report gather(Options& options, Console&)
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace Tool::Verbs {
+
+namespace {
+
+struct WatchOptions {
+    std::string pattern;                          ///< a glob or a part of a name; empty: all items
+    std::optional<std::set<Data::eDataTag>> only; ///< the items that match, by gather(); nothing: all
+    std::size_t count = 0;                        ///< ends after so many changes; 0: never
+    std::size_t seconds = 0;                      ///< ends after so much time; 0: never
+    General general;
+};
+
+Report gather(WatchOptions& options, Console&)
 {
     if (options.pattern.empty())
         return {};
@@ -17,7 +36,8 @@ Report gather(Options& options, Console&)
     return {};
 }
 
-std::shared_ptr<Watcher> follow(Options const& options, ChangeFeed& feed)
+/// Begins to take the changes of the feed.
+std::shared_ptr<Watcher> follow(WatchOptions const& options, ChangeFeed& feed)
 {
     return std::make_shared<Watcher>(feed.subscribe(options.only),
                                      WatcherOptions{.count = options.count,
@@ -26,15 +46,14 @@ std::shared_ptr<Watcher> follow(Options const& options, ChangeFeed& feed)
                                                     .showSecrets = options.general.showSecrets});
 }
 
-Verb verb()
+} // namespace
+
+Verb watchVerb()
 {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<WatchOptions>();
     return {.name = "watch",
             .help = "Print changes as they come, of a holder or as one",
-            .arguments = {{.name = "PATTERN",
-                           .target = &options->pattern,
-                           .help = "A glob with * or ?, or a part of a name",
-                           .offer = Offers::items},
+            .arguments = {Arguments::pattern(&options->pattern),
                           {.name = "--count",
                            .target = &options->count,
                            .help = "End after so many changes",
@@ -51,4 +70,4 @@ Verb verb()
             .general = &options->general};
 }
 
-} // namespace Tool::Verbs::Watch
+} // namespace Tool::Verbs

@@ -3,7 +3,6 @@
 #include "workbench/Items.h"
 #include "workbench/Values.h"
 
-#include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 
 #include "XmlParser.h"
@@ -26,6 +25,37 @@ using Step = Builder::ValidatorAndParams;
 /// Longer ranges are no help to anybody.
 constexpr int mostValues = 20;
 constexpr std::size_t steps = 2;
+
+struct NamedBuilder {
+    Builder::ValidatorBuilder builder;
+    char const* name;
+    bool hasParameters;
+};
+
+constexpr NamedBuilder builders[]{
+    {&Builder::dataValidatorIntRange, "IntRange", true},
+    {&Builder::dataValidatorIntRangeNot, "IntRangeNot", true},
+    {&Builder::dataValidatorBasePort, "BasePort", true},
+    {&Builder::dataValidatorStringLength, "StringLength", true},
+    {&Builder::dataValidatorStringsAllowed, "StringsAllowed", true},
+    {&Builder::dataValidatorStringAllDigits, "StringAllDigits", false},
+    {&Builder::dataValidatorStringNoWhitespace, "StringNoWhitespace", false},
+    {&Builder::dataValidatorStringBoolean, "StringBoolean", false},
+};
+
+std::string stepName(Step const& step)
+{
+    for (auto const& known : builders) {
+        if (known.builder != step.builder)
+            continue;
+        if (!known.hasParameters)
+            return known.name;
+        // A list of allowed texts has commas of its own; its separator comes after a bar.
+        auto const* const between = known.builder == &Builder::dataValidatorStringsAllowed ? "|" : ",";
+        return fmt::format("{}({}{}{})", known.name, step.params[0].text, between, step.params[1].text);
+    }
+    return "?";
+}
 
 std::vector<std::string> listed(Step const& step)
 {
@@ -82,6 +112,16 @@ bool survivesXml(std::string text)
 }
 
 } // namespace
+
+std::string chainText(Step const* chain)
+{
+    std::string text;
+    for (std::size_t step = 0; chain && step < steps; ++step) {
+        if (chain[step].builder)
+            text += (text.empty() ? "" : "+") + stepName(chain[step]);
+    }
+    return text.empty() ? "-" : text;
+}
 
 std::vector<std::string> legalValues(eDataTag tag)
 {

@@ -2,12 +2,15 @@
 // value must be besides, so that every file and table can carry it.
 #pragma once
 
-#include "Data/DataTypes.h"
+#include "Data/DataItemBuilder.h"
 
 #include <string>
 #include <vector>
 
 namespace Tool {
+
+/// "IntRange(1,8)+StringAllDigits", the steps in the record's order; "-" without steps.
+std::string chainText(Data::DataCache::DataItemBuilder::ValidatorAndParams const* chain);
 
 /// The legal values when there are few enough to choose from, else none.
 std::vector<std::string> legalValues(Data::eDataTag tag);

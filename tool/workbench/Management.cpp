@@ -1,7 +1,6 @@
 #include "workbench/Management.h"
 
 #include "report/Text.h"
-#include "verbs/Reset.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
@@ -20,12 +19,8 @@
 #include "ManagementService.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
-#include <ctime>
 #include <map>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 namespace Tool {

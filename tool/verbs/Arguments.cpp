@@ -1,0 +1,86 @@
+#include "verbs/Arguments.h"
+
+#include "workbench/Accepted.h"
+#include "workbench/Items.h"
+
+#include <utility>
+
+namespace Tool {
+
+namespace {
+
+/// Every name of every item, each followed by `after`.
+Words namesFollowedBy(char const* after)
+{
+    Words names;
+    for (auto const tag : allTags()) {
+        for (auto const& name : namesOf(tag))
+            names.push_back(name + after);
+    }
+    return names;
+}
+
+/// ITEM= of every item, and behind it the item's legal values where there are few enough to choose from.
+Words offeredAssignments(std::string const& word)
+{
+    auto const equals = word.find('=');
+    if (equals == std::string::npos)
+        return namesFollowedBy("=");
+    Words values;
+    if (auto const tag = findItem(word.substr(0, equals))) {
+        for (auto const& value : legalValues(*tag))
+            values.push_back(word.substr(0, equals + 1) + value);
+    }
+    return values;
+}
+
+} // namespace
+
+Words Offers::items(std::string const&)
+{
+    return namesFollowedBy("");
+}
+
+Words Offers::files(std::string const&)
+{
+    return {":file"};
+}
+
+Words Offers::directories(std::string const&)
+{
+    return {":directory"};
+}
+
+Offer Offers::words(Words const& fixed)
+{
+    return [fixed](std::string const&) { return fixed; };
+}
+
+Argument Arguments::items(Target target, std::string help)
+{
+    return {.name = "ITEM", .target = target, .help = std::move(help), .isRequired = true, .offer = Offers::items};
+}
+
+Argument Arguments::pattern(std::string* target)
+{
+    return {.name = "PATTERN", .target = target, .help = "A glob with * or ?, or a part of a name", .offer = Offers::items};
+}
+
+Argument Arguments::assignments(Words* target, std::string help)
+{
+    return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = offeredAssignments};
+}
+
+Verb itemVerb(std::string name, std::string help, Report (*run)(Workbench& workbench, Data::eDataTag tag))
+{
+    auto const item = std::make_shared<std::string>();
+    return {.name = std::move(name),
+            .help = std::move(help),
+            .arguments = {Arguments::items(item.get(), "A name, or a tag number")},
+            .action = [item, run](Workbench& workbench) {
+                auto const tag = findItem(*item);
+                return tag ? run(workbench, *tag) : unknownItem(*item);
+            }};
+}
+
+} // namespace Tool
