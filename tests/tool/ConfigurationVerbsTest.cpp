@@ -147,12 +147,14 @@ TEST_F(ConfigurationVerbs, SettleADocumentOverATelephoneThatIsAlreadyInUse)
     // What a process that goes on knows is not more than what the next start reads.
     auto const going = run("shell", "set ringer-tone-1=4\nset alert-identifier-1=\nexport --show-secrets\n").out;
     auto const whole = exported();
+    write("whole", whole);
     EXPECT_TRUE(going.ends_with(whole));
     for (auto const* const command : {"reset DoorOpeners CodecSettings HeadsetPriorities", "set door-opener-type-1=2 ",
                                       "set group-pickup-tone-type=3 door-opener-directvideo-4=1",
                                       "set SRTPEncryption[4]/allowed=true", "flags aes256_test=false"})
         ASSERT_EQ(status(command), 0) << command;
     ASSERT_NE(exported(), whole);
+    EXPECT_EQ(status("import --dry-run " + pathOf("whole")), 0) << "its flags show rows that are hidden now";
     auto const answer = run("import --atomic -", whole);
     EXPECT_EQ(answer.status, 0) << answer.out << answer.err;
     EXPECT_EQ(exported(), whole);

@@ -11,6 +11,7 @@
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
+#include "Tables/Rules.h"
 
 #include "HostPlatform.h"
 
@@ -51,7 +52,7 @@ public:
         if (document.usb)
             addDevice("device/usb", profile.usb, *document.usb);
         if (document.flags)
-            addFlags(*document.flags);
+            addFlags(m_flags = *document.flags);
         for (auto const& [name, value] : document.service)
             addService(name, service, value);
         for (auto const& [name, reason, near] : document.unknown) {
@@ -64,8 +65,8 @@ public:
     void orderAllByRank() { orderByRank(m_workbench, m_settings); }
 
     /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
-    /// applied first.
-    void applyHardwareFirst()
+    /// applied first, or it is checked with what they would say.
+    void applyHardwareFirst(bool dryRun)
     {
         auto const isOfTable = [](Outcome const& each) {
             return each.result == Result::Refused && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
@@ -73,13 +74,15 @@ public:
         if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
             (toStore("flags/").empty() && toStore("device/").empty()))
             return;
-        applyDevice();
-        applyFlags();
+        if (!dryRun) {
+            applyDevice();
+            applyFlags();
+        }
         for (auto& each : m_settings) {
             if (isOfTable(each))
                 each = check(each.tag, each.text, {});
         }
-        checkAllTables();
+        checkTables(m_workbench, m_settings, dryRun ? wantedHardware() : DataTagValue_t());
     }
 
     /// When something was refused, true, and everything else is held back.
@@ -196,6 +199,22 @@ private:
         }
     }
 
+    /// The hardware flags that follow from the document's flags.
+    DataTagValue_t wantedHardware() const
+    {
+        DataTagValue_t file;
+        for (auto const& [word, tag] : Tables::flagWords()) {
+            if (auto const line = m_flags.find(word); line != m_flags.end())
+                file[tag] = line->second;
+        }
+        DataTagValue_t methods;
+        for (int row = 0; row < Tables::encryptions.rows; ++row) {
+            auto const method = Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, row);
+            methods[method] = textOf(readValue(method).value_or(Json()));
+        }
+        return Tables::hardwareFlagsByFile(file, methods);
+    }
+
     void addService(std::string const& name, ServiceValues const& service, std::string const& wanted)
     {
         auto const old = service.find(name);
@@ -266,6 +285,7 @@ private:
     }
 
     Workbench& m_workbench;
+    std::map<std::string, std::string> m_flags; ///< of the document
     std::vector<Outcome> m_settings;
     std::vector<Other> m_others;
 };
@@ -346,8 +366,7 @@ Report importDocument(Workbench& workbench, Document const& document, ImportOpti
 {
     Import import(workbench, document);
     import.checkAllTables();
-    if (!options.dryRun)
-        import.applyHardwareFirst();
+    import.applyHardwareFirst(options.dryRun);
     import.orderAllByRank();
     bool const heldBack = options.atomic && import.holdAllBack();
     if (!options.dryRun && !heldBack)

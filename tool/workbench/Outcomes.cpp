@@ -100,9 +100,11 @@ std::string limitOf(Outcome const& outcome)
     return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
 }
 
-void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes)
+void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes, DataTagValue_t const& hardware)
 {
     Rehearsal rehearsal;
+    for (auto const& [flag, text] : hardware)
+        rehearsal.want(flag, text);
     for (auto const& outcome : outcomes) {
         if (outcome.result == Result::WouldStore)
             rehearsal.want(outcome.tag, textOf(outcome.toStore()));

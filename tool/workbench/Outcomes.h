@@ -32,8 +32,9 @@ struct Outcome {
 Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& others);
 
 /// Runs the library's checks of whole tables on copies of the tables with the wanted cells in them, as they are made now and
-/// at the next start, and refuses the cells of tables that do not pass; nothing is stored.
-void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes);
+/// at the next start, and refuses the cells of tables that do not pass; nothing is stored. `hardware` stands in the place of
+/// hardware flags as they are.
+void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes, Data::DataTagValue_t const& hardware = {});
 
 /// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
 void checkRingers(std::vector<Outcome>& outcomes, bool follow);
