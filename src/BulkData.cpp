@@ -6,6 +6,8 @@
 
 #include "ClientUtils.h"
 
+#include <atomic>
+#include <memory>
 #include <type_traits>
 #include <utility>
 
@@ -22,9 +24,27 @@ template <class T> constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? 
                                                     : std::is_same_v<T, bool> ? eDataItemTypeBool
                                                                               : eDataItemTypeString;
 
+/// The lock of a bulk that is gone, for the next one: every notification makes a bulk for each callback it tells.
+class SpareLock {
+public:
+    ~SpareLock() { keep(nullptr); }
+
+    std::unique_ptr<CacheLock> take() { return std::unique_ptr<CacheLock>(m_lock.exchange(nullptr)); }
+    void keep(std::unique_ptr<CacheLock> lock) { delete m_lock.exchange(lock.release()); }
+
+private:
+    std::atomic<CacheLock*> m_lock = nullptr;
+};
+
+SpareLock spareLock;
+
 } // namespace
 
-BulkData::BulkData() : m_lock(std::make_unique<CacheLock>(CacheLock::State::Free)) {}
+BulkData::BulkData() : m_lock(spareLock.take())
+{
+    if (!m_lock)
+        m_lock = std::make_unique<CacheLock>(CacheLock::State::Free);
+}
 
 BulkData::BulkData(BulkData const& other) : BulkData()
 {
@@ -47,7 +67,11 @@ BulkData& BulkData::operator=(BulkData const& other)
     return *this;
 }
 
-BulkData::~BulkData() = default;
+BulkData::~BulkData()
+{
+    if (!m_isLeftLocked)
+        spareLock.keep(std::move(m_lock));
+}
 
 void BulkData::deepCopyMap(Items const& source, Items& target)
 {
@@ -87,13 +111,24 @@ template <class T> bool BulkData::addTagValue(eDataTag tag, T const& value, bool
     if (type == eDataItemTypeInvalid)
         return false;
     ScopedLock const held(*m_lock);
+    store(tag, value, writtenToDb);
+    return true;
+}
+
+template <class T> void BulkData::store(eDataTag tag, T const& value, bool writtenToDb)
+{
     auto& item = m_items[tag];
     if (!item)
         item.emplace();
     (*item).*field<T> = value;
-    item->itemType = type;
+    item->itemType = typeOf<T>;
     item->writtenToDb = writtenToDb;
-    return true;
+}
+
+template <class T> void BulkData::storeAlone(eDataTag tag, T const& value)
+{
+    if (checkTagType(tag, value) != eDataItemTypeInvalid)
+        store(tag, value, false);
 }
 
 template <class T> bool BulkData::setTagData(eDataTag tag, T const& value, bool writtenToDb)
@@ -105,8 +140,10 @@ template <class T> bool BulkData::getTagValue(eDataTag tag, T& value)
 {
     m_lock->take();
     auto const* const item = findItem(tag);
-    if (!item)
-        return false; // The lock stays held: required behaviour, felt only by other threads that use the same object.
+    if (!item) {
+        m_isLeftLocked = true; // Required behaviour, felt only by other threads that use the same object.
+        return false;
+    }
     value = item->*field<T>;
     m_lock->give();
     return true;
@@ -200,6 +237,7 @@ std::string BulkData::serialize()
     template MEDIADATA_EXPORT bool BulkData::addTagValue<T>(eDataTag, T const&, bool);                                      \
     template MEDIADATA_EXPORT bool BulkData::setTagData<T>(eDataTag, T const&, bool);                                       \
     template MEDIADATA_EXPORT bool BulkData::getTagValue<T>(eDataTag, T&);                                                  \
+    template void BulkData::storeAlone<T>(eDataTag, T const&);                                                              \
     template MEDIADATA_EXPORT bool BulkData::getTagData<T>(eDataTag, T&);
 INSTANTIATE(int)
 INSTANTIATE(bool)

@@ -62,17 +62,24 @@ public:
     std::string serialize();
 
 private:
-    friend class DataCache; ///< lists what is in it under its lock, which it gives back before it takes its own
+    /// Lists what is in it under its lock, which it gives back before it takes its own; fills in one that nobody else knows yet.
+    friend class DataCache;
 
     /// All tags asked for, those that have a value with their item.
     using Items = std::map<eDataTag, std::optional<BulkDataItem>>;
 
     static void deepCopyMap(Items const& source, Items& target);
     MEDIADATA_HIDDEN BulkDataItem* findItem(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    /// What addTagValue does under the lock.
+    template <class T> MEDIADATA_HIDDEN void store(eDataTag tag, T const& value, bool writtenToDb)
+        MEDIADATA_REQUIRES(*m_lock);
+    /// addTagValue without the lock, for an object that no other thread has.
+    template <class T> MEDIADATA_HIDDEN void storeAlone(eDataTag tag, T const& value) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     MEDIADATA_HIDDEN std::vector<eDataTag> listTags() const MEDIADATA_NO_THREAD_SAFETY_ANALYSIS; ///< as getTags
 
     Items m_items MEDIADATA_GUARDED_BY(*m_lock);
     std::unique_ptr<CacheLock> m_lock;
+    bool m_isLeftLocked MEDIADATA_GUARDED_BY(*m_lock) = false; ///< a caller kept the lock, see getTagValue
 };
 
 } // namespace Data

@@ -26,17 +26,17 @@ constexpr char const* unit = "./src/DataCache";
 /// What each callee is told, in the order of the callees' addresses.
 using Changes = std::map<DataUpdateCallback*, BulkData>;
 
-template <class T> void addValue(DataItemBase const& item, Changes& changes)
-{
-    T value{};
-    item.getValue(value);
-    for (auto* const callback : item.callbacks())
-        changes[callback].setTagData(item.tag(), value, false);
-}
-
 } // namespace
 
 struct DataCache::Notification {
+    template <class T> void add(DataItemBase const& item)
+    {
+        T value{};
+        item.getValue(value);
+        for (auto* const callback : item.callbacks())
+            changes[callback].storeAlone(item.tag(), value);
+    }
+
     Changes changes;
     std::optional<Push> push;
 };
@@ -92,13 +92,13 @@ void DataCache::addChange(DataItemBase const& item, Notification& notification)
 
     switch (type) {
     case eDataItemTypeInt:
-        addValue<int>(item, notification.changes);
+        notification.add<int>(item);
         break;
     case eDataItemTypeBool:
-        addValue<bool>(item, notification.changes);
+        notification.add<bool>(item);
         break;
     case eDataItemTypeString:
-        addValue<std::string>(item, notification.changes);
+        notification.add<std::string>(item);
         break;
     default:
         for (std::size_t count = item.callbacks().size(); count > 0; --count) // who reads the log may register
