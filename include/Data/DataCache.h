@@ -135,12 +135,25 @@ private:
     /// What a notification pass has to tell.
     struct Notification;
 
+    /// What an operation stores as a whole, and the guards that say from where to where (src/DataCache/WriteGroup.h).
+    class MEDIADATA_HIDDEN WriteGroup;
+    class MEDIADATA_HIDDEN Span;
+    class MEDIADATA_HIDDEN Pause;
+
+    /// What became of a changed value.
+    struct Written {
+        bool inDatabase = false;
+        bool withTables = false; ///< the changed tables, too
+    };
+
     // The work behind the public operations, which is done with the lock held and calls none of them.
 
-    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, bool& persisted)
+    template <class T> MEDIADATA_HIDDEN bool setDataValue(eDataTag tag, T const& value, Written& written)
         MEDIADATA_REQUIRES(*m_lock);
     template <class T> MEDIADATA_HIDDEN bool changeValue(DataItemBase& item, T const& value, T const& present,
-                                                         bool& persisted) MEDIADATA_REQUIRES(*m_lock);
+                                                         Written& written) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool storeInGroup(DataItemBase& item, std::string const& before, Written& written)
+        MEDIADATA_REQUIRES(*m_lock);
     template <class T> MEDIADATA_HIDDEN bool setAtManagement(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
     template <class T> MEDIADATA_HIDDEN bool pushValue(eDataTag tag, T const& value) MEDIADATA_REQUIRES(*m_lock);
     template <class T> MEDIADATA_HIDDEN bool fetchValue(eDataTag tag, T& value) MEDIADATA_REQUIRES(*m_lock);
@@ -153,6 +166,8 @@ private:
     MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN bool setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
         MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool setEachText(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist,
+                                      bool toManagement) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void getTexts(DataTagValue_t& values) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN bool applyChangedConfigFile() MEDIADATA_REQUIRES(*m_lock);
@@ -165,6 +180,7 @@ private:
     MEDIADATA_HIDDEN bool allChangesAreNoted() const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void addChange(DataItemBase const& item, Notification& notification) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void collectChanges(Notification& notification) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool hasCallees() const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void notifyChanges() MEDIADATA_REQUIRES(*m_lock);
     // Runs without the lock where the pass does not run inside another operation.
     MEDIADATA_HIDDEN void notify(Notification& notification);
@@ -176,6 +192,7 @@ private:
     std::array<DataItemBase*, tagCount> m_dataMap MEDIADATA_GUARDED_BY(*m_lock){};
     bool m_changed MEDIADATA_GUARDED_BY(*m_lock) = false;
     TouchedTags m_touched MEDIADATA_GUARDED_BY(*m_lock);
+    std::unique_ptr<WriteGroup> const m_group MEDIADATA_PT_GUARDED_BY(*m_lock); ///< null: every write stands alone
     // Made by the constructor before it gives the lock. Empty while the destructor takes them down: the platform, whose
     // storages go with the first, may still call operations then, which answer false.
     std::unique_ptr<DataSourceDB> m_sourceDB MEDIADATA_PT_GUARDED_BY(*m_lock);

@@ -65,9 +65,12 @@ public:
     void cleanStorageMap();
 
 private:
-    friend class DataCache; ///< asks for changed tables before it makes room for those that are rejected
+    friend class DataCache; ///< asks for changed tables before it makes room for those that are rejected, and groups writes
 
     MEDIADATA_HIDDEN bool hasChangedTables() const;
+    MEDIADATA_HIDDEN void keepTables();
+    MEDIADATA_HIDDEN void restoreTables();
+    MEDIADATA_HIDDEN static void logNotStored(eDataTag tag);
     MEDIADATA_HIDDEN bool writeTable(eDataTag tag, DataStorage& storage, std::string const& xml);
 
     std::vector<std::unique_ptr<DataStorage>> m_storages; ///< by the place of the schema's name; null: out of reach

@@ -20,16 +20,22 @@ public:
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
 
 private:
+    friend class DataTableHandler; ///< may have to put back what is remembered
+
     static constexpr std::size_t openerCount = 4;
+
+    struct Memory {
+        std::array<int, openerCount> directVideo{};
+        std::array<std::string, openerCount> phoneNumber;
+        std::array<int, openerCount> type{};
+    };
 
     /// Remembers what `values` say; true when a check of the cameras is due. `cleared` tells which openers were switched off.
     MEDIADATA_HIDDEN bool remember(DataTagValue_t const& values, std::array<bool, openerCount>& cleared);
     MEDIADATA_HIDDEN static void clearOpener(DataTagValue_t& values, std::size_t opener);
     MEDIADATA_HIDDEN static void updateDirectVideoTags(DataTagValue_t const& values);
 
-    std::array<int, openerCount> m_directVideo{};
-    std::array<std::string, openerCount> m_phoneNumber;
-    std::array<int, openerCount> m_type{};
+    Memory m_memory;
 };
 
 } // namespace Data

@@ -37,6 +37,10 @@ public:
     /// Splits the stored tables into their cells.
     void readDataFromTables(bool userDataOnly);
     MEDIADATA_HIDDEN bool hasChangedTables() const;
+    /// Remembers what the tables know beside their cells: which are marked as changed, and what the door openers remember.
+    MEDIADATA_HIDDEN void keepState();
+    /// Puts back what the last keepState remembered.
+    MEDIADATA_HIDDEN void restoreState();
     /// Checks and stores the tables that changed. False when one was rejected; `rejected` then holds its tags.
     bool writeTablesToDB(DataTagValue_t& rejected);
     /// Ignored for an unknown table.
@@ -48,8 +52,13 @@ private:
     MEDIADATA_HIDDEN bool writeTable(DataTable& table, DataTagValue_t& rejected);
     MEDIADATA_HIDDEN void resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore);
 
+    struct State;
+
+    MEDIADATA_HIDDEN DataTableDoorOpenerTypeDependentTags* doorOpenerTable() const;
+
     DataDBCallback* m_callback;
     std::map<eDataTag, std::unique_ptr<DataTable>> m_tables;
+    std::unique_ptr<State> m_kept;
     int m_changedTables = 0; ///< how many tables are marked as changed
 };
 

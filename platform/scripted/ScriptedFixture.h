@@ -6,8 +6,15 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <utility>
+
 class ScriptedTest : public testing::Test {
 protected:
+    explicit ScriptedTest(std::unique_ptr<Scripted::Platform> wanted = std::make_unique<Scripted::Platform>())
+        : m_platform(std::move(wanted))
+    {}
+
     /// Derived fixtures that stop the library in their own TearDown call this one last.
     void TearDown() override
     {
@@ -15,5 +22,9 @@ protected:
         EXPECT_EQ(Scripted::Platform::heldLocks(), 0);
     }
 
-    Scripted::Platform platform;
+private:
+    std::unique_ptr<Scripted::Platform> const m_platform;
+
+protected:
+    Scripted::Platform& platform = *m_platform;
 };

@@ -310,6 +310,12 @@ void Platform::failCall(std::size_t k, bool forGood)
     m_failForGood = forGood;
 }
 
+void Platform::failGroups(bool fail)
+{
+    Threads::Lock const guard(m_mutex);
+    m_failGroups = fail;
+}
+
 std::size_t Platform::fallibleCalls() const
 {
     Threads::Lock const guard(m_mutex);
@@ -431,6 +437,7 @@ bool Seam::endGroup(bool store)
         return false;
     Stored const waiting = std::move(platform.m_group->waiting);
     platform.m_group.reset();
+    store = store && !platform.m_failGroups;
     for (auto const& [place, text] : waiting.values)
         if (store)
             platform.m_stored.values[place] = text;

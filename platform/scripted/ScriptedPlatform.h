@@ -129,6 +129,8 @@ public:
     /// findService null; setDataItem, setDataItems, findDataAccessService, toEncryptedText, fromEncryptedText, readData,
     /// reportChanged, requestSet and beginGroup answer false and do nothing; endGroup answers false and stores nothing. Replaces an earlier order; 0 revokes it.
     void failCall(std::size_t k, bool forGood = false);
+    /// From now on no group is stored, or each is again.
+    void failGroups(bool fail);
     /// Fallible calls since the platform was made.
     std::size_t fallibleCalls() const;
 
@@ -184,6 +186,7 @@ private:
     std::size_t m_fallibleCalls MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::size_t m_failAt MEDIADATA_GUARDED_BY(m_mutex) = 0;
     bool m_failForGood MEDIADATA_GUARDED_BY(m_mutex) = false;
+    bool m_failGroups MEDIADATA_GUARDED_BY(m_mutex) = false;
 };
 
 /// The same platform with groups of writes.

@@ -6,6 +6,7 @@
 
 #include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
+#include "DataCache/WriteGroup.h"
 #include "Log.h"
 
 namespace Data {
@@ -28,9 +29,9 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
 /// `written` gets the value when it went into the database.
 template <class T> bool DataCache::setFromBulk(eDataTag tag, T const& value, DataTagValue_t& written)
 {
-    bool persisted = false;
-    bool const set = setDataValue(tag, value, persisted);
-    if (persisted)
+    Written outcome;
+    bool const set = setDataValue(tag, value, outcome);
+    if (outcome.inDatabase)
         written[tag] = convertToString(value);
     return set;
 }
@@ -61,6 +62,7 @@ bool DataCache::setDataBulk(BulkData& bulk)
         values = bulk.getTagsValues();
     }
     ScopedLock const held(*m_lock);
+    Span span(*this, true);
     bool accepted = true;
     DataTagValue_t written;
     for (auto const& [tag, item] : values) {
@@ -74,6 +76,7 @@ bool DataCache::setDataBulk(BulkData& bulk)
 
     DataTagValue_t failed;
     accepted = flushTables(failed) && accepted;
+    accepted = span.end(&failed) && accepted;
     if (!accepted) {
         for (auto const& entry : failed)
             bulk.setTagWrittenToDb(entry.first, false);

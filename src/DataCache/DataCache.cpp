@@ -9,6 +9,7 @@
 #include "Data/DataSourceOCMS.h"
 #include "DataCache/CacheLock.h"
 #include "DataCache/TextValues.h"
+#include "DataCache/WriteGroup.h"
 #include "Log.h"
 
 #include "ManageableData.h"
@@ -35,6 +36,13 @@ constexpr bool isActionInBatch(eDataTag tag)
     return tag == eDataTagSubmitResendLatestQdcReport || tag == eDataTagQosStatistics || tag == eDataTagMobilityDataUpdate;
 }
 
+/// Its write, or that of its table, goes on after its own.
+bool belongsToTable(eDataTag tag)
+{
+    auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
+    return row.isTable || row.parentTable != eDataTagNone;
+}
+
 /// A text as the log may quote it.
 char const* quotable(eDataTag tag, std::string const& text)
 {
@@ -46,7 +54,8 @@ char const* quotable(eDataTag tag, std::string const& text)
 } // namespace
 
 DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observedTags, eDataComponent component)
-    : m_component(component), m_lock(std::make_unique<CacheLock>(CacheLock::State::Held))
+    : m_component(component), m_lock(std::make_unique<CacheLock>(CacheLock::State::Held)),
+      m_group(WriteGroup::make(*this, context))
 {
     DataItemBuilder::verifyDataTable();
     clearDataMap();
@@ -128,9 +137,8 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
     return item->getValue(value);
 }
 
-/// `persisted` becomes true when the value went into the database. What is rare is called and not inlined, so that the way of
-/// an unchanged value is short.
-template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bool& persisted)
+/// What is rare is called and not inlined, so that the way of an unchanged value is short.
+template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, Written& written)
 {
     auto* const item = findItem(tag);
     if (!item)
@@ -142,15 +150,15 @@ template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, bo
     }
     if (value == present && !isAction(tag))
         return true;
-    return changeValue(*item, value, present, persisted);
+    return changeValue(*item, value, present, written);
 }
 
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
     ScopedLock const held(*m_lock);
-    bool persisted = false;
-    bool stored = setDataValue(tag, value, persisted) && flushTables();
-    if (stored && persisted && toManagement) {
+    Written written;
+    bool stored = setDataValue(tag, value, written) && (written.withTables || flushTables());
+    if (stored && written.inDatabase && toManagement) {
         stored = pushValue(tag, value);
         if (!stored)
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
@@ -169,7 +177,7 @@ template <class T> [[gnu::noinline]] bool DataCache::setAtManagement(eDataTag ta
 }
 
 template <class T>
-[[gnu::noinline]] bool DataCache::changeValue(DataItemBase& item, T const& value, T const& present, bool& persisted)
+[[gnu::noinline]] bool DataCache::changeValue(DataItemBase& item, T const& value, T const& present, Written& written)
 {
     std::string reason;
     if (!item.setValue(value, reason)) {
@@ -182,10 +190,12 @@ template <class T>
 
     switch (item.source()) {
     case eDataSourceDB:
-        persisted = storeItem(tag, &item);
-        if (persisted)
+        if (m_group && (m_group->isInSpan() || belongsToTable(tag)))
+            return storeInGroup(item, convertToString(present), written);
+        written.inDatabase = storeItem(tag, &item);
+        if (written.inDatabase)
             return true;
-        LOG_ERROR(unit, "DataCache::setDataValue - ERR storing into db failed\n");
+        WriteGroup::logNotStored(tag, WriteGroup::Origin::Value);
         item.setValue(present, reason);
         m_touched.insert(tag); // a nested pass may have taken the first change
         return false;
@@ -199,6 +209,28 @@ template <class T>
     }
 }
 
+/// One value of several that are stored as a whole: with its table, or with what the operation under way stores besides.
+bool DataCache::storeInGroup(DataItemBase& item, std::string const& before, Written& written)
+{
+    auto const tag = item.tag();
+    bool const isAlone = !m_group->isInSpan();
+    Span span(*this);
+    written.inDatabase = storeItem(tag, &item);
+    if (!written.inDatabase) {
+        std::string reason;
+        WriteGroup::logNotStored(tag, WriteGroup::Origin::Value);
+        item.setValueString(before, reason);
+        m_touched.insert(tag);
+        return false;
+    }
+    m_group->note(tag, before, WriteGroup::Origin::Value, true);
+    if (!isAlone)
+        return true;
+    written.withTables = true;
+    bool const flushed = flushTables();
+    return span.end() && flushed;
+}
+
 bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
 {
     ScopedLock const held(*m_lock);
@@ -206,6 +238,15 @@ bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& reje
 }
 
 bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+{
+    if (!persist || !m_initialised)
+        return setEachText(values, rejected, false, false);
+    Span span(*this);
+    bool const accepted = setEachText(values, rejected, true, toManagement);
+    return span.end() && accepted;
+}
+
+bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
 {
     bool accepted = true;
     for (auto const& [tag, text] : values) {
@@ -226,16 +267,16 @@ bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected,
             continue;
         }
         noteChange(tag);
-        if (!persist || !m_initialised || item->source() != eDataSourceDB)
-            continue;
-        if (!storeItem(tag, item)) {
-            LOG_ERROR(unit, "DataCache::setDataValues - ERR storing into db failed, restoring original value for tag %i\n",
-                      tag);
+        bool const isStored = persist && item->source() == eDataSourceDB;
+        if (isStored && !storeItem(tag, item)) {
+            WriteGroup::logNotStored(tag, WriteGroup::Origin::Batch);
             item->setValueString(present, reason);
             m_touched.insert(tag);
             return false;
         }
-        if (toManagement)
+        if (m_group && (isStored || m_group->notesAll()))
+            m_group->note(tag, std::move(present), WriteGroup::Origin::Batch, isStored);
+        if (isStored && toManagement && !(m_group && m_group->owe(tag, text)))
             pushValue(tag, text);
     }
     return accepted;
@@ -316,11 +357,14 @@ bool DataCache::readStored(eDataTag tag, DataItemBase* item)
 
 bool DataCache::storeItem(eDataTag tag, DataItemBase const* item)
 {
+    if (m_group && m_sourceDB && m_group->isInSpan())
+        m_group->beginWriting(tag);
     return m_sourceDB && m_sourceDB->writeDataValue(tag, item);
 }
 
 bool DataCache::flushTables(DataTagValue_t& rejected)
 {
+    WriteGroup::Flush const flush(m_group.get());
     return m_sourceDB && m_sourceDB->writeDataTables(rejected);
 }
 
@@ -334,11 +378,13 @@ bool DataCache::flushTables()
 
 template <class T> bool DataCache::pushValue(eDataTag tag, T const& value)
 {
+    Pause const pause(m_group.get());
     return m_sourceOCMS && m_sourceOCMS->setData(tag, convertToString(value));
 }
 
 template <class T> bool DataCache::fetchValue(eDataTag tag, T& value)
 {
+    Pause const pause(m_group.get());
     std::string text;
     bool const read = m_sourceOCMS && m_sourceOCMS->getData(tag, text);
     convertFromString(text, value);
@@ -354,7 +400,12 @@ bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
 bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
 {
     ScopedLock const held(*m_lock);
-    return storeItem(tag, item);
+    Span span(*this);
+    bool const isWritten = storeItem(tag, item);
+    bool const isStored = span.end();
+    if (isWritten && !isStored)
+        DataSourceDB::logNotStored(tag);
+    return isWritten && isStored;
 }
 
 bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
@@ -396,6 +447,7 @@ void DataCache::readAllDataFromSourceDB()
 void DataCache::readUserDataFromSourceDB()
 {
     ScopedLock const held(*m_lock);
+    Span const span(*this);
     for (auto* const item : m_dataMap) {
         if (item && DataItemBuilder::isUserData(item->tag()))
             readStored(item->tag(), item);
@@ -411,7 +463,7 @@ void DataCache::readUserDataFromSourceDB()
     template MEDIADATA_EXPORT bool DataCache::setData<T>(eDataTag, T const&, bool);                                         \
     template MEDIADATA_EXPORT bool DataCache::readDataFromSourceOCMS<T>(eDataTag, T&);                                      \
     template MEDIADATA_EXPORT bool DataCache::writeDataToSourceOCMS<T>(eDataTag, T const&);                                 \
-    template bool DataCache::setDataValue<T>(eDataTag, T const&, bool&);
+    template bool DataCache::setDataValue<T>(eDataTag, T const&, Written&);
 INSTANTIATE(int)
 INSTANTIATE(bool)
 INSTANTIATE(std::string)

@@ -7,6 +7,7 @@
 
 #include "Data/DataSourceOCMS.h"
 #include "DataCache/CacheLock.h"
+#include "DataCache/WriteGroup.h"
 #include "Log.h"
 
 #include <algorithm>
@@ -142,10 +143,18 @@ void DataCache::notify(Notification& notification)
         std::rethrow_exception(first);
 }
 
+bool DataCache::hasCallees() const
+{
+    return isPushDue() || std::ranges::any_of(m_dataMap, [](auto const* item) {
+               return item && item->isChanged() && !item->callbacks().empty();
+           });
+}
+
 void DataCache::notifyChanges()
 {
     if (!m_changed)
         return;
+    Pause const pause(m_group && m_group->isInSpan() && hasCallees() ? m_group.get() : nullptr);
     Notification notification;
     collectChanges(notification);
     notify(notification);
@@ -156,6 +165,8 @@ void DataCache::updateCallbacks()
     Notification notification;
     {
         ScopedLock const held(*m_lock);
+        if (m_group && m_group->isInSpan())
+            return notifyChanges(); // an operation of this thread is under way and holds the lock, too
         if (!m_changed)
             return;
         collectChanges(notification);

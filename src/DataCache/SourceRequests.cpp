@@ -4,6 +4,7 @@
 #include "Data/DataItemBuilder.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/WriteGroup.h"
 
 namespace Data {
 
@@ -34,6 +35,7 @@ void DataCache::ocmsCBResetToDefault()
 {
     {
         ScopedLock const held(*m_lock);
+        Span span(*this);
         std::map<eDataTag, DataItemBase*> items;
         for (auto* const item : m_dataMap) {
             if (item)
@@ -44,6 +46,7 @@ void DataCache::ocmsCBResetToDefault()
         applyDefaults(defaults);
         // Here the tables are stored, too; the facade's resets leave that to the next change.
         flushTables();
+        span.end();
         m_changed = true;
         announce(eMobilityReset);
     }
@@ -61,8 +64,10 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
     {
         // One hold across both, so that no other thread sees or flushes a half-set table.
         ScopedLock const held(*m_lock);
+        Span span(*this);
         bool const accepted = setTexts(values, rejected, true, false);
-        stored = flushTables() && accepted;
+        bool const flushed = flushTables();
+        stored = span.end() && flushed && accepted;
     }
     updateCallbacks();
     return stored;

@@ -238,8 +238,13 @@ bool DataSourceDB::writeDataValue(eDataTag tag, DataItemBase const* item)
         stored = storage->setDataItem(*element, text);
     }
     if (!stored)
-        LOG_AT(unit, 3, "DataSourceDB::writeDataValue failed to save tag %i into database\n", tag);
+        logNotStored(tag);
     return stored;
+}
+
+void DataSourceDB::logNotStored(eDataTag tag)
+{
+    LOG_AT(unit, 3, "DataSourceDB::writeDataValue failed to save tag %i into database\n", tag);
 }
 
 bool DataSourceDB::writeTable(eDataTag tag, DataStorage& storage, std::string const& xml)
@@ -268,6 +273,16 @@ void DataSourceDB::readDataFromTables(bool userDataOnly)
 bool DataSourceDB::hasChangedTables() const
 {
     return m_tableHandler->hasChangedTables();
+}
+
+void DataSourceDB::keepTables()
+{
+    m_tableHandler->keepState();
+}
+
+void DataSourceDB::restoreTables()
+{
+    m_tableHandler->restoreState();
 }
 
 bool DataSourceDB::writeDataTables(DataTagValue_t& rejected)

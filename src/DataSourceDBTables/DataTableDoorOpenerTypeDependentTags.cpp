@@ -40,9 +40,9 @@ template <class T> bool replace(T& remembered, T value)
 DoorOpenerTable::DataTableDoorOpenerTypeDependentTags() : DataTable(doorOpeners.tag, doorOpeners.last)
 {
     static_assert(openerCount == doorOpeners.rows);
-    readOpeners(m_directVideo, eDataTagDoorOpener1DirectVideo);
-    readOpeners(m_type, eDataTagDoorOpener1Type);
-    readOpeners(m_phoneNumber, eDataTagDoorOpener1PhoneNumber);
+    readOpeners(m_memory.directVideo, eDataTagDoorOpener1DirectVideo);
+    readOpeners(m_memory.type, eDataTagDoorOpener1Type);
+    readOpeners(m_memory.phoneNumber, eDataTagDoorOpener1PhoneNumber);
 }
 
 bool DoorOpenerTable::processReadData(DataTagValue_t& values, bool /*clearFiles*/)
@@ -71,19 +71,19 @@ bool DoorOpenerTable::remember(DataTagValue_t const& values, std::array<bool, op
         auto const opener = static_cast<std::size_t>(doorOpeners.rowOf(tag));
         switch (doorOpeners.columnOf(tag)) {
         case eDataTagDoorOpener1Type:
-            if (replace(m_type[opener], ClientUtils::stoi(text)) && m_type[opener] == 0) {
+            if (replace(m_memory.type[opener], ClientUtils::stoi(text)) && m_memory.type[opener] == 0) {
                 cleared[opener] = true;
                 changed = true;
             }
             break;
         case eDataTagDoorOpener1PhoneNumber:
-            changed |= replace(m_phoneNumber[opener], text);
+            changed |= replace(m_memory.phoneNumber[opener], text);
             break;
         case eDataTagDoorOpener1DirectVideo:
-            changed |= replace(m_directVideo[opener], ClientUtils::stoi(text));
+            changed |= replace(m_memory.directVideo[opener], ClientUtils::stoi(text));
             // The carry-over of opener 3's camera into what is remembered of opener 4 is required.
             if (opener == 2)
-                changed |= replace(m_directVideo[3], ClientUtils::stoi(text));
+                changed |= replace(m_memory.directVideo[3], ClientUtils::stoi(text));
             break;
         default:
             break;

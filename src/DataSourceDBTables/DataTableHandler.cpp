@@ -88,7 +88,13 @@ void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy)
                 values.emplace(tag, std::move(*current));
 }
 
-Handler::DataTableHandler(std::list<eDataTag> const& tableTags, DataDBCallback* callback) : m_callback(callback)
+struct Handler::State {
+    std::vector<eDataTag> changed;
+    DataTableDoorOpenerTypeDependentTags::Memory doorOpeners;
+};
+
+Handler::DataTableHandler(std::list<eDataTag> const& tableTags, DataDBCallback* callback)
+    : m_callback(callback), m_kept(std::make_unique<State>())
 {
     fillTableMap(tableTags);
 }
@@ -121,6 +127,33 @@ bool Handler::hasChangedTables() const
 {
     assert(m_changedTables == std::ranges::count_if(m_tables, [](auto const& entry) { return entry.second->isChanged(); }));
     return m_changedTables > 0;
+}
+
+Handler::DataTableDoorOpenerTypeDependentTags* Handler::doorOpenerTable() const
+{
+    auto const found = m_tables.find(eDataTagDoorOpeners);
+    return found == m_tables.end() ? nullptr : static_cast<DataTableDoorOpenerTypeDependentTags*>(found->second.get());
+}
+
+void Handler::keepState()
+{
+    m_kept->changed.clear();
+    for (auto const& [tag, table] : m_tables)
+        if (table->isChanged())
+            m_kept->changed.push_back(tag);
+    if (auto const* const table = doorOpenerTable())
+        m_kept->doorOpeners = table->m_memory;
+}
+
+void Handler::restoreState()
+{
+    for (auto const& [tag, table] : m_tables)
+        table->setChanged(false);
+    m_changedTables = 0;
+    for (auto const tag : m_kept->changed)
+        setTableChanged(tag);
+    if (auto* const table = doorOpenerTable())
+        table->m_memory = m_kept->doorOpeners;
 }
 
 void Handler::readDataFromTables(bool userDataOnly)

@@ -54,7 +54,11 @@ protected:
     using Cache = Media::MediaDataCache;
     using Texts = std::vector<std::string>;
 
-    LibraryTest() { platform.answerOrdinarily(); }
+    explicit LibraryTest(std::unique_ptr<Scripted::Platform> wanted = std::make_unique<Scripted::Platform>())
+        : ScriptedTest(std::move(wanted))
+    {
+        platform.answerOrdinarily();
+    }
 
     void TearDown() override
     {
