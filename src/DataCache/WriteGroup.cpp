@@ -11,7 +11,6 @@
 #include "SvcRTEContext.h"
 
 #include <algorithm>
-#include <ranges>
 #include <type_traits>
 
 namespace Data {
@@ -133,11 +132,11 @@ void DataCache::WriteGroup::takeBack()
         if (m_frame.isBulk && !change.isByTable)
             LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", change.tag);
     }
-    for (auto const& change : changes | std::views::reverse) {
+    for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
         std::string reason;
-        m_cache.findItem(change.tag)->setValueString(change.before, reason);
-        m_cache.noteChange(change.tag);
-        m_frame.lost.emplace(change.tag, "");
+        m_cache.findItem(change->tag)->setValueString(change->before, reason);
+        m_cache.noteChange(change->tag);
+        m_frame.lost.emplace(change->tag, "");
     }
 }
 

@@ -16,7 +16,7 @@ class StorageGroup;
 
 namespace Data {
 
-/// Used with the cache's lock held.
+/// Used with the cache's lock held, which the compiler's analysis cannot see from here.
 class DataCache::WriteGroup {
 public:
     enum class Origin { Value, Batch }; ///< setDataValue or setDataValues
@@ -67,11 +67,11 @@ private:
         std::vector<Change> changes = {}; ///< of this part, and before it cells of tables that are not written yet
     };
 
-    void keepTables();
+    void keepTables() MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     Reports endPart();
     void keepWaitingCells();
     bool isWaitingCell(Change const& change) const;
-    void takeBack();
+    void takeBack() MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     void make(Reports const& reports);
 
     DataCache& m_cache;
