@@ -54,9 +54,44 @@ bool isOwn(std::string_view name)
 bool holdsOnlyOwnFiles(std::string const& path)
 {
     std::error_code fault;
-    fs::directory_iterator const entries(path, fault);
-    return !fault && std::all_of(begin(entries), end(entries),
-                                 [](fs::directory_entry const& each) { return isOwn(each.path().filename().string()); });
+    fs::directory_iterator entry(path, fault);
+    while (!fault && entry != fs::directory_iterator()) {
+        if (!isOwn(entry->path().filename().string()))
+            return false;
+        entry.increment(fault);
+    }
+    return !fault;
+}
+
+/// Repeats a call that a signal interrupted.
+template <class Call> auto whole(Call const& call)
+{
+    auto result = call();
+    while (result < 0 && errno == EINTR)
+        result = call();
+    return result;
+}
+
+/// Makes the names in a directory durable. Some file systems have nothing to be done for it and say so.
+bool syncNames(int directory, std::string const& path, std::string& error)
+{
+    if (whole([&] { return ::fsync(directory); }) == 0 || errno == EINVAL)
+        return true;
+    error = path + ": cannot be synced: " + reason(errno);
+    return false;
+}
+
+/// Makes the directory's own name durable. A parent that this user may not read is not this user's affair.
+bool syncParent(fs::path const& path, std::string& error)
+{
+    fs::path const parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    FileDescriptor const above(whole([&] { return ::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    if (above)
+        return syncNames(above.get(), parent.string(), error);
+    if (errno == EACCES)
+        return true;
+    error = parent.string() + ": cannot be opened: " + reason(errno);
+    return false;
 }
 
 /// Makes the directory and its missing parents, each durable in its own parent.
@@ -71,24 +106,7 @@ bool makeDirectories(fs::path const& path, std::string& error)
         error = "cannot make directory " + path.string() + ": " + reason(errno);
         return false;
     }
-    fs::path const parent = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    FileDescriptor const above(::open(parent.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (above)
-        ::fsync(above.get());
-    return true;
-}
-
-bool writeAll(int descriptor, std::string_view content)
-{
-    while (!content.empty()) {
-        ssize_t const written = ::write(descriptor, content.data(), content.size());
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0)
-            return false;
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
+    return syncParent(path, error);
 }
 
 std::string holderOf(int lock)
@@ -102,6 +120,36 @@ std::string holderOf(int lock)
 }
 
 } // namespace
+
+FileDescriptor openPlain(std::string const& path, int flags)
+{
+    return FileDescriptor(whole([&] { return ::open(path.c_str(), flags | O_NOFOLLOW | O_CLOEXEC); }));
+}
+
+bool writeAll(int descriptor, std::string_view content)
+{
+    while (!content.empty()) {
+        ssize_t const written = whole([&] { return ::write(descriptor, content.data(), content.size()); });
+        if (written < 0)
+            return false;
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+std::optional<std::size_t> readUpTo(int descriptor, char* target, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        ssize_t const count = whole([&] { return ::read(descriptor, target + done, size - done); });
+        if (count < 0)
+            return std::nullopt;
+        if (count == 0)
+            break;
+        done += static_cast<std::size_t>(count);
+    }
+    return done;
+}
 
 FileDescriptor::~FileDescriptor()
 {
@@ -129,7 +177,8 @@ bool DataDirectory::open(std::string const& path, std::string& error)
         return refuse("no path given");
     if (!makeDirectories(wanted, error))
         return false;
-    m_directory = FileDescriptor(::open(wanted.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    m_directory =
+        FileDescriptor(whole([&] { return ::open(wanted.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
     if (!m_directory) {
         int const code = errno;
         std::error_code ignored;
@@ -149,7 +198,8 @@ bool DataDirectory::open(std::string const& path, std::string& error)
                       "another");
     if ((status.st_mode & 07777) != directoryMode && ::fchmod(m_directory.get(), directoryMode) != 0)
         return refuse("cannot be closed to other users: " + reason(errno));
-    return takeLock(error);
+    // Somebody else may have made it a moment ago.
+    return syncParent(m_path, error) && takeLock(error);
 }
 
 bool DataDirectory::takeLock(std::string& error)
@@ -157,7 +207,7 @@ bool DataDirectory::takeLock(std::string& error)
     FileDescriptor lock = openFile(lockName, O_RDWR | O_CREAT, error);
     if (!lock)
         return false;
-    if (::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (whole([&] { return ::flock(lock.get(), LOCK_EX | LOCK_NB); }) != 0) {
         m_inUse = errno == EWOULDBLOCK;
         error = "data directory " + m_path + ": " +
                 (m_inUse ? "in use by " + holderOf(lock.get()) : "cannot be locked: " + reason(errno));
@@ -190,7 +240,8 @@ FileDescriptor DataDirectory::openFile(std::string const& name, int flags, std::
 {
     if (look(name, error) == State::refused)
         return FileDescriptor();
-    FileDescriptor file(::openat(m_directory.get(), name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, fileMode));
+    FileDescriptor file(whole(
+        [&] { return ::openat(m_directory.get(), name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, fileMode); }));
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0) {
         error = pathOf(name) + ": cannot be opened: " + reason(errno);
@@ -207,13 +258,31 @@ FileDescriptor DataDirectory::openFile(std::string const& name, int flags, std::
     return file;
 }
 
+bool DataDirectory::copyFile(std::string const& from, std::string const& to, std::string& error) const
+{
+    FileDescriptor const source = openFile(from, O_RDONLY, error);
+    FileDescriptor const target = source ? openFile(to, O_WRONLY | O_CREAT | O_EXCL, error) : FileDescriptor();
+    if (!target)
+        return false;
+    std::array<char, 65536> block{};
+    std::optional<std::size_t> size;
+    while ((size = readUpTo(source.get(), block.data(), block.size())) && *size > 0)
+        if (!writeAll(target.get(), {block.data(), *size})) {
+            error = pathOf(to) + ": cannot be written: " + reason(errno);
+            return false;
+        }
+    if (!size)
+        error = pathOf(from) + ": cannot be read: " + reason(errno);
+    return size.has_value();
+}
+
 bool DataDirectory::replaceFile(std::string const& name, std::string const& content, std::string& error) const
 {
     std::string const draft = name + ".new";
     FileDescriptor const file = openFile(draft, O_WRONLY | O_CREAT | O_TRUNC, error);
     if (!file)
         return false;
-    if (!writeAll(file.get(), content) || ::fsync(file.get()) != 0) {
+    if (!writeAll(file.get(), content) || whole([&] { return ::fsync(file.get()); }) != 0) {
         error = pathOf(draft) + ": cannot be written: " + reason(errno);
         remove(draft);
         return false;
@@ -236,10 +305,7 @@ void DataDirectory::remove(std::string const& name) const
 
 bool DataDirectory::sync(std::string& error) const
 {
-    if (::fsync(m_directory.get()) == 0)
-        return true;
-    error = m_path + ": cannot be synced: " + reason(errno);
-    return false;
+    return syncNames(m_directory.get(), m_path, error);
 }
 
 bool DataDirectory::makeFolder(std::string const& relativePath, std::string& error) const
@@ -249,9 +315,11 @@ bool DataDirectory::makeFolder(std::string const& relativePath, std::string& err
     fs::path walked;
     for (fs::path const& part : fs::path(relativePath)) {
         walked /= part;
-        if (::mkdirat(above, part.c_str(), directoryMode) == 0)
-            ::fsync(above);
-        FileDescriptor next(::openat(above, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        bool const isNew = ::mkdirat(above, part.c_str(), directoryMode) == 0;
+        if (isNew && !syncNames(above, pathOf(walked.parent_path().string()), error))
+            return false;
+        FileDescriptor next(
+            whole([&] { return ::openat(above, part.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC); }));
         if (!next || ::fchmod(next.get(), directoryMode) != 0) {
             error = "folder " + pathOf(walked.string()) + " cannot be used: " + reason(errno);
             return false;

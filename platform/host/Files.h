@@ -2,7 +2,10 @@
 // used by one process at a time.
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Host {
@@ -27,6 +30,15 @@ public:
 private:
     int m_descriptor;
 };
+
+/// Opens a plain file with the open(2) flags `flags`, and never a link. No descriptor with errno.
+FileDescriptor openPlain(std::string const& path, int flags);
+
+/// Writes all of it. False with errno.
+bool writeAll(int descriptor, std::string_view content);
+
+/// Reads until `size` bytes are there or the file ends: how many there were. Nothing with errno.
+std::optional<std::size_t> readUpTo(int descriptor, char* target, std::size_t size);
 
 /// A data directory that this process has for itself as long as the object lives.
 class DataDirectory {
@@ -56,6 +68,9 @@ public:
     /// Opens a private file with the open(2) flags `flags`. No descriptor and `error` when it cannot be had or look() would
     /// refuse it; a missing file without O_CREAT is an error, too.
     FileDescriptor openFile(std::string const& name, int flags, std::string& error) const;
+
+    /// Copies a file into one that is not there yet.
+    bool copyFile(std::string const& from, std::string const& to, std::string& error) const;
 
     /// Replaces a file so that a power cut leaves the old or the new content: durable when true.
     bool replaceFile(std::string const& name, std::string const& content, std::string& error) const;

@@ -14,6 +14,7 @@
 
 #include <array>
 #include <atomic>
+#include <exception>
 
 #define UNIT "HostPlatform"
 
@@ -47,7 +48,13 @@ std::unique_ptr<Platform> Platform::open(Options const& options, std::string& er
     std::unique_ptr<Platform> platform(new Platform);
     if (options.logLevel)
         setLogLevel(*options.logLevel);
-    bool const taken = platform->take(options, error);
+    bool taken = false;
+    // The standard library's, for want of memory: nothing below throws itself, and nothing above is to be met by one.
+    try {
+        taken = platform->take(options, error);
+    } catch (std::exception const& exception) {
+        error = "data directory " + options.directory + ": " + exception.what();
+    }
     if (inUse != nullptr)
         *inUse = platform->m_directory->isInUse();
     if (!taken)

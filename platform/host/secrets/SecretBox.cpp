@@ -7,10 +7,11 @@
 #include <sodium.h>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <system_error>
 
 #define UNIT "SecretBox"
 
@@ -34,10 +35,14 @@ bool readKey(DataDirectory const& directory, SealingKey& key, std::string& error
     FileDescriptor const file = directory.openFile(keyName, O_RDONLY, error);
     if (!file)
         return false;
-    std::array<unsigned char, SealingKey::size + 1> content{}; // one more, to see whether the file goes on
-    bool const isKey = ::read(file.get(), content.data(), content.size()) == static_cast<ssize_t>(SealingKey::size);
+    std::array<char, SealingKey::size + 1> content{}; // one more, to see whether the file goes on
+    auto const size = readUpTo(file.get(), content.data(), content.size());
+    int const code = errno;
+    bool const isKey = size == SealingKey::size;
     if (isKey)
         std::copy_n(content.begin(), SealingKey::size, key.bytes.begin());
+    else if (!size)
+        error = directory.pathOf(keyName) + ": cannot be read: " + std::generic_category().message(code);
     else
         error = directory.pathOf(keyName) + " is damaged: it does not hold a key of " + std::to_string(SealingKey::size) +
                 " bytes. Put the right file back, or remove it and set the secrets again";
