@@ -11,11 +11,14 @@
 #include "store/Database.h"
 
 #include <fcntl.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <system_error>
 
 #define UNIT "DatabaseMending"
 
@@ -32,6 +35,8 @@ std::string const copyName = databaseName + ".copy";
 constexpr std::array<char const*, 4> parts{"", "-wal", "-journal",
                                            "-shm"}; // of one database: SQLite's names for its helpers
 
+constexpr int maximumAside = 1000;
+
 class Mending {
 public:
     Mending(DataDirectory const& directory, std::vector<std::string>& notices, std::string& error)
@@ -42,10 +47,11 @@ public:
 
 private:
     bool prepare();
-    std::string silentDamage() const;
+    std::optional<bool> isThere(std::string const& name);
+    bool findSilentDamage(std::string& damage);
+    std::unique_ptr<Database> look(std::string& damage);
     std::unique_ptr<Database> openFile(std::string& damage);
     bool lookAtAll();
-    bool isCutOff() const;
     std::unique_ptr<Database> makeNew();
     bool readFirstPage(std::string& page);
     bool build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal);
@@ -74,17 +80,16 @@ bool Mending::lookAtAll()
 {
     for (std::string const& name : {databaseName, newName, mendedName, copyName})
         for (char const* part : parts)
-            if (m_directory.look(name + part, m_error) == State::refused)
+            if (!isThere(name + part))
                 return false;
     return true;
 }
 
-/// Shorter than the header of a database: SQLite may take such a file for a new one.
-bool Mending::isCutOff() const
+/// Nothing, with the error, when that cannot be told.
+std::optional<bool> Mending::isThere(std::string const& name)
 {
-    constexpr std::uintmax_t headerSize = 100;
-    std::error_code ignored;
-    return std::filesystem::file_size(m_directory.pathOf(databaseName), ignored) < headerSize;
+    State const state = m_directory.look(name, m_error);
+    return state == State::refused ? std::nullopt : std::optional(state == State::present);
 }
 
 std::unique_ptr<Database> Mending::makeNew()
@@ -105,14 +110,16 @@ bool Mending::readFirstPage(std::string& page)
 {
     if (makeNew() == nullptr)
         return false;
-    std::array<char, 4096> content{};
     FileDescriptor const file = m_directory.openFile(newName, O_RDONLY, m_error);
-    if (file && ::read(file.get(), content.data(), content.size()) == static_cast<ssize_t>(content.size()))
-        page.assign(content.data(), content.size());
+    page.resize(4096);
+    bool const isRead = file && readUpTo(file.get(), page.data(), page.size()) == page.size();
+    if (file && !isRead)
+        m_error = m_directory.pathOf(newName) + ": cannot be read: " + std::generic_category().message(errno);
     removeAll(newName);
-    return !page.empty();
+    return isRead;
 }
 
+/// Makes a complete database beside the present one. Its mark lasts: takePlace() can be carried on by any later start.
 bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal)
 {
     std::unique_ptr<Database> database = makeNew();
@@ -126,37 +133,38 @@ bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEnt
     }
     database.reset();
     // A log that is still there means that the close could not carry it over: then the file alone is not complete.
-    if (m_directory.look(newName + "-wal", m_error) != State::absent) {
+    if (isThere(newName + "-wal") != false) {
         m_error = "database: " + m_directory.pathOf(newName) + " cannot be completed";
         return false;
     }
-    return m_directory.rename(newName, mendedName, m_error) && m_directory.sync(m_error) && takePlace();
+    return m_directory.rename(newName, mendedName, m_error) && m_directory.sync(m_error);
 }
 
+/// Durable when open() has synced the directory.
 bool Mending::takePlace()
 {
-    return setAside() && m_directory.rename(mendedName, databaseName, m_error) && m_directory.sync(m_error);
+    return setAside() && m_directory.rename(mendedName, databaseName, m_error);
 }
 
 /// Gives everything that bears the database's names new ones. An old log beside a new file would be taken for its own.
 bool Mending::setAside()
 {
-    auto const isTaken = [&](std::string const& name) {
-        std::string ignored;
-        for (char const* part : parts)
-            if (m_directory.look(name + part, ignored) != State::absent)
-                return true;
-        return false;
+    auto const isFree = [&](std::string const& name) {
+        return std::ranges::all_of(parts, [&](char const* part) { return isThere(name + part) == false; });
     };
     int number = 1;
     auto const aside = [&] { return databaseName + ".damaged-" + std::to_string(number); };
-    while (isTaken(aside()))
-        ++number;
+    while (!isFree(aside())) {
+        // That many are not there: the system does not say what is.
+        if (++number > maximumAside)
+            return false;
+    }
     std::string moved;
     for (char const* part : parts) {
-        if (m_directory.look(databaseName + part, m_error) == State::absent)
+        auto const isHere = isThere(databaseName + part);
+        if (isHere == false)
             continue;
-        if (!m_directory.rename(databaseName + part, aside() + part, m_error))
+        if (!isHere || !m_directory.rename(databaseName + part, aside() + part, m_error))
             return false;
         moved += (moved.empty() ? "" : ", ") + aside() + part;
     }
@@ -169,17 +177,9 @@ bool Mending::copyDamaged()
 {
     removeAll(copyName);
     for (std::string const part : {"", "-wal"}) {
-        std::error_code fault;
-        if (m_directory.look(databaseName + part, m_error) != State::present)
-            continue;
-        if (!m_directory.openFile(copyName + part, O_RDWR | O_CREAT | O_EXCL, m_error))
+        auto const isHere = isThere(databaseName + part);
+        if (!isHere || (*isHere && !m_directory.copyFile(databaseName + part, copyName + part, m_error)))
             return false;
-        std::filesystem::copy_file(m_directory.pathOf(databaseName + part), m_directory.pathOf(copyName + part),
-                                   std::filesystem::copy_options::overwrite_existing, fault);
-        if (fault) {
-            m_error = "database: " + m_directory.pathOf(databaseName + part) + " cannot be copied: " + fault.message();
-            return false;
-        }
     }
     return true;
 }
@@ -194,13 +194,14 @@ bool Mending::mend(std::string const& why)
     if (!readFirstPage(firstPage))
         return false;
     Salvage salvage(m_directory.pathOf(copyName), firstPage);
-    salvage.readAll();
+    bool const isRead = salvage.readAll(m_error);
     removeAll(copyName);
-    if (!build(salvage.items(), salvage.journal()))
+    if (!isRead || !build(salvage.items(), salvage.journal()))
         return false;
+    // Told before the new database takes its place, which a later start may have to do.
     for (std::string const& each : salvage.report())
         notice(each);
-    return true;
+    return takePlace();
 }
 
 /// Carries on what an earlier start did not finish, and makes a database where there is none.
@@ -210,20 +211,30 @@ bool Mending::prepare()
         return false;
     removeAll(newName);
     removeAll(copyName);
-    if (m_directory.look(mendedName, m_error) == State::present && !takePlace())
+    auto const isMended = isThere(mendedName);
+    if (!isMended || (*isMended && !takePlace()))
         return false;
-    return m_directory.look(databaseName, m_error) != State::absent || build({}, {});
+    auto const isHere = isThere(databaseName);
+    return isHere && (*isHere || (build({}, {}) && takePlace()));
 }
 
-/// Damage that SQLite would pass over in silence; empty when there is none.
-std::string Mending::silentDamage() const
+/// Damage that SQLite would pass over in silence; empty when there is none. False when that cannot be told.
+bool Mending::findSilentDamage(std::string& damage)
 {
+    constexpr std::uintmax_t headerSize = 100; // A shorter file SQLite may take for a new one. Ours never are.
     std::string const path = m_directory.pathOf(databaseName);
-    if (isCutOff()) // A new file is never so short when it comes to its place.
-        return "database: " + path + " is cut off";
-    if (changesBehindGap(path + "-wal") > 1)
-        return "database: " + path + "-wal is damaged amid the changes it holds";
-    return "";
+    std::error_code fault;
+    auto const size = std::filesystem::file_size(path, fault);
+    if (fault) {
+        m_error = path + ": " + fault.message();
+        return false;
+    }
+    auto const isDamaged = isLogDamaged(path + "-wal", m_error);
+    if (size < headerSize)
+        damage = "database: " + path + " is cut off";
+    else if (isDamaged == true)
+        damage = "database: " + path + "-wal is damaged amid the changes it holds";
+    return isDamaged.has_value();
 }
 
 /// Null with the error, and with `damage` when mending may help.
@@ -240,14 +251,31 @@ std::unique_ptr<Database> Mending::openFile(std::string& damage)
     return database;
 }
 
+/// Opens the file unless it is damaged or the machine does not let us. What looks damaged is looked at twice.
+std::unique_ptr<Database> Mending::look(std::string& damage)
+{
+    std::unique_ptr<Database> database;
+    for (int looks = 0; looks < 2 && database == nullptr; ++looks) {
+        damage.clear();
+        if (findSilentDamage(damage) && damage.empty())
+            database = openFile(damage);
+        if (database == nullptr && damage.empty())
+            return nullptr;
+    }
+    return database;
+}
+
 std::unique_ptr<Database> Mending::open()
 {
     if (!prepare())
         return nullptr;
-    std::string damage = silentDamage();
-    std::unique_ptr<Database> database = damage.empty() ? openFile(damage) : nullptr;
+    std::string damage;
+    std::unique_ptr<Database> database = look(damage);
     if (database == nullptr && !damage.empty() && mend(damage))
         database = openFile(damage);
+    // The log has a name by now, without which what it is going to hold would be lost.
+    if (database != nullptr && !m_directory.sync(m_error))
+        return nullptr;
     return database;
 }
 

@@ -3,16 +3,18 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace Host {
 
-/// The changes (commits) from the first unreadable frame of the log on. One may be what a power cut interrupted, since each
-/// is synced before the next begins; more mean damage. 0 without a log, or when the log's header cannot be read.
-std::size_t changesBehindGap(std::string const& log);
+/// Whether SQLite would pass over stored changes. One change (commit) behind an unreadable frame may be what a power cut
+/// interrupted, since each is synced before the next begins; more mean damage. So does an unreadable header before frames that
+/// are its own. Nothing, with `error`, when the system does not let us see the file; one that is not there is sound.
+std::optional<bool> isLogDamaged(std::string const& log, std::string& error);
 
-/// Takes the unreadable frames out of the log, so that SQLite reads those behind them. Incomplete changes at the end go, too.
-/// Returns how many frames were lost; 0 leaves the file as it is.
-std::size_t closeGaps(std::string const& log);
+/// Takes the unreadable frames out of the log, so that SQLite reads those behind them. Incomplete changes at the end go, too. A
+/// damaged header is made anew. How many frames were lost; nothing, with `error`, when the file could not be read or written.
+std::optional<std::size_t> mendLog(std::string const& log, std::string& error);
 
 } // namespace Host

@@ -13,6 +13,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <filesystem>
 #include <iterator>
 #include <limits>
@@ -51,54 +53,80 @@ off_t offsetOf(std::int64_t number, std::string const& page)
     return (number - 1) * static_cast<off_t>(page.size());
 }
 
-bool readPage(FileDescriptor const& file, std::int64_t number, std::string& page)
+/// Moves to the page; false with errno.
+bool seek(FileDescriptor const& file, std::int64_t number, std::string const& page)
 {
-    return ::pread(file.get(), page.data(), page.size(), offsetOf(number, page)) == static_cast<ssize_t>(page.size());
+    return file && ::lseek(file.get(), offsetOf(number, page), SEEK_SET) >= 0;
 }
 
 bool writePage(FileDescriptor const& file, std::int64_t number, std::string const& page)
 {
-    return ::pwrite(file.get(), page.data(), page.size(), offsetOf(number, page)) == static_cast<ssize_t>(page.size());
+    return seek(file, number, page) && writeAll(file.get(), page);
+}
+
+/// Not the file's content but the machine is at fault.
+bool isOfTheSystem(int code)
+{
+    constexpr std::array codes{SQLITE_IOERR, SQLITE_CANTOPEN, SQLITE_FULL, SQLITE_NOMEM, SQLITE_READONLY};
+    return std::ranges::find(codes, code & 0xff) != codes.end();
 }
 
 } // namespace
 
-void Salvage::readAll()
+bool Salvage::readAll(std::string& error)
 {
-    m_lostFrames = closeGaps(m_path + "-wal");
-    std::error_code ignored;
-    if (std::filesystem::file_size(m_path, ignored) < m_firstPage.size())
+    auto const lostFrames = mendLog(m_path + "-wal", error);
+    if (!lostFrames)
+        return false;
+    m_lostFrames = *lostFrames;
+    std::error_code fault;
+    auto const size = std::filesystem::file_size(m_path, fault);
+    if (fault)
+        m_fault = fault.message();
+    else if (size < m_firstPage.size())
         replaceFirstPage(); // a log beside a file without pages would be thrown away
     if (!readFile() && replaceFirstPage())
         readFile();
     if (m_rowsFailed || m_journalFailed)
         readLoosePages();
     std::erase_if(m_lost, [this](Key const& each) { return m_items.contains(each); });
+    if (!m_fault.empty())
+        error = "database: " + m_path + " cannot be used: " + m_fault;
+    return m_fault.empty();
 }
 
-bool Salvage::replaceFirstPage() const
+/// Always false.
+bool Salvage::failed()
 {
-    FileDescriptor const file(::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    m_fault = std::generic_category().message(errno);
+    return false;
+}
+
+bool Salvage::replaceFirstPage()
+{
+    FileDescriptor const file = openPlain(m_path, O_RDWR);
     struct stat status {};
     std::string page = m_firstPage;
-    if (!file || ::fstat(file.get(), &status) != 0 || page.size() <= pageCountOffset + 4)
-        return false;
+    if (!file || ::fstat(file.get(), &status) != 0)
+        return failed();
     auto const pages = std::max<unsigned long>(static_cast<unsigned long>(status.st_size) / page.size(), 1);
     for (std::size_t i = 0; i < 4; ++i)
         page[pageCountOffset + i] = static_cast<char>(pages >> (8 * (3 - i)));
-    return writePage(file, 1, page);
+    return writePage(file, 1, page) || failed();
 }
 
 bool Salvage::scan(char const* query, RowReader const& reader, std::int64_t parameter)
 {
     sqlite3_stmt* statement = nullptr;
-    if (sqlite3_prepare_v2(m_handle, query, -1, &statement, nullptr) != SQLITE_OK)
-        return false;
-    if (sqlite3_bind_parameter_count(statement) > 0)
-        sqlite3_bind_int64(statement, 1, parameter);
-    int code = sqlite3_step(statement);
-    for (; code == SQLITE_ROW; code = sqlite3_step(statement))
-        reader(statement);
+    int code = sqlite3_prepare_v2(m_handle, query, -1, &statement, nullptr);
+    if (code == SQLITE_OK) {
+        if (sqlite3_bind_parameter_count(statement) > 0)
+            sqlite3_bind_int64(statement, 1, parameter);
+        for (code = sqlite3_step(statement); code == SQLITE_ROW; code = sqlite3_step(statement))
+            reader(statement);
+    }
+    if (isOfTheSystem(code))
+        m_fault = sqlite3_errmsg(m_handle);
     sqlite3_finalize(statement);
     return code == SQLITE_DONE;
 }
@@ -106,8 +134,11 @@ bool Salvage::scan(char const* query, RowReader const& reader, std::int64_t para
 bool Salvage::open()
 {
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
-    if (sqlite3_open_v2(m_path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK)
+    if (int const code = sqlite3_open_v2(m_path.c_str(), &m_handle, flags, nullptr); code != SQLITE_OK) {
+        if (isOfTheSystem(code))
+            m_fault = sqlite3_errmsg(m_handle);
         return false;
+    }
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
@@ -162,19 +193,25 @@ void Salvage::takeEntry(sqlite3_stmt* row)
 /// tables: they then consist of that leaf. A leaf of the other table, or a page that is none, gives rows that do not count.
 void Salvage::readLoosePages()
 {
-    FileDescriptor const file(::open(m_path.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    FileDescriptor const file = openPlain(m_path, O_RDWR);
     std::vector<std::string> leaves;
     std::string page(m_firstPage.size(), '\0');
-    for (std::int64_t number = 2; readPage(file, number, page); ++number) {
+    std::optional<std::size_t> size;
+    if (seek(file, 2, page))
+        size = readUpTo(file.get(), page.data(), page.size());
+    for (std::int64_t number = 2; size == page.size(); ++number) {
         // A small table's root is a leaf itself, and when it is damaged does not say so.
         if (m_roots.contains(number))
             page[0] = leafOfTable;
         if (page[0] == leafOfTable)
             leaves.push_back(page);
+        size = readUpTo(file.get(), page.data(), page.size());
     }
+    if (!size)
+        failed();
     for (auto const& leaf : leaves) {
-        bool const isReady = std::ranges::all_of(m_roots, [&](auto root) { return writePage(file, root, leaf); }) && open();
-        if (isReady) {
+        bool const isWritten = std::ranges::all_of(m_roots, [&](auto root) { return writePage(file, root, leaf); });
+        if (isWritten ? open() : failed()) {
             for (auto const* const query : {itemsForwards, itemsBackwards})
                 scan(query, [this](sqlite3_stmt* row) { takeItem(row); });
             for (auto const* const query : {entriesForwards, entriesBackwards})

@@ -22,7 +22,8 @@ class Salvage {
 public:
     Salvage(std::string path, std::string firstPage) : m_path(std::move(path)), m_firstPage(std::move(firstPage)) {}
 
-    void readAll();
+    /// False with `error` when the machine did not let us read what is there: then nothing of the following counts.
+    bool readAll(std::string& error);
 
     std::vector<StoredItem> items() const;
     std::vector<JournalEntry> journal() const;
@@ -37,7 +38,8 @@ private:
     bool open();
     void close();
     bool readFile();
-    bool replaceFirstPage() const;
+    bool replaceFirstPage();
+    bool failed();
     bool takeItem(sqlite3_stmt* row);
     void takeEntry(sqlite3_stmt* row);
     void readItems();
@@ -50,6 +52,7 @@ private:
     sqlite3* m_handle = nullptr;
     std::set<std::int64_t> m_roots; ///< the page that each table begins with
     std::size_t m_lostFrames = 0;   ///< of the log
+    std::string m_fault;            ///< what the machine did not let us do
 
     std::map<Key, std::string> m_items;
     std::map<std::int64_t, JournalEntry> m_journal;
