@@ -90,6 +90,14 @@ std::string textOf(sqlite3_stmt* row, int column)
     return std::string(viewOf(row, column));
 }
 
+Connection::Row rowOf(sqlite3_stmt* statement)
+{
+    Connection::Row row;
+    for (int column = 0; column < sqlite3_column_count(statement); ++column)
+        row.push_back(textOf(statement, column));
+    return row;
+}
+
 } // namespace
 
 std::array<char const*, Connection::statements> const Connection::m_texts{
@@ -217,19 +225,40 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
     int place = 0;
     for (std::string const& each : parameters)
         sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
+    std::size_t const before = rows != nullptr ? rows->size() : 0;
     int code = sqlite3_step(text);
-    for (; code == SQLITE_ROW; code = sqlite3_step(text)) {
-        Row row;
-        for (int column = 0; rows != nullptr && column < sqlite3_column_count(text); ++column)
-            row.push_back(textOf(text, column));
+    for (int tries = sqlite3_stmt_readonly(text) != 0 ? 3 : 1;; code = sqlite3_step(text)) {
+        for (; code == SQLITE_ROW; code = sqlite3_step(text))
+            if (rows != nullptr)
+                rows->push_back(rowOf(text));
+        if (code == SQLITE_DONE || --tries == 0)
+            break;
+        sqlite3_reset(text);
         if (rows != nullptr)
-            rows->push_back(std::move(row));
+            rows->resize(before);
     }
-    if (code != SQLITE_DONE)
+    if (code != SQLITE_DONE) {
         complain(fileOf(m_handle) + ": " + sqlite3_errmsg(m_handle) + " (" + m_texts[statement] + ")");
+        // A change that was not synced stands in the log all the same.
+        m_isLogTrue = m_isLogTrue && (code & 0xff) != SQLITE_IOERR;
+    }
     sqlite3_reset(text);
     sqlite3_clear_bindings(text);
     return code == SQLITE_DONE;
+}
+
+bool Connection::makeLogTrue()
+{
+    if (m_isLogTrue)
+        return true;
+    // What was committed is carried over into the file and the log emptied, refused changes with it.
+    sqlite3_file* log = nullptr;
+    m_isLogTrue = sqlite3_wal_checkpoint_v2(m_handle, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK &&
+                  sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK &&
+                  (log->pMethods == nullptr || log->pMethods->xSync(log, SQLITE_SYNC_NORMAL) == SQLITE_OK);
+    return m_isLogTrue ||
+           complain(fileOf(m_handle) + ": the log may hold a change that was refused, and cannot be emptied: " +
+                    sqlite3_errmsg(m_handle) + "; until it can, nothing is stored");
 }
 
 ReadAhead Connection::readAhead()

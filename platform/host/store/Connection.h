@@ -48,13 +48,17 @@ public:
     Connection(Connection const&) = delete;
     Connection& operator=(Connection const&) = delete;
 
-    /// False is logged. The result's rows are appended to `rows`, when given.
+    /// False is logged. The result's rows are appended to `rows`, when given. What only reads is tried three times.
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
 
     /// All rows in one pass, to be asked for once.
     ReadAhead readAhead();
 
     bool isInTransaction() const;
+
+    /// To be asked before and after a change: empties the log when it may hold one that was refused, since the next start would
+    /// take it for stored. False, and logged, when that cannot be done: then nothing may be changed.
+    bool makeLogTrue();
 
     /// A statement failed since the last call.
     bool takeError();
@@ -75,6 +79,7 @@ private:
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
     bool m_hadError = false;
+    bool m_isLogTrue = true;
 };
 
 } // namespace Host

@@ -1,11 +1,15 @@
 // Values and journal over the connection's statements, and the transactions in which they are written.
 #include "store/Database.h"
 
+#include "seam/HostLog.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <iterator>
 #include <utility>
+
+#define UNIT "Database"
 
 namespace Host {
 
@@ -49,11 +53,43 @@ std::optional<std::string> Database::read(std::string const& schema, std::string
         if (result == ReadAhead::Result::absent)
             return std::nullopt;
     }
+    std::optional<std::string> value;
+    m_justUnread.reset();
+    if (!fetch({schema, element}, value))
+        m_unread.insert(m_justUnread.emplace(schema, element));
+    else if (!m_unread.empty())
+        m_unread.erase({schema, element});
+    return value;
+}
+
+/// Nothing when it was never stored; false when it cannot be read.
+bool Database::fetch(Key const& key, std::optional<std::string>& value)
+{
     std::vector<Connection::Row> rows;
-    std::array const key{schema, element};
-    if (!m_connection->run(Connection::readItem, key, &rows) || rows.empty())
-        return std::nullopt;
-    return rows.front().front();
+    if (!m_connection->run(Connection::readItem, std::array{key.first, key.second}, &rows))
+        return false;
+    if (!rows.empty())
+        value = std::move(rows.front().front());
+    return true;
+}
+
+/// What cannot be read is not overwritten: who writes believes that nothing was stored. Right after such a read he has but a
+/// default to write; later it is read again, and when that works the write may go on.
+bool Database::mayWrite(StoredItem const& item)
+{
+    if (m_unread.empty())
+        return true;
+    Key const key{item.schema, item.element};
+    auto const justUnread = std::exchange(m_justUnread, std::nullopt);
+    if (!m_unread.contains(key))
+        return true;
+    std::optional<std::string> ignored;
+    if (justUnread != key && fetch(key, ignored)) {
+        m_unread.erase(key);
+        return true;
+    }
+    HOST_LOG_ERROR(UNIT, key.first + "/" + key.second + " was not stored: it could not be read, and what it has stays");
+    return false;
 }
 
 bool Database::runItems(std::span<StoredItem const> items)
@@ -83,15 +119,16 @@ bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry 
 
 bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    if (items.size() == 1 && journal.empty())
-        return runAll(items, journal); // a statement alone is a transaction
-    if (!m_connection->run(Connection::begin))
+    if (!m_connection->makeLogTrue())
         return false;
-    if (runAll(items, journal) && m_connection->run(Connection::commit))
+    bool const isAlone = items.size() == 1 && journal.empty(); // a statement alone is a transaction
+    if (isAlone ? runAll(items, journal)
+                : m_connection->run(Connection::begin) && runAll(items, journal) && m_connection->run(Connection::commit))
         return true;
     // A full disk may have rolled back already.
     if (m_connection->isInTransaction())
         m_connection->run(Connection::rollback);
+    m_connection->makeLogTrue();
     return false;
 }
 
@@ -120,7 +157,10 @@ bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry c
 
 bool Database::writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    if (writeWithWaiting(items, journal))
+    bool may = true;
+    for (StoredItem const& each : items)
+        may = may && mayWrite(each);
+    if (may && writeWithWaiting(items, journal))
         return true;
     for (StoredItem const& each : items)
         keepFailedWrite({each.schema, each.element});
@@ -156,6 +196,10 @@ bool Database::store(StoredItem item)
     Threads::Lock const lock(m_mutex);
     if (!isInGroup())
         return writeOrNote({&item, 1}, {});
+    if (!mayWrite(item)) {
+        keepFailedWrite({item.schema, item.element});
+        return false;
+    }
     m_group->items.push_back(std::move(item));
     return true;
 }

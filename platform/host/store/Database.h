@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace Host {
@@ -39,7 +40,8 @@ public:
     /// group counts as stored.
     std::optional<std::string> read(std::string const& schema, std::string const& element);
 
-    /// Stores everything or nothing; durable when true. False is logged and noted for takeFailedWrites().
+    /// Stores everything or nothing; durable when true. False is logged and noted for takeFailedWrites(). Refused as well while
+    /// one of the values cannot be read: whoever takes it for missing must not replace it.
     bool write(StoredItem const& item) { return write({&item, 1}, {}); }
     bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
@@ -74,12 +76,16 @@ public:
     bool takeError();
 
 private:
+    using Key = std::pair<std::string, std::string>; // schema and element
+
     struct Group {
         std::thread::id thread;
         std::vector<StoredItem> items;
     };
 
     explicit Database(std::unique_ptr<Connection> connection);
+    bool fetch(Key const& key, std::optional<std::string>& value) MEDIADATA_REQUIRES(m_mutex);
+    bool mayWrite(StoredItem const& item) MEDIADATA_REQUIRES(m_mutex);
     bool isInGroup() const MEDIADATA_REQUIRES(m_mutex);
     bool writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
@@ -98,6 +104,8 @@ private:
     std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);
     std::optional<Group> m_group MEDIADATA_GUARDED_BY(m_mutex);
     std::set<FailedWrite> m_failedWrites MEDIADATA_GUARDED_BY(m_mutex);
+    std::set<Key> m_unread MEDIADATA_GUARDED_BY(m_mutex);          // whose last read failed
+    std::optional<Key> m_justUnread MEDIADATA_GUARDED_BY(m_mutex); // by the last operation
 };
 
 } // namespace Host
