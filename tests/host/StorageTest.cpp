@@ -1,6 +1,7 @@
 // What the host's storage promises beyond the conformance suite: unfinished tables forgotten, damaged files mended.
 #include "HostTest.h"
 
+#include "Files.h"
 #include "Media/MediaDataCache.h"
 #include "Semaphore.h"
 #include "store/Database.h"
@@ -253,8 +254,9 @@ TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
     EXPECT_FALSE(writeRows(*m_table, 2));
     EXPECT_FALSE(values.setDataItem("RingerVolume", "3"));
     EXPECT_FALSE(values.setDataItem("RingerVolume", "4"));
-    EXPECT_FALSE(m_platform->setDeviceProfile({}));
+    EXPECT_FALSE(m_platform->setDeviceProfile({Host::DeviceProfile::Model::entry, true}));
     limitFiles();
+    EXPECT_EQ(m_platform->deviceProfile(), Host::DeviceProfile()) << "as stored";
     EXPECT_TRUE(m_platform->takeDatabaseError());
     EXPECT_TRUE(values.setDataItem("RingerVolume", "3"));
     EXPECT_EQ(told(), (Failures{{srtp, ""}, {audio, "RingerVolume"}, {"@device", "model"}, {"@device", "usb"}}));
@@ -301,4 +303,24 @@ TEST_F(HostStorage, AnEmptiedAlertIdentifierStaysEmptyAndItsRowFollowsTheGeneral
     ASSERT_TRUE(MediaDataCache::setData(eDataTagAlertDuration5, 20, false));
     EXPECT_EQ(row(3), " 7 60");
     MediaDataCache::terminate();
+}
+
+TEST_F(HostStorage, WhatWasReplacedIsInNoFileAnyMore)
+{
+    for (std::size_t const size : {20U, 9000U})
+        for (std::string const mark : {"replaced-", "present-"})
+            ASSERT_TRUE(write("Many", std::to_string(size), mark + std::string(size, 'v')));
+    m_table.reset();
+    close();
+    for (auto const& file : fs::directory_iterator(m_directory))
+        if (file.is_regular_file()) {
+            EXPECT_EQ(contentOf(file).find("replaced-"), std::string::npos) << file;
+        }
+}
+
+TEST_F(HostStorage, ADirectoryIsOneProcesssAlone)
+{
+    Host::DataDirectory other;
+    EXPECT_FALSE(other.open(m_directory, m_error));
+    EXPECT_TRUE(other.isInUse());
 }
