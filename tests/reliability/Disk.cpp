@@ -1,86 +1,138 @@
 #include "Disk.h"
 
+#include "../Standard.h"
+#include "../TemporaryDirectory.h"
+
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdarg>
+#include <cstring>
 
 namespace Disk {
 
-std::string watched;
 std::vector<Call> calls;
+Fault fault;
+std::vector<char const*> functions;
 
 namespace {
 
-constexpr auto position = static_cast<std::size_t>(-1); // as an offset: where the file's position was
+using Path = std::optional<std::string>; // nothing when it is not watched
+
+std::string g_watched;
 std::map<ino_t, int> g_files;
+constexpr auto position = static_cast<std::size_t>(-1); // as an offset: where the file's position was
 
-/// The name in the directory, "" for the directory itself. The lock file is of no account.
-std::optional<std::string> nameOf(int descriptor, std::string const& relative = "")
+ino_t inodeOf(std::string const& path)
 {
-    char path[4096];
-    ssize_t const length =
-        watched.empty() ? 0 : ::readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof path);
-    std::string full(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    full = relative.starts_with('/') ? relative : relative.empty() ? full : full + "/" + relative;
-    if (watched.empty() || !(full + "/").starts_with(watched + "/") || full.ends_with(".lock"))
-        return std::nullopt;
-    full.erase(0, watched.size() + 1);
-    return full.find('/') == std::string::npos ? std::optional(full) : std::nullopt;
-}
-
-ino_t inodeOf(int descriptor)
-{
-    struct stat status {};
-    ::fstat(descriptor, &status);
+    struct stat64 status {};
+    static auto const real = reinterpret_cast<decltype(&::lstat64)>(::dlsym(RTLD_NEXT, "lstat64"));
+    real(path.c_str(), &status);
     return status.st_ino;
 }
 
-/// A file was changed, or the directory synced.
-template <class Result> Result changed(Result result, int descriptor, Call call)
+Path pathOf(int descriptor, std::string const& relative = "")
 {
-    if (auto const name = result >= 0 ? nameOf(descriptor) : std::nullopt) {
-        call.file = name->empty() ? 0 : g_files[inodeOf(descriptor)];
-        if (call.kind == Call::write)
-            call.text.resize(static_cast<std::size_t>(result));
-        if (call.offset == position)
-            call.offset = static_cast<std::size_t>(::lseek(descriptor, 0, SEEK_CUR)) - call.text.size();
+    if (g_watched.empty())
+        return std::nullopt;
+    char path[4096];
+    ssize_t const length = ::readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof path);
+    std::string full(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    full = relative.starts_with('/') ? relative : relative.empty() ? full : full + "/" + relative;
+    return (full + "/").starts_with(g_watched + "/") ? Path(full) : std::nullopt;
+}
+
+int numberOf(std::string const& path)
+{
+    return path == g_watched ? 0 : g_files[inodeOf(path)];
+}
+
+int newNumber(std::string const& path)
+{
+    return g_files[inodeOf(path)] = static_cast<int>(calls.size()) + 1;
+}
+
+void note(Call call, std::string const& path)
+{
+    auto const slash = path.rfind('/');
+    call.text = path.substr(slash + 1);
+    call.directory = numberOf(path.substr(0, slash));
+    calls.push_back(std::move(call));
+}
+
+enum class Verdict { go, halfWay, fail };
+
+Verdict verdictOn(char const* function, Path const& path)
+{
+    if (!path)
+        return Verdict::go;
+    functions.push_back(function);
+    std::size_t const now = functions.size();
+    bool const isLater = fault.call != 0 && now > fault.call && std::strcmp(function, functions[fault.call - 1]) == 0;
+    if (now != fault.call && !(fault.forGood && isLater))
+        return Verdict::go;
+    errno = fault.code;
+    return fault.code == 0 ? Verdict::halfWay : Verdict::fail;
+}
+
+std::size_t sizeFor(Verdict verdict, std::size_t size)
+{
+    return verdict == Verdict::halfWay ? (size + 1) / 2 : size;
+}
+
+ssize_t wrote(ssize_t result, int descriptor, void const* data, std::size_t at)
+{
+    if (auto const path = result > 0 ? pathOf(descriptor) : std::nullopt) {
+        auto const size = static_cast<std::size_t>(result);
+        auto const offset = at == position ? static_cast<std::size_t>(::lseek(descriptor, 0, SEEK_CUR)) - size : at;
+        calls.push_back({Call::write, offset, {static_cast<char const*>(data), size}, "", numberOf(*path)});
+    }
+    return result;
+}
+
+int changed(int result, int descriptor, Call call)
+{
+    if (auto const path = result == 0 ? pathOf(descriptor) : std::nullopt) {
+        call.file = numberOf(*path);
         calls.push_back(std::move(call));
     }
     return result;
 }
 
-int renamed(int result, int directory, Call call)
+/// What waits for the disk is known here; the disk itself need not be waited for.
+template <class Real> int synced(int descriptor, Real const& real)
 {
-    if (auto const name = result == 0 ? nameOf(directory, call.text) : std::nullopt) {
-        call.text = *name;
-        calls.push_back(std::move(call));
+    return pathOf(descriptor) ? changed(0, descriptor, {Call::sync}) : real(descriptor);
+}
+
+int named(int result, Path const& path, Call call)
+{
+    if (result == 0 && path) {
+        if (call.kind == Call::makeDirectory)
+            call.file = newNumber(*path);
+        note(std::move(call), *path);
     }
     return result;
 }
 
-template <class Open> int opened(int directory, char const* path, int flags, Open const& open)
+template <class Open> int opened(Path const& path, int flags, Open const& open)
 {
-    auto const name = nameOf(directory, path);
-    bool const isNew = name && (flags & O_CREAT) != 0 && ::faccessat(directory, path, F_OK, AT_SYMLINK_NOFOLLOW) != 0;
+    bool const isNew = path && (flags & O_CREAT) != 0 && inodeOf(*path) == 0;
     int const file = open();
     if (file >= 0 && isNew)
-        calls.push_back({Call::make, 0, *name, "", g_files[inodeOf(file)] = static_cast<int>(calls.size()) + 1});
-    else if (file >= 0 && name && (flags & O_TRUNC) != 0)
+        note({Call::make, 0, "", "", newNumber(*path)}, *path);
+    else if (file >= 0 && path && (flags & O_TRUNC) != 0)
         changed(0, file, {Call::cut});
     return file;
 }
 
-std::string bytes(void const* data, std::size_t size)
-{
-    return {static_cast<char const*>(data), watched.empty() ? 0 : size};
-}
-
 void apply(std::map<std::string, int>& names, Call const& call)
 {
-    if (call.kind == Call::make)
+    if (call.kind == Call::make || call.kind == Call::makeDirectory)
         names[call.text] = call.file;
     else if (auto const node = names.extract(call.text); node && call.kind == Call::rename)
         names[call.target] = node.mapped();
@@ -104,89 +156,138 @@ template <class Wanted> void apply(std::string& content, Call const& call, Wante
 
 } // namespace
 
+void watch(std::string const& directory)
+{
+    calls.clear();
+    functions.clear();
+    g_files.clear();
+    g_watched = directory;
+    for (auto const& each : std::filesystem::recursive_directory_iterator(directory)) {
+        std::string const path = each.path();
+        int const number = newNumber(path);
+        note({each.is_directory() ? Call::makeDirectory : Call::make, 0, "", "", number}, path);
+        if (!each.is_directory())
+            calls.push_back({Call::write, 0, contentOf(path), "", number});
+        calls.push_back({Call::sync, 0, "", "", number});
+        calls.push_back({Call::sync, 0, "", "", numberOf(each.path().parent_path())});
+    }
+    functions.clear();
+}
+
+void watchNothing()
+{
+    g_watched.clear();
+}
+
 void Surface::play(Call const& call)
 {
-    if (call.kind == Call::write || call.kind == Call::cut) {
-        m_files[call.file].waiting.push_back(call);
-    } else if (call.kind != Call::sync) {
-        m_waitingNames.push_back(call);
-    } else if (call.file == 0) {
-        for (Call const& each : std::exchange(m_waitingNames, {}))
-            apply(m_names, each);
+    if (call.kind == Call::sync) {
+        Node& node = m_nodes[call.file];
+        for (Call const& each : std::exchange(node.waiting, {}))
+            node.isDirectory ? apply(node.names, each) : apply(node.content, each, [] { return true; });
     } else {
-        for (Call const& each : std::exchange(m_files[call.file].waiting, {}))
-            apply(m_files[call.file].synced, each, [] { return true; });
+        bool const isContent = call.kind == Call::write || call.kind == Call::cut;
+        m_nodes[isContent ? call.file : call.directory].waiting.push_back(call);
+        if (call.kind == Call::makeDirectory)
+            m_nodes[call.file].isDirectory = true;
     }
 }
 
 bool Surface::isDirty() const
 {
-    return !m_waitingNames.empty() ||
-           std::any_of(m_files.begin(), m_files.end(), [](auto const& each) { return !each.second.waiting.empty(); });
+    return std::any_of(m_nodes.begin(), m_nodes.end(), [](auto const& each) { return !each.second.waiting.empty(); });
 }
 
-void Surface::leave(std::string const& directory, Rest rest, std::mt19937& random) const
+void Surface::leave(std::string const& directory, Rest rest, std::mt19937& random, int number) const
 {
     auto const isLeft = [&] { return random() % 100 < rest.percent; };
-    std::map<std::string, int> names = m_names;
-    for (auto each = m_waitingNames.begin(); each != m_waitingNames.end() && isLeft(); ++each)
-        apply(names, *each);
-    for (auto const& [name, number] : names) {
-        auto const found = m_files.find(number);
-        File file = found != m_files.end() ? found->second : File();
-        for (Call const& each : file.waiting) {
+    auto const found = m_nodes.find(number);
+    Node node = found != m_nodes.end() ? found->second : Node();
+    if (!node.isDirectory) {
+        for (Call const& each : node.waiting) {
             bool const whole = isLeft();
-            apply(file.synced, each, [&] { return rest.inSectors ? isLeft() : whole; });
+            apply(node.content, each, [&] { return rest.inSectors ? isLeft() : whole; });
         }
-        std::ofstream(directory + "/" + name, std::ios::binary) << file.synced;
+        std::ofstream(directory, std::ios::binary) << node.content;
+        return;
     }
+    for (Call const& each : node.waiting) {
+        if (isLeft())
+            apply(node.names, each);
+        else if (!rest.isReordered)
+            break;
+    }
+    std::filesystem::create_directory(directory);
+    for (auto const& [name, child] : node.names)
+        leave(directory + "/" + name, rest, random, child);
 }
 
 } // namespace Disk
 
-// The calls with which SQLite and the host platform change files.
+// The calls.
 
 #define REAL(name) static auto const real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
-#define OPEN(directory, ...)                                                                                                \
-    std::va_list list;                                                                                                      \
-    va_start(list, flags);                                                                                                  \
-    unsigned const mode = (flags & O_CREAT) != 0 ? va_arg(list, unsigned) : 0;                                              \
-    va_end(list);                                                                                                           \
-    return Disk::opened(directory, path, flags, [&] { return real(__VA_ARGS__, flags, mode); })
-// The function `name`: its parameters, the arguments for the real one, which changes the file or directory `target`, and the
-// call to be recorded.
-#define STAND_IN(result, name, parameters, arguments, record, target, ...)                                                  \
+// The function `name`: its parameters, the path that it is about, and what it does when it does not fail.
+#define STAND_IN(result, name, parameters, path, ...)                                                                       \
     result name parameters                                                                                                  \
     {                                                                                                                       \
         REAL(name);                                                                                                         \
-        return Disk::record(real arguments, target, {Disk::Call::__VA_ARGS__});                                             \
+        using namespace Disk;                                                                                               \
+        [[maybe_unused]] auto const verdict = verdictOn(#name, path);                                                       \
+        return verdict == Verdict::fail ? -1 : (__VA_ARGS__);                                                               \
+    }
+#define OPEN(name, parameters, directory, ...)                                                                              \
+    int name parameters                                                                                                     \
+    {                                                                                                                       \
+        std::va_list list;                                                                                                  \
+        va_start(list, flags);                                                                                              \
+        unsigned const mode = (flags & O_CREAT) != 0 ? va_arg(list, unsigned) : 0;                                          \
+        va_end(list);                                                                                                       \
+        REAL(name);                                                                                                         \
+        auto const file = Disk::pathOf(directory, path);                                                                    \
+        bool const fails = Disk::verdictOn(#name, file) == Disk::Verdict::fail;                                             \
+        return fails ? -1 : Disk::opened(file, flags, [&] { return real(__VA_ARGS__, flags, mode); });                      \
     }
 
 extern "C" {
 
-int open64(char const* path, int flags, ...)
-{
-    REAL(open64);
-    OPEN(AT_FDCWD, path);
-}
-
-int openat(int directory, char const* path, int flags, ...)
-{
-    REAL(openat);
-    OPEN(directory, directory, path);
-}
-
 // clang-format off
-STAND_IN(ssize_t, write, (int file, void const* data, size_t size), (file, data, size),
-         changed, file, write, Disk::position, Disk::bytes(data, size))
-STAND_IN(ssize_t, pwrite64, (int file, void const* data, size_t size, off64_t at), (file, data, size, at),
-         changed, file, write, static_cast<std::size_t>(at), Disk::bytes(data, size))
-STAND_IN(int, ftruncate64, (int file, off64_t size) noexcept, (file, size), changed, file, cut, static_cast<std::size_t>(size))
-STAND_IN(int, fsync, (int file), (file), changed, file, sync)
-STAND_IN(int, fdatasync, (int file), (file), changed, file, sync)
-STAND_IN(int, unlink, (char const* path) noexcept, (path), renamed, AT_FDCWD, remove, 0, path)
-STAND_IN(int, unlinkat, (int in, char const* path, int flags) noexcept, (in, path, flags), renamed, in, remove, 0, path)
-STAND_IN(int, renameat, (int in, char const* path, int to, char const* target) noexcept, (in, path, to, target),
-         renamed, in, rename, 0, path, target)
+OPEN(open, (char const* path, int flags, ...), AT_FDCWD, path)
+OPEN(open64, (char const* path, int flags, ...), AT_FDCWD, path)
+OPEN(openat, (int directory, char const* path, int flags, ...), directory, directory, path)
+STAND_IN(ssize_t, read, (int file, void* data, size_t size), pathOf(file), real(file, data, sizeFor(verdict, size)))
+STAND_IN(ssize_t, pread64, (int file, void* data, size_t size, off64_t at), pathOf(file),
+         real(file, data, sizeFor(verdict, size), at))
+STAND_IN(ssize_t, write, (int file, void const* data, size_t size), pathOf(file),
+         wrote(real(file, data, sizeFor(verdict, size)), file, data, position))
+STAND_IN(ssize_t, pwrite64, (int file, void const* data, size_t size, off64_t at), pathOf(file),
+         wrote(real(file, data, sizeFor(verdict, size), at), file, data, static_cast<std::size_t>(at)))
+STAND_IN(int, ftruncate64, (int file, off64_t size) noexcept, pathOf(file),
+         changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
+STAND_IN(int, ftruncate, (int file, off_t size) noexcept, pathOf(file),
+         changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
+STAND_IN(int, fsync, (int file), pathOf(file), synced(file, real))
+STAND_IN(int, fdatasync, (int file), pathOf(file), synced(file, real))
+STAND_IN(int, unlink, (char const* path) noexcept, pathOf(AT_FDCWD, path),
+         named(real(path), pathOf(AT_FDCWD, path), {Call::remove}))
+STAND_IN(int, unlinkat, (int in, char const* path, int flags) noexcept, pathOf(in, path),
+         named(real(in, path, flags), pathOf(in, path), {Call::remove}))
+STAND_IN(int, renameat, (int in, char const* path, int to, char const* target) noexcept, pathOf(in, path),
+         named(real(in, path, to, target), pathOf(in, path), {Call::rename, 0, "", target}))
+STAND_IN(int, mkdir, (char const* path, mode_t mode) noexcept, pathOf(AT_FDCWD, path),
+         named(real(path, mode), pathOf(AT_FDCWD, path), {Call::makeDirectory}))
+STAND_IN(int, mkdirat, (int in, char const* path, mode_t mode) noexcept, pathOf(in, path),
+         named(real(in, path, mode), pathOf(in, path), {Call::makeDirectory}))
+STAND_IN(int, flock, (int file, int operation) noexcept, pathOf(file), real(file, operation))
+STAND_IN(int, fchmod, (int file, mode_t mode) noexcept, pathOf(file), real(file, mode))
+STAND_IN(int, access, (char const* path, int mode) noexcept, pathOf(AT_FDCWD, path), real(path, mode))
+STAND_IN(int, stat64, (char const* path, struct stat64* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
+STAND_IN(int, stat, (char const* path, struct stat* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
+STAND_IN(int, lstat, (char const* path, struct stat* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
+STAND_IN(int, lstat64, (char const* path, struct stat64* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
+STAND_IN(int, fstat64, (int file, struct stat64* status) noexcept, pathOf(file), real(file, status))
+STAND_IN(int, fstat, (int file, struct stat* status) noexcept, pathOf(file), real(file, status))
+STAND_IN(int, fstatat, (int in, char const* path, struct stat* status, int flags) noexcept, pathOf(in, path),
+         real(in, path, status, flags))
 // clang-format on
 }

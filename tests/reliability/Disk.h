@@ -1,6 +1,6 @@
-// Records, call by call, what this process does to the files of one directory, and makes of it what a power cut after any of
-// the calls may leave on the disk: everything that was synced, and any part of the rest. The recording stands in for calls of
-// the C library, hence sees SQLite's, the key file's and the mending's alike.
+// Stands in for the calls with which this process looks at and changes files, SQLite's, the key file's and the mending's alike.
+// It makes any of them fail; and it records them, to make of the record what a power cut after any call may leave on the disk:
+// everything that was synced, and any part of the rest.
 #pragma once
 
 #include "../Standard.h"
@@ -8,22 +8,37 @@
 namespace Disk {
 
 struct Call {
-    enum Kind { make, write, cut, sync, rename, remove, mark }; // a mark is what a test notes between them
+    enum Kind { make, makeDirectory, write, cut, sync, rename, remove, mark }; // a mark is what a test notes between them
     Kind kind;
     std::size_t offset = 0; // of a write, or the size after a cut
-    std::string text = {};  // the bytes written, or the file's name
+    std::string text = {};  // the bytes written, or a name in the directory
     std::string target = {};
-    int file = 0; // 0: the directory
+    int file = 0;      // or directory; 0: the watched one
+    int directory = 0; // in which the name stands
 };
 
-/// What happens directly in this directory, empty at first, is appended to `calls`. No path, no recording.
-extern std::string watched;
+/// What happens below this directory is appended to `calls`, and can fail. What is there already comes first, as synced.
+void watch(std::string const& directory);
+void watchNothing();
 extern std::vector<Call> calls;
 
-/// How much of what was not synced is left: each call or each sector with this chance.
+/// The call that fails, counted from 1 and from watch(); 0: none. With `forGood` so do all later ones of its function.
+struct Fault {
+    std::size_t call = 0;
+    int code = 0; // 0: a read or write stops half way
+    bool forGood = false;
+};
+extern Fault fault;
+
+/// The functions that were called below the watched directory, failed ones, too.
+extern std::vector<char const*> functions;
+
+/// How much of what was not synced is left: each call or each sector with this chance; of names the first ones, as with a file
+/// system's journal, or any.
 struct Rest {
     unsigned percent;
     bool inSectors;
+    bool isReordered;
 };
 
 class Surface {
@@ -31,17 +46,17 @@ public:
     void play(Call const& call);
     /// Whether anything waits to be synced.
     bool isDirty() const;
-    /// Writes into `directory` what is left.
-    void leave(std::string const& directory, Rest rest, std::mt19937& random) const;
+    /// Makes `directory` of what is left of the watched one.
+    void leave(std::string const& directory, Rest rest, std::mt19937& random, int node = 0) const;
 
 private:
-    struct File {
-        std::string synced;
+    struct Node { // a file or a directory
+        std::string content;
+        std::map<std::string, int> names;
         std::vector<Call> waiting;
+        bool isDirectory = false;
     };
-    std::map<int, File> m_files;
-    std::map<std::string, int> m_names;
-    std::vector<Call> m_waitingNames; // of these the first ones are left, as a file system's journal does
+    std::map<int, Node> m_nodes{{0, {"", {}, {}, true}}};
 };
 
 } // namespace Disk

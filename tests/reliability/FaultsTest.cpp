@@ -1,0 +1,264 @@
+// One system call at a time fails under the host platform: every one of four runs, each in a process of its own. Whatever fails,
+// the process answers truthfully and neither hangs nor aborts; what was acknowledged is there after the next start, or the start
+// is refused with a reason and the next one finds everything whole.
+#include "Disk.h"
+#include "Telephone.h"
+
+#include "HostLog.h"
+#include "MgmtAgentIfc.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+using namespace Telephone;
+
+namespace {
+
+/// What a run leaves behind in memory that outlives its process.
+struct Outcome {
+    Ledger ledger;
+    int refusals = 0;         // starts and writes
+    bool isUntrue = false;    // a value is not what the library answered
+    bool isLogUntrue = false; // as the host said: what was refused may be there
+    bool lacksReason = false; // a refused start, or it calls what is sound damaged
+    std::array<char, 256> reason{};
+    std::size_t calls = 0;
+    std::array<char const*, 8192> functions{};
+};
+
+struct Job {
+    char const* name;
+    void (*prepare)(std::string const& directory);
+    void (*work)(std::string const& directory, Outcome& outcome);
+    bool isMending;
+};
+
+/// Takes note of a start that was refused.
+void refuse(Outcome& outcome, std::string const& reason, bool mayBeDamaged)
+{
+    ++outcome.refusals;
+    outcome.lacksReason |= reason.empty() || (!mayBeDamaged && reason.find("is damaged") != std::string::npos);
+    reason.copy(outcome.reason.data(), outcome.reason.size() - 1);
+}
+
+void writeAllKinds(Writer& writer, Outcome& outcome, int& number)
+{
+    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+        LedgerLine& line = outcome.ledger[kind];
+        int const before = line.begun;
+        line.begun = ++number;
+        if (writer.write(kind, number)) {
+            line.acknowledged.fill(number);
+            continue;
+        }
+        ++outcome.refusals;
+        // Of a bulk each value is stored or not; of all else nothing may be.
+        line.begun = before;
+        line.mayBeLater = line.mayBeLater || kinds[kind].places.size() == 3;
+    }
+    std::string held;
+    outcome.isUntrue |=
+        MediaDataCache::getData(eDataTagCamera1Url, held) && marksIn(held)[0] != outcome.ledger[0].acknowledged[0];
+}
+
+/// The user's settings are read again; what the cache then holds must be what is stored.
+void rereadUserData(Outcome& outcome)
+{
+    ManageableData mobility;
+    mobility.populate("mobility-user-data-update", "mobility-user-data-update", "all");
+    MediaDataCache::managementAgent()->manageableDataChanged(mobility);
+    std::string held;
+    outcome.isUntrue |=
+        MediaDataCache::getData(eDataTagDirectVideo100, held) && marksIn(held)[0] != outcome.ledger[2].acknowledged[0];
+}
+
+void workThrough(std::string const& directory, Outcome& outcome, int starts)
+{
+    int number = outcome.ledger[0].begun + static_cast<int>(kinds.size());
+    for (int start = 0; start < starts; ++start) {
+        Writer writer(directory, false);
+        if (!writer.isOpen()) {
+            refuse(outcome, writer.error(), false);
+            continue;
+        }
+        writeAllKinds(writer, outcome, number);
+        if (starts > 1) {
+            rereadUserData(outcome);
+            writeAllKinds(writer, outcome, number);
+        }
+    }
+}
+
+/// Many values beside those of each kind, in order of their keys.
+std::vector<Host::StoredItem> manyItems()
+{
+    std::vector<Host::StoredItem> items;
+    for (int i = 1000; i < 1300; ++i)
+        items.push_back({"Many", std::to_string(i), std::string(200, 'v')});
+    return items;
+}
+
+void leaveUsed(std::string const& directory)
+{
+    Writer(directory, false);
+    std::string error;
+    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
+    ASSERT_NE(platform, nullptr) << error;
+    EXPECT_TRUE(platform->database().write(manyItems(), {}));
+}
+
+void mend(std::string const& directory, Outcome& outcome)
+{
+    std::string error;
+    if (Host::Platform::open({directory, std::nullopt}, error) == nullptr)
+        refuse(outcome, error, true);
+}
+
+Job const jobs[]{
+    {"first start", [](std::string const&) {}, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 1); },
+     false},
+    {"mixed work", leaveUsed, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false},
+    {"mending of a leaf",
+     [](std::string const& at) {
+         leaveUsed(at);
+         std::fstream file(at + "/mediadata.db", std::ios::in | std::ios::out | std::ios::binary);
+         file.seekp(9 * 4096);
+         file << std::string(4096, '\xff');
+     },
+     mend, true},
+    {"mending of a log", [](std::string const& at) { leaveDamagedLog(at); }, mend, true}};
+
+/// All that a sound start finds.
+std::map<std::string, std::string> contentOfDatabase(std::string const& directory)
+{
+    std::string error;
+    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
+    std::map<std::string, std::string> items;
+    if (platform == nullptr)
+        items["the start is refused"] = error;
+    else
+        for (Host::StoredItem const& each : platform->database().list(""))
+            items[each.schema + "/" + each.element] = each.value;
+    return items;
+}
+
+struct FaultKind {
+    int code;
+    bool forGood;
+    /// The functions that fail so; all when there is none. 0: whatever reads or writes stops half way.
+    std::set<std::string> functions;
+};
+FaultKind const faults[]{{EIO, false, {}},
+                         {EIO, true, {}},
+                         {ENOSPC, false, {"write", "pwrite64", "fsync", "fdatasync", "mkdir", "mkdirat", "renameat"}},
+                         {ENOSPC, true, {"write", "pwrite64", "fsync", "fdatasync"}},
+                         {EINTR, false, {"open", "open64", "openat", "read", "pread64", "write", "pwrite64", "flock"}},
+                         {0, false, {"read", "pread64", "write", "pwrite64"}}};
+
+class Faults : public testing::Test {
+protected:
+    Faults() : m_memory(::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {}
+    ~Faults() override { ::munmap(m_memory, sizeof(Outcome)); }
+
+    /// An exception ends the process.
+    [[noreturn]] void work(Job const& job, Disk::Fault fault) noexcept
+    {
+        ::alarm(20);
+        Host::setLogSink([this](Host::LogLine const& line) {
+            m_outcome->isLogUntrue |= line.text.find("that was refused, and cannot be emptied") != std::string::npos;
+        });
+        Disk::watch(m_place.path() + "/root");
+        Disk::fault = fault;
+        job.work(phone(), *m_outcome);
+        m_outcome->calls = std::min(Disk::functions.size(), m_outcome->functions.size());
+        std::copy_n(Disk::functions.begin(), m_outcome->calls, m_outcome->functions.begin());
+        ::_exit(0);
+    }
+
+    /// What the process that ran with the fault ended with.
+    int runWith(Job const& job, Disk::Fault fault)
+    {
+        fs::remove_all(phone());
+        if (fs::exists(seed()))
+            fs::copy(seed(), phone(), fs::copy_options::recursive);
+        m_outcome = new (m_memory) Outcome;
+        pid_t const child = ::fork();
+        if (child == 0)
+            work(job, fault);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return status;
+    }
+
+    /// What is wrong after a run; empty when nothing is.
+    std::string faultOf(Job const& job, FaultKind const& kind, int status)
+    {
+        if (status != 0)
+            return WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM ? "hangs" : "aborts";
+        if (m_outcome->isUntrue && !kind.forGood) // then it is the default, as required
+            return "holds what it did not acknowledge";
+        if (m_outcome->lacksReason)
+            return "refuses without a reason or with a wrong one, \"" + std::string(m_outcome->reason.data()) + "\"";
+        bool const isHarmless = kind.code == EINTR || kind.code == 0;
+        if (isHarmless && m_outcome->refusals > 0)
+            return "refuses although nothing failed: " + std::string(m_outcome->reason.data());
+        if (job.isMending)
+            return contentOfDatabase(phone()) == m_clean ? "" : "is not mended as without the fault";
+        Findings findings;
+        Ledger ledger = m_outcome->ledger;
+        for (LedgerLine& line : ledger)
+            line.mayBeLater = line.mayBeLater || m_outcome->isLogUntrue;
+        check(phone(), ledger, findings);
+        return findings.text() == nothingFound ? "" : findings.examples;
+    }
+
+    std::string phone() const { return m_place.path() + "/root/phone"; }
+    std::string seed() const { return m_place.path() + "/seed"; }
+
+    TemporaryDirectory const m_place;
+    void* const m_memory;
+    Outcome* m_outcome = nullptr;
+    std::map<std::string, std::string> m_clean;
+};
+
+} // namespace
+
+TEST_F(Faults, OfSystemCallsLoseNothingAndAreAnsweredTruthfully)
+{
+    auto const step = static_cast<std::size_t>(amount("MEDIADATA_FAULT_STEP", 13));
+    Host::setLogSink([](Host::LogLine const&) {});
+    fs::create_directory(m_place.path() + "/root");
+    for (Job const& job : jobs) {
+        fs::remove_all(seed());
+        job.prepare(seed());
+        ASSERT_EQ(runWith(job, {}), 0);
+        m_clean = job.isMending ? contentOfDatabase(phone()) : decltype(m_clean)();
+        auto const calls = m_outcome->calls;
+        auto const functions = m_outcome->functions;
+        ASSERT_EQ(faultOf(job, faults[0], 0), "") << job.name;
+        int tried = 0;
+        std::map<std::string, int> findings;
+        for (FaultKind const& kind : faults)
+            for (std::size_t call = 1 + static_cast<std::size_t>(&kind - faults) % step; call <= calls; call += step) {
+                if (!kind.functions.empty() && !kind.functions.contains(functions[call - 1]))
+                    continue;
+                int const status = runWith(job, {call, kind.code, kind.forGood});
+                ++tried;
+                if (std::string const fault = faultOf(job, kind, status); !fault.empty() && findings[fault]++ < 5)
+                    ADD_FAILURE() << job.name << ": " << fault << " after "
+                                  << (kind.code != 0 ? std::strerror(kind.code) : "half a call")
+                                  << (kind.forGood ? " for good" : "") << " at call " << call << ", " << functions[call - 1];
+            }
+        int found = 0;
+        for (auto const& [fault, count] : findings)
+            found += count;
+        std::cout << "faults: " << job.name << ", " << calls << " system calls, " << tried << " faults: " << found
+                  << " not survived\n";
+    }
+    Host::setLogSink({});
+}

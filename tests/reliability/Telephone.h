@@ -1,0 +1,216 @@
+// A telephone under the tests that break things below it: what is written to it through the whole library, what it said was
+// stored, and whether that is there. What the n-th write stores contains "#n;", so that every value tells which write it is of.
+#pragma once
+
+#include "../Standard.h"
+#include "../TemporaryDirectory.h"
+
+#include "Data/BulkData.h"
+#include "Media/MediaDataCache.h"
+
+#include "DasCrypt.h"
+#include "HostPlatform.h"
+#include "ManageableData.h"
+#include "ManagementService.h"
+#include "store/Database.h"
+
+#include <sqlite3.h>
+
+namespace Telephone {
+
+using namespace Data;
+using Media::MediaDataCache;
+
+struct Kind {
+    char const* name;
+    bool isWhole; // all of what it stores is of one write at any moment
+    bool (*write)(Host::Platform&, std::string const& text);
+    std::vector<std::pair<std::string, std::string>> places; // schema and element
+    std::size_t padding = 0;                                 // before the mark
+};
+
+/// What the n-th write stores.
+inline std::string textOf(Kind const& kind, int number)
+{
+    std::string const digits = std::to_string(number);
+    return std::string(kind.padding, digits[0]) + "#" + digits + ";";
+}
+
+inline constexpr int alerts = 15;
+
+template <eDataTag tag> bool writeText(Host::Platform&, std::string const& text)
+{
+    return MediaDataCache::setData(tag, text, false);
+}
+
+/// Every `step`-th item from the first.
+template <eDataTag first, int count, int step> bool writeBulk(Host::Platform&, std::string const& text)
+{
+    BulkData bulk;
+    for (int i = 0; i < count; ++i)
+        bulk.addTagValue(static_cast<eDataTag>(first + step * i), text, false);
+    return MediaDataCache::setDataBulk(bulk);
+}
+
+inline bool writeRecord(Host::Platform& platform, std::string const& text)
+{
+    ManageableData record;
+    for (std::string const item : {"function-key-def-100", "function-key-def-101"})
+        record.populate(item, item, text);
+    return platform.management().change(record);
+}
+
+inline std::array<Kind, 6> const kinds{
+    {{"value", false, writeText<eDataTagCamera1Url>, {{"DirectVideoSettings", "Camera1Url"}}},
+     {"secret", false, writeText<eDataTagIceServerPwd0>, {{"ICESettings", "IceServerPwd0"}}},
+     {"value of pages", false, writeText<eDataTagDirectVideo100>, {{"DirectVideoSettings", "direct-video-100"}}, 9000},
+     {"table", true, writeBulk<eDataTagAlertIdentifier0, alerts, 1>, {{"DistinctiveRinging", ""}}},
+     {"bulk",
+      false,
+      writeBulk<eDataTagCamera2Url, 3, eDataTagCamera3Url - eDataTagCamera2Url>,
+      {{"DirectVideoSettings", "Camera2Url"}, {"DirectVideoSettings", "Camera3Url"}, {"DirectVideoSettings", "Camera4Url"}}},
+     {"management record",
+      true,
+      writeRecord,
+      {{"@management/function-key-def-100", "function-key-def-100"},
+       {"@management/function-key-def-101", "function-key-def-101"}}}}};
+
+/// For each kind the last write that was begun, and for each of its places the last that the library said was stored.
+struct LedgerLine {
+    int begun = 0;
+    bool mayBeLater = false; // also of a write that was refused
+    std::array<int, 3> acknowledged{};
+};
+using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
+
+struct Findings {
+    int lost = 0;    // values of another write than the last acknowledged or one under way, or in part
+    int torn = 0;    // tables and records with parts of several writes
+    int damaged = 0; // directories that could not be opened, or not without mending
+    std::string examples;
+
+    std::string text() const
+    {
+        return std::to_string(lost) + " acknowledged values lost, " + std::to_string(torn) + " tables or records torn, " +
+               std::to_string(damaged) + " databases damaged";
+    }
+};
+inline constexpr char const* nothingFound = "0 acknowledged values lost, 0 tables or records torn, 0 databases damaged";
+
+inline std::vector<int> marksIn(std::string const& text)
+{
+    std::vector<int> marks;
+    for (auto at = text.find('#'); at != std::string::npos; at = text.find('#', at + 1))
+        marks.push_back(std::atoi(text.c_str() + at + 1));
+    return marks.empty() ? std::vector{0} : marks;
+}
+
+/// Opens the data directory as a start does and compares its values with the ledger, which afterwards tells what was found.
+inline void check(std::string const& directory, Ledger& ledger, Findings& findings, bool mayBeMended = false)
+{
+    auto const find = [&](int& count, std::string const& what) {
+        if (++count == 1)
+            findings.examples += what + "; ";
+    };
+    std::string error;
+    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
+    if (platform == nullptr || (!mayBeMended && !platform->notices().empty()))
+        find(findings.damaged, platform != nullptr ? platform->notices().front() : error);
+    for (std::size_t i = 0; platform != nullptr && i < kinds.size(); ++i) {
+        std::set<int> writes;
+        for (std::size_t place = 0; place < kinds[i].places.size(); ++place) {
+            auto const& [schema, element] = kinds[i].places[place];
+            std::string text = platform->database().read(schema, element).value_or("");
+            if (text.starts_with("x1:"))
+                DasCrypt::fromEncryptedText(text, text);
+            std::vector<int> const marks = marksIn(text);
+            writes.insert(marks.begin(), marks.end());
+            int& acknowledged = ledger[i].acknowledged[place];
+            bool const isWhole = element.empty() || marks[0] == 0 || text == textOf(kinds[i], marks[0]);
+            bool const isRight =
+                marks[0] == acknowledged || marks[0] == ledger[i].begun || (ledger[i].mayBeLater && marks[0] > acknowledged);
+            if (!isRight || !isWhole)
+                find(findings.lost, std::string(kinds[i].name) + " of write " + std::to_string(acknowledged) + " is of " +
+                                        std::to_string(marks[0]) + (isWhole ? "" : ", in part"));
+            if (element.empty() && marks[0] != 0 && marks.size() != alerts)
+                find(findings.torn, "a table lacks rows");
+            acknowledged = marks[0];
+        }
+        ledger[i].begun = -1;
+        if (kinds[i].isWhole && writes.size() != 1)
+            find(findings.torn, kinds[i].name);
+    }
+}
+
+/// The process that writes. Relaxed, it does not wait for the disk: what the checks must notice.
+class Writer {
+public:
+    Writer(std::string const& directory, bool relaxed)
+    {
+        static sqlite3* connection = nullptr; // the last one opened
+        sqlite3_auto_extension(reinterpret_cast<void (*)()>(
+            +[](sqlite3* opened, char**, void const*) { return connection = opened, SQLITE_OK; }));
+        m_platform = Host::Platform::open({directory, std::nullopt}, m_error);
+        if (m_platform == nullptr)
+            return;
+        if (relaxed) {
+            sqlite3_set_authorizer(connection, nullptr, nullptr);
+            sqlite3_exec(connection, "PRAGMA synchronous = NORMAL", nullptr, nullptr, nullptr);
+        }
+        MediaDataCache::init(*m_platform);
+        m_platform->management().setAgent(MediaDataCache::managementAgent());
+    }
+
+    ~Writer()
+    {
+        if (m_platform != nullptr)
+            m_platform->management().setAgent(nullptr);
+        MediaDataCache::terminate();
+    }
+
+    bool isOpen() const { return m_platform != nullptr; }
+    std::string const& error() const { return m_error; }
+
+    bool write(std::size_t kind, int number)
+    {
+        if (m_platform == nullptr)
+            return false;
+        m_platform->takeFailedWrites();
+        // A table that is not stored is answered as stored, as required; the platform knows better.
+        return kinds[kind].write(*m_platform, textOf(kinds[kind], number)) && m_platform->takeFailedWrites().empty();
+    }
+
+private:
+    std::string m_error;
+    std::unique_ptr<Host::Platform> m_platform;
+};
+
+/// A telephone with a write of each kind, of which each is in the log alone: it was killed. One bit of the log's header is not
+/// what it was. What was written.
+inline Ledger leaveDamagedLog(std::string const& directory)
+{
+    TemporaryDirectory const place;
+    Ledger ledger;
+    {
+        Writer writer(place.path(), false);
+        for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+            ledger[kind].begun = static_cast<int>(kind) + 1;
+            EXPECT_TRUE(writer.write(kind, ledger[kind].begun));
+            ledger[kind].acknowledged.fill(ledger[kind].begun);
+        }
+        std::filesystem::copy(place.path(), directory, std::filesystem::copy_options::recursive);
+    }
+    std::string log = contentOf(directory + "/mediadata.db-wal");
+    log.at(17) = static_cast<char>(log[17] ^ 4);
+    std::ofstream(directory + "/mediadata.db-wal", std::ios::binary) << log;
+    return ledger;
+}
+
+/// How much to do: the number in the environment, or the usual one.
+inline int amount(char const* variable, int usual)
+{
+    char const* const wanted = std::getenv(variable);
+    return wanted != nullptr ? std::atoi(wanted) : usual;
+}
+
+} // namespace Telephone
