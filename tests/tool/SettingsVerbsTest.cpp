@@ -70,9 +70,9 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {wordsOf("set group-pickup-tone-type=1"), "stored "},
         {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
         {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "},
-        // the database's word for what it does not hold: not as a single text, but in a table or encrypted
+        // the database's word for what it does not hold: not as a single text, even encrypted, but in a table
         {wordsOf("set --dry-run MLPP-ringer=failure alert-identifier-9=failure ice-server-pwd-0=failure"),
-         "refused would store would store "},
+         "refused would store refused "},
         {wordsOf("set MLPP-ringer=failure"), "refused "},
         {wordsOf("mgmt set MLPP-ringer=failure"), "refused "}};
     for (auto const& [command, expected] : cases) {

@@ -87,11 +87,11 @@ bool isTextOfTable(eDataTag tag)
     return tag == eDataTagRingerAudioFile || (typeOf(tag) == eDataItemTypeString && storedTableOf(tag) != eDataTagNone);
 }
 
-/// A text that is stored as it is under an element of its own. Secrets are stored encrypted.
+/// A text with an element of its own. A secret is compared after it was decrypted, too.
 bool isTextOfElement(eDataTag tag)
 {
     auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
-    return typeOf(tag) == eDataItemTypeString && row.schema && !row.isTable && !isSecret(tag);
+    return typeOf(tag) == eDataItemTypeString && row.schema && !row.isTable;
 }
 
 /// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
