@@ -10,10 +10,8 @@
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
-#include "Data/BulkData.h"
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceOCMS.h"
-#include "Media/MediaDataCache.h"
 
 #include "ManageableData.h"
 #include "ManagementService.h"
@@ -26,7 +24,6 @@
 namespace Tool {
 
 using namespace Data;
-using Media::MediaDataCache;
 
 namespace {
 
@@ -276,10 +273,7 @@ bool resetUserData(Workbench& workbench)
             cells.emplace_back(tag, textOf(defaultOf(tag)));
     }
     auto const copies = RingerCopies::atChange(workbench, cells);
-    bool const done = workbench.service().resetUserData();
-    // The order resets the cells and leaves their tables to the next write: an empty one.
-    BulkData nothing;
-    return MediaDataCache::setDataBulk(nothing) && done;
+    return workbench.service().resetUserData();
 }
 
 Report managementReset(Workbench& workbench)

@@ -24,7 +24,7 @@ Report managementChanged(Workbench& workbench, std::vector<Assignment> const& as
 /// Hands values of other components to the service, which keeps them and tells the library. False when it could not keep them.
 bool changeService(Workbench& workbench, TagTexts const& values);
 
-/// The library's reset of the user's data, the tables stored as well. False when not everything was reset.
+/// The library's reset of the user's data. False when there is no library.
 bool resetUserData(Workbench& workbench);
 
 /// Orders a reset of the user's settings.
