@@ -219,12 +219,14 @@ int runCommand(Invocation& invocation, Words words)
         words.emplace_back("--help");
     }
     auto& console = *invocation.console;
+    bool const isHeard = static_cast<bool>(console.out); // What cannot be written once is not tried again, and told once.
     bool const completes = invocation.place == Place::Process && !words.empty() && words.front() == "complete";
     int const code =
         completes ? show(Verbs::complete({words.begin() + 1, words.end()}), console, false) : runWords(invocation, words);
     if (console.out.flush())
         return code;
-    console.err << "mediadata: the answer could not be written\n";
+    if (isHeard)
+        console.err << "mediadata: the answer could not be written\n";
     return std::max<int>(code, exitInternal);
 }
 
