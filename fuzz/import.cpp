@@ -2,7 +2,12 @@
 // "secrets" opens the box with the sealed ones.
 #include "ToolUnderFuzz.h"
 
+#include "verbs/Passphrase.h"
+
+#include "Tables/Tables.h"
+
 using namespace Tool;
+namespace Tables = Data::Tables;
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
@@ -11,9 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     auto const begin = std::min(input.find('{'), size);
     auto const has = [head = input.substr(0, begin)](char const* word) { return head.find(word) != std::string::npos; };
     ImportOptions const options{.dryRun = !has("import"), .atomic = has("atomic"), .all = true};
-    Passphrase const passphrase = [] { return std::optional<std::string>("passphrase"); };
+    PassphraseOptions passphrase;
+    passphrase.secrets = has("secrets");
+    passphrase.typed = "passphrase";
     Document document;
-    auto const report = readDocument(input.substr(begin), "input", has("secrets") ? passphrase : Passphrase(), document);
+    auto const report = readDocument("input", input.substr(begin), passphrase, document);
     EXPECT_EQ(report.code == exitOk, report.problems.empty());
     if (report.code != exitOk)
         return 0;
@@ -33,7 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     EXPECT_GE(rows.size(), document.settings.size() + document.service.size() + document.unknown.size());
     auto row = rows.begin();
     for (auto const& [tag, value] : document.settings)
-        EXPECT_EQ(value, *(row++)->begin() == "stored" ? readValue(tag) : value) << nameOf(tag);
+        // Ranks that are named move codecs.
+        EXPECT_EQ(value, *(row++)->begin() == "stored" && !Tables::codecs.holds(tag) ? readValue(tag) : value)
+            << nameOf(tag);
     Document again;
     EXPECT_EQ(parseDocument(now, "export", again).code, exitOk);
     EXPECT_EQ(textOf(again), now);

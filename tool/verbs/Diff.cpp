@@ -154,7 +154,7 @@ void gatherOther(DiffOptions& options, Console& console)
 }
 
 /// The other telephone; the report says why there is none.
-Report readOther(DiffOptions const& options, Workbench& workbench, std::string const& name, Document& other)
+Report readOther(DiffOptions const& options, Workbench& workbench, Document& other)
 {
     std::error_code ignored;
     if (options.telephone) {
@@ -169,10 +169,7 @@ Report readOther(DiffOptions const& options, Workbench& workbench, std::string c
         other = documentOf(workbench);
         return {};
     }
-    if (!options.content)
-        return failure(exitUsage, options.other, "cannot be read");
-    auto report = check(options.passphrase, options.other);
-    return report.code == exitOk ? readDocument(*options.content, name, passphraseOf(options.passphrase), other) : report;
+    return readDocument(options.other, options.content, options.passphrase, other);
 }
 
 Report gather(DiffOptions& options, Console& console)
@@ -197,7 +194,7 @@ Report run(DiffOptions const& options, Workbench& workbench)
         return diff(workbench, defaultDocument(), "the defaults");
     Document other;
     auto const name = options.other == "-" ? "standard input" : options.other;
-    auto report = readOther(options, workbench, name, other);
+    auto report = readOther(options, workbench, other);
     if (report.code != exitOk)
         return report;
     auto differences = diff(workbench, other, name);

@@ -29,7 +29,13 @@ Report run(ExportOptions const& options, Workbench& workbench)
         return report;
     if (options.passphrase.isMistyped() && !workbench.options().showSecrets)
         return failure(exitUsage, "", "the two passphrases differ");
-    report = exportDocument(workbench, passphraseOf(options.passphrase));
+    std::optional<std::string> passphrase;
+    if (options.passphrase.isWanted() && !workbench.options().showSecrets) {
+        passphrase = passphraseOf(options.passphrase);
+        if (!passphrase)
+            return noPassphrase();
+    }
+    report = exportDocument(workbench, passphrase);
     // The document is JSON already.
     report.form = report.code == exitOk ? Report::Form::AsText : Report::Form::AsAsked;
     return report;

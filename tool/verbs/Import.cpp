@@ -7,7 +7,6 @@
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -35,14 +34,8 @@ Report gather(ImportOptions& options, Console& console)
 /// Each item of the document is accounted for; in text what is unchanged is only counted.
 Report run(ImportOptions const& options, Workbench& workbench)
 {
-    if (!options.content)
-        return failure(exitUsage, options.file, "cannot be read");
-    auto report = check(options.passphrase, options.file);
-    if (report.code != exitOk)
-        return report;
     Document document;
-    auto const name = options.file == "-" ? "standard input" : options.file;
-    report = readDocument(*options.content, name, passphraseOf(options.passphrase), document);
+    auto report = readDocument(options.file, options.content, options.passphrase, document);
     if (report.code != exitOk)
         return report;
     auto account = importDocument(workbench, document,

@@ -70,13 +70,33 @@ Report check(PassphraseOptions const& options, std::string const& document)
     return {};
 }
 
-std::function<std::optional<std::string>()> passphraseOf(PassphraseOptions const& options)
+std::optional<std::string> passphraseOf(PassphraseOptions const& options)
 {
-    if (!options.isWanted())
-        return {};
-    if (options.file.empty())
-        return [typed = options.typed] { return typed; };
-    return [line = firstLine(options.content.value_or(""))] { return std::optional(line); };
+    auto const words = options.file.empty() ? options.typed : firstLine(options.content.value_or(""));
+    return words && !words->empty() ? words : std::nullopt;
+}
+
+Report noPassphrase()
+{
+    return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
+}
+
+Report readDocument(std::string const& file, std::optional<std::string> const& content, PassphraseOptions const& options,
+                    Document& document)
+{
+    if (!content)
+        return failure(exitUsage, file, "cannot be read");
+    auto report = check(options, file);
+    if (report.code == exitOk)
+        report = parseDocument(*content, file == "-" ? "standard input" : file, document);
+    if (report.code != exitOk || !document.secrets)
+        return report;
+    if (!options.isWanted()) {
+        report.notes.emplace_back("The document's encrypted secrets are left out; --secrets opens them.");
+        return report;
+    }
+    auto const passphrase = passphraseOf(options);
+    return passphrase ? unseal(document, *passphrase) : noPassphrase();
 }
 
 } // namespace Tool

@@ -9,6 +9,8 @@
 
 namespace Tool {
 
+struct Document;
+
 struct PassphraseOptions {
     bool secrets = false; ///< secrets are wanted; the passphrase is typed when there is no file
     std::string file;     ///< its first line is the passphrase
@@ -34,7 +36,14 @@ void gatherFor(std::optional<std::string> const& document, PassphraseOptions& op
 /// Why there is no passphrase although a file was named; `document` is the file that the secrets come from.
 Report check(PassphraseOptions const& options, std::string const& document);
 
-/// What was gathered and is good; nothing to ask when no secrets are wanted.
-std::function<std::optional<std::string>()> passphraseOf(PassphraseOptions const& options);
+/// What was gathered; nothing when none could be had.
+std::optional<std::string> passphraseOf(PassphraseOptions const& options);
+
+Report noPassphrase();
+
+/// Reads the document of a file that was gathered, and opens its sealed secrets if they are wanted; else leaves them out and says
+/// so. The report says what is wrong, and the document is then not to be used.
+Report readDocument(std::string const& file, std::optional<std::string> const& content, PassphraseOptions const& options,
+                    Document& document);
 
 } // namespace Tool

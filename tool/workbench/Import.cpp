@@ -61,28 +61,13 @@ public:
         }
     }
 
-    void checkAllTables() { checkTables(m_workbench, m_settings); }
-    void orderAllByRank() { orderByRank(m_workbench, m_settings); }
-
-    /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
-    /// applied first, or it is checked with what they would say.
-    void applyHardwareFirst(bool dryRun)
+    /// What the tables say, and in which order their rows go. A dry run changes nothing for it.
+    void check(bool dryRun)
     {
-        auto const isOfTable = [](Outcome const& each) {
-            return each.result == Result::Refused && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
-        };
-        if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
-            (toStore("flags/").empty() && toStore("device/").empty()))
-            return;
-        if (!dryRun) {
-            applyDevice();
-            applyFlags();
-        }
-        for (auto& each : m_settings) {
-            if (isOfTable(each))
-                each = check(each.tag, each.text, {});
-        }
-        checkTables(m_workbench, m_settings, dryRun ? wantedHardware() : DataTagValue_t());
+        checkTables(m_workbench, m_settings);
+        applyHardwareFirst(dryRun);
+        checkRingers(m_settings, false);
+        orderByRank(m_workbench, m_settings);
     }
 
     /// When something was refused, true, and everything else is held back.
@@ -121,6 +106,27 @@ public:
     Report report(ImportOptions const& options) const;
 
 private:
+    /// A table may be refused only since the present device and flags hide some of its rows: then those of the document are
+    /// applied first, or it is checked with what they would say.
+    void applyHardwareFirst(bool dryRun)
+    {
+        auto const isOfTable = [](Outcome const& each) {
+            return each.result == Result::Refused && !each.wanted.is_null() && storedTableOf(each.tag) != eDataTagNone;
+        };
+        if (std::none_of(m_settings.begin(), m_settings.end(), isOfTable) ||
+            (toStore("flags/").empty() && toStore("device/").empty()))
+            return;
+        if (!dryRun) {
+            applyDevice();
+            applyFlags();
+        }
+        for (auto& each : m_settings) {
+            if (isOfTable(each))
+                each = Tool::check(each.tag, each.text, {});
+        }
+        checkTables(m_workbench, m_settings, dryRun ? wantedHardware() : DataTagValue_t());
+    }
+
     bool isAnyBad() const
     {
         auto const counts = [](auto const& each) { return isBad(each.result); };
@@ -151,7 +157,7 @@ private:
     void addSetting(eDataTag tag, std::string const& text)
     {
         m_workbench.journal().ask(tag);
-        auto& outcome = m_settings.emplace_back(check(tag, text, {}));
+        auto& outcome = m_settings.emplace_back(Tool::check(tag, text, {}));
         if (isKept(tag) || outcome.result == Result::Refused)
             return;
         outcome.result = Result::Refused;
@@ -324,17 +330,14 @@ Report Import::report(ImportOptions const& options) const
 
 } // namespace
 
-Report exportDocument(Workbench& workbench, Passphrase const& passphrase)
+Report exportDocument(Workbench& workbench, std::optional<std::string> const& passphrase)
 {
     auto document = documentOf(workbench);
     Report report;
     if (workbench.options().showSecrets) {
         // Everything in plain.
     } else if (passphrase) {
-        auto const words = passphrase();
-        if (!words || words->empty())
-            return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
-        if (!seal(document, *words))
+        if (!seal(document, *passphrase))
             return failure(exitInternal, "", "the secrets could not be encrypted");
     } else {
         auto const isSet = [](auto const& each) { return isSecret(each.first) && each.second != Json(""); };
@@ -347,27 +350,10 @@ Report exportDocument(Workbench& workbench, Passphrase const& passphrase)
     return report;
 }
 
-Report readDocument(std::string const& text, std::string const& fileName, Passphrase const& passphrase, Document& document)
-{
-    auto report = parseDocument(text, fileName, document);
-    if (report.code != exitOk || !document.secrets)
-        return report;
-    if (!passphrase) {
-        report.notes.emplace_back("The document's encrypted secrets are left out; --secrets opens them.");
-        return report;
-    }
-    auto const words = passphrase();
-    if (!words || words->empty())
-        return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
-    return unseal(document, *words);
-}
-
 Report importDocument(Workbench& workbench, Document const& document, ImportOptions options)
 {
     Import import(workbench, document);
-    import.checkAllTables();
-    import.applyHardwareFirst(options.dryRun);
-    import.orderAllByRank();
+    import.check(options.dryRun);
     bool const heldBack = options.atomic && import.holdAllBack();
     if (!options.dryRun && !heldBack)
         import.apply(options.atomic);
