@@ -165,7 +165,8 @@ TEST_F(ConfigurationVerbs, AccountForWhatAnImportDoesNotTake)
     write("bad", R"({"format": "mediadata export", "version": 1, "flags": {"force_etsi": "yes", "no_flag": "true"},
         "device": {"model": "huge"}, "service": {"ringer-volume": "2", "country": "FR", "contry": ""},
         "settings": {"ringer-volume": 9, "headset-volume": 4, "handset-volume": 2, "ringer-volumes": 1, "ForceEtsi": true},
-        "tables": {"codec": {"codec[1]/type": 1, "click-keys": 1}, "codecs": {}}})");
+        "tables": {"codec": {"codec[1]/type": 1, "click-keys": 1}, "codecs": {},
+                   "ringing": {"alert-type-14": 1}}})");
     ASSERT_EQ(status("get 1"), 0);
     auto const before = files();
     auto const dry = ask("import --dry-run " + pathOf("bad"));
@@ -176,6 +177,7 @@ TEST_F(ConfigurationVerbs, AccountForWhatAnImportDoesNotTake)
     for (auto const& item : dry["items"])
         results += item["item"].get<std::string>() + " " + item["result"].get<std::string>() + "; ";
     EXPECT_EQ(results, "handset-volume unchanged; headset-volume would store; ringer-volume refused; codec[1]/type refused; "
+                       "alert-type-14 refused; "
                        "ForceEtsi refused; device/model refused; flags/force_etsi refused; country would store; "
                        "ringer-volume refused; flags/no_flag unknown; contry unknown; ringer-volumes unknown; "
                        "tables/codec/click-keys unknown; tables/codecs unknown; ");

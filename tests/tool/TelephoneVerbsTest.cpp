@@ -88,6 +88,8 @@ TEST_F(TelephoneVerbs, LetTheDataOfAnotherUserArrive)
     EXPECT_EQ(ask("list --changed")["items"], json::array());
     EXPECT_EQ(column(run("mobility all --json --from -", guest).json()["changed"], "item"),
               "ringer-volume alert-identifier-3 ringer-melody-3 headset[3]/allowed mobility-user-data-update ");
+    auto const undone = run("mobility all --json --from -", with(R"("settings": {"group-pickup-tone-type": 1})")).json();
+    EXPECT_EQ(undone["errors"][0]["reason"], "a dependent rule made it 2");
     EXPECT_EQ(out("get 61 58 alert-identifier-3 ringer-melody-3 headset[3]/allowed country"),
               "ringer-volume = 7\nroom-character = 0\nalert-identifier-3 = Guest\nringer-melody-3 = 5\n"
               "headset[3]/allowed = false\ncountry = country\n");

@@ -3,6 +3,7 @@
 
 #include "report/Console.h"
 #include "verbs/Arguments.h"
+#include "verbs/Passphrase.h"
 #include "workbench/Document.h"
 #include "workbench/Mobility.h"
 
@@ -29,15 +30,6 @@ Words typeNames()
     return names;
 }
 
-Report storeArriving(MobilityOptions const& options, Workbench& workbench)
-{
-    if (!options.content)
-        return failure(exitUsage, options.from, "cannot be read");
-    Document document;
-    auto report = parseDocument(*options.content, options.from == "-" ? "standard input" : options.from, document);
-    return report.code == exitOk ? arrive(workbench, document) : report;
-}
-
 Report gather(MobilityOptions& options, Console& console)
 {
     if (!options.from.empty())
@@ -53,13 +45,13 @@ Report run(MobilityOptions const& options, Workbench& workbench)
     auto const* const type = findMobilityType(options.type.value_or(""));
     if (!type)
         return failure(exitUsage, *options.type, "is no mobility type: all, managed, unmanaged or the empty text");
-    if (!options.from.empty()) {
-        if (!type->reads)
-            return failure(exitUsage, options.from, "only all and managed have the user's data read");
-        if (auto report = storeArriving(options, workbench); report.code != exitOk)
-            return report;
-    }
-    return announce(workbench, *type);
+    if (options.from.empty())
+        return announce(workbench, *type);
+    if (!type->reads)
+        return failure(exitUsage, options.from, "only all and managed have the user's data read");
+    Document document;
+    auto const report = readDocument(options.from, options.content, {}, document);
+    return report.code == exitOk ? arrive(workbench, document, *type) : report;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "workbench/Mobility.h"
 
+#include "report/Text.h"
 #include "workbench/Document.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
@@ -97,7 +98,7 @@ Report announce(Workbench& workbench, MobilityType const& type)
     return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), type.text}});
 }
 
-Report arrive(Workbench& workbench, Document const& document)
+Report arrive(Workbench& workbench, Document const& document, MobilityType const& type)
 {
     Report report;
     for (auto const& [name, reason, near] : document.unknown)
@@ -110,16 +111,23 @@ Report arrive(Workbench& workbench, Document const& document)
         outcomes.push_back(check(tag, textOf(value), {}));
     }
     checkTables(workbench, outcomes);
-    auto const texts = textsToStore(outcomes);
-    noteRefusals(workbench, outcomes);
-    std::erase_if(outcomes, [](Outcome const& each) { return !isBad(each.result); });
-    if (!outcomes.empty()) {
-        auto refusals = account(outcomes, workbench.options().showSecrets);
-        report.sections = std::move(refusals.sections);
-        report.fail(refusals.code, {"", fmt::format("{} values refused", outcomes.size())});
+    auto refused = outcomes;
+    std::erase_if(refused, [](Outcome const& each) { return !isBad(each.result); });
+    if (!refused.empty()) {
+        noteRefusals(workbench, refused);
+        report.sections = account(refused, workbench.options().showSecrets).sections;
+        report.fail(exitRefused, {"", fmt::format("{} of {} values refused", refused.size(), outcomes.size())});
     }
-    if (report.code == exitOk && !storePastTheLibrary(workbench, texts))
-        report.fail(exitStorage, {"", "the database did not store all of the user's data, and nothing was announced"});
+    if (report.code != exitOk)
+        return report;
+    if (!storePastTheLibrary(workbench, textsToStore(outcomes)))
+        return failure(exitStorage, "", "the database did not store all of the user's data, and nothing was announced");
+    report = announce(workbench, type);
+    for (auto const& outcome : outcomes) {
+        auto const now = readValue(outcome.tag).value_or(Json());
+        if (now != outcome.wanted)
+            report.fail(exitOk, {nameOf(outcome.tag), "a dependent rule made it " + cellText(now)});
+    }
     return report;
 }
 

@@ -29,8 +29,8 @@ Report mobility();
 /// Announces a type, and shows what changed.
 Report announce(Workbench& workbench, MobilityType const& type);
 
-/// The user's settings of the document go into the database, past the library, as those of a user who arrives: announce() a type
-/// that reads them then. When one is refused or unknown nothing is stored.
-Report arrive(Workbench& workbench, Document const& document);
+/// The user's settings of the document go into the database, past the library, as those of a user who arrives; then a type is
+/// announced that reads them. When one is refused, unknown or not stored, nothing is announced.
+Report arrive(Workbench& workbench, Document const& document, MobilityType const& type);
 
 } // namespace Tool
