@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     if (size < 2)
         return 0;
 
-    auto const& [my, order] = targets[data[0] % std::size(targets)];
+    auto const& target = targets[data[0] % std::size(targets)];
+    auto const& my = target.table;
     auto const* const flagColumn = my.find(Tables::Role::flag);
     auto const read = [&](std::string text, DataTagValue_t given) {
         for (auto const& set : std::exchange(store.sets, {}))
@@ -65,7 +66,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     handler.setTableChanged(my.tag);
     EXPECT_TRUE(handler.writeTablesToDB(rejected)) << "what was read can be written";
     EXPECT_EQ(DataTagValue_t(store.cells.lower_bound(my.first), store.cells.upper_bound(my.lastFlag)), cells);
-    order(cells);
+    target.order(cells);
     for (auto const& [tag, text] : read(store.cells[my.tag], flags))
         // A carriage return is not escaped, and an empty cell has its default back: required behaviour.
         EXPECT_EQ(cells.at(tag), cells.at(tag).empty() || cells.at(tag).find('\r') < text.npos ? cells.at(tag) : text)

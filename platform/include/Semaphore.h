@@ -5,7 +5,8 @@
 
 /// Counts up to `maximum`, starting with `initial`. With `initial` 0 it is held by the thread that made it; a recursive one
 /// may be taken again by its holder and is free when given as often as taken (the first hold of a held construction counts
-/// once). Safe from any thread; hands over in order of arrival where the platform can.
+/// once). Safe from any thread. A thread that runs may take it again ahead of those that wait, but nobody waits without bound
+/// while it is given again and again.
 class Semaphore {
 public:
     Semaphore(int maximum, int initial, bool recursive);

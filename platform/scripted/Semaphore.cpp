@@ -1,11 +1,12 @@
-// The lock of the scripted platform: really blocking, and able to tell who holds what. One mutex guards the state of all
-// semaphores, so that the depth of a thread and the sum of all holds are exact at any moment.
+// The lock of the scripted platform: really blocking, in order of arrival, and able to tell who holds what. One mutex guards the
+// state of all semaphores, so that the depth of a thread and the sum of all holds are exact at any moment.
 #include "Semaphore.h"
 
 #include "AnnotatedMutex.h"
 #include "Seam.h"
 
 #include <chrono>
+#include <list>
 #include <map>
 #include <set>
 #include <thread>
@@ -28,14 +29,15 @@ struct Units {
             holds[std::this_thread::get_id()] = {recursive ? 1 : missing, missing};
     }
 
-    bool tryTake() MEDIADATA_REQUIRES(mutex)
+    /// `isTurn`: nobody came before.
+    bool tryTake(bool isTurn) MEDIADATA_REQUIRES(mutex)
     {
         std::thread::id const self = std::this_thread::get_id();
         if (recursive && holds.contains(self)) {
             ++holds[self].depth;
             return true;
         }
-        if (free == 0)
+        if (free == 0 || !isTurn)
             return false;
         --free;
         Hold& hold = holds[self];
@@ -51,6 +53,7 @@ struct Units {
     bool const recursive;
     bool const madeHeld;
     std::map<std::thread::id, Hold> holds MEDIADATA_GUARDED_BY(mutex);
+    std::list<std::thread::id> line MEDIADATA_GUARDED_BY(mutex); ///< of those who wait
     Threads::Condition given;
 };
 
@@ -80,17 +83,19 @@ bool Semaphore::take(int timeoutMs)
 {
     Threads::Lock guard(mutex);
     auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    bool isInTime = true;
-    while (!m_state->tryTake()) {
-        if (!isInTime)
-            return false;
+    auto& line = m_state->line;
+    auto const place = line.insert(line.end(), std::this_thread::get_id());
+    bool isTaken = false;
+    for (bool isInTime = true; !(isTaken = m_state->tryTake(place == line.begin())) && isInTime;) {
         if (timeoutMs < 0)
             m_state->given.wait(guard);
         else
             isInTime = m_state->given.waitUntil(guard, end);
     }
-    ++taken;
-    return true;
+    line.erase(place);
+    m_state->given.notifyAll(); // another is the first now
+    taken += isTaken;
+    return isTaken;
 }
 
 bool Semaphore::give()

@@ -76,3 +76,28 @@ TEST_F(SemaphorePromise, AWaitEndsWithItsTimeoutOrWithTheSemaphore)
     EXPECT_TRUE(semaphore.give());
     EXPECT_TRUE(waiting.get());
 }
+
+TEST_F(SemaphorePromise, NobodyWaitsWithoutBoundForOneThatIsTakenAgainAndAgain)
+{
+    int rounds = 0; // one or two for each of those who wait; hundreds where they take it by chance
+    for (int i = 0; i < 10; ++i) {
+        Semaphore semaphore(1, 0, true);
+        std::atomic<bool> isThere = false;
+        std::atomic<bool> isTaken = false;
+        std::thread waiting([&] {
+            isThere = true;
+            semaphore.take(noLimit);
+            isTaken = true;
+            semaphore.give();
+        });
+        while (!isTaken && rounds < 100) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(3));
+            semaphore.give();
+            semaphore.take(noLimit);
+            rounds += isThere;
+        }
+        EXPECT_TRUE(semaphore.give());
+        waiting.join();
+    }
+    EXPECT_LT(rounds, 100);
+}

@@ -1,10 +1,10 @@
-// The host's lock under contention: nobody is lost, nobody overtakes, and who gives up leaves no trace.
+// The host's lock under contention: nobody is lost, who has waited for long is next, and who gives up leaves no trace.
 #include "Semaphore.h"
 #include "../Standard.h"
 
 using namespace std::chrono_literals;
 
-TEST(HostSemaphore, IsHandedOverInOrderOfArrival)
+TEST(HostSemaphore, IsHandedInOrderOfArrivalToThoseWhoHaveWaitedForLong)
 {
     Semaphore lock(1, 0, true);
     std::vector<int> order;

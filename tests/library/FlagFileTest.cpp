@@ -1,6 +1,7 @@
 // The flag file: what its lines say and when it counts as changed.
 #include "Data/DataSourceFile.h"
 
+#include "../Standard.h"
 #include "ScriptedFixture.h"
 
 #include <sys/resource.h>

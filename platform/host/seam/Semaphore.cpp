@@ -1,12 +1,12 @@
 // The lock of the host platform. One atomic word counts the free units: without contention, take and give are one atomic
-// operation each, and a holder's further takes touch nothing shared. Under contention threads queue, and a unit is handed to
-// the first of them directly: nobody overtakes, because a unit that somebody waits for never becomes free.
+// operation each, and a holder's further takes touch nothing shared. Under contention a thread that runs may take the lock again
+// and again ahead of one that sleeps, since handing it over costs a context switch each time. But not for long: whoever has waited
+// for `patience` is due, and the next unit that is given is handed to the first of those directly.
 //
-// A waiter first looks out for its turn for some microseconds, since most holds are over by then and sleeping costs more.
+// A waiter first looks out for a free unit for some microseconds, since most holds are over by then and sleeping costs more.
 //
-// Locking: `m_word` is twice the number of free units, plus 1 while threads may be queued; only a holder of `m_mutex` sets or
-// clears that 1. `m_depth` belongs to the owner. A waiter lies on its thread's stack and is gone as soon as it sees `granted`,
-// so that setting it is the last that others do to it.
+// Locking: `m_word` is twice the number of free units, plus 1 while threads are queued; only a holder of `m_mutex` sets or clears
+// that 1, or gives a unit while it is set. `m_mutex` guards the waiters, too. `m_depth` belongs to the owner.
 #include "Semaphore.h"
 
 #include "AnnotatedMutex.h"
@@ -15,8 +15,14 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <utility>
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr auto patience = std::chrono::milliseconds(1);
+constexpr int spins = 4000;
 
 // Of the initial-exec model, since a call for its address would be a good part of what taking the lock costs.
 [[gnu::tls_model("initial-exec")]] thread_local std::uint64_t t_taken = 0;
@@ -28,57 +34,11 @@ void const* thisThread()
 }
 
 struct Waiter {
-    explicit Waiter(void const* waiting) : thread(waiting) {}
-
-    /// Looks out for the turn without sleeping.
-    bool spin() const
-    {
-        for (int i = 0; i < spins && !isGranted(); ++i)
-            std::atomic_signal_fence(std::memory_order_seq_cst);
-        return isGranted();
-    }
-
-    bool isGranted() const { return granted.load(std::memory_order_acquire); }
-
-    static constexpr int spins = 4000;
-
-    void const* const thread;
-    std::atomic<bool> granted = false;
+    bool isDue = false; ///< has waited long enough: the next unit is its own
+    bool isGranted = false;
+    bool isWoken = false; ///< and has not looked yet
     Threads::Condition wake;
     Waiter* next = nullptr;
-};
-
-/// Waiters in order of arrival.
-class WaitingLine {
-public:
-    bool empty() const { return m_first == nullptr; }
-
-    void push(Waiter& waiter)
-    {
-        *m_end = &waiter;
-        m_end = &waiter.next;
-    }
-
-    Waiter& pop()
-    {
-        Waiter& first = *m_first;
-        remove(first);
-        return first;
-    }
-
-    void remove(Waiter const& waiter)
-    {
-        Waiter** place = &m_first;
-        while (*place != &waiter)
-            place = &(*place)->next;
-        *place = waiter.next;
-        if (waiter.next == nullptr)
-            m_end = place;
-    }
-
-private:
-    Waiter* m_first = nullptr;
-    Waiter** m_end = &m_first;
 };
 
 constexpr unsigned queued = 1;
@@ -94,25 +54,29 @@ public:
           m_word(std::min(m_capacity, unit * static_cast<unsigned>(std::max(initial, 0))))
     {
         if (m_exclusive && m_word == 0)
-            own(thisThread());
+            own();
     }
 
     bool take(int timeoutMs);
     bool give();
 
 private:
-    void own(void const* thread)
+    void own()
     {
         m_depth = 1;
-        m_owner.store(thread, std::memory_order_relaxed);
+        m_owner.store(thisThread(), std::memory_order_relaxed);
     }
 
     bool isOwnedHere() const { return m_owner.load(std::memory_order_relaxed) == thisThread(); }
 
     bool tryTake();
-    bool waitForTurn(int timeoutMs);
+    bool spin();
+    bool waitForUnit(int timeoutMs);
     bool giveUnit();
-    bool handOver();
+    bool giveToWaiters();
+    void push(Waiter& waiter) MEDIADATA_REQUIRES(m_mutex);
+    void remove(Waiter const& waiter) MEDIADATA_REQUIRES(m_mutex);
+    void wakeFirst() MEDIADATA_REQUIRES(m_mutex);
 
     bool const m_recursive;
     bool const m_exclusive; // one unit, and only the thread that has it may give it
@@ -122,46 +86,80 @@ private:
     int m_depth = 0;
 
     Threads::Mutex m_mutex;
-    WaitingLine m_queue MEDIADATA_GUARDED_BY(m_mutex);
+    Waiter* m_first MEDIADATA_GUARDED_BY(m_mutex) = nullptr; // in order of arrival, each on its thread's stack
 };
 
 bool Semaphore::State::tryTake()
 {
     unsigned now = m_word.load(std::memory_order_relaxed);
-    while (now >= unit && (now & queued) == 0)
+    while (now >= unit)
         if (m_word.compare_exchange_weak(now, now - unit, std::memory_order_acquire, std::memory_order_relaxed))
             return true;
     return false;
 }
 
-bool Semaphore::State::waitForTurn(int timeoutMs)
+bool Semaphore::State::spin()
 {
-    Threads::Lock lock(m_mutex);
-    // Announce the waiter before looking once more: from here on nobody changes the word without the mutex.
-    unsigned const now = m_word.fetch_or(queued, std::memory_order_acquire);
-    if (m_queue.empty() && now >= unit) {
-        m_word.store((now & ~queued) - unit, std::memory_order_relaxed);
-        if (m_exclusive)
-            own(thisThread());
-        return true;
-    }
-    Waiter self(thisThread());
-    m_queue.push(self);
-    if (timeoutMs < 0) {
-        lock.unlock();
-        if (self.spin())
+    for (int i = 0; i < spins; ++i) {
+        if (tryTake())
             return true;
-        lock.lock();
-        while (!self.isGranted())
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    return false;
+}
+
+bool Semaphore::State::waitForUnit(int timeoutMs)
+{
+    auto const start = Clock::now();
+    auto const end = start + std::chrono::milliseconds(timeoutMs);
+    Waiter self;
+    Threads::Lock lock(m_mutex);
+    push(self);
+    for (;;) {
+        if (self.isGranted)
+            return true;
+        bool const isTaken = tryTake();
+        auto const now = Clock::now();
+        if (isTaken || (timeoutMs > 0 && now >= end)) {
+            remove(self);
+            return isTaken;
+        }
+        self.isDue = now >= start + patience;
+        self.isWoken = false;
+        if (!self.isDue)
+            self.wake.waitUntil(lock, timeoutMs > 0 ? std::min(end, start + patience) : start + patience);
+        else if (timeoutMs > 0)
+            self.wake.waitUntil(lock, end);
+        else
             self.wake.wait(lock);
-        return true;
     }
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (!self.isGranted() && self.wake.waitUntil(lock, end)) {
-    }
-    if (!self.isGranted())
-        m_queue.remove(self);
-    return self.isGranted();
+}
+
+void Semaphore::State::push(Waiter& waiter)
+{
+    Waiter** place = &m_first;
+    while (*place)
+        place = &(*place)->next;
+    *place = &waiter;
+    m_word.fetch_or(queued, std::memory_order_relaxed);
+}
+
+void Semaphore::State::remove(Waiter const& waiter)
+{
+    Waiter** place = &m_first;
+    while (*place != &waiter)
+        place = &(*place)->next;
+    *place = waiter.next;
+    if (!m_first)
+        m_word.fetch_and(~queued, std::memory_order_relaxed);
+    else if (m_word.load(std::memory_order_relaxed) >= unit)
+        wakeFirst(); // a unit may have been announced to the one that goes
+}
+
+void Semaphore::State::wakeFirst()
+{
+    if (!std::exchange(m_first->isWoken, true))
+        m_first->wake.notifyOne();
 }
 
 bool Semaphore::State::giveUnit()
@@ -173,27 +171,24 @@ bool Semaphore::State::giveUnit()
         if (m_word.compare_exchange_weak(now, now + unit, std::memory_order_release, std::memory_order_relaxed))
             return true;
     }
-    return handOver();
+    return giveToWaiters();
 }
 
-/// Gives a unit to the first in the queue.
-bool Semaphore::State::handOver()
+bool Semaphore::State::giveToWaiters()
 {
     Threads::Lock const lock(m_mutex);
-    if (m_queue.empty()) { // those who waited gave up
-        unsigned const now = m_word.load(std::memory_order_relaxed) & ~queued;
-        if (now >= m_capacity)
-            return false;
-        m_word.store(now + unit, std::memory_order_release);
+    if ((m_word.load(std::memory_order_relaxed) & ~queued) >= m_capacity)
+        return false;
+    if (m_first && m_first->isDue) {
+        Waiter& next = *m_first;
+        remove(next);
+        next.isGranted = true;
+        next.wake.notifyOne();
         return true;
     }
-    Waiter& next = m_queue.pop();
-    if (m_exclusive)
-        own(next.thread);
-    if (m_queue.empty())
-        m_word.fetch_and(~queued, std::memory_order_release);
-    next.wake.notifyOne();
-    next.granted.store(true, std::memory_order_release);
+    m_word.fetch_add(unit, std::memory_order_release);
+    if (m_first)
+        wakeFirst();
     return true;
 }
 
@@ -203,12 +198,11 @@ bool Semaphore::State::take(int timeoutMs)
         ++m_depth;
         return true;
     }
-    if (tryTake()) {
-        if (m_exclusive)
-            own(thisThread());
-        return true;
-    }
-    return timeoutMs != 0 && waitForTurn(timeoutMs);
+    if (!tryTake() && (timeoutMs == 0 || (!spin() && !waitForUnit(timeoutMs))))
+        return false;
+    if (m_exclusive)
+        own();
+    return true;
 }
 
 bool Semaphore::State::give()
