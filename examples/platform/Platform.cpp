@@ -12,6 +12,7 @@
 #include <condition_variable>
 #include <cstdarg>
 #include <cstdio>
+#include <list>
 #include <mutex>
 #include <thread>
 
@@ -84,6 +85,7 @@ class Semaphore::State {
 public:
     std::mutex mutex;
     std::condition_variable given;
+    std::list<std::thread::id> waiting;
     std::thread::id holder;
     int holds = 0;
     bool recursive = false;
@@ -103,14 +105,25 @@ bool Semaphore::take(int timeoutMs)
     State& my = *m_state;
     auto const self = std::this_thread::get_id();
     std::unique_lock lock(my.mutex);
-    auto const isOurs = [&] { return my.holds == 0 || (my.recursive && my.holder == self); };
+    if (my.recursive && my.holds > 0 && my.holder == self) {
+        ++my.holds;
+        return true;
+    }
+    auto const place = my.waiting.insert(my.waiting.end(), self); // in order of arrival, so that nobody waits without bound
+    auto const isOurs = [&] { return my.holds == 0 && place == my.waiting.begin(); };
+    bool isTaken = true;
     if (timeoutMs < 0)
         my.given.wait(lock, isOurs);
-    else if (!my.given.wait_for(lock, std::chrono::milliseconds(timeoutMs), isOurs))
-        return false;
-    my.holder = self;
-    ++my.holds;
-    return true;
+    else
+        isTaken = my.given.wait_for(lock, std::chrono::milliseconds(timeoutMs), isOurs);
+    my.waiting.erase(place);
+    if (isTaken) {
+        my.holder = self;
+        my.holds = 1;
+    } else {
+        my.given.notify_all();
+    }
+    return isTaken;
 }
 
 bool Semaphore::give()
@@ -120,7 +133,7 @@ bool Semaphore::give()
     if (my.holds == 0 || my.holder != std::this_thread::get_id())
         return false;
     if (--my.holds == 0)
-        my.given.notify_one();
+        my.given.notify_all();
     return true;
 }
 
