@@ -63,7 +63,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {{"set", "alert-identifier-0=a\x01", "codec[1]/packetSize=1"}, "refused stored "},
         {wordsOf("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
         {wordsOf("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
-        {wordsOf("reset ringer-melody-14"), "stored "}, // follows the general ringer
+        {wordsOf("set --dry-run alert-type-0=1 ringer-melody-14=2"), "would store refused "}, // makes it 3
+        {wordsOf("reset ringer-melody-14"), "stored "},                                       // follows the general ringer
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "},
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},

@@ -58,7 +58,8 @@ Offer Offers::words(Words const& fixed)
 
 Argument Arguments::items(Target target, std::string help)
 {
-    return {.name = "ITEM", .target = target, .help = std::move(help), .isRequired = true, .offer = Offers::items};
+    return {
+        .name = "ITEM", .target = std::move(target), .help = std::move(help), .isRequired = true, .offer = Offers::items};
 }
 
 Argument Arguments::pattern(std::string* target)

@@ -126,22 +126,32 @@ void checkRingers(std::vector<Outcome>& outcomes, bool follow)
         bool const isWanted = found && found->result != Result::Refused;
         return isWanted ? found->wanted : readValue(tag).value_or(Json());
     };
-    for (auto& outcome : outcomes) {
-        auto const rule = ringerRuleOf(outcome.tag);
-        if (!rule || outcome.result == Result::Refused || valueOf(rule->identifier) != Json(""))
-            continue;
-        auto general = rule->general == eDataTagNone ? rule->atStart : valueOf(rule->general);
+    auto const applyRule = [&](Outcome& outcome, RingerRule const& rule) {
+        auto general = rule.general == eDataTagNone ? rule.atStart : valueOf(rule.general);
         std::string ignored;
         if (validate(outcome.tag, textOf(general), ignored).is_null())
-            general = rule->atStart; // the row cannot have it, and has this from the start on
+            general = rule.atStart; // the row cannot have it, and has this from the start on
         if (outcome.wanted == general)
-            continue;
+            return;
         if (follow) {
             outcome = check(outcome.tag, textOf(general), {});
-        } else if (outcome.result == Result::WouldStore) {
+        } else {
             outcome.result = Result::Refused;
             outcome.reason = "its row has no alert identifier and follows the general ringer: " + cellText(general);
         }
+    };
+    // What is unchanged is overwritten only when the table is written for something else.
+    for (auto const result : {Result::WouldStore, Result::Unchanged}) {
+        for (auto& outcome : outcomes) {
+            auto const rule = ringerRuleOf(outcome.tag);
+            if (rule && outcome.result == result && valueOf(rule->identifier) == Json(""))
+                applyRule(outcome, *rule);
+        }
+        bool const isWritten = std::any_of(outcomes.begin(), outcomes.end(), [](Outcome const& each) {
+            return each.result == Result::WouldStore && storedTableOf(each.tag) == eDataTagDistinctiveRinging;
+        });
+        if (!isWritten && !follow)
+            return;
     }
 }
 
