@@ -48,8 +48,8 @@ private:
 /// wanted.
 class SendersConsole : public Console {
 public:
-    SendersConsole(Request const& request, std::ostream& forAnswers, std::ostream& forErrors, Server::Tell const& tell)
-        : Console(forAnswers, forErrors), m_request(request), m_tell(tell)
+    SendersConsole(Request const& request, std::ostream& forAnswers, std::ostream& forErrors)
+        : Console(forAnswers, forErrors), m_request(request)
     {
         directory = request.directory;
         colourOut = request.colourOut;
@@ -71,12 +71,6 @@ public:
     /// The first thing that the sender is to be asked for.
     std::string const& lacking() const { return m_lacking; }
 
-    void progress(std::size_t done, std::size_t total) override
-    {
-        if (m_request.showsProgress && m_tell)
-            m_tell({"progress", std::to_string(done), std::to_string(total)});
-    }
-
 private:
     std::optional<std::string> sent(std::string const& what)
     {
@@ -88,7 +82,6 @@ private:
     }
 
     Request const& m_request;
-    Server::Tell const& m_tell;
     std::string m_lacking;
 };
 
@@ -115,7 +108,7 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
 
 } // namespace
 
-Reply answer(Invocation const& holder, Message const& message, Server::Tell const& progress)
+Reply answer(Invocation const& holder, Message const& message)
 {
     Reply reply;
     Request request;
@@ -126,7 +119,7 @@ Reply answer(Invocation const& holder, Message const& message, Server::Tell cons
     std::ostream err(&errBuffer);
     int status = exitUsage;
     if (parseRequest(message, request, error)) {
-        SendersConsole console(request, out, err, progress);
+        SendersConsole console(request, out, err);
         status = run(holder, console, request, reply.watcher);
         if (console.lacksInput())
             return {{{"ask", console.lacking()}}, nullptr, true};

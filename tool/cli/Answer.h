@@ -7,7 +7,7 @@ namespace Tool {
 
 struct Invocation;
 
-/// Runs one request on the holder's workbench. `progress` gets what is to be sent at once.
-Reply answer(Invocation const& holder, Message const& message, Server::Tell const& progress = {});
+/// Runs one request on the holder's workbench.
+Reply answer(Invocation const& holder, Message const& message);
 
 } // namespace Tool

@@ -100,9 +100,7 @@ public:
     {
         holder.feed = &m_feed;
         m_server = Server::start(
-            *holder.workbench, m_feed,
-            [&holder](Message const& request, Server::Tell const& tell) { return answer(holder, request, tell); },
-            m_failure);
+            *holder.workbench, m_feed, [&holder](Message const& request) { return answer(holder, request); }, m_failure);
     }
     ~Serving()
     {

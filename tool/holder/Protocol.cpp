@@ -84,10 +84,8 @@ Message toMessage(Request const& request)
     };
     for (auto const& word : request.words)
         add("word", word);
-    for (auto const& [name, isSet] : {std::pair{"out", request.colourOut},
-                                      {"err", request.colourErr},
-                                      {"progress", request.showsProgress},
-                                      {"terminal", request.outIsTerminal}}) {
+    for (auto const& [name, isSet] :
+         {std::pair{"out", request.colourOut}, {"err", request.colourErr}, {"terminal", request.outIsTerminal}}) {
         if (isSet)
             add("show", name);
     }
@@ -117,8 +115,6 @@ bool parseRequest(Message const& message, Request& request, std::string& error)
             request.colourOut = true;
         else if (name == "show" && value == "err")
             request.colourErr = true;
-        else if (name == "show" && value == "progress")
-            request.showsProgress = true;
         else if (name == "show" && value == "terminal")
             request.outIsTerminal = true;
         else if (name.starts_with(answerPrefix))

@@ -1,8 +1,8 @@
 // What the tool says over the socket of a data directory: lists of texts, of which none is longer or nested deeper than
 // fixed, so that no input can do harm. The parsing functions are pure functions on bytes.
 //
-// The client sends a request; the holder of the directory answers {begin}, then {out, bytes}, {err, bytes} and
-// {progress, done, total} as they come, then {end, status}. {ask, what} instead of the end means that the command needs
+// The client sends a request; the holder of the directory answers {begin}, then {out, bytes} and {err, bytes} as
+// they come, then {end, status}. {ask, what} instead of the end means that the command needs
 // something of the client's: the request has to be sent again with it.
 #pragma once
 
@@ -35,7 +35,6 @@ struct Request {
     std::string directory;
     bool colourOut = false;
     bool colourErr = false;
-    bool showsProgress = false;
     bool outIsTerminal = false;
     std::map<std::string, std::optional<std::string>> answers = {}; ///< to what was asked; nothing: could not be had
 };

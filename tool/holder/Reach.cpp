@@ -23,11 +23,7 @@ constexpr auto pause = 20ms;
 Request requestOf(std::vector<std::string> const& words, Console const& console)
 {
     std::error_code ignored;
-    return {words,
-            std::filesystem::current_path(ignored).string(),
-            console.colourOut,
-            console.colourErr,
-            console.showsProgress,
+    return {words, std::filesystem::current_path(ignored).string(), console.colourOut, console.colourErr,
             console.outIsTerminal};
 }
 

@@ -119,8 +119,6 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
         } else if (kind == "err" && message.size() == 2) {
             console.quiet();
             console.err << message[1] << std::flush;
-        } else if (kind == "progress" && message.size() == 3) {
-            console.progress(numberIn(message[1]), numberIn(message[2]));
         } else if (kind == "end" && message.size() == 2) {
             return static_cast<int>(numberIn(message[1]));
         } else if (kind == "refuse" && message.size() == 2) {

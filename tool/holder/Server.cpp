@@ -168,7 +168,7 @@ bool Server::serveOne(Connection& connection, Message const& message)
         if (m_ending || channel.isGone())
             return false;
         channel.postIfIdle({"begin"});
-        reply = m_answer(message, [&](Message const& progress) { channel.postIfIdle(progress); });
+        reply = m_answer(message);
     }
     for (auto const& each : reply.messages)
         channel.post(each);

@@ -31,10 +31,8 @@ struct Reply {
 
 class Server {
 public:
-    using Tell = std::function<void(Message const&)>;
-
-    /// Answers a request on the connection's thread, which has the turn; `tell` sends at once.
-    using Answer = std::function<Reply(Message const& request, Tell const& tell)>;
+    /// Answers a request on the connection's thread, which has the turn.
+    using Answer = std::function<Reply(Message const& request)>;
 
     /// Listens in the workbench's data directory, and publishes its changes to `feed`; both outlive the server. Null with
     /// `error` when the socket cannot be made.

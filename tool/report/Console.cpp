@@ -113,12 +113,6 @@ std::optional<std::string> Console::passphrase(std::string const& prompt)
     return line;
 }
 
-void Console::progress(std::size_t done, std::size_t total)
-{
-    if (m_progress)
-        m_progress->tell(done, total);
-}
-
 void Console::quiet()
 {
     if (m_progress)

@@ -4,7 +4,6 @@
 
 #include "workbench/OtherTelephone.h"
 
-#include <cstddef>
 #include <filesystem>
 #include <iosfwd>
 #include <map>
@@ -33,9 +32,6 @@ public:
 
     /// The answers above were not the true ones: the command's sender has to be asked first, and the command begins anew.
     virtual bool lacksInput() const { return false; }
-
-    /// Tells how far the command is; call it as often as you like.
-    virtual void progress(std::size_t done, std::size_t total);
 
     /// Other things are about to be written: no progress is shown from now on.
     void quiet();

@@ -29,13 +29,6 @@ ProgressLine::~ProgressLine()
     m_thread.join();
 }
 
-void ProgressLine::tell(std::size_t done, std::size_t total)
-{
-    Threads::Lock const held(m_mutex);
-    m_done = done;
-    m_total = total;
-}
-
 void ProgressLine::quiet()
 {
     Threads::Lock const held(m_mutex);
@@ -60,7 +53,7 @@ void ProgressLine::run()
         while (!m_ended && m_end.waitUntil(held, next)) {
         }
         if (!m_ended)
-            paint(m_total != 0 ? std::to_string(m_done) + " of " + std::to_string(m_total) : std::to_string(seconds) + " s");
+            paint(std::to_string(seconds) + " s");
     }
 }
 

@@ -1,5 +1,4 @@
-// How far a command is, on the error stream of its console: a terminal shows it from the second second on, and without any news
-// how long the command takes.
+// How long a command takes, on the error stream of its console: a terminal shows it from the second second on.
 #pragma once
 
 #include "AnnotatedMutex.h"
@@ -12,15 +11,13 @@ namespace Tool {
 
 class Console;
 
-/// Shows the progress of a console's command as long as it lives; nothing where the console shows none.
+/// Shows it as long as it lives; nothing where the console shows none.
 class ProgressLine {
 public:
     explicit ProgressLine(Console& console);
     ~ProgressLine();
     ProgressLine(ProgressLine const&) = delete;
     ProgressLine& operator=(ProgressLine const&) = delete;
-
-    void tell(std::size_t done, std::size_t total) MEDIADATA_EXCLUDES(m_mutex);
 
     /// Takes away what is shown, and shows no more.
     void quiet() MEDIADATA_EXCLUDES(m_mutex);
@@ -34,8 +31,6 @@ private:
     Threads::Condition m_end;
     bool m_ended MEDIADATA_GUARDED_BY(m_mutex) = false;
     bool m_quiet MEDIADATA_GUARDED_BY(m_mutex) = false;
-    std::size_t m_done MEDIADATA_GUARDED_BY(m_mutex) = 0;
-    std::size_t m_total MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::size_t m_width MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::thread m_thread;
 };
