@@ -84,3 +84,26 @@ TEST_F(HostSql, OfSeveralValuesNoneIsStoredWhenOneIsRefused)
     ASSERT_TRUE(open()) << m_error;
     EXPECT_EQ(read("Many", "small") + read("Many", "large"), "vv");
 }
+
+TEST_F(HostSql, WhatCannotBeReadIsTriedAgainAndThenNotOverwrittenByADefault)
+{
+    auto const item = [this](char const* element) { return read("Many", element); };
+    ASSERT_TRUE(write("Many", "one", "1"));
+    ASSERT_TRUE(write("Many", "other", "2"));
+    static int failures = 0;
+    sqlite3_progress_handler(
+        Statements::connection, 1, [](void*) { return failures > 0 ? failures-- : 0; }, nullptr);
+    failures = 2;
+    EXPECT_EQ(item("one"), "1") << "at the third try";
+    EXPECT_FALSE(m_platform->takeDatabaseError());
+    failures = 3;
+    EXPECT_EQ(item("one"), "failure");
+    EXPECT_FALSE(write("Many", "one", "default"));
+    EXPECT_TRUE(m_platform->takeFailedWrites().contains({"Many", "one"}));
+    EXPECT_TRUE(write("Many", "other", "3"));
+    failures = 3;
+    EXPECT_FALSE(write("Many", "one", "4")) << "it still cannot be read";
+    EXPECT_EQ(failures, 0);
+    EXPECT_TRUE(write("Many", "one", "5")) << "it can be read again";
+    EXPECT_EQ(item("one") + item("other"), "53");
+}

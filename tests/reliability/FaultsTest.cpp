@@ -28,6 +28,7 @@ struct Outcome {
     bool lacksReason = false; // a refused start, or it calls what is sound damaged
     std::array<char, 256> reason{};
     std::size_t calls = 0;
+    std::size_t written = 0; // of Disk::calls, when the last write was answered
     std::array<char const*, 8192> functions{};
 };
 
@@ -36,6 +37,7 @@ struct Job {
     void (*prepare)(std::string const& directory);
     void (*work)(std::string const& directory, Outcome& outcome);
     bool isMending;
+    int step; // one in so many calls fails, unless more are wanted
 };
 
 /// Takes note of a start that was refused.
@@ -61,6 +63,7 @@ void writeAllKinds(Writer& writer, Outcome& outcome, int& number)
         line.begun = before;
         line.mayBeLater = line.mayBeLater || kinds[kind].places.size() == 3;
     }
+    outcome.written = Disk::calls.size();
     std::string held;
     outcome.isUntrue |=
         MediaDataCache::getData(eDataTagCamera1Url, held) && marksIn(held)[0] != outcome.ledger[0].acknowledged[0];
@@ -94,24 +97,6 @@ void workThrough(std::string const& directory, Outcome& outcome, int starts)
     }
 }
 
-/// Many values beside those of each kind, in order of their keys.
-std::vector<Host::StoredItem> manyItems()
-{
-    std::vector<Host::StoredItem> items;
-    for (int i = 1000; i < 1300; ++i)
-        items.push_back({"Many", std::to_string(i), std::string(200, 'v')});
-    return items;
-}
-
-void leaveUsed(std::string const& directory)
-{
-    Writer(directory, false);
-    std::string error;
-    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
-    ASSERT_NE(platform, nullptr) << error;
-    EXPECT_TRUE(platform->database().write(manyItems(), {}));
-}
-
 void mend(std::string const& directory, Outcome& outcome)
 {
     std::string error;
@@ -121,8 +106,8 @@ void mend(std::string const& directory, Outcome& outcome)
 
 Job const jobs[]{
     {"first start", [](std::string const&) {}, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 1); },
-     false},
-    {"mixed work", leaveUsed, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false},
+     false, 5},
+    {"mixed work", leaveUsed, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false, 5},
     {"mending of a leaf",
      [](std::string const& at) {
          leaveUsed(at);
@@ -130,8 +115,8 @@ Job const jobs[]{
          file.seekp(9 * 4096);
          file << std::string(4096, '\xff');
      },
-     mend, true},
-    {"mending of a log", [](std::string const& at) { leaveDamagedLog(at); }, mend, true}};
+     mend, true, 37},
+    {"mending of a log", [](std::string const& at) { leaveDamagedLog(at); }, mend, true, 11}};
 
 /// All that a sound start finds.
 std::map<std::string, std::string> contentOfDatabase(std::string const& directory)
@@ -177,6 +162,12 @@ protected:
         job.work(phone(), *m_outcome);
         m_outcome->calls = std::min(Disk::functions.size(), m_outcome->functions.size());
         std::copy_n(Disk::functions.begin(), m_outcome->calls, m_outcome->functions.begin());
+        Disk::watchNothing();
+        Disk::Surface surface;
+        for (std::size_t call = 0; call < m_outcome->written; ++call)
+            surface.play(Disk::calls[call]);
+        std::mt19937 unused;
+        surface.leave(cutOff(), {0, false, false}, unused);
         ::_exit(0);
     }
 
@@ -184,6 +175,7 @@ protected:
     int runWith(Job const& job, Disk::Fault fault)
     {
         fs::remove_all(phone());
+        fs::remove_all(cutOff());
         if (fs::exists(seed()))
             fs::copy(seed(), phone(), fs::copy_options::recursive);
         m_outcome = new (m_memory) Outcome;
@@ -209,14 +201,19 @@ protected:
             return "refuses although nothing failed: " + std::string(m_outcome->reason.data());
         if (job.isMending)
             return contentOfDatabase(phone()) == m_clean ? "" : "is not mended as without the fault";
-        Findings findings;
         Ledger ledger = m_outcome->ledger;
         for (LedgerLine& line : ledger)
             line.mayBeLater = line.mayBeLater || m_outcome->isLogUntrue;
+        Ledger ledgerOfCut = ledger;
+        Findings findings, findingsOfCut;
         check(phone(), ledger, findings);
-        return findings.text() == nothingFound ? "" : findings.examples;
+        check(cutOff() + "/phone", ledgerOfCut, findingsOfCut);
+        std::string const cut = findingsOfCut.text() == nothingFound ? "" : "with a power cut as well: ";
+        return findings.text() == nothingFound ? cut + findingsOfCut.examples : findings.examples;
     }
 
+    /// What a power cut leaves after the last write was answered: nothing that was not synced.
+    std::string cutOff() const { return m_place.path() + "/cut"; }
     std::string phone() const { return m_place.path() + "/root/phone"; }
     std::string seed() const { return m_place.path() + "/seed"; }
 
@@ -230,7 +227,6 @@ protected:
 
 TEST_F(Faults, OfSystemCallsLoseNothingAndAreAnsweredTruthfully)
 {
-    auto const step = static_cast<std::size_t>(amount("MEDIADATA_FAULT_STEP", 13));
     Host::setLogSink([](Host::LogLine const&) {});
     fs::create_directory(m_place.path() + "/root");
     for (Job const& job : jobs) {
@@ -241,6 +237,7 @@ TEST_F(Faults, OfSystemCallsLoseNothingAndAreAnsweredTruthfully)
         auto const calls = m_outcome->calls;
         auto const functions = m_outcome->functions;
         ASSERT_EQ(faultOf(job, faults[0], 0), "") << job.name;
+        auto const step = static_cast<std::size_t>(amount("MEDIADATA_FAULT_STEP", job.step));
         int tried = 0;
         std::map<std::string, int> findings;
         for (FaultKind const& kind : faults)

@@ -185,11 +185,33 @@ private:
     std::unique_ptr<Host::Platform> m_platform;
 };
 
-/// A telephone with a write of each kind, of which each is in the log alone: it was killed. One bit of the log's header is not
-/// what it was. What was written.
+/// Many values beside those of each kind. A database that is made of the same values has them elsewhere.
+inline std::vector<Host::StoredItem> manyItems()
+{
+    std::vector<Host::StoredItem> items;
+    for (int i = 1300; i > 1000; --i)
+        items.push_back({"Many", std::to_string(i), std::string(200, 'v')});
+    return items;
+}
+
+/// A telephone that is in use.
+inline void leaveUsed(std::string const& directory)
+{
+    {
+        Writer(directory, false);
+    }
+    std::string error;
+    auto const platform = Host::Platform::open({directory, std::nullopt}, error);
+    ASSERT_NE(platform, nullptr) << error;
+    EXPECT_TRUE(platform->database().write(manyItems(), {}));
+}
+
+/// A telephone in use that was killed after a write of each kind, of which all are in the log alone. One bit of the log's
+/// header is not what it was. What was written.
 inline Ledger leaveDamagedLog(std::string const& directory)
 {
     TemporaryDirectory const place;
+    leaveUsed(place.path());
     Ledger ledger;
     {
         Writer writer(place.path(), false);
