@@ -105,6 +105,15 @@ inline std::vector<int> marksIn(std::string const& text)
     return marks.empty() ? std::vector{0} : marks;
 }
 
+/// Many values beside those of each kind. A database that is made of the same values has them elsewhere.
+inline std::vector<Host::StoredItem> manyItems()
+{
+    std::vector<Host::StoredItem> items;
+    for (int i = 1300; i > 1000; --i)
+        items.push_back({"Many", std::to_string(i), std::string(200, 'v')});
+    return items;
+}
+
 /// Opens the data directory as a start does and compares its values with the ledger, which afterwards tells what was found.
 inline void check(std::string const& directory, Ledger& ledger, Findings& findings, bool mayBeMended = false)
 {
@@ -116,6 +125,8 @@ inline void check(std::string const& directory, Ledger& ledger, Findings& findin
     auto const platform = Host::Platform::open({directory, std::nullopt}, error);
     if (platform == nullptr || (!mayBeMended && !platform->notices().empty()))
         find(findings.damaged, platform != nullptr ? platform->notices().front() : error);
+    if (platform != nullptr && mayBeMended && platform->database().list("Many").size() != manyItems().size())
+        find(findings.lost, "some of many");
     for (std::size_t i = 0; platform != nullptr && i < kinds.size(); ++i) {
         std::set<int> writes;
         for (std::size_t place = 0; place < kinds[i].places.size(); ++place) {
@@ -184,15 +195,6 @@ private:
     std::string m_error;
     std::unique_ptr<Host::Platform> m_platform;
 };
-
-/// Many values beside those of each kind. A database that is made of the same values has them elsewhere.
-inline std::vector<Host::StoredItem> manyItems()
-{
-    std::vector<Host::StoredItem> items;
-    for (int i = 1300; i > 1000; --i)
-        items.push_back({"Many", std::to_string(i), std::string(200, 'v')});
-    return items;
-}
 
 /// A telephone that is in use.
 inline void leaveUsed(std::string const& directory)

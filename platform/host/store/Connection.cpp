@@ -90,6 +90,14 @@ std::string textOf(sqlite3_stmt* row, int column)
     return std::string(viewOf(row, column));
 }
 
+/// SQLite says so of a commit as well.
+bool onlyReads(Connection::Statement statement)
+{
+    constexpr Connection::Statement all[]{Connection::readItem, Connection::listItems, Connection::countItems,
+                                          Connection::readJournal};
+    return std::ranges::find(all, statement) != std::end(all);
+}
+
 Connection::Row rowOf(sqlite3_stmt* statement)
 {
     Connection::Row row;
@@ -227,7 +235,7 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
         sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
     std::size_t const before = rows != nullptr ? rows->size() : 0;
     int code = sqlite3_step(text);
-    for (int tries = sqlite3_stmt_readonly(text) != 0 ? 3 : 1;; code = sqlite3_step(text)) {
+    for (int tries = onlyReads(statement) ? 3 : 1;; code = sqlite3_step(text)) {
         for (; code == SQLITE_ROW; code = sqlite3_step(text))
             if (rows != nullptr)
                 rows->push_back(rowOf(text));
@@ -240,7 +248,7 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
     if (code != SQLITE_DONE) {
         complain(fileOf(m_handle) + ": " + sqlite3_errmsg(m_handle) + " (" + m_texts[statement] + ")");
         // A change that was not synced stands in the log all the same.
-        m_isLogTrue = m_isLogTrue && (code & 0xff) != SQLITE_IOERR;
+        m_isLogTrue = m_isLogTrue && (onlyReads(statement) || (code & 0xff) != SQLITE_IOERR);
     }
     sqlite3_reset(text);
     sqlite3_clear_bindings(text);

@@ -36,6 +36,7 @@ std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault&
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
 {
     Threads::Lock const lock(m_mutex);
+    m_justUnread.reset();
     if (isInGroup()) {
         auto const isWanted = [&](StoredItem const& each) { return each.schema == schema && each.element == element; };
         auto const last = std::find_if(m_group->items.rbegin(), m_group->items.rend(), isWanted);
@@ -54,7 +55,6 @@ std::optional<std::string> Database::read(std::string const& schema, std::string
             return std::nullopt;
     }
     std::optional<std::string> value;
-    m_justUnread.reset();
     if (!fetch({schema, element}, value))
         m_unread.insert(m_justUnread.emplace(schema, element));
     else if (!m_unread.empty())
