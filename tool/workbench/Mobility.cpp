@@ -52,16 +52,19 @@ DataTagValue_t textsToStore(std::vector<Outcome> const& outcomes)
     return texts;
 }
 
+/// As one group: a user arrives whole.
 bool storePastTheLibrary(Workbench& workbench, DataTagValue_t const& texts)
 {
     DataSourceDB database(workbench.platform(), {allTags().begin(), allTags().end()}, nullptr);
     workbench.storage().takeItems();
+    bool const isGroup = workbench.platform().beginGroup();
     bool stored = true;
     for (auto const& [tag, text] : texts) {
         std::unique_ptr<DataItemBase> const item(DataCache::DataItemBuilder::createDataItem(tag, eDataSourceNone));
         std::string ignored;
         stored = item->setValueString(text, ignored) && database.writeDataValue(tag, item.get()) && stored;
     }
+    stored = (!isGroup || workbench.platform().endGroup()) && stored;
     return workbench.storage().takeItems().empty() && stored;
 }
 
