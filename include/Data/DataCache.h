@@ -182,6 +182,7 @@ private:
     MEDIADATA_HIDDEN void collectChanges(Notification& notification) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN bool hasCallees() const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void notifyChanges() MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void notifyInPause() MEDIADATA_REQUIRES(*m_lock);
     // Runs without the lock where the pass does not run inside another operation.
     MEDIADATA_HIDDEN void notify(Notification& notification);
 

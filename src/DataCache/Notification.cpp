@@ -35,8 +35,13 @@ struct DataCache::Notification {
         T value{};
         item.getValue(value);
         for (auto* const callback : item.callbacks())
-            changes[callback].storeAlone(item.tag(), value);
+            bulkFor(callback).storeAlone(item.tag(), value);
     }
+
+    [[gnu::noinline]] BulkData& bulkFor(DataUpdateCallback* callback)
+    {
+        return changes[callback];
+    } // once for all three types
 
     Changes changes;
     std::optional<Push> push;
@@ -113,7 +118,7 @@ void DataCache::collectChanges(Notification& notification)
     assert(allChangesAreNoted());
     m_changed = false;
     // Each tag leaves the set before its item is asked: who reads the log may write, which starts a pass or adds to this one.
-    for (auto tag = m_touched.takeLowest(); tag != eDataTagNone; tag = m_touched.takeLowest()) {
+    while (auto const tag = m_touched.takeLowest()) {
         auto* const item = findItem(tag);
         if (item->takeChange())
             addChange(*item, notification);
@@ -154,10 +159,18 @@ void DataCache::notifyChanges()
 {
     if (!m_changed)
         return;
-    Pause const pause(m_group && m_group->isInSpan() && hasCallees() ? m_group.get() : nullptr);
+    if (m_group && m_group->isInSpan() && hasCallees())
+        return notifyInPause();
     Notification notification;
     collectChanges(notification);
     notify(notification);
+}
+
+/// Who is told of a change sees it stored, and what it writes is an operation of its own.
+[[gnu::noinline]] void DataCache::notifyInPause()
+{
+    Pause const pause(m_group.get());
+    notifyChanges();
 }
 
 void DataCache::updateCallbacks()
