@@ -6,6 +6,7 @@
 #include "../TemporaryDirectory.h"
 
 #include "Data/BulkData.h"
+#include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
 
 #include "DasCrypt.h"
@@ -23,7 +24,7 @@ using Media::MediaDataCache;
 
 struct Kind {
     char const* name;
-    bool isWhole; // all of what it stores is of one write at any moment
+    bool isWhole; // all of what it stores is of one write at any moment, never a mixture
     bool (*write)(Host::Platform&, std::string const& text);
     std::vector<std::pair<std::string, std::string>> places; // schema and element
     std::size_t padding = 0;                                 // before the mark
@@ -44,7 +45,7 @@ template <eDataTag tag> bool writeText(Host::Platform&, std::string const& text)
 }
 
 /// Every `step`-th item from the first.
-template <eDataTag first, int count, int step> bool writeBulk(Host::Platform&, std::string const& text)
+template <int first, int count, int step> bool writeBulk(Host::Platform&, std::string const& text)
 {
     BulkData bulk;
     for (int i = 0; i < count; ++i)
@@ -60,15 +61,42 @@ inline bool writeRecord(Host::Platform& platform, std::string const& text)
     return platform.management().change(record);
 }
 
-inline std::array<Kind, 6> const kinds{
+/// Cells of two tables: the identifiers of the ringing table, and names of door openers, which are single values.
+inline bool writeTables(Host::Platform& platform, std::string const& text)
+{
+    ManageableData record;
+    for (int i = 0; i < alerts; ++i)
+        record.populate("alert-identifier-" + std::to_string(i), "alert-identifier-" + std::to_string(i), text);
+    for (std::string const item : {"door-opener-name-1", "door-opener-name-3"})
+        record.populate(item, item, text);
+    return platform.management().setOwned(record);
+}
+
+inline constexpr std::size_t imported = 100;
+
+inline std::vector<std::pair<std::string, std::string>> importedPlaces()
+{
+    std::vector<std::pair<std::string, std::string>> places;
+    for (std::size_t i = 0; i < imported; ++i) {
+        auto const& row = DataSourceDB::dataDbDescriptionTable[eDataTagDirectVideo100 + 1 + i];
+        places.emplace_back(*row.schema, *row.element);
+    }
+    return places;
+}
+
+inline std::array<Kind, 7> const kinds{
     {{"value", false, writeText<eDataTagCamera1Url>, {{"DirectVideoSettings", "Camera1Url"}}},
      {"secret", false, writeText<eDataTagIceServerPwd0>, {{"ICESettings", "IceServerPwd0"}}},
      {"value of pages", false, writeText<eDataTagDirectVideo100>, {{"DirectVideoSettings", "direct-video-100"}}, 9000},
-     {"table", true, writeBulk<eDataTagAlertIdentifier0, alerts, 1>, {{"DistinctiveRinging", ""}}},
+     {"management set",
+      true,
+      writeTables,
+      {{"DistinctiveRinging", ""}, {"OcmsSettings", "DoorOpener1Name"}, {"OcmsSettings", "DoorOpener3Name"}}},
      {"bulk",
-      false,
+      true,
       writeBulk<eDataTagCamera2Url, 3, eDataTagCamera3Url - eDataTagCamera2Url>,
       {{"DirectVideoSettings", "Camera2Url"}, {"DirectVideoSettings", "Camera3Url"}, {"DirectVideoSettings", "Camera4Url"}}},
+     {"import", true, writeBulk<eDataTagDirectVideo100 + 1, imported, 1>, importedPlaces()},
      {"management record",
       true,
       writeRecord,
@@ -79,13 +107,13 @@ inline std::array<Kind, 6> const kinds{
 struct LedgerLine {
     int begun = 0;
     bool mayBeLater = false; // also of a write that was refused
-    std::array<int, 3> acknowledged{};
+    std::array<int, imported> acknowledged{};
 };
 using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
 
 struct Findings {
     int lost = 0;    // values of another write than the last acknowledged or one under way, or in part
-    int torn = 0;    // tables and records with parts of several writes
+    int torn = 0;    // tables and operations with parts of several writes
     int damaged = 0; // directories that could not be opened, or not without mending
     std::string examples;
 
