@@ -6,7 +6,10 @@
 #include "Semaphore.h"
 #include "store/Database.h"
 
+#include <sqlite3.h>
+
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 namespace {
 
@@ -111,7 +114,9 @@ TEST_P(HostDamage, IsSetAsideAndEveryReadableRowBroughtOver)
 
     ASSERT_TRUE(open()) << m_error;
     int lost = 0;
-    std::string const report = testing::PrintToString(m_platform->notices());
+    std::string report;
+    for (auto const& notice : m_platform->notices())
+        report += notice + "\n";
     auto const tells = [&](std::string const& text) { return report.find(text) != std::string::npos; };
     for (int i = 0; i < count; ++i) {
         std::string const value = read("Many", "element" + std::to_string(i));
@@ -325,4 +330,103 @@ TEST_F(HostStorage, ADirectoryIsOneProcesssAlone)
     Host::DataDirectory other;
     EXPECT_FALSE(other.open(m_directory, m_error));
     EXPECT_TRUE(other.isInUse());
+}
+
+namespace {
+
+/// Runs statements on a file that no platform has open; the texts of the rows' first columns.
+std::string runSql(std::string const& path, std::string const& statements)
+{
+    sqlite3* handle = nullptr;
+    std::string result;
+    auto const append = [](void* target, int, char** values, char**) {
+        return static_cast<std::string*>(target)->append(values[0] ? values[0] : "null").append(" "), SQLITE_OK;
+    };
+    EXPECT_EQ(sqlite3_open(path.c_str(), &handle), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(handle, statements.c_str(), append, &result, nullptr), SQLITE_OK) << sqlite3_errmsg(handle);
+    sqlite3_close(handle);
+    return result;
+}
+
+/// What the first release left: 400 values, and a journal with a row for each entry.
+constexpr char const* versionOne =
+    "CREATE TABLE item (schema TEXT NOT NULL, element TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (schema, element)) "
+    "STRICT;"
+    "CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, kind TEXT NOT NULL, item TEXT NOT NULL,"
+    " value TEXT NOT NULL) STRICT;"
+    "PRAGMA user_version = 1;"
+    "WITH RECURSIVE n(i) AS (SELECT 0 UNION SELECT i + 1 FROM n WHERE i < 399)"
+    " INSERT INTO item SELECT 'Many', 'element' || i, i || replace(hex(zeroblob(100)), '0', 'v') FROM n;"
+    "INSERT INTO journal VALUES (7, 1, 'read', 'a', '1'), (8, 2, 'read', 'b', '2'), (9, 2, 'read', 'c', '3');";
+
+/// A damage, and how many values may be lost with it.
+std::pair<void (*)(std::string const&), int> const damagesOfVersionOne[]{
+    {[](std::string const&) {}, 0},
+    {[](std::string const& path) { overwrite(path, {0}, '\0'); }, 0},
+    {[](std::string const& path) { overwrite(path, {9}, '\xff'); }, 30},
+    {[](std::string const& path) { overwrite(path, {3}, '\xff'); }, 0}};
+
+} // namespace
+
+TEST_F(HostStorage, ADatabaseOfTheFirstVersionIsTakenOverWholeOrDamaged)
+{
+    m_table.reset();
+    for (auto const& [damageIt, atMostLost] : damagesOfVersionOne) {
+        close();
+        fs::remove_all(m_directory);
+        ASSERT_TRUE(open());
+        close();
+        fs::remove(pathOf("mediadata.db"));
+        runSql(pathOf("mediadata.db"), versionOne);
+        damageIt(pathOf("mediadata.db"));
+        ASSERT_TRUE(open()) << m_error;
+        int lost = 0;
+        for (int i = 0; i < 400; ++i)
+            lost += read("Many", "element" + std::to_string(i)) != valueOf(i);
+        auto const report = testing::PrintToString(m_platform->notices());
+        EXPECT_LE(lost, atMostLost) << report;
+        bool const isVersionLost = &damageIt == &damagesOfVersionOne[1].first;
+        EXPECT_EQ(report.find("history") != std::string::npos, isVersionLost) << "it had none";
+        std::string journal;
+        m_platform->database().addToNextWrite({{3, "read", "d", "4"}, {3, "read", "e", "5"}});
+        ASSERT_TRUE(write("Many", "after", "it"));
+        for (auto const& entry : m_platform->database().journal(4))
+            journal += entry.item + entry.value;
+        EXPECT_EQ(journal, &damageIt == &damagesOfVersionOne[3].first ? "d4e5" : "b2c3d4e5");
+        ASSERT_TRUE(open());
+        EXPECT_TRUE(m_platform->notices().empty());
+    }
+}
+
+TEST_F(HostStorage, TheJournalHasARowForEachOperationAndTheHistoryIsMended)
+{
+    std::vector<Host::JournalEntry> entries;
+    for (std::string const& text : {"a\0b"s, ""s, "3:x"s, "'"s})
+        entries.push_back({5, "reported", text, text + "1:"});
+    entries.push_back({5, "requested", "of another kind", ""});
+    auto const texts = [](std::vector<Host::JournalEntry> const& journal) {
+        std::vector<std::string> all;
+        for (auto const& entry : journal)
+            all.push_back(std::to_string(entry.time) + entry.kind + entry.item + "=" + entry.value);
+        return all;
+    };
+    ASSERT_TRUE(m_platform->database().write({}, entries));
+    EXPECT_EQ(texts(m_platform->database().journal(10)), texts(entries));
+    EXPECT_EQ(texts(m_platform->database().journal(2)), texts({entries[3], entries[4]})) << "the last ones";
+    std::vector<Host::JournalEntry> const many(Host::journalLimit - 1, {6, "read", "x", ""});
+    ASSERT_TRUE(m_platform->database().write({}, many));
+    EXPECT_EQ(m_platform->database().journal(Host::journalLimit).size(), many.size() + 1);
+    ASSERT_TRUE(m_platform->database().writeHistory({{{41, "me", 7, "AudioSettings", "RingerVolume", "failure", "5"}}}));
+    ASSERT_TRUE(m_platform->database().writeHistory({{{42, "you", 8, "AudioSettings", "RingerVolume", "5", "'\xff"}}}));
+    m_table.reset();
+    for (auto const& pages : {std::initializer_list<int>{0}, {0, 1}}) {
+        close();
+        overwrite(pathOf("mediadata.db"), pages, '\0');
+        ASSERT_TRUE(open()) << m_error;
+        EXPECT_FALSE(m_platform->notices().empty());
+    }
+    close();
+    EXPECT_EQ(runSql(pathOf("mediadata.db"), "SELECT number || who || time || old || hex(new) FROM history ORDER BY number;"
+                                             "SELECT count(*) FROM journal; SELECT max(id) FROM journal"),
+              "41me7failure35 42you8527FF 2 2000 ");
 }

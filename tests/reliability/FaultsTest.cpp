@@ -59,9 +59,7 @@ void writeAllKinds(Writer& writer, Outcome& outcome, int& number)
             continue;
         }
         ++outcome.refusals;
-        // Of a bulk each value is stored or not; of all else nothing may be.
-        line.begun = before;
-        line.mayBeLater = line.mayBeLater || kinds[kind].places.size() == 3;
+        line.begun = before; // nothing of it may be stored
     }
     outcome.written = Disk::calls.size();
     std::string held;

@@ -54,7 +54,8 @@ private:
     bool lookAtAll();
     std::unique_ptr<Database> makeNew();
     bool readFirstPage(std::string& page);
-    bool build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal);
+    bool build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal,
+               std::vector<HistoryEntry> const& history);
     bool takePlace();
     bool setAside();
     bool mend(std::string const& why);
@@ -120,12 +121,13 @@ bool Mending::readFirstPage(std::string& page)
 }
 
 /// Makes a complete database beside the present one. Its mark lasts: takePlace() can be carried on by any later start.
-bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal)
+bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEntry> const& journal,
+                    std::vector<HistoryEntry> const& history)
 {
     std::unique_ptr<Database> database = makeNew();
     if (database == nullptr)
         return false;
-    if (!database->write(items, journal)) {
+    if (!database->write(items, journal) || !database->writeHistory(history)) {
         m_error = "database: cannot write " + m_directory.pathOf(newName);
         database.reset();
         removeAll(newName);
@@ -196,7 +198,7 @@ bool Mending::mend(std::string const& why)
     Salvage salvage(m_directory.pathOf(copyName), firstPage);
     bool const isRead = salvage.readAll(m_error);
     removeAll(copyName);
-    if (!isRead || !build(salvage.items(), salvage.journal()))
+    if (!isRead || !build(salvage.items(), salvage.journal(), salvage.history()))
         return false;
     // Told before the new database takes its place, which a later start may have to do.
     for (std::string const& each : salvage.report())
@@ -215,7 +217,7 @@ bool Mending::prepare()
     if (!isMended || (*isMended && !takePlace()))
         return false;
     auto const isHere = isThere(databaseName);
-    return isHere && (*isHere || (build({}, {}) && takePlace()));
+    return isHere && (*isHere || (build({}, {}, {}) && takePlace()));
 }
 
 /// Damage that SQLite would pass over in silence; empty when there is none. False when that cannot be told.

@@ -5,6 +5,7 @@
 
 #include "Files.h"
 #include "mending/LogGaps.h"
+#include "store/JournalRow.h"
 
 #include <sqlite3.h>
 
@@ -32,8 +33,11 @@ constexpr char leafOfTable = 13; // the first byte of such a page
 
 constexpr char const* itemsForwards = "SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid";
 constexpr char const* itemsBackwards = "SELECT rowid, schema, element, value FROM item NOT INDEXED ORDER BY rowid DESC";
-constexpr char const* entriesForwards = "SELECT id, time, kind, item, value FROM journal ORDER BY id";
-constexpr char const* entriesBackwards = "SELECT id, time, kind, item, value FROM journal ORDER BY id DESC";
+constexpr char const* entriesForwards = "SELECT id, time, kind, item, value, further FROM journal ORDER BY id";
+constexpr char const* entriesBackwards = "SELECT id, time, kind, item, value, further FROM journal ORDER BY id DESC";
+constexpr char const* changesForwards = "SELECT number, who, time, schema, element, old, new FROM history ORDER BY number";
+constexpr char const* changesBackwards =
+    "SELECT number, who, time, schema, element, old, new FROM history ORDER BY number DESC";
 
 /// The text of a column. Null or another type is damage, too.
 bool text(sqlite3_stmt* row, int column, std::string& target)
@@ -87,7 +91,7 @@ bool Salvage::readAll(std::string& error)
         replaceFirstPage(); // a log beside a file without pages would be thrown away
     if (!readFile() && replaceFirstPage())
         readFile();
-    if (m_rowsFailed || m_journalFailed)
+    if (m_rowsFailed || m_journalFailed || m_historyFailed)
         readLoosePages();
     std::erase_if(m_lost, [this](Key const& each) { return m_items.contains(each); });
     if (!m_fault.empty())
@@ -156,19 +160,32 @@ void Salvage::close()
 
 bool Salvage::readFile()
 {
-    m_rowsFailed = m_namesFailed = m_journalFailed = true;
+    m_rowsFailed = m_namesFailed = m_journalFailed = m_historyFailed = true;
     if (open()) {
+        // Of that version the journal is read by the present first page, and where a history would be is something else.
+        scan("PRAGMA user_version",
+             [this](sqlite3_stmt* row) { m_hasNoHistory = m_hasNoHistory || sqlite3_column_int64(row, 0) == 1; });
         readItems();
-        auto const take = [this](sqlite3_stmt* row) { takeEntry(row); };
-        m_journalFailed = !scan(entriesForwards, take);
-        if (m_journalFailed)
-            scan(entriesBackwards, take);
+        m_journalFailed = !readRows(entriesForwards, entriesBackwards, &Salvage::takeEntry);
+        m_historyFailed = !m_hasNoHistory && !readRows(changesForwards, changesBackwards, &Salvage::takeChange);
         m_roots.clear();
-        scan("SELECT rootpage FROM sqlite_schema WHERE name IN ('item', 'journal')",
+        scan(m_hasNoHistory ? "SELECT rootpage FROM sqlite_schema WHERE name IN ('item', 'journal')"
+                            : "SELECT rootpage FROM sqlite_schema WHERE name IN ('item', 'journal', 'history')",
              [this](sqlite3_stmt* row) { m_roots.insert(sqlite3_column_int64(row, 0)); });
     }
     close();
-    return !m_rowsFailed && !m_journalFailed;
+    return !m_rowsFailed && !m_journalFailed && !m_historyFailed;
+}
+
+/// True when that was all of the table, and sound.
+bool Salvage::readRows(char const* forwards, char const* backwards, bool (Salvage::*take)(sqlite3_stmt*))
+{
+    bool sound = true;
+    auto const reader = [&](sqlite3_stmt* row) { sound = (this->*take)(row) && sound; };
+    if (scan(forwards, reader))
+        return sound;
+    scan(backwards, reader);
+    return false;
 }
 
 /// False when the row is damaged.
@@ -182,15 +199,30 @@ bool Salvage::takeItem(sqlite3_stmt* row)
     return true;
 }
 
-void Salvage::takeEntry(sqlite3_stmt* row)
+bool Salvage::takeEntry(sqlite3_stmt* row)
 {
-    JournalEntry entry{sqlite3_column_int64(row, 1), "", "", ""};
-    if (text(row, 2, entry.kind) && text(row, 3, entry.item) && text(row, 4, entry.value))
-        m_journal.try_emplace(sqlite3_column_int64(row, 0), entry);
+    JournalEntry first{sqlite3_column_int64(row, 1), "", "", ""};
+    std::string further;
+    std::vector<JournalEntry> entries;
+    if (sqlite3_column_type(row, 1) != SQLITE_INTEGER || !text(row, 2, first.kind) || !text(row, 3, first.item) ||
+        !text(row, 4, first.value) || !text(row, 5, further) || !appendOperation(first, further, entries))
+        return false;
+    m_journal.try_emplace(sqlite3_column_int64(row, 0), std::move(entries));
+    return true;
 }
 
-/// Writes each page that looks like a table's leaf in the place of both tables' roots, one after the other, and reads the
-/// tables: they then consist of that leaf. A leaf of the other table, or a page that is none, gives rows that do not count.
+bool Salvage::takeChange(sqlite3_stmt* row)
+{
+    HistoryEntry change{sqlite3_column_int64(row, 0), "", sqlite3_column_int64(row, 2), "", "", "", ""};
+    if (!text(row, 1, change.who) || sqlite3_column_type(row, 2) != SQLITE_INTEGER || !text(row, 3, change.schema) ||
+        !text(row, 4, change.element) || !text(row, 5, change.before) || !text(row, 6, change.after))
+        return false;
+    m_history.try_emplace(change.number, std::move(change));
+    return true;
+}
+
+/// Writes each page that looks like a table's leaf in the place of all tables' roots, one after the other, and reads the
+/// tables: they then consist of that leaf. A leaf of another table, or a page that is none, gives rows that do not count.
 void Salvage::readLoosePages()
 {
     FileDescriptor const file = openPlain(m_path, O_RDWR);
@@ -214,8 +246,8 @@ void Salvage::readLoosePages()
         if (isWritten ? open() : failed()) {
             for (auto const* const query : {itemsForwards, itemsBackwards})
                 scan(query, [this](sqlite3_stmt* row) { takeItem(row); });
-            for (auto const* const query : {entriesForwards, entriesBackwards})
-                scan(query, [this](sqlite3_stmt* row) { takeEntry(row); });
+            readRows(entriesForwards, entriesBackwards, &Salvage::takeEntry);
+            readRows(changesForwards, changesBackwards, &Salvage::takeChange);
         }
         close();
     }
@@ -280,14 +312,22 @@ std::vector<StoredItem> Salvage::items() const
 std::vector<JournalEntry> Salvage::journal() const
 {
     std::vector<JournalEntry> result;
-    for (auto const& [id, entry] : m_journal)
-        result.push_back(entry);
+    for (auto const& [id, entries] : m_journal)
+        result.insert(result.end(), entries.begin(), entries.end());
+    return result;
+}
+
+std::vector<HistoryEntry> Salvage::history() const
+{
+    std::vector<HistoryEntry> result;
+    for (auto const& [number, change] : m_history)
+        result.push_back(change);
     return result;
 }
 
 std::vector<std::string> Salvage::report() const
 {
-    std::vector<std::string> result{std::to_string(m_items.size()) + " values and " + std::to_string(m_journal.size()) +
+    std::vector<std::string> result{std::to_string(m_items.size()) + " values and " + std::to_string(journal().size()) +
                                     " journal entries were brought over"};
     std::size_t told = 0;
     for (auto const& [schema, element] : m_lost) {
@@ -304,10 +344,12 @@ std::vector<std::string> Salvage::report() const
         result.emplace_back("further values may be lost: their names can no longer be read");
     if (m_journalFailed)
         result.emplace_back("journal entries may be lost");
+    if (m_historyFailed)
+        result.emplace_back("entries of the history may be lost");
     if (m_lostFrames > 0)
         result.push_back("lost: " + std::to_string(m_lostFrames) +
                          " pages of the log; values may be as they were before their last changes");
-    if ((!m_rowsFailed || (!m_namesFailed && m_lost.empty())) && !m_journalFailed && m_lostFrames == 0)
+    if ((!m_rowsFailed || (!m_namesFailed && m_lost.empty())) && !m_journalFailed && !m_historyFailed && m_lostFrames == 0)
         result.emplace_back("nothing was lost");
     return result;
 }

@@ -27,6 +27,7 @@ public:
 
     std::vector<StoredItem> items() const;
     std::vector<JournalEntry> journal() const;
+    std::vector<HistoryEntry> history() const;
 
     /// What was brought over and what was lost, as sentences.
     std::vector<std::string> report() const;
@@ -41,7 +42,9 @@ private:
     bool replaceFirstPage();
     bool failed();
     bool takeItem(sqlite3_stmt* row);
-    void takeEntry(sqlite3_stmt* row);
+    bool takeEntry(sqlite3_stmt* row);
+    bool takeChange(sqlite3_stmt* row);
+    bool readRows(char const* forwards, char const* backwards, bool (Salvage::*take)(sqlite3_stmt*));
     void readItems();
     void readLeftOutItems(std::set<std::int64_t> rowids);
     void readLoosePages();
@@ -55,11 +58,14 @@ private:
     std::string m_fault;            ///< what the machine did not let us do
 
     std::map<Key, std::string> m_items;
-    std::map<std::int64_t, JournalEntry> m_journal;
+    std::map<std::int64_t, std::vector<JournalEntry>> m_journal;
+    std::map<std::int64_t, HistoryEntry> m_history;
     std::set<Key> m_lost;
     bool m_rowsFailed = false;
     bool m_namesFailed = false;
     bool m_journalFailed = false;
+    bool m_historyFailed = false;
+    bool m_hasNoHistory = false; ///< it is of version 1
 };
 
 } // namespace Host

@@ -18,7 +18,7 @@ namespace Host {
 namespace {
 
 std::string const schemaPrefix = "@management/";
-constexpr std::size_t unsavedLimit = 100;
+constexpr std::size_t operationLimit = 100; // of which the journal may wait to be saved
 constexpr char const* mask = "***";
 
 std::int64_t now()
@@ -67,12 +67,18 @@ ManagementService::~ManagementService()
 
 void ManagementService::note(std::string const& kind, ManageableData const& record)
 {
+    // All that one operation of the library tells one by one is told under one hold of its lock, and is one row.
+    bool const goesOn = !m_unsaved.empty() && m_unsaved.back().kind == kind && lockMark() == m_noted;
+    if (!goesOn)
+        m_time = std::max(now(), m_time + 1); // each operation has its own
+    m_noted = lockMark();
+    if (!goesOn && (m_operations >= operationLimit || m_unsaved.size() >= journalLimit))
+        m_database.addToNextWrite(std::exchange(m_unsaved, {}));
+    m_operations = m_unsaved.empty() ? 1 : m_operations + (goesOn ? 0 : 1);
     for (ManageableData::Entry const& each : record.entries()) {
         std::string const name = fullName(each);
-        m_unsaved.push_back({now(), kind, name, each.hasValue && isSecretItem(name) ? mask : each.value});
+        m_unsaved.push_back({m_time, kind, name, each.hasValue && isSecretItem(name) ? mask : each.value});
     }
-    if (m_unsaved.size() >= unsavedLimit)
-        m_database.addToNextWrite(std::exchange(m_unsaved, {}));
 }
 
 bool ManagementService::keepJournal()

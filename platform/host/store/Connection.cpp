@@ -1,5 +1,5 @@
 // SQLite is used with everything switched off that a table of texts does not need: after migration an authorizer refuses
-// every statement but reading and changing rows of the two tables, and each statement is prepared once, from one fixed
+// every statement but reading and changing rows of the three tables, and each statement is prepared once, from one fixed
 // list, when it is first needed. One transaction is one sync of the write-ahead log. The file is locked for this connection
 // alone, hence needs no shared memory.
 #include "store/Connection.h"
@@ -21,13 +21,21 @@ namespace {
 
 // Entry i brings a file of version i to version i + 1. Entries are never changed: mending a file relies on the place of the
 // tables in it (DatabaseMending.cpp).
-constexpr std::array<char const*, 1> migrations{
+constexpr std::array<char const*, 2> migrations{
     "BEGIN IMMEDIATE;"
     "CREATE TABLE item (schema TEXT NOT NULL, element TEXT NOT NULL, value TEXT NOT NULL, PRIMARY KEY (schema, element)) "
     "STRICT;"
     "CREATE TABLE journal (id INTEGER PRIMARY KEY, time INTEGER NOT NULL, kind TEXT NOT NULL, item TEXT NOT NULL,"
     " value TEXT NOT NULL) STRICT;"
     "PRAGMA user_version = 1;"
+    "COMMIT;",
+    // A row of the history begins with a text and a number, and one of the journal with a number and a text: whoever mends a file
+    // tells by this which table a loose page is of.
+    "BEGIN IMMEDIATE;"
+    "ALTER TABLE journal ADD COLUMN further TEXT NOT NULL DEFAULT '';"
+    "CREATE TABLE history (number INTEGER PRIMARY KEY, who TEXT NOT NULL, time INTEGER NOT NULL, schema TEXT NOT NULL,"
+    " element TEXT NOT NULL, old TEXT NOT NULL, new TEXT NOT NULL) STRICT;"
+    "PRAGMA user_version = 2;"
     "COMMIT;"};
 
 // The locking mode comes first: whatever reads the file before it would make it use shared memory.
@@ -44,7 +52,7 @@ constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
 
 int authorize(void*, int action, char const* subject, char const*, char const*, char const*)
 {
-    constexpr std::string_view tables[] = {"item", "journal"};
+    constexpr std::string_view tables[] = {"item", "journal", "history"};
     switch (action) {
     case SQLITE_SELECT:
     case SQLITE_FUNCTION:
@@ -109,18 +117,18 @@ Connection::Row rowOf(sqlite3_stmt* statement)
 } // namespace
 
 std::array<char const*, Connection::statements> const Connection::m_texts{
-    "SELECT value FROM item WHERE schema = ?1 AND element = ?2",
-    "SELECT schema, element, value FROM item",
+    "SELECT value FROM item WHERE schema = ?1 AND element = ?2", "SELECT schema, element, value FROM item",
     "INSERT INTO item (schema, element, value) VALUES (?1, ?2, ?3) "
     "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value",
     "SELECT schema, element, value FROM item WHERE schema >= ?1 AND (schema < ?2 OR ?1 = '') ORDER BY schema, element",
     "SELECT count(*) FROM item WHERE value >= ?1 AND value < ?2",
-    "INSERT INTO journal (time, kind, item, value) VALUES (?1, ?2, ?3, ?4)",
+    // A row has the number of its last entry.
+    "INSERT INTO journal (id, time, kind, item, value, further) VALUES "
+    "((SELECT coalesce(max(id), 0) FROM journal) + CAST(?1 AS INTEGER), ?2, ?3, ?4, ?5, ?6)",
     "DELETE FROM journal WHERE id <= (SELECT max(id) FROM journal) - CAST(?1 AS INTEGER)",
-    "SELECT time, kind, item, value FROM journal ORDER BY id DESC LIMIT CAST(?1 AS INTEGER)",
-    "BEGIN IMMEDIATE",
-    "COMMIT",
-    "ROLLBACK"};
+    "SELECT time, kind, item, value, further FROM journal ORDER BY id DESC LIMIT CAST(?1 AS INTEGER)",
+    "INSERT INTO history (number, who, time, schema, element, old, new) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
+    "BEGIN IMMEDIATE", "COMMIT", "ROLLBACK"};
 
 std::unique_ptr<Connection> Connection::open(std::string const& path, DatabaseFault& fault)
 {
@@ -203,7 +211,7 @@ bool Connection::prepareStatements(DatabaseFault& fault)
 {
     sqlite3_set_authorizer(m_handle, authorize, nullptr);
     // One of each table tells whether it is as it should be.
-    for (Statement const each : {readItems, addEntry})
+    for (Statement const each : {readItems, addEntry, addHistory})
         if (prepared(each) == nullptr)
             return failed(fault, fileOf(m_handle) + " has not the tables it should have");
     return true;

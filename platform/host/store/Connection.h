@@ -34,6 +34,7 @@ public:
         addEntry,
         trimJournal,
         readJournal,
+        addHistory,
         begin,
         commit,
         rollback

@@ -1,6 +1,8 @@
 // Values and journal over the connection's statements, and the transactions in which they are written.
 #include "store/Database.h"
 
+#include "store/JournalRow.h"
+
 #include "seam/HostLog.h"
 
 #include <algorithm>
@@ -102,10 +104,14 @@ bool Database::runItems(std::span<StoredItem const> items)
 
 bool Database::runJournal(std::span<JournalEntry const> journal)
 {
-    for (JournalEntry const& each : journal)
+    for (std::size_t size = 0; !journal.empty(); journal = journal.subspan(size)) {
+        size = operationSize(journal);
+        JournalEntry const& first = journal.front();
         if (!m_connection->run(Connection::addEntry,
-                               std::array{std::to_string(each.time), each.kind, each.item, each.value}))
+                               std::array{std::to_string(size), std::to_string(first.time), first.kind, first.item,
+                                          first.value, furtherEntries(journal.first(size))}))
             return false;
+    }
     return true;
 }
 
@@ -249,15 +255,31 @@ std::vector<StoredItem> Database::list(std::string const& prefix)
     return result;
 }
 
+bool Database::writeHistory(std::span<HistoryEntry const> history)
+{
+    Threads::Lock const lock(m_mutex);
+    bool isDone = history.empty() || m_connection->run(Connection::begin);
+    for (HistoryEntry const& each : history)
+        isDone = isDone && m_connection->run(Connection::addHistory,
+                                             std::array{std::to_string(each.number), each.who, std::to_string(each.time),
+                                                        each.schema, each.element, each.before, each.after});
+    isDone = isDone && (history.empty() || m_connection->run(Connection::commit));
+    if (m_connection->isInTransaction())
+        m_connection->run(Connection::rollback);
+    return isDone;
+}
+
 std::vector<JournalEntry> Database::journal(int limit)
 {
     Threads::Lock const lock(m_mutex);
     std::vector<Connection::Row> rows;
     std::vector<JournalEntry> result;
     if (m_connection->run(Connection::readJournal, std::array{std::to_string(limit)}, &rows))
-        for (Connection::Row& row : rows)
-            result.push_back({std::strtoll(row[0].c_str(), nullptr, 10), row[1], row[2], row[3]});
-    std::reverse(result.begin(), result.end());
+        for (auto row = rows.rbegin(); row != rows.rend(); ++row)
+            appendOperation({std::strtoll((*row)[0].c_str(), nullptr, 10), (*row)[1], (*row)[2], (*row)[3]}, (*row)[4],
+                            result);
+    auto const surplus = std::max(static_cast<std::ptrdiff_t>(result.size()) - limit, std::ptrdiff_t{0});
+    result.erase(result.begin(), result.begin() + surplus);
     return result;
 }
 

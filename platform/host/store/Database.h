@@ -7,6 +7,7 @@
 #include "seam/FailedWrite.h"
 #include "service/JournalEntry.h"
 #include "store/Connection.h"
+#include "store/HistoryEntry.h"
 #include "store/ReadAhead.h"
 
 #include <memory>
@@ -58,6 +59,9 @@ public:
 
     /// The values of all schemas that begin with `prefix`, in the order of schema and element.
     std::vector<StoredItem> list(std::string const& prefix);
+
+    /// Adds to the history, everything or nothing.
+    bool writeHistory(std::span<HistoryEntry const> history);
 
     /// The last entries, oldest first.
     std::vector<JournalEntry> journal(int limit);
