@@ -1,8 +1,9 @@
 // Every item times the values that break things: accepted or refused as its catalogue row says, what is refused changes
-// nothing, what is accepted is there to the byte after a restart. What the rows say is worked out here from their texts.
+// nothing, what is accepted is there to the byte after a restart. What checks say of values is the matter of ItemsTest.
 #include "Sweep.h"
 
 #include "Data/DataSourceOCMS.h"
+#include "Data/DataValidator.h"
 
 #include "ClientUtils.h"
 #include "Tables/Rules.h"
@@ -28,26 +29,12 @@ std::pair<int, int> bounds(Record const& row)
     return {std::stoi(first.text), std::stoi(second.text)};
 }
 
-bool within(std::pair<int, int> bounds, long value)
+/// What a chain of the row says of a value, asked by itself.
+template <class T> bool passes(Builder::Chain const& steps, T const& value)
 {
-    return bounds.first <= value && value <= bounds.second;
-}
-
-bool rowAccepts(Record const& row, int value)
-{
-    return within(bounds(row), value) && (row.valueChain[0].builder != Builder::dataValidatorBasePort || value % 2 == 0);
-}
-
-bool rowAccepts(Record const& row, std::string const& value)
-{
-    auto const builder = row.valueChain[0].builder;
-    if (builder == Builder::dataValidatorStringLength)
-        return within(bounds(row), static_cast<long>(value.size()));
-    if (builder == Builder::dataValidatorStringNoWhitespace)
-        return value.find_first_of(" \t\n\v\f\r") == std::string::npos;
-    if (builder == Builder::dataValidatorStringsAllowed)
-        return !value.empty() && ("," + row.valueChain[0].params[0].text + ",").find("," + value + ",") != std::string::npos;
-    return builder == nullptr;
+    std::unique_ptr<DataValidator> const chain(Builder::buildValidatorChain(steps));
+    std::string reason;
+    return !chain || chain->validate(value, reason);
 }
 
 /// Whether a text may be entered for the item, and the text that it then has.
@@ -55,15 +42,11 @@ bool rowAcceptsText(Record const& row, std::string const& text, std::string& res
 {
     result = text;
     if (row.value.type >= eDataItemTypeString)
-        return rowAccepts(row, text);
-    if (row.value.type == eDataItemTypeBool) {
-        result = text == "true" || text == "TRUE" ? "true" : "false";
-        return row.stringChain[0].builder == nullptr || result == "true" || text == "false"; // no other is offered
-    }
+        return passes(row.valueChain, text);
     int const value = ClientUtils::stoi(text);
-    result = std::to_string(value);
-    bool const digits = text.find_first_not_of("0123456789") == std::string::npos;
-    return (digits || row.stringChain[0].builder == nullptr) && rowAccepts(row, value);
+    bool const isFlag = row.value.type == eDataItemTypeBool;
+    result = isFlag ? ClientUtils::btos(ClientUtils::stob(text)) : std::to_string(value);
+    return passes(row.stringChain, text) && (isFlag || passes(row.valueChain, value));
 }
 
 constexpr int numberCount = 10;
@@ -190,11 +173,12 @@ TEST_F(CatalogueSweep, TypedValuesAreTakenAsTheRowSaysAndSurviveARestart)
             auto const string = offeredText(row, round);
             bool const flag = round % 2 == 0;
             if (row.value.type == eDataItemTypeInt)
-                offer(tag, rowAccepts(row, value), std::to_string(value), [&] { return Cache::setData(tag, value, false); });
+                offer(tag, passes(row.valueChain, value), std::to_string(value),
+                      [&] { return Cache::setData(tag, value, false); });
             else if (row.value.type == eDataItemTypeBool)
                 offer(tag, true, flag ? "true" : "false", [&] { return Cache::setData(tag, flag, false); });
             else if (!databaseRow(tag).isTable)
-                offer(tag, rowAccepts(row, string), string, [&] { return Cache::setData(tag, string, false); });
+                offer(tag, passes(row.valueChain, string), string, [&] { return Cache::setData(tag, string, false); });
             // A value of another type is never taken.
             EXPECT_FALSE(row.value.type == eDataItemTypeInt ? Cache::setData(tag, flag, false)
                                                             : Cache::setData(tag, value, false))

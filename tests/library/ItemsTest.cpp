@@ -47,7 +47,9 @@ protected:
 
 TEST_F(ItemValues, ValuesAreRefusedWithExactlyTheirReason)
 {
+    offer(range, 1, "");
     offer(range, 8, "");
+    offer(range, 9, "The provided value '9' is not in valid range 1..8");
     offer(range, 0, "The provided value '0' is not in valid range 1..8");
     offer(range, -3, "The provided value '-3' is not in valid range 1..8");
     Step const port = numbers(Builder::dataValidatorBasePort, "2", "65120");
@@ -66,10 +68,13 @@ TEST_F(ItemValues, ValuesAreRefusedWithExactlyTheirReason)
     offer(digits, ""s, "");
     offer(digits, "-1"s, "The provided value must contain only digits");
     offer(blanks, "a\xC2\xA0"s, "");
-    offer(blanks, "a\v"s, "The provided value contains white spaces");
+    for (char const blank : " \t\n\v\f\r"s)
+        offer(blanks, "a"s + blank, "The provided value contains white spaces");
     offer({Builder::dataValidatorStringBoolean, {}}, " true"s, "The provided value is not valid");
     Step const length = numbers(Builder::dataValidatorStringLength, "1", "3");
     offer(length, "abc"s, "");
+    offer(length, "a"s, "");
+    offer(length, ""s, "The provided value must have length from 1 to 3 characters!");
     offer(length, "\xC3\xA4\xC3\xA4"s, "The provided value must have length from 1 to 3 characters!");
     offer(texts("true,beep", ","), ""s, "The provided value is empty!");
     offer(texts("true,beep", ","), "True"s, "The provided value 'True' is not supported! Allowed: true;beep;");
