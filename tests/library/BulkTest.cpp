@@ -132,25 +132,6 @@ TEST_F(ManyValues, TheAudioResetIsStoredAtOnceAndAnnouncedByTheNextPass)
     EXPECT_EQ(listener.heard, Texts{"61=3"});
 }
 
-TEST_F(ManyValues, AFailedWriteEndsABatchAndRestoresTheValue)
-{
-    start();
-    ManageableData record;
-    for (auto const* item : {"handset-volume", "headset-volume", "handsfree-volume"})
-        record.populate(item, item, "7");
-    platform.failCall(2);
-    EXPECT_FALSE(Cache::setDataOcms(record));
-    EXPECT_EQ(platform.lines({"setDataItem"}), (Texts{"setDataItem AudioSettings HandsetVolume 7 -> true",
-                                                      "setDataItem AudioSettings HeadsetVolume 7 -> false"}));
-    EXPECT_EQ(presentText(eDataTagHeadsetVolume), "2");
-    EXPECT_EQ(platform.logs(2),
-              Texts{"DataCache::setDataValues - ERR storing into db failed, restoring original value for tag 51\n"});
-    EXPECT_TRUE(record.rejectReasons().empty());
-    auto unchanged = ::record("handset-volume", "7");
-    EXPECT_FALSE(Cache::setDataOcms(unchanged));
-    EXPECT_EQ(unchanged.rejectReasons().size(), 1U);
-}
-
 TEST_F(ManyValues, AnnouncedMobilityPushesTheUsersChangesOnce)
 {
     start();

@@ -1,8 +1,7 @@
-// The library's units by themselves: without a service, cells or records, and with tags that the cache keeps from them.
+// The library's units by themselves: without cells, and with tags that the cache keeps from them.
 #include "ManagementFixture.h"
 #include "TablesTest.h"
 
-#include "../Records.h"
 #include "Data/BulkData.h"
 #include "Data/DataItem.h"
 #include "Data/DataSourceDB.h"
@@ -29,42 +28,10 @@ protected:
     }
     ~UnitsAlone() override { MediaDataCache::terminate(); }
 
-    NotingCache cache;
-    NotingMobility mobility{cache.order};
     std::string reason;
 };
 
 } // namespace
-
-TEST_F(UnitsAlone, AManagementSourceSaysWhichOfItsTwoMessagesFailedAndThatTheServiceIsMissing)
-{
-    std::string text = "untouched";
-    DataTagValue_t values{{eDataTagRingerVolume, "5"}, {country, "DE"}};
-    DataSourceOCMS source(platform, eDataComponentMedia, {country}, tagList(1, 629), &cache, &mobility);
-    for (std::size_t const failing : {0U, 1U, 2U}) { // none, the report, the request
-        platform.failCall(failing);
-        EXPECT_EQ(source.setData(values), failing == 0);
-    }
-    platform.managementMissing();
-    DataSourceOCMS cutOff(platform, eDataComponentMedia, {country}, tagList(1, 629), &cache, &mobility);
-    EXPECT_FALSE(cutOff.getData(eDataTagRingerVolume, text));
-    EXPECT_FALSE(cutOff.setData(country, "DE"));
-    EXPECT_FALSE(cutOff.setData(values));
-    EXPECT_EQ(text, "untouched");
-}
-
-TEST_F(UnitsAlone, AManagementSourceWithoutACacheLeavesTheTablesOfARequestAsTheyAre)
-{
-    DataSourceOCMS alone(platform, eDataComponentMedia, {}, tagList(1, 629), nullptr, nullptr);
-    DataTagValue_t const rows{{eDataTagCodecType1, "1"}, {eDataTagSRTPEncryptionMethod1, "1"}, {eDataTagHeadsetType1, "1"}};
-    DataTagValue_t same = rows;
-    for (auto const operation :
-         {&DataSourceOCMS::processRequestToSetCodecs, &DataSourceOCMS::processRequestToSetEncryption,
-          &DataSourceOCMS::processRequestToSetHeadsetPriority, &DataSourceOCMS::processRequestToGetCodecs,
-          &DataSourceOCMS::processRequestToGetEncryption, &DataSourceOCMS::processRequestToGetHeadsetPriority})
-        (alone.*operation)(same);
-    EXPECT_EQ(same, rows);
-}
 
 TEST_F(UnitsAlone, ADatabaseSourceSendsOnlyWholeRows)
 {
@@ -116,29 +83,6 @@ TEST_F(UnitsAlone, TablesWithoutTheirCellsAreNeitherStoredNorInvented)
     EXPECT_EQ(untold, cellless) << "the default text has all rows, whatever the table was told";
 }
 
-TEST_F(UnitsAlone, WhatAResetDropsIsTakenFromTheRunningLibrary)
-{
-    struct Dropping : CellStore {
-        void dbCBResetSelectedToDefault(DataTagValue_t& values) override
-        {
-            CellStore::dbCBResetSelectedToDefault(values);
-            for (eDataTag const dropped : {eDataTagHeadsetPriorities, eDataTagHeadsetType1, eDataTagHeadsetAllowed1})
-                values.erase(dropped);
-        }
-    } cellsOfReset;
-    for (bool const running : {false, true}) {
-        if (running)
-            MediaDataCache::init(platform);
-        platform.clearLogs();
-        Handler tables({eDataTagHeadsetPriorities}, &cellsOfReset);
-        cellsOfReset.take(column(eDataTagHeadsetAllowed1, "---")); // corrupt: none is left
-        tables.setTableChanged(eDataTagHeadsetPriorities);
-        EXPECT_FALSE(tables.writeTablesToDB(rejected));
-        Texts const errors = platform.logs(2);
-        EXPECT_EQ(std::count(errors.begin(), errors.end(), "Could not reset table to default, check failed"), !running);
-    }
-}
-
 TEST_F(UnitsAlone, ACachePassesOverTagsItDoesNotKnow)
 {
     MediaDataCache::init(platform); // bulks ask it for types
@@ -176,21 +120,4 @@ TEST_F(UnitsAlone, AnItemKeepsEachListenerOnceAndTellsOfChangesOnly)
     EXPECT_TRUE(item.getCallbacks(callbacks));
     EXPECT_EQ(callbacks, std::set<DataUpdateCallback*>{&listeners[1]});
     EXPECT_EQ(item.callbacks().size(), 1U) << "nobody is told twice";
-}
-
-TEST_F(UnitsAlone, ManagementHearsOfEveryCellOutOfRange)
-{
-    MediaDataCache::init(platform);
-    using Case = std::pair<std::string, std::string>;
-    for (auto const& [subItem, value] : {Case{"codec[1]/rank", "0"}, Case{"codec[1]/rank", "5"}, Case{"codec[1]/type", "4"},
-                                         Case{"codec[1]/type", "-1"}, Case{"codec[1]/packetSize", "6"}}) {
-        auto request = record({{"codecSettings", "codec[1]/type", "3"},
-                               {"codecSettings", subItem, value},
-                               {"SRTPEncryptionSettings", "SRTPEncryption[1]/rank", "9"}});
-        EXPECT_FALSE(MediaDataCache::setDataOcms(request));
-        std::set<std::string> refused;
-        for (auto const& each : request.rejectReasons())
-            refused.insert(each.subItem);
-        EXPECT_TRUE(refused.contains(subItem)) << subItem << " " << value;
-    }
 }
