@@ -24,14 +24,6 @@ class SemaphorePromise : public testing::Test {
     std::unique_ptr<PlatformUnderTest> m_platform = PlatformUnderTest::make();
 };
 
-TEST_F(SemaphorePromise, InitialZeroIsHeldByTheThreadThatMadeIt)
-{
-    Semaphore semaphore(1, 0, true);
-    EXPECT_FALSE(isFree(semaphore));
-    EXPECT_TRUE(semaphore.give());
-    EXPECT_TRUE(isFree(semaphore));
-}
-
 TEST_F(SemaphorePromise, ARecursiveHolderGivesAsOftenAsItTook)
 {
     for (int const initial : {0, 1}) {
