@@ -2,7 +2,6 @@
 #include "HostTest.h"
 
 #include "Files.h"
-#include "Media/MediaDataCache.h"
 #include "Semaphore.h"
 #include "store/Database.h"
 
@@ -178,17 +177,6 @@ TEST_F(HostStorage, ALogWithoutItsDatabaseIsNotMixedIntoANewOne)
     EXPECT_EQ(m_platform->notices().size(), 1U);
 }
 
-TEST_F(HostStorage, AnInterruptedMendingIsCarriedOn)
-{
-    m_table.reset();
-    close();
-    std::filesystem::rename(pathOf("mediadata.db"), pathOf("mediadata.db.mended"));
-    std::ofstream(pathOf("mediadata.db")) << "damaged";
-    ASSERT_TRUE(open()) << m_error;
-    EXPECT_EQ(read("SRTPEncryptionSettings", ""), table(1));
-    EXPECT_TRUE(std::filesystem::exists(pathOf("mediadata.db.damaged-1")));
-}
-
 TEST_F(HostStorage, WhatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
 {
     auto const add = [this](char const* item) { m_platform->database().addToNextWrite({{1, "get", item, ""}}); };
@@ -245,14 +233,11 @@ TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
     EXPECT_EQ(told(), Failures()) << "the table of the start is stored";
 
     EXPECT_FALSE(m_table->setDataItems("<Method>"));
-    EXPECT_EQ(told(), (Failures{{srtp, ""}})) << "a row that is not well-formed";
+    EXPECT_FALSE(values.setDataItem("", "text"));
+    EXPECT_EQ(told(), (Failures{{srtp, ""}, {audio, ""}})) << "what is not well-formed, a whole schema as a value";
     for (int number = 1; number < 5; ++number)
         EXPECT_FALSE(m_table->setDataItems(row(2, number)));
-    EXPECT_EQ(told(), (Failures{{srtp, ""}})) << "the rows behind it";
-    EXPECT_FALSE(values.setDataItems(row(2, 0)));
-    EXPECT_EQ(told(), (Failures{{audio, ""}})) << "a schema without a table";
-    EXPECT_FALSE(values.setDataItem("", "text"));
-    EXPECT_EQ(told(), (Failures{{audio, ""}})) << "a whole schema as a value";
+    EXPECT_EQ(told(), (Failures{{srtp, ""}})) << "the rows behind one that was refused";
     EXPECT_FALSE(m_platform->takeDatabaseError()) << "nothing of this came to the file";
 
     limitFiles(0);
@@ -273,43 +258,6 @@ TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
     EXPECT_EQ(told().size(), Host::failedWriteLimit);
 }
 
-TEST_F(HostStorage, AnEmptiedAlertIdentifierStaysEmptyAndItsRowFollowsTheGeneralRinger)
-{
-    using namespace Data;
-    using Media::MediaDataCache;
-    auto const start = [this] {
-        MediaDataCache::terminate();
-        m_table.reset();
-        ASSERT_TRUE(open()) << m_error;
-        MediaDataCache::init(*m_platform);
-    };
-    /// Identifier, melody and duration of a row.
-    auto const row = [](int number) {
-        std::string text;
-        MediaDataCache::getData(static_cast<eDataTag>(eDataTagAlertIdentifier0 + number), text);
-        for (auto const first : {eDataTagRingerMelody0, eDataTagAlertDuration0}) {
-            int value = 0;
-            MediaDataCache::getData(static_cast<eDataTag>(first + number), value);
-            text += " " + std::to_string(value);
-        }
-        return text;
-    };
-    start();
-    for (auto const tag : {eDataTagAlertIdentifier3, eDataTagAlertIdentifier5})
-        ASSERT_TRUE(MediaDataCache::setData(tag, std::string(tag == eDataTagAlertIdentifier5 ? "mine" : ""), false));
-    ASSERT_TRUE(MediaDataCache::setData(eDataTagRingerMelody, 7, false));
-    ASSERT_TRUE(MediaDataCache::setData(eDataTagAlertDuration5, 30, false)); // writes the table
-    EXPECT_EQ(row(3), " 7 60");
-    for (int starts = 0; starts < 2; ++starts) {
-        start();
-        EXPECT_EQ(row(3), " 2 60") << "while it starts, the library does not know the general ringer";
-        EXPECT_EQ(row(5), "mine 2 30");
-    }
-    ASSERT_TRUE(MediaDataCache::setData(eDataTagAlertDuration5, 20, false));
-    EXPECT_EQ(row(3), " 7 60");
-    MediaDataCache::terminate();
-}
-
 TEST_F(HostStorage, WhatWasReplacedIsInNoFileAnyMore)
 {
     std::string secret;
@@ -323,13 +271,6 @@ TEST_F(HostStorage, WhatWasReplacedIsInNoFileAnyMore)
     }
     close();
     EXPECT_EQ(contentOf(pathOf("mediadata.db")).find("secret "), std::string::npos);
-}
-
-TEST_F(HostStorage, ADirectoryIsOneProcesssAlone)
-{
-    Host::DataDirectory other;
-    EXPECT_FALSE(other.open(m_directory, m_error));
-    EXPECT_TRUE(other.isInUse());
 }
 
 namespace {
