@@ -10,13 +10,6 @@ namespace ToolTest {
 using Tool::Argument;
 using Tool::Words;
 
-/// What the page says of a verb, or of the options of all verbs.
-struct Part {
-    std::string synopsis;
-    Words options;
-    std::string text;
-};
-
 /// A line of the page as its reader sees it.
 std::string seen(std::string line)
 {
@@ -33,23 +26,17 @@ std::string seen(std::string line)
     return text;
 }
 
-/// By heading.
-std::map<std::string, Part> partsOfPage()
+/// By heading, the macros of paragraphs as they are.
+std::map<std::string, Words> partsOfPage()
 {
     std::istringstream page(contentOf(MEDIADATA_SOURCE_DIR "/docs/mediadata.1"));
-    std::map<std::string, Part> parts;
-    auto part = parts.end();
-    std::string before;
-    for (std::string line; std::getline(page, line); before = line) {
+    std::map<std::string, Words> parts;
+    auto* part = &parts[".SH"];
+    for (std::string line; std::getline(page, line);)
         if (line.starts_with(".S"))
-            part = parts.try_emplace(line.starts_with(".SH") ? line : seen(line.substr(4))).first;
-        else if (before == ".TP")
-            part->second.options.push_back(seen(line));
-        else if (part != parts.end())
-            part->second.text += seen(line) + '\n';
-        if (part != parts.end() && line == ".PP" && part->second.synopsis.empty())
-            part->second.synopsis = part->second.text;
-    }
+            part = &parts[line.starts_with(".SH") ? line : seen(line.substr(4))];
+        else
+            part->push_back(line == ".TP" || line == ".PP" ? line : seen(line));
     return parts;
 }
 
@@ -63,15 +50,20 @@ std::string written(Argument const& argument)
     return argument.isRequired ? name : "[" + name + "]";
 }
 
-void expectArguments(std::vector<Argument> const& arguments, Part const& part, Words options)
+/// `options` are those that the page has before the registry's.
+void expectArguments(std::vector<Argument> const& arguments, Words const& part, Words options)
 {
+    auto const text = std::accumulate(part.begin(), part.end(), std::string());
     for (auto const& argument : arguments) {
         if (argument.isOption())
             options.push_back(written(argument));
         for (auto const& choice : argument.choices)
-            EXPECT_NE(part.text.find(choice), std::string::npos) << written(argument) << ' ' << choice;
+            EXPECT_NE(text.find(choice), std::string::npos) << written(argument) << ' ' << choice;
     }
-    EXPECT_EQ(part.options, options);
+    Words found;
+    for (auto line = part.begin(); (line = std::find(line, part.end(), ".TP")) != part.end();)
+        found.push_back(*++line);
+    EXPECT_EQ(found, options);
 }
 
 TEST(Manual, SaysOfEachVerbWhatTheRegistrySays)
@@ -83,11 +75,13 @@ TEST(Manual, SaysOfEachVerbWhatTheRegistrySays)
         if (std::holds_alternative<Tool::Group>(verb.action))
             continue;
         ASSERT_TRUE(parts.contains(verb.name)) << verb.name;
-        auto synopsis = verb.name + '\n';
+        auto const& part = parts[verb.name];
+        Words synopsis{verb.name};
         for (auto const& argument : verb.arguments)
-            synopsis += argument.isOption() ? "" : written(argument) + '\n';
-        EXPECT_EQ(parts[verb.name].synopsis, synopsis + '\n');
-        expectArguments(verb.arguments, parts[verb.name], {});
+            if (!argument.isOption())
+                synopsis.push_back(written(argument));
+        EXPECT_EQ(Words(part.begin(), std::find(part.begin(), part.end(), ".PP")), synopsis);
+        expectArguments(verb.arguments, part, {});
         parts.erase(verb.name);
     }
     for (auto const& [heading, part] : parts)

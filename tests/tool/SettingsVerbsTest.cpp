@@ -68,6 +68,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "},
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
+        {wordsOf("mgmt set handset-volume=6 moh-enabled=maybe country=DE"), "taken refused ignored "},
+        {wordsOf("mgmt set handset-volume=6"), "refused "}, // unchanged
         {wordsOf("set group-pickup-tone-type=1"), "stored "},
         {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
         {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "},
@@ -88,18 +90,6 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
     EXPECT_EQ(run("set --file -", "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
     EXPECT_EQ(out("get 51 59 SRTPEncryption[5]/method"),
               "headset-volume = 7\nmoh-enabled = false\nSRTPEncryption[5]/method = 1\n");
-}
-
-TEST_F(SettingsVerbs, WriteNothingOnADryRun)
-{
-    ASSERT_EQ(status("set --dry-run ringer-volume=7"), 0);
-    EXPECT_FALSE(std::filesystem::exists(dataDirectory()));
-    auto const before = out("list --json");
-    auto const answer = run("set --dry-run --json ringer-volume=7 rtp-base-port=1 handset-volume=2");
-    EXPECT_EQ(answer.status, 4);
-    EXPECT_EQ(answer.json()["items"][0]["result"], "would store");
-    EXPECT_EQ(answer.json()["items"][1]["reason"], "The provided value '1' is not even.");
-    EXPECT_EQ(out("list --json"), before);
 }
 
 TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)

@@ -20,14 +20,8 @@ protected:
     }
 };
 
-TEST_F(TelephoneVerbs, ShowEachTableInTextAndInJson)
+TEST_F(TelephoneVerbs, ShowTables)
 {
-    for (std::string const table : {"codec", "srtp", "headset", "ringing", "door-openers", "cameras", "group-pickup"}) {
-        auto const answer = run("table " + table);
-        EXPECT_EQ(answer.status, 0) << table;
-        EXPECT_NE(answer.out, "") << table;
-        EXPECT_TRUE(ask("table " + table).contains(table));
-    }
     EXPECT_EQ(columns("codec", "type allowed"), "3 0 2 1 true true true false ");
     EXPECT_EQ(columns("srtp", "method"), "2 4 3 1 0 ");
     EXPECT_EQ(columns("headset", "rank"), "1 2 3 ");
@@ -61,18 +55,6 @@ TEST_F(TelephoneVerbs, RankCodecsForGoodByMovingThem)
     EXPECT_EQ(ask("mgmt set codec[1]/rank=2 codec[2]/rank=1")["items"][1]["reason"],
               "until the next start, which ranks codecs in the order of their rows");
     EXPECT_EQ(columns("codec", "type"), "0 1 2 3 ");
-}
-
-TEST_F(TelephoneVerbs, AnswerAManagementSetItemByItem)
-{
-    auto const answer = ask("mgmt set ringer-volume=6 moh-enabled=maybe country=DE");
-    EXPECT_EQ(answer["exit"], 4);
-    EXPECT_EQ(column(answer["items"], "item") + column(answer["items"], "result"),
-              "ringer-volume moh-enabled country taken refused ignored ");
-    EXPECT_EQ(answer["items"][1]["reason"], "The provided value is not valid");
-    auto const unchanged = ask("mgmt set ringer-volume=6");
-    EXPECT_EQ(unchanged["items"][0]["reason"], "UNCHANGED_DATA: ringer-volume");
-    EXPECT_EQ(unchanged["exit"], 4);
 }
 
 TEST_F(TelephoneVerbs, LetTheDataOfAnotherUserArrive)

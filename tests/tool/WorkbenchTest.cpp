@@ -67,15 +67,6 @@ protected:
     std::unique_ptr<Workbench> bench;
 };
 
-TEST_F(WorkbenchTest, EndsTheLibraryThatItStarted)
-{
-    openBench();
-    EXPECT_NE(MediaDataCache::managementAgent(), nullptr);
-    bench.reset();
-    EXPECT_EQ(MediaDataCache::managementAgent(), nullptr);
-    EXPECT_TRUE(open()) << m_error; // Nobody has the directory any more.
-}
-
 TEST_F(WorkbenchTest, LeavesTheLibraryThatItFound)
 {
     Host::setLogSink([this](Host::LogLine const& line) { log.push_back(line.text); });
