@@ -166,6 +166,22 @@ TEST_F(StoredTables, AStoredRankedTableFillsTheCells)
     }
 }
 
+TEST_F(StoredTables, VerdictsOnMethodsMoveWithTheirRowsAndThoseOnCodecsStay)
+{
+    struct {
+        eDataTag table, first;
+        std::string xml;
+        char const *before, *after;
+    } const cases[]{
+        {srtp, eDataTagSRTPEncryptionHardwareAllowed1, srtpText({"15+", "04+", "23+", "42+", "31-"}), "+-+++", "+++-+"},
+        {codec, eDataTagCodecHardwareAllowed0, codecText({"02+2", "31+2", "14-2", "23+2"}), "+-++", "+-++"}};
+    for (auto const& [table, first, xml, before, after] : cases) {
+        store.take(column(first, before));
+        read(table, xml);
+        EXPECT_EQ(range(first, Tables::find(table)->lastFlag), column(first, after));
+    }
+}
+
 TEST_F(StoredTables, SaysWhyATableIsRefusedAndReset)
 {
     platform.logLevel(5);
