@@ -1,7 +1,6 @@
 // What the host's storage promises beyond the conformance suite: unfinished tables forgotten, damaged files mended.
 #include "HostTest.h"
 
-#include "Files.h"
 #include "Semaphore.h"
 #include "store/Database.h"
 

@@ -83,6 +83,29 @@ TEST_F(UnitsAlone, TablesWithoutTheirCellsAreNeitherStoredNorInvented)
     EXPECT_EQ(untold, cellless) << "the default text has all rows, whatever the table was told";
 }
 
+TEST_F(UnitsAlone, WhatAResetDropsIsTakenFromTheRunningLibrary)
+{
+    struct Dropping : CellStore {
+        void dbCBResetSelectedToDefault(DataTagValue_t& values) override
+        {
+            CellStore::dbCBResetSelectedToDefault(values);
+            for (eDataTag const dropped : {eDataTagHeadsetPriorities, eDataTagHeadsetType1, eDataTagHeadsetAllowed1})
+                values.erase(dropped);
+        }
+    } cellsOfReset;
+    for (bool const running : {false, true}) {
+        if (running)
+            MediaDataCache::init(platform);
+        platform.clearLogs();
+        Handler tables({eDataTagHeadsetPriorities}, &cellsOfReset);
+        cellsOfReset.take(column(eDataTagHeadsetAllowed1, "---")); // corrupt: none is left
+        tables.setTableChanged(eDataTagHeadsetPriorities);
+        EXPECT_FALSE(tables.writeTablesToDB(rejected));
+        Texts const errors = platform.logs(2);
+        EXPECT_EQ(std::count(errors.begin(), errors.end(), "Could not reset table to default, check failed"), !running);
+    }
+}
+
 TEST_F(UnitsAlone, ACachePassesOverTagsItDoesNotKnow)
 {
     MediaDataCache::init(platform); // bulks ask it for types
