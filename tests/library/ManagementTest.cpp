@@ -107,8 +107,14 @@ TEST_F(Management, ReportsOwnedItemsAndRequestsAllOthersInOneCallEach)
                      "reportChanged ringer-volume=4 ringer-melody=2 [ringer-volume,ringer-melody] -> true",
                      "requestSet country=FR software-type=x -> true"}));
     EXPECT_EQ(platform.logs(2), Texts{"DataSourceOCMS::setData -> failed to find strings for tag 125 \n"});
+    batch = {{volume, "4"}, {country, "FR"}};
+    for (std::size_t const failing : {0U, 1U, 2U}) { // none, the report, the request
+        platform.failCall(failing);
+        EXPECT_EQ(source.setData(batch), failing == 0);
+    }
     platform.managementMissing();
     auto cutOff = makeSource();
+    EXPECT_FALSE(cutOff.setData(batch));
     EXPECT_FALSE(cutOff.getData(tag(650), value));
     EXPECT_FALSE(cutOff.setData(country, "DE"));
 }
