@@ -16,9 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     auto const begin = std::min(input.find('{'), size);
     auto const has = [head = input.substr(0, begin)](char const* word) { return head.find(word) != std::string::npos; };
     ImportOptions const options{.dryRun = !has("import"), .atomic = has("atomic"), .all = true};
-    PassphraseOptions passphrase;
-    passphrase.secrets = has("secrets");
-    passphrase.typed = "passphrase";
+    PassphraseOptions passphrase{.secrets = has("secrets"), .typed = "passphrase"};
     Document document;
     auto const report = readDocument("input", input.substr(begin), passphrase, document);
     EXPECT_EQ(report.code == exitOk, report.problems.empty());

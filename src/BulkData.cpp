@@ -24,23 +24,13 @@ template <class T> constexpr eDataItemType typeOf = std::is_same_v<T, int>    ? 
                                                     : std::is_same_v<T, bool> ? eDataItemTypeBool
                                                                               : eDataItemTypeString;
 
-/// The lock of a bulk that is gone, for the next one: every notification makes a bulk for each callback it tells.
-class SpareLock {
-public:
-    ~SpareLock() { keep(nullptr); }
-
-    std::unique_ptr<CacheLock> take() { return std::unique_ptr<CacheLock>(m_lock.exchange(nullptr)); }
-    void keep(std::unique_ptr<CacheLock> lock) { delete m_lock.exchange(lock.release()); }
-
-private:
-    std::atomic<CacheLock*> m_lock = nullptr;
-};
-
-SpareLock spareLock;
+/// The lock of a bulk that is gone, for the next one: every notification makes a bulk for each callback it tells. The last one is
+/// never destroyed, since the platform may be gone by then.
+constinit std::atomic<CacheLock*> spareLock = nullptr;
 
 } // namespace
 
-BulkData::BulkData() : m_lock(spareLock.take())
+BulkData::BulkData() : m_lock(spareLock.exchange(nullptr))
 {
     if (!m_lock)
         m_lock = std::make_unique<CacheLock>(CacheLock::State::Free);
@@ -70,7 +60,7 @@ BulkData& BulkData::operator=(BulkData const& other)
 BulkData::~BulkData()
 {
     if (!m_isLeftLocked)
-        spareLock.keep(std::move(m_lock));
+        delete spareLock.exchange(m_lock.release());
 }
 
 void BulkData::deepCopyMap(Items const& source, Items& target)

@@ -12,13 +12,13 @@ namespace Tool {
 struct Document;
 
 struct PassphraseOptions {
-    bool secrets = false; ///< secrets are wanted; the passphrase is typed when there is no file
-    std::string file;     ///< its first line is the passphrase
+    bool secrets = false;  ///< secrets are wanted; the passphrase is typed when there is no file
+    std::string file = {}; ///< its first line is the passphrase
 
     // Of gather():
-    std::optional<std::string> content; ///< of the file
-    std::optional<std::string> typed;
-    std::optional<std::string> again; ///< what was typed when asked twice
+    std::optional<std::string> content = {}; ///< of the file
+    std::optional<std::string> typed = {};
+    std::optional<std::string> again = {}; ///< what was typed when asked twice
 
     bool isWanted() const { return secrets || !file.empty(); }
     bool isMistyped() const { return typed && !typed->empty() && typed != again; }
