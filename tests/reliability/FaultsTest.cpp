@@ -56,10 +56,17 @@ void writeAllKinds(Writer& writer, Outcome& outcome, int& number)
         line.begun = ++number;
         if (writer.write(kind, number)) {
             line.acknowledged.fill(number);
+            line.isMixed = false;
             continue;
         }
         ++outcome.refusals;
-        line.begun = before; // nothing of it may be stored
+        line.begun = before;
+        // Nothing of it may be stored, save in a bulk of which some values were refused and others not.
+        for (std::size_t place = 0; place < kinds[kind].places.size(); ++place)
+            if (heldMark(kinds[kind].places[place]) == number) {
+                line.acknowledged[place] = number;
+                line.isMixed = true;
+            }
     }
     outcome.written = Disk::calls.size();
     std::string held;

@@ -107,6 +107,7 @@ inline std::array<Kind, 7> const kinds{
 struct LedgerLine {
     int begun = 0;
     bool mayBeLater = false; // also of a write that was refused
+    bool isMixed = false;    // of the last write some values were refused by themselves
     std::array<int, imported> acknowledged{};
 };
 using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
@@ -131,6 +132,19 @@ inline std::vector<int> marksIn(std::string const& text)
     for (auto at = text.find('#'); at != std::string::npos; at = text.find('#', at + 1))
         marks.push_back(std::atoi(text.c_str() + at + 1));
     return marks.empty() ? std::vector{0} : marks;
+}
+
+/// The write whose value the library holds.
+inline int heldMark(std::pair<std::string, std::string> const& place)
+{
+    for (int tag = 1; tag <= eDataTagEnd; ++tag) {
+        auto const* const row = DataSourceDB::findDescription(static_cast<eDataTag>(tag));
+        std::string text;
+        if (row && row->schema && row->element && *row->schema == place.first && *row->element == place.second &&
+            MediaDataCache::getData(static_cast<eDataTag>(tag), text))
+            return marksIn(text)[0];
+    }
+    return 0;
 }
 
 /// Many values beside those of each kind. A database that is made of the same values has them elsewhere.
@@ -176,7 +190,7 @@ inline void check(std::string const& directory, Ledger& ledger, Findings& findin
             acknowledged = marks[0];
         }
         ledger[i].begun = -1;
-        if (kinds[i].isWhole && writes.size() != 1)
+        if (kinds[i].isWhole && !ledger[i].isMixed && writes.size() != 1)
             find(findings.torn, kinds[i].name);
     }
 }
