@@ -132,12 +132,12 @@ void DataCache::WriteGroup::takeBack()
         if (m_frame.isBulk && !change.isByTable)
             LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", change.tag);
     }
-    for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
+    std::for_each(changes.rbegin(), changes.rend(), [this](Change const& change) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS {
         std::string reason;
-        m_cache.findItem(change->tag)->setValueString(change->before, reason);
-        m_cache.noteChange(change->tag);
-        m_frame.lost.emplace(change->tag, "");
-    }
+        m_cache.findItem(change.tag)->setValueString(change.before, reason);
+        m_cache.noteChange(change.tag);
+        m_frame.lost.emplace(change.tag, "");
+    });
 }
 
 void DataCache::WriteGroup::make(Reports const& reports)

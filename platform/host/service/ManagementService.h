@@ -80,7 +80,7 @@ private:
     MgmtAgentIfc* m_agent MEDIADATA_GUARDED_BY(m_mutex) = nullptr;
     // Saved with the next durable change and at the end; when there are many the database takes them.
     std::vector<JournalEntry> m_unsaved MEDIADATA_GUARDED_BY(m_mutex);
-    LockMark m_noted MEDIADATA_GUARDED_BY(m_mutex); // when the last of them was
+    LockMark m_noted MEDIADATA_GUARDED_BY(m_mutex);        // when the last of them was
     std::int64_t m_time MEDIADATA_GUARDED_BY(m_mutex) = 0; // of the last operation
     std::size_t m_operations MEDIADATA_GUARDED_BY(m_mutex) = 0;
     ManageableData m_requested MEDIADATA_GUARDED_BY(m_mutex); // the last value of each item

@@ -274,10 +274,11 @@ std::vector<JournalEntry> Database::journal(int limit)
     Threads::Lock const lock(m_mutex);
     std::vector<Connection::Row> rows;
     std::vector<JournalEntry> result;
-    if (m_connection->run(Connection::readJournal, std::array{std::to_string(limit)}, &rows))
-        for (auto row = rows.rbegin(); row != rows.rend(); ++row)
-            appendOperation({std::strtoll((*row)[0].c_str(), nullptr, 10), (*row)[1], (*row)[2], (*row)[3]}, (*row)[4],
-                            result);
+    if (!m_connection->run(Connection::readJournal, std::array{std::to_string(limit)}, &rows))
+        return {};
+    std::reverse(rows.begin(), rows.end());
+    for (Connection::Row const& row : rows)
+        appendOperation({std::strtoll(row[0].c_str(), nullptr, 10), row[1], row[2], row[3]}, row[4], result);
     auto const surplus = std::max(static_cast<std::ptrdiff_t>(result.size()) - limit, std::ptrdiff_t{0});
     result.erase(result.begin(), result.begin() + surplus);
     return result;
