@@ -5,7 +5,7 @@
 
 #include <expat.h>
 
-#include <new>
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -29,86 +29,115 @@ std::size_t declarationLength(std::string_view text)
 } // namespace
 
 struct XmlParser::Implementation {
+    using Parser = std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)>;
+    class Reading;
+
     void* userData;
     StartHandler start;
     EndHandler end;
     DataHandler data;
+    Parser idle{nullptr, &XML_ParserFree}; ///< what read the last text; null while a text is read
 
-    XML_Parser parser = nullptr;
-    int depth = -1;
-    bool anyElement = false;
-    bool textWanted = false; // only between a start tag and the next tag is text an element's own
-    std::string pending{};
+    Parser takeParser();
+};
+
+/// One text on its way through Expat.
+class XmlParser::Implementation::Reading {
+public:
+    Reading(Implementation& owner, XML_Parser parser) : m_owner(owner), m_parser(parser) {}
 
     bool run(std::string_view text);
-    bool feed(std::string_view text, bool last)
-    {
-        return XML_Parse(parser, text.data(), static_cast<int>(text.size()), last) == XML_STATUS_OK;
-    }
-    void refuse() { XML_StopParser(parser, XML_FALSE); }
+
+private:
+    void refuse() { XML_StopParser(m_parser, XML_FALSE); }
     void deliver()
     {
-        data(userData, pending.data(), static_cast<int>(pending.size()));
-        pending.clear();
+        m_owner.data(m_owner.userData, m_pending.data(), static_cast<int>(m_pending.size()));
+        m_pending.clear();
     }
 
-    static Implementation& of(void* self) { return *static_cast<Implementation*>(self); }
+    static Reading& of(void* self) { return *static_cast<Reading*>(self); }
     static void XMLCALL onStart(void* self, XML_Char const* name, XML_Char const** attributes);
     static void XMLCALL onEnd(void* self, XML_Char const* name);
     static void XMLCALL onText(void* self, XML_Char const* text, int length);
+
+    Implementation& m_owner;
+    XML_Parser const m_parser;
+    int m_depth = -1;
+    bool m_anyElement = false;
+    bool m_textWanted = false; // only between a start tag and the next tag is text an element's own
+    std::string m_pending;
 };
 
-void XMLCALL XmlParser::Implementation::onStart(void* self, XML_Char const* name, XML_Char const** attributes)
+void XMLCALL XmlParser::Implementation::Reading::onStart(void* self, XML_Char const* name, XML_Char const** attributes)
 {
-    Implementation& my = of(self);
-    if (++my.depth == 0)
+    Reading& my = of(self);
+    if (++my.m_depth == 0)
         return;
-    if (my.depth > maximumDepth) {
+    if (my.m_depth > maximumDepth) {
         my.refuse();
         return;
     }
     // Text before a first child: its element has children, so white space there is layout.
-    if (my.pending.find_first_not_of(blanks) != std::string::npos)
+    if (my.m_pending.find_first_not_of(blanks) != std::string::npos)
         my.deliver();
-    my.pending.clear();
-    my.anyElement = true;
-    my.textWanted = true;
-    my.start(my.userData, name, attributes);
+    my.m_pending.clear();
+    my.m_anyElement = true;
+    my.m_textWanted = true;
+    my.m_owner.start(my.m_owner.userData, name, attributes);
 }
 
-void XMLCALL XmlParser::Implementation::onEnd(void* self, XML_Char const* name)
+void XMLCALL XmlParser::Implementation::Reading::onEnd(void* self, XML_Char const* name)
 {
-    Implementation& my = of(self);
-    if (my.depth-- <= 0)
+    Reading& my = of(self);
+    if (my.m_depth-- <= 0)
         return;
-    if (std::exchange(my.textWanted, false))
+    if (std::exchange(my.m_textWanted, false))
         my.deliver();
-    my.end(my.userData, name);
+    my.m_owner.end(my.m_owner.userData, name);
 }
 
-void XMLCALL XmlParser::Implementation::onText(void* self, XML_Char const* text, int length)
+void XMLCALL XmlParser::Implementation::Reading::onText(void* self, XML_Char const* text, int length)
 {
-    Implementation& my = of(self);
+    Reading& my = of(self);
     std::string_view const received(text, static_cast<std::size_t>(length));
-    if (my.depth == 0 && received.find_first_not_of(blanks) != std::string_view::npos)
+    if (my.m_depth == 0 && received.find_first_not_of(blanks) != std::string_view::npos)
         my.refuse();
-    else if (my.textWanted)
-        my.pending += received;
+    else if (my.m_textWanted)
+        my.m_pending += received;
 }
 
-bool XmlParser::Implementation::run(std::string_view text)
+bool XmlParser::Implementation::Reading::run(std::string_view text)
 {
     if (text.starts_with(byteOrderMark))
         text.remove_prefix(byteOrderMark.size());
-    std::size_t const declaration = declarationLength(text);
-    depth = -1;
-    anyElement = textWanted = false;
-    pending.clear();
-    XML_SetUserData(parser, this);
-    XML_SetElementHandler(parser, onStart, onEnd);
-    XML_SetCharacterDataHandler(parser, onText);
-    return feed(text.substr(0, declaration), false) && feed("<sequence>", false) && feed(text.substr(declaration), false) &&
-           feed("</sequence>", true) && anyElement;
+    std::string_view const declaration = text.substr(0, declarationLength(text));
+    text.remove_prefix(declaration.size());
+    std::string_view const parts[] = {declaration, "<sequence>", text, "</sequence>"};
+    std::size_t size = 0;
+    for (auto const part : parts)
+        size += part.size();
+    // In one piece: between pieces Expat would count lines.
+    auto* place = static_cast<char*>(XML_GetBuffer(m_parser, static_cast<int>(size)));
+    if (place == nullptr)
+        return false;
+    for (auto const part : parts)
+        place = std::copy(part.begin(), part.end(), place);
+    XML_SetUserData(m_parser, this);
+    XML_SetElementHandler(m_parser, onStart, onEnd);
+    XML_SetCharacterDataHandler(m_parser, onText);
+    return XML_ParseBuffer(m_parser, static_cast<int>(size), XML_TRUE) == XML_STATUS_OK && m_anyElement;
+}
+
+/// The idle one, without anything of the text before: Expat has its own limits and a new hash salt then, and no handlers.
+XmlParser::Implementation::Parser XmlParser::Implementation::takeParser()
+{
+    // Always UTF-8, whatever a declaration says: all texts of this system are.
+    constexpr char const* encoding = "UTF-8";
+    Parser parser = std::move(idle);
+    if (parser == nullptr || XML_ParserReset(parser.get(), encoding) != XML_TRUE)
+        parser.reset(XML_ParserCreate(encoding));
+    return parser;
 }
 
 XmlParser::XmlParser(void* userData, StartHandler start, EndHandler end, DataHandler data)
@@ -121,13 +150,10 @@ bool XmlParser::parseMessage(char const* text, int length)
 {
     if (length < 0 || length > maximumLength)
         return false;
-    // Always UTF-8, whatever a declaration says: all texts of this system are.
-    Implementation& my = *m_implementation;
-    std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> const parser(XML_ParserCreate("UTF-8"), &XML_ParserFree);
+    auto parser = m_implementation->takeParser();
     if (parser == nullptr)
         return false;
-    my.parser = parser.get();
-    bool const done = my.run({text, static_cast<std::size_t>(length)});
-    my.parser = nullptr;
+    bool const done = Implementation::Reading(*m_implementation, parser.get()).run({text, static_cast<std::size_t>(length)});
+    m_implementation->idle = std::move(parser);
     return done;
 }
