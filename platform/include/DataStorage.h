@@ -23,7 +23,8 @@ public:
     /// Stores one table row given as XML: a plain sequence of elements, with or without an "Entry" around them. A table is
     /// replaced whole: its rows arrive in row order, one call each, the last call returns true only when the whole new table
     /// is durable, and a crash, kill or power cut before that leaves the previous table complete. A fragment that is not
-    /// well-formed is refused and changes nothing. False when refused or when the database is out of reach.
+    /// well-formed, or begins with an XML declaration or a byte order mark, is refused and changes nothing. False when refused
+    /// or when the database is out of reach.
     bool setDataItems(std::string const& xmlFragment);
 
     /// Flag 1: the text of one element. Flag 0 with the element "": the whole schema as one XML text,

@@ -75,7 +75,7 @@ public:
     /// Takes note of the next row; false when it is refused.
     bool append(TableShape const& shape, std::string const& fragment, bool delivered)
     {
-        Row const row(fragment, shape.positionElement);
+        Row const row(" " + fragment, shape.positionElement); // a declaration or byte order mark is none behind a blank
         bool const hasPosition = !row.positionElement.empty();
         auto const limits = Seam::groupLimits();
         if ((hasPosition && row.positionText == "0") || limits != m_groupLimits)

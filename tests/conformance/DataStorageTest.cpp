@@ -120,16 +120,28 @@ TEST_P(DatabaseTable, IsReplacedWholeAndNeverSeenWithSomeOfItsRows)
 TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
 {
     ASSERT_TRUE(send(*platform->storage(table.schema), table, "old", table.rows));
-    for (std::string const text : {"<", "a & b", "&unknown;", "</Entry>", "<open>", "\xff"})
+    std::string deep = "x"; // 17 levels with the two around the row: only the whole shows it
+    for (int level = 0; level < 14; ++level)
+        deep = TableCase::element("e", deep);
+    for (auto const& [front, text] : {std::pair<std::string, std::string>{"", "<"},
+                                      {"", "a & b"},
+                                      {"", "&unknown;"},
+                                      {"", "</Entry>"},
+                                      {"", "<open>"},
+                                      {"", "\xff"},
+                                      {"", deep},
+                                      {"text", "new"},
+                                      {"\xEF\xBB\xBF", "new"},
+                                      {"<?xml version=\"1.0\"?>", "new"}})
         for (int bad : {0, 1, table.rows - 1}) {
             auto storage = platform->storage(table.schema);
             bool last = true;
             for (int row = 0; row < table.rows; ++row) {
-                last = storage->setDataItems(table.fragment(row, row == bad ? text : "new"));
-                EXPECT_FALSE(row == bad ? last : false) << text;
+                last = storage->setDataItems(row == bad ? front + table.fragment(row, text) : table.fragment(row, "new"));
+                EXPECT_FALSE(row == bad && text != deep ? last : false) << front << text;
             }
             EXPECT_FALSE(last) << "row " << bad << " was refused, so that the table is not whole";
-            EXPECT_EQ(stored(), expectedText(table, "old")) << text;
+            EXPECT_EQ(stored(), expectedText(table, "old")) << front << text;
         }
     EXPECT_TRUE(send(*platform->storage(table.schema), table, "new", table.rows));
     EXPECT_EQ(stored(), expectedText(table, "new"));

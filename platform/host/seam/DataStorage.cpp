@@ -17,15 +17,14 @@ char const* const failure = "failure";
 struct DataStorage::Implementation {
     Host::Database* database; // null: this context is not the host platform, or the schema is the platform's own
     std::string schema;
-    Host::TableWrite table;
+    Host::TableWrite table{schema};
 };
 
 DataStorage::DataStorage(Context& context, std::string const& schemaName)
 {
     auto* const platform = dynamic_cast<Host::Platform*>(&context);
     bool const reachable = platform != nullptr && !schemaName.starts_with('@');
-    m_implementation = std::make_unique<Implementation>(
-        Implementation{reachable ? &platform->database() : nullptr, schemaName, Host::TableWrite(schemaName)});
+    m_implementation.reset(new Implementation{reachable ? &platform->database() : nullptr, schemaName});
 }
 
 DataStorage::~DataStorage() = default;

@@ -25,61 +25,89 @@ TableShape const& shapeOf(std::string const& schema)
     return found != shapes.end() ? *found : noTable;
 }
 
-/// What a well-formed text consists of.
-struct Shape {
-    int depth = 0;
-    int topElements = 0;
-    int topEntries = 0;
-    int inner = 0;
-};
-
-bool parse(std::string const& text, Shape& shape)
-{
-    auto const start = [](void* data, char const* name, char const**) {
-        Shape& my = *static_cast<Shape*>(data);
-        if (my.depth++ > 0) {
-            ++my.inner;
-            return;
-        }
-        ++my.topElements;
-        my.topEntries += std::string_view(name) == "Entry" ? 1 : 0;
-    };
-    auto const end = [](void* data, char const*) { --static_cast<Shape*>(data)->depth; };
-    auto const data = [](void*, char const*, int) {};
-    constexpr std::size_t limit = std::size_t{1024} * 1024;
-    return text.size() <= limit &&
-           XmlParser(&shape, start, end, data).parseMessage(text.data(), static_cast<int>(text.size()));
-}
-
-/// The row with its "Entry" around it; empty when the fragment is not one row.
-std::string entryOf(std::string const& fragment)
-{
-    Shape plain;
-    if (!parse(fragment, plain))
-        return "";
-    // One element "Entry" with content is the row itself, everything else is what stands inside a row.
-    std::string entry = plain.topEntries > 0 ? fragment : "<Entry>" + fragment + "</Entry>";
-    Shape shape;
-    return parse(entry, shape) && shape.topElements == 1 && shape.inner > 0 ? entry : "";
-}
+constexpr std::size_t maximumLength = std::size_t{1024} * 1024;
+constexpr int maximumDepth = 16;
 
 /// Where a row says which it is: its identifier is free text, which may break the row into two that are each well-formed;
 /// then counting alone would lose the last row and call that success.
-bool standsAt(std::size_t position, std::string_view number, std::string const& entry)
+bool standsAt(std::size_t position, std::string_view number, std::string const& fragment)
 {
-    return number.empty() ||
-           entry.find("<" + std::string(number) + ">" + std::to_string(position) + "</") != std::string::npos;
+    if (number.empty())
+        return true;
+    std::string mark = "<";
+    mark.append(number).append(">").append(std::to_string(position)).append("</");
+    return fragment.find(mark) != std::string::npos;
 }
 
 } // namespace
 
+/// Tells whether a fragment is one row. A reader takes a table in again as a whole, which is not parsed here: rows that are each
+/// well-formed make a table that is, when each has room for the elements around it and is none but in the midst of a text.
+class TableWrite::RowCheck {
+public:
+    enum class Result { refused, withEntry, withoutEntry };
+
+    Result check(std::string const& fragment)
+    {
+        m_depth = m_deepest = m_topElements = m_topEntries = m_inner = 0;
+        // Behind a blank neither an XML declaration nor a byte order mark is one.
+        std::string const text = " " + fragment;
+        if (text.size() > maximumLength || !m_parser.parseMessage(text.data(), static_cast<int>(text.size())))
+            return Result::refused;
+        // One element "Entry" with content is the row itself, everything else is what stands inside a row.
+        bool const hasEntry = m_topEntries > 0;
+        if (m_deepest + (hasEntry ? 1 : 2) > maximumDepth)
+            return Result::refused;
+        if (!hasEntry)
+            return Result::withoutEntry;
+        return m_topElements == 1 && m_inner > 0 ? Result::withEntry : Result::refused;
+    }
+
+private:
+    static void onStart(void* self, char const* name, char const** /*attributes*/)
+    {
+        RowCheck& my = *static_cast<RowCheck*>(self);
+        my.m_deepest = std::max(my.m_deepest, ++my.m_depth);
+        if (my.m_depth > 1) {
+            ++my.m_inner;
+            return;
+        }
+        ++my.m_topElements;
+        my.m_topEntries += std::string_view(name) == "Entry" ? 1 : 0;
+    }
+    static void onEnd(void* self, char const* /*name*/) { --static_cast<RowCheck*>(self)->m_depth; }
+    static void onText(void* /*self*/, char const* /*text*/, int /*length*/) {}
+
+    XmlParser m_parser{this, onStart, onEnd, onText};
+    int m_depth = 0;
+    int m_deepest = 0;
+    int m_topElements = 0;
+    int m_topEntries = 0;
+    int m_inner = 0;
+};
+
 TableWrite::TableWrite(std::string schema) : m_schema(std::move(schema)), m_shape(shapeOf(m_schema)) {}
+
+TableWrite::~TableWrite() = default;
 
 void TableWrite::abandon()
 {
     m_received = 0;
     m_spoiled = false;
-    m_text.clear();
+    m_text = {};
+    m_check.reset();
+}
+
+bool TableWrite::append(std::string const& fragment)
+{
+    if (!m_check)
+        m_check = std::make_unique<RowCheck>();
+    auto const result = m_check->check(fragment);
+    if (result == RowCheck::Result::refused || !standsAt(m_received, m_shape.number, fragment))
+        return false;
+    bool const hasEntry = result == RowCheck::Result::withEntry;
+    m_text.append(hasEntry ? "" : "<Entry>").append(fragment).append(hasEntry ? "" : "</Entry>");
+    return true;
 }
 
 TableWrite::Result TableWrite::add(std::string const& fragment, std::string& table)
@@ -92,18 +120,14 @@ TableWrite::Result TableWrite::add(std::string const& fragment, std::string& tab
     }
     Result result = Result::dropped;
     if (!m_spoiled) {
-        std::string const entry = entryOf(fragment);
-        m_spoiled = entry.empty() || !standsAt(m_received, m_shape.number, entry);
-        m_text += entry;
+        m_spoiled = !append(fragment);
         result = m_spoiled ? Result::refused : Result::gathered;
     }
     if (++m_received < m_shape.rows)
         return result;
     if (!m_spoiled) {
         table = "<Schema name=\"" + m_schema + "\">" + m_text + "</Schema>";
-        // What a reader could not take in again as a whole must not replace what can be read.
-        Shape whole;
-        result = parse(table, whole) ? Result::complete : Result::refused;
+        result = table.size() <= maximumLength ? Result::complete : Result::refused;
     }
     abandon();
     return result;

@@ -19,6 +19,7 @@
 #include "seam/LockMark.h"
 
 #include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,9 @@ public:
     enum class Result { refused, dropped, gathered, complete };
 
     explicit TableWrite(std::string schema);
+    ~TableWrite();
+    TableWrite(TableWrite const&) = delete;
+    TableWrite& operator=(TableWrite const&) = delete;
 
     /// Takes the next row. When it completes the table, `table` is the whole table's text, ready to be stored.
     Result add(std::string const& fragment, std::string& table);
@@ -45,11 +49,17 @@ public:
     void abandon();
 
 private:
+    class RowCheck;
+
+    /// False when the fragment is no row, or not the next one.
+    bool append(std::string const& fragment);
+
     std::string const m_schema;
     TableShape const& m_shape;
     std::size_t m_received = 0;
     bool m_spoiled = false;
     std::string m_text;
+    std::unique_ptr<RowCheck> m_check; ///< while rows are gathered
     LockMark m_mark;
 };
 
