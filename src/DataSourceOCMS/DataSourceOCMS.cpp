@@ -33,6 +33,13 @@ std::string const& subItemOf(eDataTag tag)
     return subItem == nullptr ? itemOf(tag) : *subItem;
 }
 
+/// False for what is no tag, too.
+bool hasItem(eDataTag tag)
+{
+    auto const index = static_cast<std::size_t>(tag); // a negative tag becomes a large index
+    return index < DataSourceOCMS::rowCount && DataSourceOCMS::dataOCMSDescriptionTable[index].item != nullptr;
+}
+
 std::vector<std::string> rootIdsOf(ManageableData& record)
 {
     std::vector<std::string> rootIds;
@@ -127,13 +134,11 @@ std::vector<DataSourceOCMS::Handling>::const_iterator DataSourceOCMS::findHandli
 
 bool DataSourceOCMS::findStringsFor(eDataTag tag, std::string& itemName, std::string& subItemName)
 {
-    auto const index = static_cast<std::size_t>(tag); // a negative tag becomes a large index
-    if (index >= rowCount)
+    if (static_cast<std::size_t>(tag) >= rowCount)
         return false;
     itemName.clear();
     subItemName.clear();
-    OcmsDescription const& row = dataOCMSDescriptionTable[index];
-    if (row.tag != tag || row.item == nullptr)
+    if (!hasItem(tag))
         return false;
     itemName = itemOf(tag);
     subItemName = subItemOf(tag);
@@ -189,16 +194,15 @@ bool DataSourceOCMS::setData(ManageableData& record)
     // Unchanged values count as refused only when the whole request changes nothing.
     bool const nothingTaken = unchanged == values.size();
     bool refused = false;
-    std::string itemName;
-    std::string subItemName;
     for (auto const& [tag, reason] : rejects) {
-        if (!findStringsFor(tag, itemName, subItemName))
+        if (!hasItem(tag))
             continue;
+        std::string const& subItem = subItemOf(tag);
         if (nothingTaken)
-            record.addRejectReason(itemName, subItemName, "UNCHANGED_DATA: " + subItemName);
+            record.addRejectReason(itemOf(tag), subItem, "UNCHANGED_DATA: " + subItem);
         if (!reason.empty()) {
-            LOG_AT(unit, 5, "DataSourceOCMS::setData -> rejected for '%s'", subItemName.c_str());
-            record.addRejectReason(itemName, subItemName, reason);
+            LOG_AT(unit, 5, "DataSourceOCMS::setData -> rejected for '%s'", subItem.c_str());
+            record.addRejectReason(itemOf(tag), subItem, reason);
         }
         refused = refused || nothingTaken || !reason.empty();
     }
@@ -212,11 +216,9 @@ bool DataSourceOCMS::getData(ManageableData& record)
     if (m_cache != nullptr)
         m_cache->ocmsCBGetDataValues(values);
     checkSpecificDataForGet(values);
-    std::string itemName;
-    std::string subItemName;
     for (auto const& [tag, value] : values) {
-        if (findStringsFor(tag, itemName, subItemName))
-            record.populate(itemName, subItemName, value);
+        if (hasItem(tag))
+            record.populate(itemOf(tag), subItemOf(tag), value);
     }
     return true;
 }
@@ -267,27 +269,23 @@ void DataSourceOCMS::checkSpecificDataForChanged(DataTagValue_t& values)
 
 bool DataSourceOCMS::getData(eDataTag tag, std::string& value)
 {
-    std::string itemName;
-    std::string subItemName;
-    if (m_localMgmt == nullptr || !findStringsFor(tag, itemName, subItemName))
+    if (m_localMgmt == nullptr || !hasItem(tag))
         return false;
     ManageableData record;
-    record.setRootId(itemName, nullptr);
-    record.populate(itemName, subItemName);
+    record.setRootId(itemOf(tag), nullptr);
+    record.populate(itemOf(tag), subItemOf(tag));
     // What the record holds afterwards is the answer, whatever the service says of the whole.
     m_localMgmt->readData(record);
-    return record.interogate(itemName, subItemName, value);
+    return record.interogate(itemOf(tag), subItemOf(tag), value);
 }
 
 bool DataSourceOCMS::setData(eDataTag tag, std::string const& value)
 {
-    std::string itemName;
-    std::string subItemName;
-    if (m_localMgmt == nullptr || !findStringsFor(tag, itemName, subItemName))
+    if (m_localMgmt == nullptr || !hasItem(tag))
         return false;
     ManageableData record;
-    record.setRootId(itemName, nullptr);
-    record.populate(itemName, subItemName, value);
+    record.setRootId(itemOf(tag), nullptr);
+    record.populate(itemOf(tag), subItemOf(tag), value);
     return checkOCMSItemHandling(tag, OWNED) ? m_localMgmt->reportChanged(record, rootIdsOf(record))
                                              : m_localMgmt->requestSet(record);
 }
@@ -299,11 +297,9 @@ bool DataSourceOCMS::setData(DataTagValue_t& values)
     ManageableData owned;
     ManageableData others;
     bool ok = true;
-    std::string itemName;
-    std::string subItemName;
     for (auto const& [tag, value] : values) {
-        if (findStringsFor(tag, itemName, subItemName)) {
-            (checkOCMSItemHandling(tag, OWNED) ? owned : others).populate(itemName, subItemName, value);
+        if (hasItem(tag)) {
+            (checkOCMSItemHandling(tag, OWNED) ? owned : others).populate(itemOf(tag), subItemOf(tag), value);
         } else {
             LOG_ERROR(unit, "DataSourceOCMS::setData -> failed to find strings for tag %i \n", static_cast<int>(tag));
             ok = false;
