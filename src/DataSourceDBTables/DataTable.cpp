@@ -14,7 +14,7 @@ Table::~DataTable() = default;
 void Table::getTableItemTags(DataTagValue_t& values)
 {
     for (eDataTag tag = m_firstTag; tag <= m_lastTag; tag = Tables::cellTag(tag, 1))
-        values[tag].clear();
+        values.try_emplace(values.end(), tag)->second.clear();
 }
 
 void Table::initializeIndexMax() {}

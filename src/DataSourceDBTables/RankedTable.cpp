@@ -28,7 +28,7 @@ void RankedTable::getTableItemTags(DataTagValue_t& values)
 {
     XmlTable::getTableItemTags(values);
     for (eDataTag flag = cellTag(m_table.last, 1); flag <= m_table.lastFlag; flag = cellTag(flag, 1))
-        values[flag].clear();
+        values.try_emplace(values.end(), flag)->second.clear();
 }
 
 void RankedTable::initializeIndexMax()

@@ -7,6 +7,7 @@
 #include "XmlParser.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iostream>
 #include <string_view>
 
@@ -14,7 +15,20 @@ namespace Data {
 
 namespace {
 
-std::string escaped(std::string const& text)
+using namespace std::string_view_literals;
+
+void append(std::string& xml, std::initializer_list<std::string_view> parts)
+{
+    for (auto const part : parts)
+        xml.append(part);
+}
+
+void appendElement(std::string& xml, std::string_view name, std::string_view text)
+{
+    append(xml, {"<"sv, name, ">"sv, text, "</"sv, name, ">"sv});
+}
+
+std::string escaped(std::string_view text)
 {
     std::string result;
     for (char const character : text) {
@@ -33,11 +47,6 @@ std::string escaped(std::string const& text)
         }
     }
     return result;
-}
-
-void appendElement(std::string& xml, std::string_view name, std::string const& text)
-{
-    xml.append("<").append(name).append(">").append(text).append("</").append(name).append(">");
 }
 
 } // namespace
@@ -125,13 +134,13 @@ bool XmlTable::appendCell(std::string& xml, Tables::Column const& column, int ro
 bool XmlTable::appendRows(std::string& xml, DataTagValue_t const& values, int rows) const
 {
     for (int row = 0; row < rows; ++row) {
-        xml += "<" + dasTableEntry + ">";
+        append(xml, {"<"sv, dasTableEntry, ">"sv});
         if (!m_table.number.empty())
             appendElement(xml, m_table.number, ClientUtils::itos(row));
         for (Tables::Column const& column : m_table.columns)
             if (column.form != Tables::Form::none && !appendCell(xml, column, row, values))
                 return false;
-        xml += "</" + dasTableEntry + ">";
+        append(xml, {"</"sv, dasTableEntry, ">"sv});
     }
     return true;
 }
@@ -141,7 +150,7 @@ bool XmlTable::buildText(DataTagValue_t& values) const
     bool const standsAlone = m_table.kind == Tables::Kind::numbered;
     std::string xml;
     if (!standsAlone)
-        xml.append("<Schema name=\"").append(m_table.schema).append("\">");
+        append(xml, {"<Schema name=\""sv, m_table.schema, "\">"sv});
     if (!appendRows(xml, values, lastRow() + 1))
         return false;
     if (!standsAlone)
