@@ -25,6 +25,7 @@ using Path = std::optional<std::string>; // nothing when it is not watched
 
 std::string g_watched;
 std::map<ino_t, int> g_files;
+std::map<int, int> g_open;                              // by descriptor
 constexpr auto position = static_cast<std::size_t>(-1); // as an offset: where the file's position was
 
 ino_t inodeOf(std::string const& path)
@@ -35,15 +36,23 @@ ino_t inodeOf(std::string const& path)
     return status.st_ino;
 }
 
-Path pathOf(int descriptor, std::string const& relative = "")
+/// `name` is a path, or stands in an open directory.
+Path pathOf(int directory, std::string const& name)
 {
     if (g_watched.empty())
         return std::nullopt;
-    char path[4096];
-    ssize_t const length = ::readlink(("/proc/self/fd/" + std::to_string(descriptor)).c_str(), path, sizeof path);
-    std::string full(path, static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    full = relative.starts_with('/') ? relative : relative.empty() ? full : full + "/" + relative;
-    return (full + "/").starts_with(g_watched + "/") ? Path(full) : std::nullopt;
+    char place[4096];
+    bool const isWhole = name.starts_with('/');
+    auto const length =
+        isWhole ? 0 : ::readlink(("/proc/self/fd/" + std::to_string(directory)).c_str(), place, sizeof place);
+    std::string const path =
+        std::string(place, static_cast<std::size_t>(std::max<ssize_t>(length, 0))) + (isWhole ? "" : "/") + name;
+    return (path + "/").starts_with(g_watched + "/") ? Path(path) : std::nullopt;
+}
+
+bool isWatched(int descriptor)
+{
+    return !g_watched.empty() && g_open.contains(descriptor);
 }
 
 int numberOf(std::string const& path)
@@ -66,9 +75,9 @@ void note(Call call, std::string const& path)
 
 enum class Verdict { go, halfWay, fail };
 
-Verdict verdictOn(char const* function, Path const& path)
+Verdict verdictOn(char const* function, bool isWatchedOne)
 {
-    if (!path)
+    if (!isWatchedOne)
         return Verdict::go;
     functions.push_back(function);
     std::size_t const now = functions.size();
@@ -86,18 +95,18 @@ std::size_t sizeFor(Verdict verdict, std::size_t size)
 
 ssize_t wrote(ssize_t result, int descriptor, void const* data, std::size_t at)
 {
-    if (auto const path = result > 0 ? pathOf(descriptor) : std::nullopt) {
+    if (result > 0 && isWatched(descriptor)) {
         auto const size = static_cast<std::size_t>(result);
         auto const offset = at == position ? static_cast<std::size_t>(::lseek(descriptor, 0, SEEK_CUR)) - size : at;
-        calls.push_back({Call::write, offset, {static_cast<char const*>(data), size}, "", numberOf(*path)});
+        calls.push_back({Call::write, offset, {static_cast<char const*>(data), size}, "", g_open[descriptor]});
     }
     return result;
 }
 
 int changed(int result, int descriptor, Call call)
 {
-    if (auto const path = result == 0 ? pathOf(descriptor) : std::nullopt) {
-        call.file = numberOf(*path);
+    if (result == 0 && isWatched(descriptor)) {
+        call.file = g_open[descriptor];
         calls.push_back(std::move(call));
     }
     return result;
@@ -123,9 +132,12 @@ template <class Open> int opened(Path const& path, int flags, Open const& open)
 {
     bool const isNew = path && (flags & O_CREAT) != 0 && inodeOf(*path) == 0;
     int const file = open();
-    if (file >= 0 && isNew)
-        note({Call::make, 0, "", "", newNumber(*path)}, *path);
-    else if (file >= 0 && path && (flags & O_TRUNC) != 0)
+    if (file < 0 || !path)
+        return file;
+    g_open[file] = isNew ? newNumber(*path) : numberOf(*path);
+    if (isNew)
+        note({Call::make, 0, "", "", g_open[file]}, *path);
+    else if ((flags & O_TRUNC) != 0)
         changed(0, file, {Call::cut});
     return file;
 }
@@ -161,6 +173,7 @@ void watch(std::string const& directory)
     calls.clear();
     functions.clear();
     g_files.clear();
+    g_open.clear();
     g_watched = directory;
     for (auto const& each : std::filesystem::recursive_directory_iterator(directory)) {
         std::string const path = each.path();
@@ -227,13 +240,13 @@ void Surface::leave(std::string const& directory, Rest rest, std::mt19937& rando
 // The calls.
 
 #define REAL(name) static auto const real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
-// The function `name`: its parameters, the path that it is about, and what it does when it does not fail.
-#define STAND_IN(result, name, parameters, path, ...)                                                                       \
+// The function `name`: its parameters, what it is about, and what it does when it does not fail.
+#define STAND_IN(result, name, parameters, watched, ...)                                                                    \
     result name parameters                                                                                                  \
     {                                                                                                                       \
         REAL(name);                                                                                                         \
         using namespace Disk;                                                                                               \
-        [[maybe_unused]] auto const verdict = verdictOn(#name, path);                                                       \
+        [[maybe_unused]] auto const verdict = verdictOn(#name, static_cast<bool>(watched));                                 \
         return verdict == Verdict::fail ? -1 : (__VA_ARGS__);                                                               \
     }
 #define OPEN(name, parameters, directory, ...)                                                                              \
@@ -245,7 +258,7 @@ void Surface::leave(std::string const& directory, Rest rest, std::mt19937& rando
         va_end(list);                                                                                                       \
         REAL(name);                                                                                                         \
         auto const file = Disk::pathOf(directory, path);                                                                    \
-        bool const fails = Disk::verdictOn(#name, file) == Disk::Verdict::fail;                                             \
+        bool const fails = Disk::verdictOn(#name, file.has_value()) == Disk::Verdict::fail;                                 \
         return fails ? -1 : Disk::opened(file, flags, [&] { return real(__VA_ARGS__, flags, mode); });                      \
     }
 
@@ -255,19 +268,20 @@ extern "C" {
 OPEN(open, (char const* path, int flags, ...), AT_FDCWD, path)
 OPEN(open64, (char const* path, int flags, ...), AT_FDCWD, path)
 OPEN(openat, (int directory, char const* path, int flags, ...), directory, directory, path)
-STAND_IN(ssize_t, read, (int file, void* data, size_t size), pathOf(file), real(file, data, sizeFor(verdict, size)))
-STAND_IN(ssize_t, pread64, (int file, void* data, size_t size, off64_t at), pathOf(file),
+STAND_IN(int, close, (int file), false, (isWatched(file) ? g_open.erase(file) : 0), real(file))
+STAND_IN(ssize_t, read, (int file, void* data, size_t size), isWatched(file), real(file, data, sizeFor(verdict, size)))
+STAND_IN(ssize_t, pread64, (int file, void* data, size_t size, off64_t at), isWatched(file),
          real(file, data, sizeFor(verdict, size), at))
-STAND_IN(ssize_t, write, (int file, void const* data, size_t size), pathOf(file),
+STAND_IN(ssize_t, write, (int file, void const* data, size_t size), isWatched(file),
          wrote(real(file, data, sizeFor(verdict, size)), file, data, position))
-STAND_IN(ssize_t, pwrite64, (int file, void const* data, size_t size, off64_t at), pathOf(file),
+STAND_IN(ssize_t, pwrite64, (int file, void const* data, size_t size, off64_t at), isWatched(file),
          wrote(real(file, data, sizeFor(verdict, size), at), file, data, static_cast<std::size_t>(at)))
-STAND_IN(int, ftruncate64, (int file, off64_t size) noexcept, pathOf(file),
+STAND_IN(int, ftruncate64, (int file, off64_t size) noexcept, isWatched(file),
          changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
-STAND_IN(int, ftruncate, (int file, off_t size) noexcept, pathOf(file),
+STAND_IN(int, ftruncate, (int file, off_t size) noexcept, isWatched(file),
          changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
-STAND_IN(int, fsync, (int file), pathOf(file), synced(file, real))
-STAND_IN(int, fdatasync, (int file), pathOf(file), synced(file, real))
+STAND_IN(int, fsync, (int file), isWatched(file), synced(file, real))
+STAND_IN(int, fdatasync, (int file), isWatched(file), synced(file, real))
 STAND_IN(int, unlink, (char const* path) noexcept, pathOf(AT_FDCWD, path),
          named(real(path), pathOf(AT_FDCWD, path), {Call::remove}))
 STAND_IN(int, unlinkat, (int in, char const* path, int flags) noexcept, pathOf(in, path),
@@ -278,15 +292,15 @@ STAND_IN(int, mkdir, (char const* path, mode_t mode) noexcept, pathOf(AT_FDCWD, 
          named(real(path, mode), pathOf(AT_FDCWD, path), {Call::makeDirectory}))
 STAND_IN(int, mkdirat, (int in, char const* path, mode_t mode) noexcept, pathOf(in, path),
          named(real(in, path, mode), pathOf(in, path), {Call::makeDirectory}))
-STAND_IN(int, flock, (int file, int operation) noexcept, pathOf(file), real(file, operation))
-STAND_IN(int, fchmod, (int file, mode_t mode) noexcept, pathOf(file), real(file, mode))
+STAND_IN(int, flock, (int file, int operation) noexcept, isWatched(file), real(file, operation))
+STAND_IN(int, fchmod, (int file, mode_t mode) noexcept, isWatched(file), real(file, mode))
 STAND_IN(int, access, (char const* path, int mode) noexcept, pathOf(AT_FDCWD, path), real(path, mode))
 STAND_IN(int, stat64, (char const* path, struct stat64* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
 STAND_IN(int, stat, (char const* path, struct stat* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
 STAND_IN(int, lstat, (char const* path, struct stat* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
 STAND_IN(int, lstat64, (char const* path, struct stat64* status) noexcept, pathOf(AT_FDCWD, path), real(path, status))
-STAND_IN(int, fstat64, (int file, struct stat64* status) noexcept, pathOf(file), real(file, status))
-STAND_IN(int, fstat, (int file, struct stat* status) noexcept, pathOf(file), real(file, status))
+STAND_IN(int, fstat64, (int file, struct stat64* status) noexcept, isWatched(file), real(file, status))
+STAND_IN(int, fstat, (int file, struct stat* status) noexcept, isWatched(file), real(file, status))
 STAND_IN(int, fstatat, (int in, char const* path, struct stat* status, int flags) noexcept, pathOf(in, path),
          real(in, path, status, flags))
 // clang-format on

@@ -22,6 +22,9 @@ namespace Telephone {
 using namespace Data;
 using Media::MediaDataCache;
 
+/// What a crash leaves is the model's matter: no file system need keep anything.
+inline bool const isInMemory = ::setenv("TMPDIR", "/dev/shm", 1) == 0;
+
 struct Kind {
     char const* name;
     bool isWhole; // all of what it stores is of one write at any moment, never a mixture
