@@ -10,12 +10,12 @@
 namespace Fuzz {
 
 /// Kept by the database, and changed by no table and no door opener.
-inline bool isSingle(Data::eDataTag tag)
+inline bool isSingle(eDataTag tag)
 {
-    constexpr int step = Data::eDataTagCamera2DoorOpener - Data::eDataTagCamera1DoorOpener;
-    int const place = (tag - Data::eDataTagCamera1DoorOpener) % step;
-    bool const linked = tag >= Data::eDataTagCamera1DoorOpener && tag <= Data::eDataTagCamera4PhoneNumber && place < 2;
-    return databaseRow(tag).parentTable == Data::eDataTagNone && keepingSchema(tag) != nullptr && !linked;
+    constexpr int step = eDataTagCamera2DoorOpener - eDataTagCamera1DoorOpener;
+    int const place = (tag - eDataTagCamera1DoorOpener) % step;
+    bool const linked = tag >= eDataTagCamera1DoorOpener && tag <= eDataTagCamera4PhoneNumber && place < 2;
+    return databaseRow(tag).parentTable == eDataTagNone && keepingSchema(tag) != nullptr && !linked;
 }
 
 class Library : public DataUpdateCallback {
@@ -44,26 +44,26 @@ public:
     }
     ~Library() override { Cache::terminate(); }
 
-    void onDataUpdate(Data::BulkData& changes) override
+    void onDataUpdate(BulkData& changes) override
     {
         for (auto const& [tag, item] : changes.getTagsValues())
             m_told[tag] = valueText(*item);
     }
 
     /// Held by the cache and not a table.
-    bool holds(Data::eDataTag tag) const { return m_base.contains(tag); }
+    bool holds(eDataTag tag) const { return m_base.contains(tag); }
 
     /// Hands the text to `use` as a value of the tag's type.
-    template <class Use> bool with(Data::eDataTag tag, std::string const& text, Use use)
+    template <class Use> bool with(eDataTag tag, std::string const& text, Use use)
     {
         m_touched.insert(tag);
         auto const type = Cache::getItemType(tag);
-        return type == Data::eDataItemTypeInt    ? use(tag, ClientUtils::stoi(text))
-               : type == Data::eDataItemTypeBool ? use(tag, ClientUtils::stob(text))
-                                                 : use(tag, text);
+        return type == eDataItemTypeInt    ? use(tag, ClientUtils::stoi(text))
+               : type == eDataItemTypeBool ? use(tag, ClientUtils::stob(text))
+                                           : use(tag, text);
     }
 
-    void add(Data::BulkData& bulk, Data::eDataTag tag, std::string const& text)
+    void add(BulkData& bulk, eDataTag tag, std::string const& text)
     {
         with(tag, text, [&](auto, auto const& value) { return bulk.addTagValue(tag, value, false); });
     }
@@ -95,7 +95,7 @@ private:
         auto const isBack = [this](auto tag) { return !holds(tag) || presentText(tag) == m_base[tag]; };
         // More than once, since linked items change one another.
         for (int attempt = 0; attempt < 3; ++attempt) {
-            Data::BulkData base;
+            BulkData base;
             for (auto const tag : std::set(m_touched))
                 if (holds(tag))
                     add(base, tag, m_base[tag]);
@@ -109,9 +109,9 @@ private:
         return false;
     }
 
-    Data::DataTagValue_t m_base;
-    Data::DataTagValue_t m_told;
-    std::set<Data::eDataTag> m_touched;
+    DataTagValue_t m_base;
+    DataTagValue_t m_told;
+    std::set<eDataTag> m_touched;
 };
 
 } // namespace Fuzz

@@ -9,8 +9,6 @@
 #include "HostLog.h"
 #include "store/Database.h"
 
-#include <span>
-
 namespace {
 
 namespace fs = std::filesystem;

@@ -3,8 +3,6 @@
 
 #include "Tables/SettingOptions.h"
 
-using namespace Data;
-
 namespace {
 
 bool flag(eDataTag tag)

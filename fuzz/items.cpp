@@ -4,8 +4,6 @@
 
 #include "Data/DataItem.h"
 
-using namespace Data;
-
 namespace {
 
 /// A refused text changes nothing and says why; an accepted one reads again as the same.

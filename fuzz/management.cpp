@@ -5,8 +5,6 @@
 #include "Data/DataSourceOCMS.h"
 #include "MgmtAgentIfc.h"
 
-using namespace Data;
-
 namespace {
 
 using Names = std::pair<std::string, std::string>;

@@ -8,8 +8,6 @@
 
 #include "ClientUtils.h"
 
-using namespace Data;
-
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     struct Target {

@@ -6,8 +6,6 @@
 
 #include <sqlite3.h>
 
-#include <dlfcn.h>
-
 namespace Statements {
 
 inline sqlite3* connection = nullptr; // the last one opened

@@ -47,8 +47,7 @@ bool send(DataStorage& storage, TableCase const& table, std::string const& text,
 
 } // namespace
 
-class Database : public testing::Test {
-protected:
+struct Database : testing::Test {
     std::string read(std::string const& schema, std::string const& name)
     {
         return platform->storage(schema)->getDataItem(name, 1);
@@ -69,28 +68,20 @@ TEST_F(Database, AnswersFailureForWhatWasNeverStoredAndEmptyTextForEmptyText)
 TEST_F(Database, KeepsEveryTextToTheByteAcrossReplacementAndRestart)
 {
     using namespace std::string_literals;
-    std::vector const texts{"5"s,
-                            ""s,
-                            " padded "s,
-                            "line\nfeed"s,
-                            "'; DROP TABLE x; --"s,
-                            "<b>&amp;"s,
-                            "p\xc3\xb6t"s,
-                            "a\0b"s,
-                            std::string(64 * 1024, 'x')};
-    auto const name = [](std::size_t i) { return "Element" + std::to_string(i); };
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(i), "earlier"));
-        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(i), texts[i]));
-        EXPECT_TRUE(platform->storage("OcmsSettings")->setDataItem(name(i), "of another schema"));
+    std::string const pages(64 * 1024, 'x');
+    std::string const texts[]{"5"s, ""s, " padded "s, "line\nfeed"s, "'; --"s, "<b>&amp;"s, "p\xc3\xb6t"s, "a\0b"s, pages};
+    auto const name = [&](std::string const& text) { return "Element" + std::to_string(&text - texts); };
+    for (auto const& text : texts) {
+        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(text), "earlier"));
+        EXPECT_TRUE(platform->storage("AudioSettings")->setDataItem(name(text), text));
+        EXPECT_TRUE(platform->storage("OcmsSettings")->setDataItem(name(text), "of another schema"));
     }
     platform->restart();
-    for (std::size_t i = 0; i < texts.size(); ++i)
-        EXPECT_EQ(read("AudioSettings", name(i)), texts[i]) << i;
+    for (auto const& text : texts)
+        EXPECT_EQ(read("AudioSettings", name(text)), text) << name(text);
 }
 
-class DatabaseTable : public Database, public testing::WithParamInterface<TableCase> {
-protected:
+struct DatabaseTable : Database, testing::WithParamInterface<TableCase> {
     TableCase const& table = GetParam();
 
     std::string stored() { return platform->storage(table.schema)->getDataItem("", 0); }
@@ -147,8 +138,7 @@ TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
     EXPECT_EQ(stored(), expectedText(table, "new"));
 }
 
-class DatabaseGroup : public Database {
-protected:
+struct DatabaseGroup : Database {
     void SetUp() override
     {
         if (platform->group() == nullptr)

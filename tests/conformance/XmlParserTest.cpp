@@ -2,8 +2,6 @@
 #include "XmlParser.h"
 #include "PlatformUnderTest.h"
 
-#include <cstdio>
-
 namespace {
 
 /// The events of texts: "+name(attribute=value)", "'text'", "-name".

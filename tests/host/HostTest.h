@@ -7,13 +7,7 @@
 #include "HostLog.h"
 #include "HostPlatform.h"
 
-#include <sys/resource.h>
-#include <sys/stat.h>
-
-#include <csignal>
-
-class HostTest : public testing::Test {
-protected:
+struct HostTest : testing::Test {
     HostTest()
     {
         // What a test provokes is not for the eyes of who runs it.

@@ -19,14 +19,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class HostProtection : public HostTest {};
+using HostProtection = HostTest;
 
 unsigned modeOf(fs::path const& path)
 {
     return static_cast<unsigned>(fs::symlink_status(path).permissions());
 }
-
-} // namespace
 
 TEST_F(HostProtection, EverythingIsPrivateWhateverTheUmask)
 {
@@ -121,8 +119,6 @@ TEST_F(HostProtection, ASecretComesBackUnderItsOwnKeyOnly)
     EXPECT_NE(m_error.find("secret.key is damaged"), std::string::npos) << m_error;
 }
 
-namespace {
-
 /// A library that asks the service while the service is calling it.
 struct Agent : MgmtAgentIfc {
     explicit Agent(Host::ManagementService& itsService) : service(itsService) {}
@@ -140,8 +136,6 @@ struct Agent : MgmtAgentIfc {
     std::vector<std::string> heard;
     bool asked = false;
 };
-
-} // namespace
 
 TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJournal)
 {
@@ -242,3 +236,5 @@ TEST(HostSecrets, AreWhatTheCatalogueCallsSo)
         EXPECT_EQ(item && Host::isSecretItem(*item), Tables::isSecret(tag)) << number;
     }
 }
+
+} // namespace

@@ -3,14 +3,12 @@
 
 #include <sched.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-class HostShortage : public HostTest {
-protected:
+struct HostShortage : HostTest {
     HostShortage()
     {
         Host::setLogSink([this](Host::LogLine const& line) { m_log = line.text; });

@@ -4,8 +4,6 @@
 #include "../Workload.h"
 #include "ManagementService.h"
 
-#include <unistd.h>
-
 using Workload::Cache;
 using Clock = std::chrono::steady_clock;
 
@@ -16,8 +14,7 @@ long entriesOf(char const* folder)
     return std::distance(std::filesystem::directory_iterator(folder), {});
 }
 
-class Soak : public HostTest {
-protected:
+struct Soak : HostTest {
     void start()
     {
         ASSERT_TRUE(open()) << m_error;

@@ -10,8 +10,7 @@ using namespace std::string_literals;
 
 namespace {
 
-class HostSql : public HostTest {
-protected:
+struct HostSql : HostTest {
     void SetUp() override
     {
         Statements::watch();

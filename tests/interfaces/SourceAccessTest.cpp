@@ -6,16 +6,13 @@
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceFile.h"
 
-using namespace Data;
-
 namespace {
 
 constexpr eDataTag outside[]{static_cast<eDataTag>(-1), static_cast<eDataTag>(eDataTagEnd + 1),
                              static_cast<eDataTag>(70000)};
 constexpr auto country = static_cast<eDataTag>(633);
 
-class SourceAccess : public LibraryTest {
-protected:
+struct SourceAccess : LibraryTest {
     DataCache cache{platform, {}, eDataComponentMedia};
     DataItem<int> volume{eDataTagRingerVolume, eDataSourceDB};
     std::string reason;

@@ -8,7 +8,6 @@
 #include "Data/DataTableSRTPEncryptionSetting.h"
 #include "Media/MediaDataCache.h"
 
-using namespace Data;
 using Handler = DataSourceDB::DataTableHandler;
 using Encryptions = Handler::DataTableSRTPEncryptionSetting;
 using Headsets = Handler::DataTableHeadsetPriorities;

@@ -3,10 +3,6 @@
 #include "Media/MediaDataCache.h"
 #include "Platform.h"
 
-#include <cerrno>
-
-#include <sys/stat.h>
-
 namespace {
 
 std::string asked;

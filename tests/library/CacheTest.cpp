@@ -3,11 +3,9 @@
 
 #include "Data/DataCountry.h"
 
-using namespace Data;
-
 namespace {
 
-class SingleValues : public LibraryTest {};
+using SingleValues = LibraryTest;
 
 TEST_F(SingleValues, WithoutAnInstanceEveryOperationAnswersItsFallback)
 {

@@ -8,8 +8,6 @@
 #include "ClientUtils.h"
 #include "Tables/Rules.h"
 
-using namespace Data;
-
 namespace {
 
 using Builder = DataCache::DataItemBuilder;
@@ -84,8 +82,7 @@ bool dependsOnOthers(eDataTag tag)
            (tag >= eDataTagCamera1Name && tag <= eDataTagCamera4PhoneNumber);
 }
 
-class CatalogueSweep : public LibraryTest {
-protected:
+struct CatalogueSweep : LibraryTest {
     CatalogueSweep()
     {
         start();

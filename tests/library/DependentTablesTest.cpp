@@ -3,8 +3,6 @@
 
 namespace {
 
-using namespace Data;
-
 eDataTag cell(eDataTag column, int row)
 {
     return static_cast<eDataTag>(column + row);

@@ -7,7 +7,6 @@
 
 #include "ClientUtils.h"
 
-using namespace Data;
 using namespace std::string_literals;
 
 namespace {

@@ -4,8 +4,6 @@
 #include "../Standard.h"
 #include "ScriptedFixture.h"
 
-#include <sys/resource.h>
-
 using namespace Data;
 using Texts = std::vector<std::string>;
 using FlagFile = ScriptedTest;

@@ -26,8 +26,7 @@ std::unique_ptr<DataValidator> chain(Step const& first, Step const& second = {})
     return std::unique_ptr<DataValidator>(Builder::buildValidatorChain(steps));
 }
 
-class ItemValues : public ScriptedTest {
-protected:
+struct ItemValues : ScriptedTest {
     /// Called by itself, since a chain skips dataValidatorIntRangeNot. An empty refusal: the value passes.
     template <class T> void offer(Step const& step, T const& value, std::string const& refusal)
     {

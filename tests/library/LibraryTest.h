@@ -9,22 +9,24 @@
 
 #include "ScriptedFixture.h"
 
-inline std::string valueText(Data::BulkDataItem const& item)
+using namespace Data;
+
+inline std::string valueText(BulkDataItem const& item)
 {
-    return item.itemType == Data::eDataItemTypeString ? item.stringValue
-           : item.itemType == Data::eDataItemTypeBool ? (item.boolValue ? "true" : "false")
-                                                      : std::to_string(item.intValue);
+    return item.itemType == eDataItemTypeString ? item.stringValue
+           : item.itemType == eDataItemTypeBool ? (item.boolValue ? "true" : "false")
+                                                : std::to_string(item.intValue);
 }
 
 /// The present text of a tag that the cache holds.
-inline std::string presentText(Data::eDataTag tag)
+inline std::string presentText(eDataTag tag)
 {
     using Cache = Media::MediaDataCache;
-    Data::BulkDataItem item;
+    BulkDataItem item;
     item.itemType = Cache::getItemType(tag);
-    EXPECT_TRUE(item.itemType == Data::eDataItemTypeInt    ? Cache::getData(tag, item.intValue)
-                : item.itemType == Data::eDataItemTypeBool ? Cache::getData(tag, item.boolValue)
-                                                           : Cache::getData(tag, item.stringValue))
+    EXPECT_TRUE(item.itemType == eDataItemTypeInt    ? Cache::getData(tag, item.intValue)
+                : item.itemType == eDataItemTypeBool ? Cache::getData(tag, item.boolValue)
+                                                     : Cache::getData(tag, item.stringValue))
         << tag;
     return valueText(item);
 }
@@ -32,7 +34,7 @@ inline std::string presentText(Data::eDataTag tag)
 /// What a client heard: one text per notification, "tag=value tag=value".
 class Listener : public DataUpdateCallback {
 public:
-    void onDataUpdate(Data::BulkData& changes) override
+    void onDataUpdate(BulkData& changes) override
     {
         std::string text;
         for (auto const& [tag, item] : changes.getTagsValues()) {
@@ -49,8 +51,7 @@ public:
     std::function<void()> onNews;
 };
 
-class LibraryTest : public ScriptedTest {
-protected:
+struct LibraryTest : ScriptedTest {
     using Cache = Media::MediaDataCache;
     using Texts = std::vector<std::string>;
 
@@ -81,7 +82,7 @@ protected:
         start();
     }
 
-    void listen(std::list<Data::eDataTag> const& tags) { EXPECT_TRUE(Cache::registerCallback(tags, &listener)); }
+    void listen(std::list<eDataTag> const& tags) { EXPECT_TRUE(Cache::registerCallback(tags, &listener)); }
 
     Listener listener;
 };

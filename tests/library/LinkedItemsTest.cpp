@@ -3,10 +3,7 @@
 
 namespace {
 
-using namespace Data;
-
-class DoorOpeners : public LibraryTest {
-protected:
+struct DoorOpeners : LibraryTest {
     DoorOpeners() { start(); }
 
     template <class T> void set(eDataTag first, int opener, T const& value)

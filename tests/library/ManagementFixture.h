@@ -6,7 +6,6 @@
 
 #include "ManageableData.h"
 
-using namespace Data;
 using Texts = std::vector<std::string>;
 
 constexpr eDataTag tag(int number)
@@ -55,8 +54,7 @@ inline std::list<eDataTag> tagList(int first, int last)
     return tags;
 }
 
-class Management : public ScriptedTest {
-protected:
+struct Management : ScriptedTest {
     DataSourceOCMS makeSource()
     {
         return {platform, eDataComponentMedia, {mobilityUpdate, country}, tagList(1, 629), &cache, &mobility};

@@ -5,8 +5,6 @@
 
 namespace {
 
-using namespace Data;
-
 /// A row is one letter per column.
 std::string tableText(std::string const& schema, std::vector<std::string> const& columns,
                       std::vector<std::string> const& rows)

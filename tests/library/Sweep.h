@@ -7,21 +7,21 @@
 #include "Data/DataSourceDB.h"
 
 /// The tags that the cache holds: its own and the observed ones.
-inline std::list<Data::eDataTag> heldTags()
+inline std::list<eDataTag> heldTags()
 {
-    std::list<Data::eDataTag> tags;
-    Data::DataCache::DataItemBuilder::getComponentTagList(Data::eDataComponentMedia, tags);
+    std::list<eDataTag> tags;
+    DataCache::DataItemBuilder::getComponentTagList(eDataComponentMedia, tags);
     Media::MediaDataCache::getObservedTags(tags);
     return tags;
 }
 
-inline Data::DataSourceDB::DbDescription const& databaseRow(Data::eDataTag tag)
+inline DataSourceDB::DbDescription const& databaseRow(eDataTag tag)
 {
-    return Data::DataSourceDB::dataDbDescriptionTable[tag];
+    return DataSourceDB::dataDbDescriptionTable[tag];
 }
 
 /// The schema that keeps the tag, as an element or as a cell of its table; null when the database does not keep it.
-inline std::string const* keepingSchema(Data::eDataTag tag)
+inline std::string const* keepingSchema(eDataTag tag)
 {
     auto const& row = databaseRow(tag);
     return row.schema ? row.schema : databaseRow(row.parentTable).schema;
@@ -29,9 +29,9 @@ inline std::string const* keepingSchema(Data::eDataTag tag)
 
 /// The present texts of the tags that the cache holds, of tables only their cells: what a table keeps of its own is the
 /// text that the library made of it last.
-inline Data::DataTagValue_t snapshot()
+inline DataTagValue_t snapshot()
 {
-    Data::DataTagValue_t texts;
+    DataTagValue_t texts;
     for (auto const tag : heldTags()) {
         if (!databaseRow(tag).isTable)
             texts[tag] = presentText(tag);
@@ -40,7 +40,7 @@ inline Data::DataTagValue_t snapshot()
 }
 
 /// Those of a snapshot that the database keeps.
-inline Data::DataTagValue_t kept(Data::DataTagValue_t texts)
+inline DataTagValue_t kept(DataTagValue_t texts)
 {
     std::erase_if(texts, [](auto const& entry) { return !keepingSchema(entry.first); });
     return texts;

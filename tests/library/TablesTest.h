@@ -7,12 +7,14 @@
 
 #include "ScriptedFixture.h"
 
+using namespace Data;
+
 /// Cells from `first` on, one letter each: '+' stands for true, '-' for false, '~' for -1, ' ' for none.
-inline Data::DataTagValue_t column(Data::eDataTag first, std::string const& letters)
+inline DataTagValue_t column(eDataTag first, std::string const& letters)
 {
-    Data::DataTagValue_t cells;
+    DataTagValue_t cells;
     for (char const letter : letters) {
-        auto const tag = static_cast<Data::eDataTag>(first + static_cast<int>(cells.size()));
+        auto const tag = static_cast<eDataTag>(first + static_cast<int>(cells.size()));
         cells[tag] = letter == '+'   ? "true"
                      : letter == '-' ? "false"
                      : letter == '~' ? "-1"
@@ -22,27 +24,27 @@ inline Data::DataTagValue_t column(Data::eDataTag first, std::string const& lett
 }
 
 /// Holds the cells with their catalogue defaults and remembers what the handler set.
-class CellStore : public Data::DataDBCallback {
+class CellStore : public DataDBCallback {
 public:
     struct Set {
-        Data::DataTagValue_t values;
+        DataTagValue_t values;
         bool persist;
         bool toManagement;
     };
 
     CellStore()
     {
-        cells = column(static_cast<Data::eDataTag>(1), std::string(Data::eDataTagEnd - 1, ' '));
-        Data::DataCache::DataItemBuilder::getDefaultValues(cells, Data::eDataComponentMedia, false);
+        cells = column(static_cast<eDataTag>(1), std::string(eDataTagEnd - 1, ' '));
+        DataCache::DataItemBuilder::getDefaultValues(cells, eDataComponentMedia, false);
     }
 
-    void dbCBGetDataValues(Data::DataTagValue_t& values) override
+    void dbCBGetDataValues(DataTagValue_t& values) override
     {
         for (auto& [tag, text] : values)
             text = cells.contains(tag) ? cells.at(tag) : text;
     }
 
-    bool dbCBSetDataValues(Data::DataTagValue_t const& values, bool persist, bool toManagement) override
+    bool dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement) override
     {
         sets.push_back({values, persist, toManagement});
         take(values);
@@ -51,26 +53,26 @@ public:
         return true;
     }
 
-    void dbCBGetFailed(Data::eDataTag tag) override { ADD_FAILURE() << "no table reports single values: " << tag; }
+    void dbCBGetFailed(eDataTag tag) override { ADD_FAILURE() << "no table reports single values: " << tag; }
 
-    void dbCBResetSelectedToDefault(Data::DataTagValue_t& values) override
+    void dbCBResetSelectedToDefault(DataTagValue_t& values) override
     {
-        Data::DataCache::DataItemBuilder::getDefaultValues(values, Data::eDataComponentMedia, false);
+        DataCache::DataItemBuilder::getDefaultValues(values, eDataComponentMedia, false);
         for (auto const& [tag, text] : instead)
             values[tag] = text;
         take(values);
     }
 
-    bool dbCBQueryIsTableUserData(Data::eDataTag table) override { return userTables.contains(table); }
+    bool dbCBQueryIsTableUserData(eDataTag table) override { return userTables.contains(table); }
 
-    void take(Data::DataTagValue_t const& values)
+    void take(DataTagValue_t const& values)
     {
         for (auto const& [tag, text] : values)
             cells[tag] = text;
     }
 
     /// The texts of a table that were persisted, in order.
-    std::vector<std::string> stored(Data::eDataTag table) const
+    std::vector<std::string> stored(eDataTag table) const
     {
         std::vector<std::string> texts;
         for (auto const& set : sets)
@@ -79,22 +81,21 @@ public:
         return texts;
     }
 
-    Data::DataTagValue_t cells;
-    Data::DataTagValue_t instead; ///< what a reset puts in the place of defaults
+    DataTagValue_t cells;
+    DataTagValue_t instead; ///< what a reset puts in the place of defaults
     std::vector<Set> sets;
-    std::set<Data::eDataTag> userTables;
+    std::set<eDataTag> userTables;
     std::function<void()> onSet;
 };
 
-class StoredTables : public ScriptedTest {
-protected:
+struct StoredTables : ScriptedTest {
     /// What lies from `first` to `last`.
-    Data::DataTagValue_t range(Data::eDataTag first, Data::eDataTag last) const
+    DataTagValue_t range(eDataTag first, eDataTag last) const
     {
         return {store.cells.lower_bound(first), store.cells.upper_bound(last)};
     }
 
-    bool write(Data::eDataTag table)
+    bool write(eDataTag table)
     {
         store.sets.clear();
         rejected.clear();
@@ -103,7 +104,7 @@ protected:
     }
 
     /// Reads the one table whose text is `xml`.
-    void read(Data::eDataTag table, std::string const& xml)
+    void read(eDataTag table, std::string const& xml)
     {
         store.sets.clear();
         store.cells[table] = xml;
@@ -112,10 +113,9 @@ protected:
     }
 
     CellStore store;
-    Data::DataTagValue_t rejected;
-    Data::DataSourceDB::DataTableHandler handler{{Data::eDataTagGroupPickup, Data::eDataTagCodecSettings,
-                                                  Data::eDataTagDistinctiveRinging, Data::eDataTagSRTPEncryptionSettings,
-                                                  Data::eDataTagHeadsetPriorities, Data::eDataTagDoorOpeners,
-                                                  Data::eDataTagRingerVolume, Data::eDataTagCodecSettings},
-                                                 &store};
+    DataTagValue_t rejected;
+    DataSourceDB::DataTableHandler handler{{eDataTagGroupPickup, eDataTagCodecSettings, eDataTagDistinctiveRinging,
+                                            eDataTagSRTPEncryptionSettings, eDataTagHeadsetPriorities, eDataTagDoorOpeners,
+                                            eDataTagRingerVolume, eDataTagCodecSettings},
+                                           &store};
 };

@@ -3,8 +3,6 @@
 
 #include "../Workload.h"
 
-using namespace Data;
-
 namespace {
 
 using Cache = Media::MediaDataCache;

@@ -19,8 +19,7 @@ struct Deaf : DataUpdateCallback {
     void onDataUpdate(BulkData&) override {}
 };
 
-class UnitsAlone : public StoredTables {
-protected:
+struct UnitsAlone : StoredTables {
     UnitsAlone()
     {
         platform.answerOrdinarily();

@@ -3,14 +3,11 @@
 
 #include "MgmtAgentIfc.h"
 
-using namespace Data;
-
 namespace {
 
 using namespace std::string_literals;
 
-class WriteGroup : public LibraryTest {
-protected:
+struct WriteGroup : LibraryTest {
     WriteGroup() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
 
     /// The writes, pushes and limits of groups, shortened to what tells them apart.

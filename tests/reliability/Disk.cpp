@@ -3,15 +3,7 @@
 #include "../Standard.h"
 #include "../TemporaryDirectory.h"
 
-#include <dlfcn.h>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdarg>
-#include <cstring>
 
 namespace Disk {
 

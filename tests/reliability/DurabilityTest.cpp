@@ -5,12 +5,6 @@
 
 #include "HostLog.h"
 
-#include <csignal>
-
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace fs = std::filesystem;
 using namespace Telephone;
 

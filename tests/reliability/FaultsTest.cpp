@@ -7,13 +7,6 @@
 #include "HostLog.h"
 #include "MgmtAgentIfc.h"
 
-#include <cerrno>
-#include <cstring>
-
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace fs = std::filesystem;
 using namespace Telephone;
 
@@ -150,8 +143,7 @@ FaultKind const faults[]{{EIO, false, {}},
                          {EINTR, false, {"open", "open64", "openat", "read", "pread64", "write", "pwrite64", "flock"}},
                          {0, false, {"read", "pread64", "write", "pwrite64"}}};
 
-class Faults : public testing::Test {
-protected:
+struct Faults : testing::Test {
     Faults() : m_memory(::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {}
     ~Faults() override { ::munmap(m_memory, sizeof(Outcome)); }
 

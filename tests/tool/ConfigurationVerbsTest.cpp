@@ -7,8 +7,7 @@ namespace ToolTest {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-class ConfigurationVerbs : public ToolRunner {
-protected:
+struct ConfigurationVerbs : ToolRunner {
     Answer at(char const* name, std::string const& command)
     {
         telephone = name;

@@ -1,15 +1,13 @@
 // A process that holds the data directory and serves the others: real processes, and hostile bytes at its socket.
 #include "ToolRunner.h"
 
-#include <sys/file.h>
 #include <sys/fsuid.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
 namespace ToolTest {
 
-class Holder : public ToolRunner {
-protected:
+struct Holder : ToolRunner {
     /// What waits for no disk makes many changes in no time.
     static void SetUpTestSuite() { ::setenv("TMPDIR", "/dev/shm", 0); }
 

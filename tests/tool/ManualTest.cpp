@@ -3,8 +3,6 @@
 
 #include "cli/Registry.h"
 
-#include <iomanip>
-
 namespace ToolTest {
 
 using Tool::Argument;

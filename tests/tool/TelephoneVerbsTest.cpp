@@ -1,14 +1,11 @@
 // The verbs about tables, the management service, the flag file, the device and the shell, run as a user runs them.
 #include "ToolRunner.h"
 
-#include <sys/resource.h>
-
 namespace ToolTest {
 
 using nlohmann::json;
 
-class TelephoneVerbs : public ToolRunner {
-protected:
+struct TelephoneVerbs : ToolRunner {
     /// Columns of a table, each top to bottom.
     std::string columns(std::string const& table, std::string const& names) const
     {

@@ -5,13 +5,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cerrno>
-#include <csignal>
-
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace ToolTest {
 
 using Words = std::vector<std::string>;
@@ -115,8 +108,7 @@ private:
     pid_t m_child = 0;
 };
 
-class ToolRunner : public ::testing::Test {
-protected:
+struct ToolRunner : ::testing::Test {
     std::string telephone = "telephone"; ///< the name of the data directory
 
     std::filesystem::path const& root() const { return m_root; }

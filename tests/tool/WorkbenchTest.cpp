@@ -15,8 +15,7 @@ using namespace Data;
 using namespace Tool;
 using Media::MediaDataCache;
 
-class WorkbenchTest : public HostTest {
-protected:
+struct WorkbenchTest : HostTest {
     ~WorkbenchTest() override
     {
         bench.reset();
