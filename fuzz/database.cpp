@@ -47,7 +47,7 @@ struct Place {
     void clear() const
     {
         for (auto const& entry : fs::directory_iterator(path))
-            if (entry.path().filename().string().starts_with("mediadata.db"))
+            if (entry.path().filename() != "mediadata.lock")
                 fs::remove(entry.path());
     }
 

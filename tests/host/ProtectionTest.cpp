@@ -58,8 +58,8 @@ TEST_F(HostProtection, NothingButAPlainFileIsAcceptedInAnyFilesPlace)
          }}};
     int refused = 0;
     for (std::string const name : {"mediadata.db", "mediadata.db-wal", "mediadata.db-journal", "mediadata.db-shm",
-                                   "mediadata.db.new", "mediadata.db.copy", "mediadata.db.mended", "secret.key",
-                                   "secret.key.new", "mediadata.lock", "data/database/media_config"})
+                                   "mediadata.db.new", "mediadata.db.copy", "mediadata.db.mended", "mediadata.seal",
+                                   "secret.key", "secret.key.new", "mediadata.lock", "data/database/media_config"})
         for (auto const& [impostor, make] : impostors) {
             ASSERT_TRUE(open()) << m_error;
             ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));

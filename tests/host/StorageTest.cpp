@@ -1,8 +1,10 @@
 // What the host's storage promises beyond the conformance suite: unfinished tables forgotten, damaged files mended.
 #include "HostTest.h"
 
+#include "Files.h"
 #include "Semaphore.h"
 #include "store/Database.h"
+#include "store/DatabaseSeal.h"
 
 #include <sqlite3.h>
 
@@ -142,6 +144,65 @@ DamageCase const damages[]{
 
 INSTANTIATE_TEST_SUITE_P(ADamagedDatabase, HostDamage, testing::ValuesIn(damages),
                          [](auto const& each) { return each.param.name; });
+
+namespace {
+
+constexpr auto none = [](std::string const&) {};
+constexpr auto index = [](std::string const& database) { overwrite(database, {2}, '\xff'); }; // only the check finds it
+
+/// What happens to a file before it is sealed and afterwards, what the next start says, and what it reads.
+struct SealCase {
+    void (*damage)(std::string const& database);
+    void (*alter)(std::string const& database);
+    char const* told;
+    char const* value = "stored once";
+};
+
+SealCase const sealCases[]{
+    {none, none, ""},
+    {index, none, ""},
+    {index, [](std::string const& database) { std::ofstream(database + "-wal"); }, "is being mended"},
+    {index, [](std::string const& database) { std::ofstream(database + "-journal"); }, "is being mended"},
+    {index, [](std::string const& database) { fs::resize_file(fs::path(database).replace_extension("seal"), 50); },
+     "is being mended"},
+    {[](std::string const& database) { overwrite(database, {1}, '\xff'); }, none, "is being mended", "failure"},
+    {none,
+     [](std::string const& database) {
+         damage(database, static_cast<std::int64_t>(contentOf(database).find("stored once")), "altered");
+     },
+     "may hold values that nobody stored", "alteredonce"}};
+
+} // namespace
+
+TEST_F(HostStorage, ASealThatFitsSparesTheCheckAndNothingElseDoes)
+{
+    for (SealCase const& each : sealCases) {
+        m_table.reset();
+        close();
+        fs::remove_all(m_directory);
+        ASSERT_TRUE(open()) << m_error;
+        ASSERT_TRUE(write("Many", "value", "stored once"));
+        close();
+        each.damage(pathOf("mediadata.db"));
+        {
+            Host::DataDirectory directory;
+            ASSERT_TRUE(directory.open(m_directory, m_error)) << m_error;
+            Host::DatabaseSeal(directory, "mediadata.db").putOn(true);
+        }
+        each.alter(pathOf("mediadata.db"));
+        ASSERT_TRUE(open()) << m_error;
+        auto const told = testing::PrintToString(m_platform->notices());
+        EXPECT_NE(told.find(each.told), std::string::npos) << told;
+        EXPECT_EQ(m_platform->notices().empty(), *each.told == '\0') << told;
+        EXPECT_EQ(read("Many", "value"), each.value);
+        EXPECT_FALSE(fs::exists(pathOf("mediadata.seal"))) << "it would outlive a kill";
+        limitFiles(0);
+        EXPECT_FALSE(write("Many", "value", "refused"));
+        limitFiles();
+        close();
+        EXPECT_FALSE(fs::exists(pathOf("mediadata.seal"))) << "SQLite failed meanwhile";
+    }
+}
 
 TEST_F(HostStorage, ALogWithoutItsDatabaseIsNotMixedIntoANewOne)
 {

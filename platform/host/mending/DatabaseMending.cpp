@@ -9,6 +9,7 @@
 #include "mending/Salvage.h"
 #include "seam/HostLog.h"
 #include "store/Database.h"
+#include "store/DatabaseSeal.h"
 
 #include <fcntl.h>
 
@@ -49,8 +50,8 @@ private:
     bool prepare();
     std::optional<bool> isThere(std::string const& name);
     bool findSilentDamage(std::string& damage);
-    std::unique_ptr<Database> look(std::string& damage);
-    std::unique_ptr<Database> openFile(std::string& damage);
+    std::unique_ptr<Database> look(bool isSealed, std::string& damage);
+    std::unique_ptr<Database> openFile(bool isSealed, std::string& damage);
     bool lookAtAll();
     std::unique_ptr<Database> makeNew();
     bool readFirstPage(std::string& page);
@@ -99,7 +100,7 @@ std::unique_ptr<Database> Mending::makeNew()
     DatabaseFault fault;
     std::unique_ptr<Database> database;
     if (m_directory.openFile(newName, O_RDWR | O_CREAT | O_EXCL, m_error)) {
-        database = Database::open(m_directory.pathOf(newName), fault);
+        database = Database::open(m_directory.pathOf(newName), false, fault);
         if (database == nullptr)
             m_error = fault.text;
     }
@@ -209,8 +210,6 @@ bool Mending::mend(std::string const& why)
 /// Carries on what an earlier start did not finish, and makes a database where there is none.
 bool Mending::prepare()
 {
-    if (!lookAtAll())
-        return false;
     removeAll(newName);
     removeAll(copyName);
     auto const isMended = isThere(mendedName);
@@ -240,12 +239,12 @@ bool Mending::findSilentDamage(std::string& damage)
 }
 
 /// Null with the error, and with `damage` when mending may help.
-std::unique_ptr<Database> Mending::openFile(std::string& damage)
+std::unique_ptr<Database> Mending::openFile(bool isSealed, std::string& damage)
 {
     if (!m_directory.openFile(databaseName, O_RDWR, m_error))
         return nullptr;
     DatabaseFault fault;
-    std::unique_ptr<Database> database = Database::open(m_directory.pathOf(databaseName), fault);
+    std::unique_ptr<Database> database = Database::open(m_directory.pathOf(databaseName), isSealed, fault);
     if (database == nullptr)
         m_error = fault.text;
     if (fault.damaged)
@@ -253,14 +252,15 @@ std::unique_ptr<Database> Mending::openFile(std::string& damage)
     return database;
 }
 
-/// Opens the file unless it is damaged or the machine does not let us. What looks damaged is looked at twice.
-std::unique_ptr<Database> Mending::look(std::string& damage)
+/// Opens the file unless it is damaged or the machine does not let us. What looks damaged is looked at twice, and then checked
+/// whatever its seal says.
+std::unique_ptr<Database> Mending::look(bool isSealed, std::string& damage)
 {
     std::unique_ptr<Database> database;
     for (int looks = 0; looks < 2 && database == nullptr; ++looks) {
         damage.clear();
         if (findSilentDamage(damage) && damage.empty())
-            database = openFile(damage);
+            database = openFile(isSealed && looks == 0, damage);
         if (database == nullptr && damage.empty())
             return nullptr;
     }
@@ -269,15 +269,21 @@ std::unique_ptr<Database> Mending::look(std::string& damage)
 
 std::unique_ptr<Database> Mending::open()
 {
-    if (!prepare())
+    auto seal = std::make_unique<DatabaseSeal>(m_directory, databaseName);
+    if (!lookAtAll() || !seal->takeOff(m_error) || !prepare())
         return nullptr;
     std::string damage;
-    std::unique_ptr<Database> database = look(damage);
+    std::unique_ptr<Database> database = look(seal->verdict() == DatabaseSeal::Verdict::fits, damage);
+    if (database != nullptr && seal->verdict() == DatabaseSeal::Verdict::differs)
+        notice("the database is sound, but not the one that was sealed when it was closed: it or its seal was altered or "
+               "replaced. "
+               "It is used as it is, and may hold values that nobody stored");
     if (database == nullptr && !damage.empty() && mend(damage))
-        database = openFile(damage);
-    // The log has a name by now, without which what it is going to hold would be lost.
-    if (database != nullptr && !m_directory.sync(m_error))
+        database = openFile(false, damage);
+    // The log has a name by now, without which what it is going to hold would be lost, and the seal has none any more.
+    if (database == nullptr || !m_directory.sync(m_error))
         return nullptr;
+    database->sealAtClose(std::move(seal));
     return database;
 }
 

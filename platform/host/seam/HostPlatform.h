@@ -54,7 +54,7 @@ public:
     std::string const& directory() const;
     std::string pathOf(std::string const& telephonePath) const;
 
-    /// What open() had to mend, in sentences for people.
+    /// What open() had to mend or to warn of, in sentences for people.
     std::vector<std::string> const& notices() const { return m_notices; }
 
     /// The values that the database did not store since the last call: whatever made a DataStorage of this platform answer

@@ -130,10 +130,10 @@ std::array<char const*, Connection::statements> const Connection::m_texts{
     "INSERT INTO history (number, who, time, schema, element, old, new) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
     "BEGIN IMMEDIATE", "COMMIT", "ROLLBACK"};
 
-std::unique_ptr<Connection> Connection::open(std::string const& path, DatabaseFault& fault)
+std::unique_ptr<Connection> Connection::open(std::string const& path, bool isSealed, DatabaseFault& fault)
 {
     std::unique_ptr<Connection> connection(new Connection);
-    return connection->prepare(path, fault) ? std::move(connection) : nullptr;
+    return connection->prepare(path, isSealed, fault) ? std::move(connection) : nullptr;
 }
 
 Connection::~Connection()
@@ -151,7 +151,7 @@ bool Connection::failed(DatabaseFault& fault, std::string const& action) const
     return false;
 }
 
-bool Connection::prepare(std::string const& path, DatabaseFault& fault)
+bool Connection::prepare(std::string const& path, bool isSealed, DatabaseFault& fault)
 {
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_NOFOLLOW;
     if (sqlite3_open_v2(path.c_str(), &m_handle, flags, nullptr) != SQLITE_OK)
@@ -179,6 +179,12 @@ bool Connection::prepare(std::string const& path, DatabaseFault& fault)
         fault = {true, "database: " + path + " is marked as of a format that cannot be written"};
         return false;
     }
+    return (isSealed || check(path, fault)) && migrate(fault) && prepareStatements(fault);
+}
+
+bool Connection::check(std::string const& path, DatabaseFault& fault)
+{
+    std::string verdict;
     // "main." or else SQLite makes a database for temporary tables, to check that as well.
     if (sqlite3_exec(m_handle, "PRAGMA main.integrity_check(1)", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
         return failed(fault, "cannot check " + path);
@@ -186,7 +192,7 @@ bool Connection::prepare(std::string const& path, DatabaseFault& fault)
         fault = {true, "database: " + path + " fails its integrity check: " + verdict};
         return false;
     }
-    return migrate(fault) && prepareStatements(fault);
+    return true;
 }
 
 bool Connection::migrate(DatabaseFault& fault)
@@ -201,6 +207,7 @@ bool Connection::migrate(DatabaseFault& fault)
         return false;
     }
     for (; version < migrations.size(); ++version) {
+        m_isChanged = true;
         if (sqlite3_exec(m_handle, migrations[version], nullptr, nullptr, nullptr) != SQLITE_OK)
             return failed(fault, fileOf(m_handle) + " cannot be brought to version " + std::to_string(version + 1));
     }
@@ -230,6 +237,7 @@ bool Connection::complain(std::string const& text)
 {
     HOST_LOG_ERROR(UNIT, text);
     m_hadError = true;
+    m_isSound = false;
     return false;
 }
 
@@ -238,6 +246,7 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
     sqlite3_stmt* const text = prepared(statement);
     if (text == nullptr)
         return complain(std::string("\"") + m_texts[statement] + "\" cannot be prepared: " + sqlite3_errmsg(m_handle));
+    m_isChanged = m_isChanged || !onlyReads(statement);
     int place = 0;
     for (std::string const& each : parameters)
         sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -277,7 +286,7 @@ bool Connection::makeLogTrue()
                     sqlite3_errmsg(m_handle) + "; until it can, nothing is stored");
 }
 
-ReadAhead Connection::readAhead()
+ReadAhead Connection::readAhead(DatabaseFault& fault)
 {
     sqlite3_stmt* const all = prepared(readItems);
     ReadAhead ahead;
@@ -285,6 +294,8 @@ ReadAhead Connection::readAhead()
     for (; code == SQLITE_ROW; code = sqlite3_step(all))
         ahead.add(viewOf(all, 0), viewOf(all, 1), viewOf(all, 2));
     ahead.close(code == SQLITE_DONE);
+    if (m_isSound = code == SQLITE_DONE; !m_isSound)
+        failed(fault, "cannot read " + fileOf(m_handle));
     sqlite3_finalize(std::exchange(m_prepared[readItems], nullptr)); // its pages and memory are needed no more
     return ahead;
 }

@@ -41,8 +41,9 @@ public:
     };
     using Row = std::vector<std::string>;
 
-    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database.
-    static std::unique_ptr<Connection> open(std::string const& path, DatabaseFault& fault);
+    /// Opens an existing file and brings it to the present form. An empty file becomes an empty database. `isSealed`: it is as it
+    /// was closed, and need not be checked.
+    static std::unique_ptr<Connection> open(std::string const& path, bool isSealed, DatabaseFault& fault);
 
     /// Carries the log over into the file, so that nothing but the file remains.
     ~Connection();
@@ -52,8 +53,8 @@ public:
     /// False is logged. The result's rows are appended to `rows`, when given. What only reads is tried three times.
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
 
-    /// All rows in one pass, to be asked for once.
-    ReadAhead readAhead();
+    /// All rows in one pass, to be asked for once; those up to the fault when there is one.
+    ReadAhead readAhead(DatabaseFault& fault);
 
     bool isInTransaction() const;
 
@@ -64,11 +65,16 @@ public:
     /// A statement failed since the last call.
     bool takeError();
 
+    /// Whether anything was to be changed since the file was opened, and whether nothing failed.
+    bool isChanged() const { return m_isChanged; }
+    bool isSound() const { return m_isSound; }
+
 private:
     static constexpr std::size_t statements = rollback + 1;
 
     Connection() = default;
-    bool prepare(std::string const& path, DatabaseFault& fault);
+    bool prepare(std::string const& path, bool isSealed, DatabaseFault& fault);
+    bool check(std::string const& path, DatabaseFault& fault);
     bool migrate(DatabaseFault& fault);
     bool prepareStatements(DatabaseFault& fault);
     bool failed(DatabaseFault& fault, std::string const& action) const;
@@ -81,6 +87,8 @@ private:
     std::array<sqlite3_stmt*, statements> m_prepared{};
     bool m_hadError = false;
     bool m_isLogTrue = true;
+    bool m_isChanged = false;
+    bool m_isSound = true;
 };
 
 } // namespace Host

@@ -1,6 +1,7 @@
 // Values and journal over the connection's statements, and the transactions in which they are written.
 #include "store/Database.h"
 
+#include "store/DatabaseSeal.h"
 #include "store/JournalRow.h"
 
 #include "seam/HostLog.h"
@@ -27,12 +28,32 @@ std::string after(std::string prefix)
 
 } // namespace
 
-Database::Database(std::unique_ptr<Connection> connection) : m_connection(std::move(connection)) {}
+// The start-up asks for every value once: one statement gets them all. What it does not get is read one by one.
+Database::Database(std::unique_ptr<Connection> connection, DatabaseFault& fault)
+    : m_connection(std::move(connection)), m_ahead(m_connection->readAhead(fault))
+{}
 
-std::unique_ptr<Database> Database::open(std::string const& path, DatabaseFault& fault)
+Database::~Database()
 {
-    std::unique_ptr<Connection> connection = Connection::open(path, fault);
-    return connection != nullptr ? std::unique_ptr<Database>(new Database(std::move(connection))) : nullptr;
+    bool const isSound = m_connection->isSound();
+    bool const isChanged = m_connection->isChanged();
+    m_connection.reset();
+    if (m_seal != nullptr && isSound)
+        m_seal->putOn(isChanged);
+}
+
+std::unique_ptr<Database> Database::open(std::string const& path, bool isSealed, DatabaseFault& fault)
+{
+    std::unique_ptr<Connection> connection = Connection::open(path, isSealed, fault);
+    if (connection == nullptr)
+        return nullptr;
+    std::unique_ptr<Database> database(new Database(std::move(connection), fault));
+    return fault.damaged ? nullptr : std::move(database);
+}
+
+void Database::sealAtClose(std::unique_ptr<DatabaseSeal> seal)
+{
+    m_seal = std::move(seal);
 }
 
 std::optional<std::string> Database::read(std::string const& schema, std::string const& element)
@@ -45,10 +66,6 @@ std::optional<std::string> Database::read(std::string const& schema, std::string
         if (last != m_group->items.rend())
             return last->value;
     }
-    // The first reader is the start-up, which asks for every value once: one statement gets them all. What it does not get
-    // is read one by one.
-    if (!std::exchange(m_readAhead, true))
-        m_ahead = m_connection->readAhead();
     if (std::string value; m_ahead) {
         auto const result = m_ahead->find(schema, element, value);
         if (result == ReadAhead::Result::found)

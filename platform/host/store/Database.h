@@ -21,6 +21,8 @@
 
 namespace Host {
 
+class DatabaseSeal;
+
 struct StoredItem {
     std::string schema;
     std::string element;
@@ -30,12 +32,15 @@ struct StoredItem {
 /// Safe from any thread: one mutex, held for one operation and never while anything else is called.
 class Database {
 public:
-    /// As Connection::open(). A data directory's database is opened with openDatabase(), which mends it.
-    static std::unique_ptr<Database> open(std::string const& path, DatabaseFault& fault);
+    /// As Connection::open(), and all rows can be read. A data directory's database is opened with openDatabase(), which mends it.
+    static std::unique_ptr<Database> open(std::string const& path, bool isSealed, DatabaseFault& fault);
 
-    ~Database() = default;
+    /// Closes the file, and seals it when that is wanted and nothing failed meanwhile.
+    ~Database();
     Database(Database const&) = delete;
     Database& operator=(Database const&) = delete;
+
+    void sealAtClose(std::unique_ptr<DatabaseSeal> seal);
 
     /// Nothing when it was never stored or the file cannot be read (the latter is logged). What waits in the calling thread's
     /// group counts as stored.
@@ -87,7 +92,7 @@ private:
         std::vector<StoredItem> items;
     };
 
-    explicit Database(std::unique_ptr<Connection> connection);
+    Database(std::unique_ptr<Connection> connection, DatabaseFault& fault);
     bool fetch(Key const& key, std::optional<std::string>& value) MEDIADATA_REQUIRES(m_mutex);
     bool mayWrite(StoredItem const& item) MEDIADATA_REQUIRES(m_mutex);
     bool isInGroup() const MEDIADATA_REQUIRES(m_mutex);
@@ -101,10 +106,10 @@ private:
         MEDIADATA_REQUIRES(m_mutex);
 
     Threads::Mutex m_mutex;
-    std::unique_ptr<Connection> const m_connection MEDIADATA_PT_GUARDED_BY(m_mutex);
-    bool m_readAhead MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::unique_ptr<DatabaseSeal> m_seal;
+    std::unique_ptr<Connection> m_connection MEDIADATA_PT_GUARDED_BY(m_mutex);
     std::vector<JournalEntry> m_waiting MEDIADATA_GUARDED_BY(m_mutex); // for the next write
-    // From the first read to the first write or the end of the start-up.
+    // Until the first write or the end of the start-up.
     std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);
     std::optional<Group> m_group MEDIADATA_GUARDED_BY(m_mutex);
     std::set<FailedWrite> m_failedWrites MEDIADATA_GUARDED_BY(m_mutex);
