@@ -145,9 +145,13 @@ bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntr
     if (!m_connection->makeLogTrue())
         return false;
     bool const isAlone = items.size() == 1 && journal.empty(); // a statement alone is a transaction
-    if (isAlone ? runAll(items, journal)
+    try {
+        if (isAlone
+                ? runAll(items, journal)
                 : m_connection->run(Connection::begin) && runAll(items, journal) && m_connection->run(Connection::commit))
-        return true;
+            return true;
+    } catch (std::bad_alloc const&) { // a write that failed; its transaction must not stay open
+    }
     // A full disk may have rolled back already.
     if (m_connection->isInTransaction())
         m_connection->run(Connection::rollback);
