@@ -341,7 +341,6 @@ void Platform::complain(std::string const& what)
 std::string Platform::call(std::string const& name, std::vector<std::string> arguments, char const* failure,
                            std::function<std::string()> const& answer)
 {
-    thread_local bool insideHook = false;
     Call entry{name, std::move(arguments), "", lockDepthOfThisThread(), std::this_thread::get_id(), false};
     if (failure != nullptr) {
         Threads::Lock const guard(m_mutex);
@@ -350,20 +349,32 @@ std::string Platform::call(std::string const& name, std::vector<std::string> arg
     }
     entry.result = entry.injected ? failure : answer();
 
-    std::function<void(Call const&)> hook;
     {
         Threads::Lock const guard(m_mutex);
         if (m_keepJournal)
             m_journal.push_back(entry);
-        if (!insideHook)
-            hook = m_hook;
     }
-    if (hook) {
-        insideHook = true;
-        hook(entry);
-        insideHook = false;
-    }
+    tellHook(entry);
     return entry.result;
+}
+
+void Platform::tellHook(Call const& call)
+{
+    thread_local bool insideHook = false;
+    if (insideHook)
+        return;
+    std::function<void(Call const&)> hook;
+    {
+        Threads::Lock const guard(m_mutex);
+        hook = m_hook;
+    }
+    if (!hook)
+        return;
+    struct Inside {
+        Inside() { insideHook = true; }
+        ~Inside() { insideHook = false; } // a hook may throw
+    } const inside;
+    hook(call);
 }
 
 bool Seam::reachable(std::string const& schema)
@@ -483,10 +494,13 @@ void Seam::log(int level, char const* file, std::string text)
     Platform* const platform = currentPlatform;
     if (platform == nullptr)
         return;
-    Threads::Lock const guard(platform->m_mutex);
-    if (level > 2 && level > platform->m_logLevel)
-        platform->complain("log line of level " + std::to_string(level) + " that nobody wants: " + text);
-    platform->m_logs.push_back({level, file, std::move(text)});
+    {
+        Threads::Lock const guard(platform->m_mutex);
+        if (level > 2 && level > platform->m_logLevel)
+            platform->complain("log line of level " + std::to_string(level) + " that nobody wants: " + text);
+        platform->m_logs.push_back({level, file, text});
+    }
+    platform->tellHook({.name = "log", .arguments = {std::move(text)}, .result = "", .thread = std::this_thread::get_id()});
 }
 
 bool Seam::logWanted(int level)

@@ -119,8 +119,9 @@ public:
     /// What the library asked or did that no test scripted: empty at the end of every test.
     std::vector<std::string> unscripted() const;
 
-    /// Called on the calling thread during each call, after its journal entry and before its result is returned, with none
-    /// of the platform's own locks held. Calls made from within the hook do not call it again.
+    /// Called on the calling thread during each call, after its journal entry and before its result is returned, and behind
+    /// each line of the log ("log"), with none of the platform's own locks held. Calls made from within the hook do not call
+    /// it again.
     void onCall(std::function<void(Call const&)> hook);
 
     // --- Faults ---
@@ -151,6 +152,7 @@ private:
 
     std::string call(std::string const& name, std::vector<std::string> arguments, char const* failure,
                      std::function<std::string()> const& answer);
+    void tellHook(Call const& call);
     void complain(std::string const& what) MEDIADATA_REQUIRES(m_mutex);
     /// What the calling thread writes into: its group, or else the database.
     Stored& target() MEDIADATA_REQUIRES(m_mutex);

@@ -80,14 +80,17 @@ void DataCache::WriteGroup::logNotStored(eDataTag tag, Origin origin)
 /// Stores what was written, or takes it back. The reports that are due then, if any, are to be made outside of the span.
 DataCache::WriteGroup::Reports DataCache::WriteGroup::endPart()
 {
-    bool const isStored = !std::exchange(m_isOpen, false) || m_platform.endGroup();
+    auto frame = std::exchange(m_frame, {}); // who reads the log may write, and what is thrown leaves no span
+    bool const mayBeLost = std::exchange(m_isOpen, false);
     m_isRefused = false;
     m_keepsTables = false;
     auto reports = std::exchange(m_owed, {});
-    if (isStored)
-        return reports;
-    takeBack();
-    return {};
+    if (mayBeLost && !m_platform.endGroup()) {
+        takeBack(frame);
+        reports.clear();
+    }
+    m_frame = std::move(frame);
+    return reports;
 }
 
 /// Behind what is stored. A cell is stored with its table, which may belong to a later part.
@@ -95,49 +98,50 @@ void DataCache::WriteGroup::keepWaitingCells()
 {
     std::vector<Change> waiting;
     for (auto& change : m_frame.changes)
-        if (isWaitingCell(change))
+        if (isWaitingCell(change, m_frame.changes))
             waiting.push_back(std::move(change));
     m_frame.changes = std::move(waiting);
 }
 
 /// The cell of a table whose text this part has not written.
-bool DataCache::WriteGroup::isWaitingCell(Change const& change) const
+bool DataCache::WriteGroup::isWaitingCell(Change const& change, std::vector<Change> const& all)
 {
     auto const& row = rowOf(change.tag);
     return !row.schema && row.parentTable != eDataTagNone &&
-           std::ranges::find(m_frame.changes, row.parentTable, &Change::tag) == m_frame.changes.end();
+           std::ranges::find(all, row.parentTable, &Change::tag) == all.end();
 }
 
-void DataCache::WriteGroup::takeBack()
+void DataCache::WriteGroup::takeBack(Frame& frame)
 {
-    auto& all = m_frame.changes;
+    auto& all = frame.changes;
     auto const first = std::ranges::find_if(all, &Change::isWritten);
     bool const isOneTable = std::ranges::count_if(all, &Change::isWritten) == 1 && rowOf(first->tag).isTable;
-    m_frame.hasFailed = m_frame.hasFailed || !isOneTable || !first->isByTable;
+    frame.hasFailed = frame.hasFailed || !isOneTable || !first->isByTable;
     if (isOneTable) { // a write that failed, as any: the cells stay, and are stored with the table's next change
         all = {Change(*first)};
     } else {
         m_cache.m_sourceDB->restoreTables();
         for (auto const& change : all)
-            if (isWaitingCell(change)) // may have been stored by somebody whom a pause let in
+            if (isWaitingCell(change, all)) // may have been stored by somebody whom a pause let in
                 m_cache.m_sourceDB->setTableChanged(rowOf(change.tag).parentTable);
     }
 
-    auto const changes = std::exchange(all, {}); // who reads the log may write
-    for (auto const& change : changes) {
+    for (auto const& change : all) {
         if (change.isWritten) {
             DataSourceDB::logNotStored(change.tag);
             logNotStored(change.tag, change.origin);
         }
-        if (m_frame.isBulk && !change.isByTable)
+        if (frame.isBulk && !change.isByTable)
             LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", change.tag);
     }
-    std::for_each(changes.rbegin(), changes.rend(), [this](Change const& change) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS {
+    auto const restore = [&](Change const& change) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS {
         std::string reason;
         m_cache.findItem(change.tag)->setValueString(change.before, reason);
         m_cache.noteChange(change.tag);
-        m_frame.lost.emplace(change.tag, "");
-    });
+        frame.lost.emplace(change.tag, "");
+    };
+    std::for_each(all.rbegin(), all.rend(), restore);
+    all.clear();
 }
 
 void DataCache::WriteGroup::make(Reports const& reports)
@@ -150,6 +154,15 @@ DataCache::Span::Span(DataCache& cache, bool isBulk) : m_group(cache.m_group.get
 {
     if (m_group && ++m_group->m_frame.depth == 1)
         m_group->m_frame.isBulk = isBulk;
+}
+
+DataCache::Span::~Span()
+{
+    try {
+        end();
+    } catch (
+        ...) { // NOLINT(bugprone-empty-catch): perhaps while another exception unwinds, and nobody else is left to be told
+    }
 }
 
 bool DataCache::Span::end(DataTagValue_t* lost)

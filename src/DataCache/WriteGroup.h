@@ -70,8 +70,8 @@ private:
     void keepTables() MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     Reports endPart();
     void keepWaitingCells();
-    bool isWaitingCell(Change const& change) const;
-    void takeBack() MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
+    static bool isWaitingCell(Change const& change, std::vector<Change> const& all);
+    void takeBack(Frame& frame) MEDIADATA_NO_THREAD_SAFETY_ANALYSIS;
     void make(Reports const& reports);
 
     DataCache& m_cache;
@@ -88,7 +88,7 @@ private:
 class [[nodiscard]] DataCache::Span {
 public:
     explicit Span(DataCache& cache, bool isBulk = false);
-    ~Span() { end(); }
+    ~Span();
     Span(Span const&) = delete;
     Span& operator=(Span const&) = delete;
 

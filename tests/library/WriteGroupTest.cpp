@@ -125,6 +125,36 @@ TEST_F(WriteGroup, WhatIsNotStoredIsTakenBackWithAllThatFollowedFromIt)
     EXPECT_EQ(platform.calls({"setDataItems"}).size(), 0U) << "the codecs are not marked any more";
 }
 
+TEST_F(WriteGroup, AnExceptionLeavesNoneOpen)
+{
+    start();
+    platform.onCall([](Scripted::Call const& call) {
+        if (call.name == "endGroup")
+            throw std::bad_alloc();
+    });
+    auto bulk = bulkOf({{eDataTagHandsetVolume, 7}});
+    EXPECT_THROW(Cache::setDataBulk(bulk), std::bad_alloc);
+    platform.database("AudioSettings", "HandsetVolume", "failure");
+    Cache::readUserDataFromSourceDB(); // ends its group while nothing may be thrown
+    platform.onCall({});
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, false));
+    EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "5");
+}
+
+TEST_F(WriteGroup, WhoReadsTheLogOfALostOneWritesForItself)
+{
+    start();
+    platform.onCall([&](Scripted::Call const& call) {
+        if (call.name == "log" && call.arguments[0] == "DataCache::setData - failed to set tag 50 \n")
+            Cache::setData(eDataTagRingerVolume, 5, false);
+    });
+    auto bulk = bulkOf({{eDataTagHandsetVolume, 7}});
+    platform.failGroups(true);
+    EXPECT_FALSE(Cache::setDataBulk(bulk));
+    EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "!", "RingerVolume=5"}));
+    EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "5");
+}
+
 TEST_F(WriteGroup, AManagementSetThatIsNotStoredFailsWithoutReasons)
 {
     start();
