@@ -384,9 +384,11 @@ template <class T> bool DataCache::pushValue(eDataTag tag, T const& value)
 
 template <class T> bool DataCache::fetchValue(eDataTag tag, T& value)
 {
+    if (!m_sourceOCMS)
+        return false;
     Pause const pause(m_group.get());
     std::string text;
-    bool const read = m_sourceOCMS && m_sourceOCMS->getData(tag, text);
+    bool const read = m_sourceOCMS->getData(tag, text);
     convertFromString(text, value);
     return read;
 }
