@@ -51,17 +51,16 @@ bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue
     }
 }
 
-// Both list the bulk under its own lock, which is given back before the cache's is taken: a bulk whose lock another thread keeps
-// makes its user wait, and nobody else.
+// Both take the bulk's own lock and give it back before they take the cache's: a bulk whose lock another thread keeps makes its
+// user wait, and nobody else.
 
 bool DataCache::setDataBulk(BulkData& bulk)
 {
-    std::map<eDataTag, BulkDataItem*> values;
     {
         ScopedLock const heldOfBulk(*bulk.m_lock);
-        values = bulk.getTagsValues();
     }
     ScopedLock const held(*m_lock);
+    auto const values = bulk.getTagsValues(); // not before: others may clear it while the cache's lock is waited for
     Span span(*this, true);
     bool accepted = true;
     DataTagValue_t written;

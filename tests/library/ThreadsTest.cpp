@@ -152,7 +152,13 @@ void useABulkWhoseLockIsKept(bool (*operation)(BulkData&))
     static BulkData bulk;
     bulk.addTagValue(eDataTagRingerVolume, 5, false);
     int none = 0;
-    std::thread([&none] { bulk.getTagValue(eDataTagHeadsetVolume, none); }).join(); // keeps it, as it has no such value
+    std::promise<void> kept;
+    std::thread([&] {
+        bulk.getTagValue(eDataTagHeadsetVolume, none); // keeps it, as it has no such value
+        kept.set_value();
+        std::promise<void>().get_future().wait(); // lives on: the next thread would have its number
+    }).detach();
+    kept.get_future().get();
     std::promise<void> begun;
     std::thread([&] {
         begun.set_value();
