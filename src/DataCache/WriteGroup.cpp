@@ -50,7 +50,8 @@ void DataCache::WriteGroup::keepTables()
 void DataCache::WriteGroup::beginWriting(eDataTag tag)
 {
     keepTables();
-    if (m_isOpen || m_isRefused || !rowOf(tag).schema)
+    auto const* const row = DataSourceDB::findDescription(tag); // who writes past the items may name any
+    if (m_isOpen || m_isRefused || !row || !row->schema)
         return;
     m_isOpen = m_platform.beginGroup();
     m_isRefused = !m_isOpen;
@@ -115,6 +116,8 @@ void DataCache::WriteGroup::takeBack(Frame& frame)
 {
     auto& all = frame.changes;
     auto const first = std::ranges::find_if(all, &Change::isWritten);
+    if (first == all.end())
+        return; // all that was to be stored had been refused before: a table's text, whose cells stay
     bool const isOneTable = std::ranges::count_if(all, &Change::isWritten) == 1 && rowOf(first->tag).isTable;
     frame.hasFailed = frame.hasFailed || !isOneTable || !first->isByTable;
     if (isOneTable) { // a write that failed, as any: the cells stay, and are stored with the table's next change
