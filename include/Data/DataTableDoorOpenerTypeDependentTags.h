@@ -20,7 +20,7 @@ public:
     int checkTableData(DataTagValue_t& values, DataTagValue_t& toStore) override;
 
 private:
-    friend class DataTableHandler; ///< may have to put back what is remembered
+    friend class DataTableHandler; ///< may put back what is remembered
 
     static constexpr std::size_t openerCount = 4;
 
@@ -36,6 +36,7 @@ private:
     MEDIADATA_HIDDEN static void updateDirectVideoTags(DataTagValue_t const& values);
 
     Memory m_memory;
+    bool m_hasStaleLinks = false; ///< cameras follow openers that were taken back
 };
 
 } // namespace Data

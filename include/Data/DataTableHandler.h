@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 
 namespace Data {
 
@@ -49,7 +50,9 @@ public:
 private:
     void fillTableMap(std::list<eDataTag> const& tableTags);
     MEDIADATA_HIDDEN void readTable(DataTable& table);
-    MEDIADATA_HIDDEN bool writeTable(DataTable& table, DataTagValue_t& rejected);
+    MEDIADATA_HIDDEN std::optional<int> checkPresentCells(eDataTag tag, DataTable& table, DataTagValue_t& values,
+                                                          DataTagValue_t& toStore);
+    MEDIADATA_HIDDEN bool writeTable(eDataTag tag, DataTable& table, DataTagValue_t& rejected);
     MEDIADATA_HIDDEN void resetTable(DataTable& table, DataTagValue_t& values, DataTagValue_t& toStore);
 
     struct State;

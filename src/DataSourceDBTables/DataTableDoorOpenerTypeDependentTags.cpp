@@ -57,7 +57,7 @@ int DoorOpenerTable::checkTableData(DataTagValue_t& values, DataTagValue_t& /*to
     for (std::size_t opener = 0; opener < openerCount; ++opener)
         if (cleared[opener])
             clearOpener(values, opener);
-    if (changed)
+    if (std::exchange(m_hasStaleLinks, false) || changed)
         updateDirectVideoTags(values);
     return eTableStoreCells;
 }

@@ -90,6 +90,7 @@ void restoreMissingTableTags(DataTagValue_t& values, DataTagValue_t const& copy)
 
 struct Handler::State {
     std::vector<eDataTag> changed;
+    int restored = 0; ///< how often it was put back
     DataTableDoorOpenerTypeDependentTags::Memory doorOpeners;
 };
 
@@ -147,6 +148,7 @@ void Handler::keepState()
 
 void Handler::restoreState()
 {
+    ++m_kept->restored;
     for (auto const& [tag, table] : m_tables)
         table->setChanged(false);
     m_changedTables = 0;
@@ -199,19 +201,43 @@ bool Handler::writeTablesToDB(DataTagValue_t& rejected)
         // some verdicts marks the table anew.
         table->setChanged(false);
         --m_changedTables;
-        if (!writeTable(*table, rejected))
+        if (!writeTable(tag, *table, rejected))
             accepted = false;
     }
     return accepted;
 }
 
-bool Handler::writeTable(DataTable& table, DataTagValue_t& rejected)
+/// A check that sets items may end the part of the operation in which the cells were set; when that part is not stored, the
+/// cells are taken back, and what was checked is theirs no more: it is checked anew, once, and otherwise by the next operation.
+std::optional<int> Handler::checkPresentCells(eDataTag tag, DataTable& table, DataTagValue_t& values,
+                                              DataTagValue_t& toStore)
+{
+    for (bool isSecond = false;; isSecond = true) {
+        auto const restored = m_kept->restored;
+        values.clear();
+        toStore.clear();
+        table.getTableItemTags(values);
+        m_callback->dbCBGetDataValues(values);
+        auto const verdict = table.checkTableData(values, toStore);
+        if (restored == m_kept->restored)
+            return verdict;
+        if (auto* const openers = doorOpenerTable())
+            openers->m_hasStaleLinks = true;
+        if (isSecond) {
+            setTableChanged(tag);
+            return std::nullopt;
+        }
+    }
+}
+
+bool Handler::writeTable(eDataTag tag, DataTable& table, DataTagValue_t& rejected)
 {
     DataTagValue_t values;
     DataTagValue_t toStore;
-    table.getTableItemTags(values);
-    m_callback->dbCBGetDataValues(values);
-    switch (table.checkTableData(values, toStore)) {
+    auto const verdict = checkPresentCells(tag, table, values, toStore);
+    if (!verdict)
+        return false;
+    switch (*verdict) {
     case eTableValid:
         m_callback->dbCBSetDataValues(toStore, true, false);
         return true;

@@ -14,10 +14,12 @@ struct WriteGroup : LibraryTest {
     Texts trace()
     {
         Texts texts;
-        for (auto const& call : platform.calls({"beginGroup", "endGroup", "setDataItem", "setDataItems", "reportChanged"})) {
+        for (auto const& call :
+             platform.calls({"beginGroup", "endGroup", "setDataItem", "setDataItems", "reportChanged", "requestSet"})) {
             auto const text = call.name == "beginGroup"      ? "["
                               : call.name == "endGroup"      ? (call.result == "true" ? "]" : "!")
                               : call.name == "reportChanged" ? "report " + call.arguments[0]
+                              : call.name == "requestSet"    ? "request " + call.arguments[0]
                               : call.name == "setDataItems"  ? call.arguments[0]
                                                              : call.arguments[1] + "=" + call.arguments[2];
             if (texts.empty() || texts.back() != text)
@@ -88,8 +90,20 @@ TEST_F(WriteGroup, ACallOfSomebodyElseEndsItAndAnotherFollows)
     bulk.addTagValue(eDataTagFunctionKeyDef100, "dial"s, false);
     platform.clearJournal();
     Cache::setDataBulk(bulk);
-    EXPECT_EQ(platform.calls({"beginGroup"}).size(), 1U);
-    EXPECT_EQ(platform.calls({"requestSet"}).size(), 2U);
+    EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "RingerVolume=6", "]", "request country=DE",
+                              "request function-key-def-100=dial", "report handset-volume=7", "report ringer-volume=6"}));
+}
+
+TEST_F(WriteGroup, UserDataThatIsReadAgainIsOne)
+{
+    start();
+    auto bulk = bulkOf({{eDataTagHandsetVolume, 7}, {eDataTagRingerVolume, 6}});
+    EXPECT_TRUE(Cache::setDataBulk(bulk));
+    for (auto const* const element : {"HandsetVolume", "RingerVolume"})
+        platform.database("AudioSettings", element, "failure");
+    platform.clearJournal();
+    Cache::readUserDataFromSourceDB();
+    EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=2", "RingerVolume=3", "DistinctiveRinging", "]"}));
 }
 
 TEST_F(WriteGroup, WhatIsNotStoredIsTakenBackWithAllThatFollowedFromIt)
@@ -153,6 +167,44 @@ TEST_F(WriteGroup, WhoReadsTheLogOfALostOneWritesForItself)
     EXPECT_FALSE(Cache::setDataBulk(bulk));
     EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "!", "RingerVolume=5"}));
     EXPECT_EQ(platform.databaseText("AudioSettings", "RingerVolume"), "5");
+}
+
+TEST_F(WriteGroup, WhatIsTakenBackWhileItsTableIsCheckedIsNotWrittenAgain)
+{
+    start();
+    EXPECT_TRUE(Cache::setData(eDataTagDoorOpener1DirectVideo, 2, false));
+    EXPECT_TRUE(Cache::setData(eDataTagDoorOpener1PhoneNumber, "100"s, false));
+    listen({eDataTagDoorOpener1PhoneNumber}); // told in the middle of the check, which ends the part
+    for (int const ends : {1, 100}) {
+        int left = ends;
+        platform.onCall([&](Scripted::Call const& call) {
+            if (call.name == "endGroup")
+                platform.failGroups(--left > 0);
+        });
+        platform.failGroups(true);
+        platform.clearJournal();
+        auto bulk = bulkOf({{eDataTagHandsetVolume, 7}});
+        bulk.addTagValue(eDataTagDoorOpener1PhoneNumber, "200"s, false);
+        EXPECT_FALSE(Cache::setDataBulk(bulk));
+        platform.onCall({});
+        platform.failGroups(false);
+        EXPECT_EQ(bulk.getTagsNotSetInDb(), (std::set{eDataTagHandsetVolume, eDataTagDoorOpener1PhoneNumber}));
+        EXPECT_EQ(platform.calls({"reportChanged"}).size(), 0U);
+        EXPECT_TRUE(Cache::setData(eDataTagDoorOpener1Path, "/a" + std::to_string(ends), false));
+        for (auto const tag : {eDataTagDoorOpener1PhoneNumber, eDataTagCamera2PhoneNumber})
+            EXPECT_EQ(presentText(tag), "100") << tag << " after " << ends;
+        EXPECT_EQ(platform.databaseText("OcmsSettings", "DoorOpener1Phonenumber"), "100");
+        EXPECT_EQ(presentText(eDataTagHandsetVolume), "2");
+    }
+}
+
+TEST_F(WriteGroup, ATableThatIsRefusedBeforeItsEndStaysInTheCache)
+{
+    start();
+    platform.failCall(2, true); // all but the begin
+    EXPECT_TRUE(Cache::setData(eDataTagCodecPacketSize1, 4, false));
+    platform.failCall(0);
+    EXPECT_EQ(presentText(eDataTagCodecPacketSize1), "4");
 }
 
 TEST_F(WriteGroup, AManagementSetThatIsNotStoredFailsWithoutReasons)
