@@ -13,6 +13,8 @@ constexpr eDataTag outside[]{static_cast<eDataTag>(-1), static_cast<eDataTag>(eD
 constexpr auto country = static_cast<eDataTag>(633);
 
 struct SourceAccess : LibraryTest {
+    SourceAccess() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
+
     DataCache cache{platform, {}, eDataComponentMedia};
     DataItem<int> volume{eDataTagRingerVolume, eDataSourceDB};
     std::string reason;
