@@ -1,23 +1,15 @@
-// A platform that stores nothing and answers at once: what is left is the library's own cost. The lock is the host's.
+// A platform that stores nothing and answers at once: what is left is the library's own cost. The lock is the host's, the rest
+// that of the platform with which a port begins.
 #include "LibraryContext.h"
 
 #include "AppLog.h"
 #include "DasCrypt.h"
 #include "DataStorage.h"
-#include "HardwareVersion.h"
-
-namespace {
-
-class NullContext : public SvcRTEContext {
-public:
-    Executable* findService(std::string const&) override { return nullptr; }
-};
-
-} // namespace
+#include "Platform.h"
 
 std::unique_ptr<SvcRTEContext> Bench::makeContext(std::string const&)
 {
-    return std::make_unique<NullContext>();
+    return std::make_unique<Telephone>();
 }
 
 struct DataStorage::Implementation {};
@@ -45,13 +37,6 @@ bool DataStorage::setDataItem(std::string const&, std::string const&)
     return true;
 }
 
-void logAppUni(char const*, char const*, int, int, char const*, ...) {}
-
-bool loggingOnAppUni(char const*, int)
-{
-    return false;
-}
-
 bool DasCrypt::toEncryptedText(std::string const& plain, std::string& stored)
 {
     stored = plain;
@@ -64,17 +49,9 @@ bool DasCrypt::fromEncryptedText(std::string const&, std::string& plain)
     return false;
 }
 
-bool HardwareVersion::is_TL20()
-{
-    return false;
-}
+void logAppUni(char const*, char const*, int, int, char const*, ...) {}
 
-bool HardwareVersion::is_TL70()
-{
-    return false;
-}
-
-bool HardwareVersion::is_USBSupported()
+bool loggingOnAppUni(char const*, int)
 {
     return false;
 }
