@@ -56,7 +56,7 @@ public:
     static constexpr bool persists = true;
     static constexpr bool notifies = true;
 
-    explicit GSettingsStore(Setup const& setup)
+    explicit GSettingsStore(Setup const& setup) : m_hasNoLock(setup.variant != "dconf")
     {
         writeSchema(setup.directory);
         GSettingsSchemaSource* const source =
@@ -69,7 +69,7 @@ public:
             writeMany(allKeys(), 1);
     }
     GSettingsStore(GSettingsStore const& other)
-        : m_schema(g_settings_schema_ref(other.m_schema)),
+        : m_hasNoLock(other.m_hasNoLock), m_schema(g_settings_schema_ref(other.m_schema)),
           m_backend(static_cast<GSettingsBackend*>(g_object_ref(other.m_backend))),
           m_settings(g_settings_new_full(m_schema, m_backend, nullptr))
     {}
@@ -146,7 +146,10 @@ public:
 
     std::unique_ptr<GSettingsStore> another() { return std::make_unique<GSettingsStore>(*this); }
 
+    bool hasNoLock() const { return m_hasNoLock; }
+
 private:
+    bool m_hasNoLock;
     GSettingsSchema* m_schema = nullptr;
     GSettingsBackend* m_backend = nullptr;
     GSettings* m_settings = nullptr;

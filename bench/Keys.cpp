@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <random>
+#include <sstream>
+#include <string_view>
 
 namespace Bench {
 
@@ -14,10 +16,11 @@ struct Row {
     char const* name;
     Type type;
     bool own = true;
-    bool takesText = true; // of 27 characters
     int minimum = 0;
     int maximum = 1000000;
     int step = 1;
+    std::size_t longest = textLength;
+    char const* choices = "";
 };
 
 // What a row of the catalogue may add to its type and default
@@ -40,13 +43,13 @@ constexpr auto rangeThenNot(int minimum, int maximum, int, int)
 {
     return range(minimum, maximum);
 }
-constexpr auto length(int minimum, int maximum)
+constexpr auto length(int, std::size_t maximum)
 {
-    return [=](Row& row) { row.takesText = minimum <= 27 && maximum >= 27; };
+    return [=](Row& row) { row.longest = std::min(textLength, maximum); };
 }
-constexpr auto oneOf(char const*, char const*)
+constexpr auto oneOf(char const* choices, char const*)
 {
-    return [](Row& row) { row.takesText = false; };
+    return [=](Row& row) { row.choices = choices; };
 }
 /// The flags come from a file that is looked at with every read.
 constexpr auto flag(char const*)
@@ -62,7 +65,7 @@ constexpr auto audioResetBefore(Data::eDataTag)
     return nothing;
 }
 
-template <class... Options> Row row(int tag, char const* name, Type type, char const*, Options... options)
+template <class... Options> constexpr Row row(int tag, char const* name, Type type, char const*, Options... options)
 {
     Row result{.tag = tag, .name = name, .type = type};
     (options(result), ...);
@@ -71,18 +74,28 @@ template <class... Options> Row row(int tag, char const* name, Type type, char c
 
 using namespace Data; // the tags that rows name
 
-Row const rows[] = {
+constexpr Row rows[] = {
 #define SETTING_ROW(number, name, type, ...) row(number, #name, Type::type, __VA_ARGS__),
 #include "Data/settings.def"
 };
 
-constexpr bool storedAlone[] = {
-#define SETTING_ELEMENT(number, name, schema, text, table) #table[0] == 'N',
-#define SETTING_WHOLE_TABLE(number, name, schema) false,
-#define SETTING_NO_ELEMENT(number, name, table) false,
-#define SETTING_NO_SCHEMA(number, name) false,
+constexpr Kept kept[] = {
+#define SETTING_ELEMENT(number, name, schema, text, table) #table[0] == 'N' ? Kept::Alone : Kept::InGroup,
+#define SETTING_WHOLE_TABLE(number, name, schema) Kept::Elsewhere,
+#define SETTING_NO_ELEMENT(number, name, table)                                                                             \
+    std::string_view(#table) == "DistinctiveRinging" ? Kept::InTextTable : Kept::Elsewhere,
+#define SETTING_NO_SCHEMA(number, name) Kept::Elsewhere,
 #include "Data/settings.def"
 };
+
+std::vector<std::string> split(std::string const& list)
+{
+    std::vector<std::string> words;
+    std::istringstream stream(list);
+    for (std::string word; std::getline(stream, word, ',');)
+        words.push_back(word);
+    return words;
+}
 
 std::string lowerCase(std::string name)
 {
@@ -96,9 +109,8 @@ std::vector<Key> makeKeys()
     std::vector<Key> keys;
     for (Row const& each : rows)
         if (each.tag > 0 && each.own && each.type != Type::Complex)
-            keys.push_back({each.tag, lowerCase(each.name), each.type,
-                            storedAlone[each.tag] && (each.type != Type::String || each.takesText), each.minimum,
-                            each.maximum, each.step});
+            keys.push_back({each.tag, lowerCase(each.name), each.type, kept[each.tag], each.minimum, each.maximum, each.step,
+                            each.longest, split(each.choices)});
     std::shuffle(keys.begin(), keys.end(), std::mt19937(42));
     return keys;
 }
@@ -107,7 +119,7 @@ std::vector<Key> makeKeys()
 
 Key const& firstKey()
 {
-    static Key const key{10, "k-icegatheringtimeout", Type::Int, true, 100, 65535};
+    static Key const key{10, "k-icegatheringtimeout", Type::Int, Kept::Alone, 100, 65535, 1, textLength, {}};
     return key;
 }
 
@@ -120,8 +132,20 @@ std::vector<Key> const& allKeys()
 std::vector<Key> keysOf(Type type, bool stored)
 {
     std::vector<Key> keys;
+    auto const fits = [=](Key const& key) {
+        return !stored || (key.isStored() && key.longest == textLength && key.choices.empty());
+    };
     for (Key const& each : allKeys())
-        if (each.type == type && (each.stored || !stored))
+        if (each.type == type && fits(each))
+            keys.push_back(each);
+    return keys;
+}
+
+std::vector<Key> keysKept(std::initializer_list<Kept> ways)
+{
+    std::vector<Key> keys;
+    for (Key const& each : allKeys())
+        if (std::ranges::find(ways, each.kept) != ways.end())
             keys.push_back(each);
     return keys;
 }

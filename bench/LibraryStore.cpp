@@ -7,6 +7,9 @@
 #include "Data/DataUpdateCallback.h"
 #include "Media/MediaDataCache.h"
 
+#include "ManageableData.h"
+#include "MgmtAgentIfc.h"
+
 namespace Bench {
 
 namespace {
@@ -16,6 +19,54 @@ using Media::MediaDataCache;
 Data::eDataTag tagOf(Key const& key)
 {
     return static_cast<Data::eDataTag>(key.tag);
+}
+
+void demand(bool done)
+{
+    if (!done)
+        std::abort(); // the benchmark would measure something else
+}
+
+// One of the two telephones between which an import, a management set and a reset change.
+
+/// The ranked tables by the first of their ranks.
+constexpr std::pair<Data::eDataTag, int> rankedTables[]{
+    {Data::eDataTagCodecRank1, 4}, {Data::eDataTagSRTPEncryptionRank1, 5}, {Data::eDataTagHeadsetRank1, 3}};
+
+int rankOf(int row, int rows, int variant)
+{
+    return variant == 0 ? row + 1 : rows - row;
+}
+
+Data::BulkData telephone(int variant)
+{
+    Data::BulkData bulk;
+    for (Key const& key : keysKept({Kept::Alone, Kept::InGroup, Kept::InTextTable}))
+        each(key, [&](auto value) {
+            key.value(variant, value);
+            bulk.addTagValue(tagOf(key), value, false);
+        });
+    for (auto const& [first, rows] : rankedTables)
+        for (int row = 0; row < rows; ++row)
+            bulk.addTagValue(static_cast<Data::eDataTag>(first + row), rankOf(row, rows, variant), false);
+    return bulk;
+}
+
+/// Values of four tables: ringers, door openers, codecs, headsets.
+ManageableData tableRecord(int variant)
+{
+    ManageableData record;
+    auto const set = [&](std::string const& item, int row) {
+        record.populate(item + std::to_string(row), item + std::to_string(row), "row " + std::to_string(row + 20 * variant));
+    };
+    for (int row = 0; row < 15; ++row)
+        set("alert-identifier-", row);
+    for (int row = 1; row <= 4; ++row)
+        set("door-opener-name-", row);
+    for (auto const& [table, item, rows] : {std::tuple{"codecSettings", "codec[", 4}, {"headsetPriorities", "headset[", 3}})
+        for (int row = 0; row < rows; ++row)
+            record.populate(table, item + std::to_string(row + 1) + "]/rank", std::to_string(rankOf(row, rows, variant)));
+    return record;
 }
 
 class LibraryStore {
@@ -59,10 +110,10 @@ public:
         for (Key const& key : keys)
             each(key, [&](auto value) {
                 key.value(variant, value);
-                if (key.stored)
+                if (key.isStored())
                     bulk.addTagValue(tagOf(key), value, false);
             });
-        MediaDataCache::setDataBulk(bulk);
+        demand(MediaDataCache::setDataBulk(bulk));
     }
 
     void listen(Key const& key, int& heard)
@@ -70,11 +121,7 @@ public:
         m_listener.heard = &heard;
         MediaDataCache::registerCallback({tagOf(key)}, &m_listener);
     }
-    void await(int const& heard, int count)
-    {
-        if (heard != count)
-            std::abort();
-    }
+    void await(int const& heard, int count) { demand(heard == count); }
 
     void ownOperations(Runner& runner)
     {
@@ -83,9 +130,9 @@ public:
             for (int row = 0; row < 15; ++row)
                 rows.addTagValue(static_cast<Data::eDataTag>(Data::eDataTagAlertIdentifier0 + row), std::to_string(i),
                                  false);
-            if (!MediaDataCache::setDataBulk(rows))
-                std::abort();
+            demand(MediaDataCache::setDataBulk(rows));
         });
+        operationsOnAll(runner);
         if constexpr (!platformPersists) {
             changeBesideOthers(runner, "change beside 10 items", 10);
             changeBesideOthers(runner, "change beside 640 items", 640);
@@ -97,10 +144,39 @@ public:
 private:
     struct Listener : DataUpdateCallback {
         void onDataUpdate(Data::BulkData&) override { ++*heard; }
-        int* heard = nullptr;
+        int unasked = 0;
+        int* heard = &unasked;
     };
 
     LibraryStore() = default;
+
+    static void operationsOnAll(Runner& runner)
+    {
+        auto const variantOf = [](std::size_t i) { return static_cast<int>(i % 2); };
+        Data::BulkData given;
+        ManageableData record;
+        runner.operation(
+            "import of a whole telephone", 0.4, [&](std::size_t) { demand(MediaDataCache::setDataBulk(given)); },
+            [&](std::size_t i) { given = telephone(variantOf(i)); });
+        runner.operation(
+            "management set over four tables", 0.2,
+            [&](std::size_t) { demand(MediaDataCache::managementAgent()->setData(record)); },
+            [&](std::size_t i) { record = tableRecord(variantOf(i)); });
+        auto const useAll = [](std::size_t) {
+            auto used = telephone(1);
+            demand(MediaDataCache::setDataBulk(used));
+        };
+        runner.operation(
+            "reset of the audio settings", 0.3, [](std::size_t) { MediaDataCache::resetDataSetUserAudio(); }, useAll);
+        runner.operation(
+            "reset of all user data", 0.3, [](std::size_t) { demand(MediaDataCache::managementAgent()->resetUserData()); },
+            useAll);
+        if (runner.wants("values")) {
+            Runner::report("values of an import", static_cast<double>(telephone(0).getTags().size()));
+            Runner::report("values of a management set", static_cast<double>(tableRecord(0).entries().size()));
+            Runner::report("single settings", static_cast<double>(keysKept({Kept::Alone}).size()));
+        }
+    }
 
     /// Changes one of many observed items in a cache of its own.
     void changeBesideOthers(Runner& runner, char const* name, std::size_t others)

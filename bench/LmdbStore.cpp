@@ -3,6 +3,8 @@
 
 #include <lmdb.h>
 
+#include <cstring>
+
 namespace Bench {
 
 namespace {

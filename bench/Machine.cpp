@@ -80,7 +80,7 @@ int main(int argc, char** argv)
 {
     std::string const job = argc > 1 ? argv[1] : "";
     if (job == "memory")
-        reportMemory();
+        showMemory();
     else if (job == "limits" && argc > 2)
         measureLimits(argv[2]);
     else if (job == "launch" && argc > 2) {

@@ -7,16 +7,18 @@
 //   readMany(keys), writeMany(keys, variant)
 //   another()                           the store for a second thread
 //   ownOperations(runner)               what only this system can do; need not be there
+//   hasNoLock()                         true: nobody may read while another writes; need not be there
 // and constants that say what it has: validates, persists, notifies.
 #pragma once
 
 #include "Keys.h"
+#include "Latencies.h"
 #include "Runner.h"
 
-#include <cstdint>
-#include <cstring>
-#include <ctime>
+#include <list>
 #include <memory>
+
+#include <sys/resource.h>
 
 namespace Bench {
 
@@ -28,7 +30,12 @@ struct Setup {
 /// Changes one key after the other, each call a change.
 class Changes {
 public:
-    explicit Changes(std::vector<Key> keys) : m_keys(std::move(keys)) {}
+    template <class Store> Changes(std::vector<Key> keys, Store& store) : m_keys(std::move(keys))
+    {
+        for (Key const& key : m_keys)
+            write(store, key, 0);
+        store.save();
+    }
 
     std::vector<Key> const& keys() const { return m_keys; }
 
@@ -51,47 +58,106 @@ private:
     std::size_t m_made = 0;
 };
 
-/// Reads beside a writer without pause: how many a second, the longest, and the longest change meanwhile.
+/// How often this thread had to leave its processor to another, which is no fault of what it was doing.
+inline long descheduled()
+{
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nivcsw;
+}
+
+/// Reads beside a writer without pause: how many a second, how long they take, and how many changes and how long ones meanwhile.
 template <class Store> void readBesideWriter(Store& store, Changes& changes, double budget)
 {
+    // A read that lasts this long may have been interrupted, a shorter one was not.
+    constexpr auto suspicious = std::chrono::microseconds(5);
     std::unique_ptr<Store> const writing = store.another();
     auto const& keys = changes.keys();
-    std::size_t reads = 0;
-    double longestRead = 0;
-    double longestChange = 0; // of the writer's thread
+    Latencies reads;
+    Latencies writes; // the writer's thread notes them
+    Clock::duration longest{};
+    Clock::duration longestRunning{};
+    Clock::duration longestWrite{};
     auto const start = Clock::now();
     auto before = start;
     {
-        Beside const writer([&] {
+        Beside const writer(1, [&] {
             auto const begun = Clock::now();
             changes.makeOne(*writing);
             writing->save();
-            longestChange = std::max(longestChange, seconds(Clock::now() - begun));
+            auto const took = Clock::now() - begun;
+            writes.add(static_cast<std::uint64_t>(took.count()));
+            longestWrite = std::max(longestWrite, took);
         });
-        for (; seconds(before - start) < budget; ++reads) {
+        for (auto interrupted = descheduled(); seconds(before - start) < budget;) {
             int value = 0;
-            store.read(keys[reads % keys.size()], value);
+            store.read(keys[reads.total() % keys.size()], value);
             keep(value);
-            auto const now = Clock::now();
-            longestRead = std::max(longestRead, seconds(now - before));
+            auto now = Clock::now();
+            auto const took = now - before;
+            reads.add(static_cast<std::uint64_t>(took.count()));
+            longest = std::max(longest, took);
+            if (took > suspicious) {
+                auto const times = descheduled();
+                if (times == interrupted)
+                    longestRunning = std::max(longestRunning, took);
+                interrupted = times;
+                now = Clock::now();
+            }
             before = now;
         }
     }
-    Runner::report("reads per second beside a writer", static_cast<double>(reads) / seconds(before - start));
-    Runner::report("longest read beside a writer", longestRead * 1e9);
-    Runner::report("longest change of that writer", longestChange * 1e9);
+    auto const passed = seconds(before - start);
+    Runner::report("reads per second beside a writer", static_cast<double>(reads.total()) / passed);
+    for (auto const& [part, name] : {std::pair{0.5, "p50"}, {0.99, "p99"}, {0.999, "p99.9"}})
+        Runner::report(std::string("read beside a writer, ") + name, reads.quantile(part));
+    Runner::report("longest read beside a writer", seconds(longest) * 1e9);
+    Runner::report("the same, reader not descheduled", seconds(longestRunning) * 1e9);
+    Runner::report("changes per second of that writer", static_cast<double>(writes.total()) / passed);
+    Runner::report("longest change of that writer", seconds(longestWrite) * 1e9);
+}
+
+/// What a read takes each of several threads that read as fast as they can.
+template <class Store> void readTogether(Store& store, std::vector<Key> const& keys, std::string const& name, int readers)
+{
+    struct alignas(64) Reader { // on a cache line of its own
+        std::unique_ptr<Store> another;
+        std::size_t reads = 0;
+        void read(Store& store, std::vector<Key> const& keys)
+        {
+            int value = 0;
+            store.read(keys[reads++ % keys.size()], value);
+            keep(value);
+        }
+    };
+    std::vector<Reader> all(static_cast<std::size_t>(readers));
+    for (Reader& each : all)
+        each.another = store.another();
+    auto const start = Clock::now();
+    {
+        std::list<Beside> beside;
+        for (int i = 1; i < readers; ++i)
+            beside.emplace_back(i, [&keys, &self = all[static_cast<std::size_t>(i)]] { self.read(*self.another, keys); });
+        while (seconds(Clock::now() - start) < 0.2)
+            for (int i = 0; i < 64; ++i)
+                all[0].read(store, keys);
+    }
+    auto const passed = seconds(Clock::now() - start);
+    std::size_t reads = 0;
+    for (Reader const& each : all)
+        reads += each.reads;
+    Runner::report(name, passed * 1e9 * readers / static_cast<double>(reads));
 }
 
 template <class Store> void readOperations(Runner& runner, Store& store)
 {
     auto const ints = keysOf(Type::Int, false);
     auto const strings = keysOf(Type::String, true);
-    auto const readInt = [&](Store& from, std::size_t i) {
+    runner.operation("read int", 0.1, [&](std::size_t i) {
         int value = 0;
-        from.read(ints[i % ints.size()], value);
+        store.read(ints[i % ints.size()], value);
         keep(value);
-    };
-    runner.operation("read int", 0.1, [&](std::size_t i) { readInt(store, i); });
+    });
     std::string value; // kept, as a reader that cares keeps its own
     runner.operation("read string", 0.1, [&](std::size_t i) {
         store.read(strings[i % strings.size()], value);
@@ -99,21 +165,23 @@ template <class Store> void readOperations(Runner& runner, Store& store)
     });
     std::vector<Key> const hundred(allKeys().begin(), allKeys().begin() + 100);
     runner.operation("bulk read of 100", 0.1, [&](std::size_t) { store.readMany(hundred); });
-    if (runner.wants("read int, two readers")) {
-        auto const second = store.another();
-        std::size_t j = 0;
-        Beside const reader([&] { readInt(*second, ++j); });
-        runner.operation("read int, two readers", 0.2, [&](std::size_t i) { readInt(store, i); });
-    }
+    for (auto const& [name, readers] : {std::pair{"read int, two readers", 2}, {"read int, four readers", 4}})
+        if (runner.wants(name))
+            readTogether(store, ints, name, readers);
 }
 
 template <class Store> void writeOperations(Runner& runner, Store& store)
 {
-    Changes changes(keysOf(Type::Int, true));
+    auto const several = keysOf(Type::String, true);
+    std::vector<Key> const hundred(several.begin(), several.begin() + 100);
+    auto const all = keysKept({Kept::Alone});
+    for (auto const& [name, keys] : {std::pair{"bulk write of 100", &hundred}, {"bulk write of all single settings", &all}})
+        runner.operation(name, 0.3, [&store, &keys = *keys](std::size_t i) {
+            store.writeMany(keys, static_cast<int>(i) % 2);
+            store.save();
+        });
+    Changes changes(keysOf(Type::Int, true), store);
     auto const& ints = changes.keys();
-    for (Key const& key : ints)
-        changes.write(store, key, 0);
-    store.save();
     runner.operation("write unchanged", 0.1, [&](std::size_t i) { changes.write(store, ints[i % ints.size()], 0); });
     if constexpr (Store::validates)
         runner.operation("write refused", 0.1, [&](std::size_t i) {
@@ -126,20 +194,25 @@ template <class Store> void writeOperations(Runner& runner, Store& store)
             changes.makeOne(store);
             store.save();
         });
-        if (runner.wants("beside a writer"))
+        bool mayBeRead = true;
+        if constexpr (requires { store.hasNoLock(); })
+            mayBeRead = !store.hasNoLock();
+        if (mayBeRead && runner.wants("beside a writer"))
             readBesideWriter(store, changes, 0.6);
     }
     runner.operation("change", 0.2, [&](std::size_t) { changes.makeOne(store); });
     store.save();
-    auto const several = keysOf(Type::String, true);
-    std::vector<Key> const hundred(several.begin(), several.begin() + 100);
-    runner.operation("bulk write of 100", 0.3, [&](std::size_t i) {
-        store.writeMany(hundred, static_cast<int>(i) % 2);
-        store.save();
-    });
+}
+
+/// The last, since there is no way back from listening.
+template <class Store> void listeningOperations(Runner& runner, Store& store)
+{
     if constexpr (Store::notifies) {
+        if (!runner.wants("change, one callback"))
+            return;
+        Changes changes(keysOf(Type::Int, true), store);
         static int heard = 0;
-        for (Key const& key : ints)
+        for (Key const& key : changes.keys())
             store.listen(key, heard);
         runner.operation("change, one callback", 0.2, [&](std::size_t) {
             heard = 0;
@@ -166,8 +239,8 @@ template <class Store, class Done> void startUp(Setup const& setup, Done done)
     done();
 }
 
-/// Arguments: variant, directory, what to do (fill, all, start, memory, count OPERATION N, trace OPERATION N). `start` prints the time of the
-/// monotonic clock when the first value was there.
+/// Arguments: variant, directory, what to do (fill, all, start, run, memory, count OPERATION N, trace OPERATION N). `start` prints
+/// the time of the monotonic clock when the first value was there, where callgrind stops counting; `run` only comes and goes.
 template <class Store> int measure(int argc, char** argv)
 {
     if (argc < 4)
@@ -176,17 +249,22 @@ template <class Store> int measure(int argc, char** argv)
     std::string const job = argv[3];
     if (job == "start") {
         startUp<Store>(setup, [] {
+            CALLGRIND_TOGGLE_COLLECT;
             std::printf("%lld\n", static_cast<long long>(Clock::now().time_since_epoch().count()));
             std::fflush(stdout);
         });
         return 0;
     }
-    if (job == "fill") {
-        fill<Store>(setup);
+    if (job == "run") {
+        startUp<Store>(setup, [] {});
         return 0;
     }
     if (job == "memory") {
-        startUp<Store>(setup, reportMemory);
+        startUp<Store>(setup, showMemory);
+        return 0;
+    }
+    if (job == "fill") {
+        fill<Store>(setup);
         return 0;
     }
     std::thread([] {}).join(); // a process that never had a second thread gets cheaper locks
@@ -200,6 +278,7 @@ template <class Store> int measure(int argc, char** argv)
     writeOperations(runner, store);
     if constexpr (requires { store.ownOperations(runner); })
         store.ownOperations(runner);
+    listeningOperations(runner, store);
     return 0;
 }
 

@@ -1,14 +1,19 @@
 // Runs operations and prints one line each: the operation, a tab and nanoseconds per call. With a count it runs one operation
-// that often between two marks instead, for strace (write to descriptor -1) and callgrind (a toggle) to count between.
+// that often instead, between marks for strace (write to descriptor -1) or callgrind (a toggle) to count between.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <thread>
+#include <type_traits>
+#include <vector>
 
+#include <fcntl.h>
 #include <sched.h>
 #include <unistd.h>
 #include <valgrind/callgrind.h>
@@ -35,12 +40,12 @@ inline void pin(int processor)
     sched_setaffinity(0, sizeof set, &set);
 }
 
-/// A thread that does `work` again and again until destroyed, on the second processor.
+/// A thread that does `work` again and again until destroyed.
 class Beside {
 public:
-    template <class Work> explicit Beside(Work work)
-        : m_thread([this, work]() mutable {
-              pin(1);
+    template <class Work> Beside(int processor, Work work)
+        : m_thread([this, processor, work]() mutable {
+              pin(processor);
               while (!m_done)
                   work();
           })
@@ -56,80 +61,98 @@ private:
     std::thread m_thread;
 };
 
+/// For an operation that needs no preparation.
+struct Nothing {
+    void operator()(std::size_t) const {}
+};
+
 class Runner {
 public:
-    /// `count` 0: all operations are timed. Otherwise only `operation` runs, that often.
-    /// With `marksEach` each call begins with a mark, too, for telling which system calls belong to it.
-    Runner(std::string operation, std::size_t count, bool marksEach = false)
-        : m_only(std::move(operation)), m_count(count), m_marksEach(marksEach)
+    /// `count` 0: all operations are timed. Otherwise only `operation` runs, that often, between toggles of callgrind or, with
+    /// `marksCalls`, between marks: "call" before each call and "aside" behind it.
+    Runner(std::string operation, std::size_t count, bool marksCalls = false)
+        : m_only(std::move(operation)), m_count(count), m_marksCalls(marksCalls)
     {}
 
     bool wants(std::string const& name) const { return m_only.empty() || m_only == name; }
 
-    /// `call` gets the number of the call.
-    template <class Call> void operation(char const* name, double budget, Call call, double callsInOne = 1)
+    /// `call` gets the number of the call, as does `prepare` before each, which is not measured. The time is the median of those
+    /// of batches, each of half a millisecond at least or one call.
+    template <class Call, class Prepare = Nothing>
+    void operation(char const* name, double budget, Call call, Prepare prepare = {})
     {
         if (!wants(name))
             return;
         if (m_count > 0) {
-            call(0);
-            mark("begin");
-            CALLGRIND_TOGGLE_COLLECT;
-            for (std::size_t i = 1; i <= m_count; ++i) {
-                if (m_marksEach)
-                    mark("call");
-                call(i);
-            }
-            CALLGRIND_TOGGLE_COLLECT;
-            mark("end");
+            countCalls(call, prepare);
             return;
         }
+        constexpr bool isAlone = !std::is_same_v<Prepare, Nothing>;
         std::size_t done = 0;
         std::size_t batch = 1;
+        auto const timed = [&] {
+            prepare(done);
+            auto const start = Clock::now();
+            for (std::size_t const end = done + batch; done < end; ++done)
+                call(done);
+            return seconds(Clock::now() - start);
+        };
         for (auto const start = Clock::now(); seconds(Clock::now() - start) < budget / 5;) // warm-up, finds the batch
-            batch = run(call, done, batch) < 0.0005 ? batch * 2 : batch;
-        std::size_t const first = done;
-        double total = 0;
-        while (total < budget)
-            total += run(call, done, batch);
-        report(name, total * 1e9 / (static_cast<double>(done - first) * callsInOne));
+            batch = timed() < 0.0005 && !isAlone ? batch * 2 : batch;
+        std::vector<double> times;
+        for (auto const start = Clock::now(); times.empty() || seconds(Clock::now() - start) < budget;)
+            times.push_back(timed() / static_cast<double>(batch));
+        auto const middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+        std::nth_element(times.begin(), middle, times.end());
+        report(name, *middle * 1e9);
     }
 
-    static void report(char const* name, double value) { std::printf("%s\t%.6g\n", name, value); }
+    static void report(std::string const& name, double value) { std::printf("%s\t%.6g\n", name.c_str(), value); }
 
 private:
-    template <class Call> static double run(Call& call, std::size_t& done, std::size_t batch)
+    template <class Call, class Prepare> void countCalls(Call& call, Prepare& prepare) const
     {
-        auto const start = Clock::now();
-        for (std::size_t const end = done + batch; done < end; ++done)
-            call(done);
-        return seconds(Clock::now() - start);
+        prepare(0);
+        call(0);
+        if (std::is_same_v<Prepare, Nothing> && !m_marksCalls) { // nothing else between the toggles
+            CALLGRIND_TOGGLE_COLLECT;
+            for (std::size_t i = 1; i <= m_count; ++i)
+                call(i);
+            CALLGRIND_TOGGLE_COLLECT;
+            return;
+        }
+        for (std::size_t i = 1; i <= m_count; ++i) {
+            prepare(i);
+            mark("call");
+            CALLGRIND_TOGGLE_COLLECT;
+            call(i);
+            CALLGRIND_TOGGLE_COLLECT;
+            mark("aside");
+        }
     }
 
-    static void mark(std::string const& name) { [[maybe_unused]] auto const refused = write(-1, name.data(), name.size()); }
+    void mark(char const* name) const
+    {
+        if (m_marksCalls) [[maybe_unused]]
+            auto const refused = write(-1, name, std::strlen(name));
+    }
 
     std::string m_only;
     std::size_t m_count;
-    bool m_marksEach;
+    bool m_marksCalls;
 };
 
-/// One figure of /proc/self, in kB.
-inline double processFigure(char const* file, std::string const& label)
+/// Writes what the system says of this process's memory to standard output, using none for it.
+inline void showMemory()
 {
-    double result = 0;
-    if (std::FILE* const stream = std::fopen(file, "r")) {
-        for (char line[256]; std::fgets(line, sizeof line, stream) != nullptr;)
-            if (std::string(line).starts_with(label))
-                result = std::strtod(line + label.size(), nullptr);
-        std::fclose(stream);
+    for (char const* const file : {"/proc/self/smaps", "/proc/self/status"}) {
+        static char text[4096];
+        int const from = open(file, O_RDONLY | O_CLOEXEC);
+        for (ssize_t length = 0; (length = read(from, text, sizeof text)) > 0;)
+            if (write(STDOUT_FILENO, text, static_cast<std::size_t>(length)) != length)
+                std::abort();
+        close(from);
     }
-    return result;
-}
-
-inline void reportMemory()
-{
-    Runner::report("anonymous memory", processFigure("/proc/self/smaps_rollup", "Anonymous:"));
-    Runner::report("peak memory", processFigure("/proc/self/status", "VmHWM:"));
 }
 
 } // namespace Bench

@@ -1,5 +1,6 @@
 // SQLite used directly, as one would for settings: one table, prepared statements, a write-ahead log. Variants FULL and NORMAL
-// are the durability; "bare" opens the database of the host platform and reads all rows, for comparing the start-up.
+// are the durability; "exclusive" is FULL with the file locked for one connection, which needs no shared memory and which several
+// threads then share; "bare" opens the database of the host platform and reads all rows, for comparing the start-up.
 #include "Measure.h"
 
 #include <sqlite3.h>
@@ -17,6 +18,8 @@ public:
     explicit SqliteStore(Setup const& setup) : m_setup(setup)
     {
         check(sqlite3_open((setup.directory + "/mediadata.db").c_str(), &m_handle));
+        if (isExclusive())
+            execute("PRAGMA locking_mode = EXCLUSIVE"); // first, or else shared memory would be used
         execute("PRAGMA journal_mode = WAL");
         if (setup.variant == "bare") {
             readAll();
@@ -26,16 +29,15 @@ public:
         execute("CREATE TABLE IF NOT EXISTS setting (name TEXT PRIMARY KEY, value) WITHOUT ROWID");
         // The log is written once in full, without waiting, so that afterwards its file is reused and does not grow.
         execute("PRAGMA synchronous = OFF; PRAGMA wal_autocheckpoint = 128");
-        prepare(m_read, "SELECT value FROM setting WHERE name = ?1");
-        prepare(m_write, "INSERT INTO setting (name, value) VALUES (?1, ?2) ON CONFLICT (name) DO UPDATE "
-                         "SET value = excluded.value WHERE value IS NOT excluded.value");
-        execute(("PRAGMA synchronous = " + setup.variant).c_str());
+        prepareBoth();
+        execute(("PRAGMA synchronous = " + (isExclusive() ? "FULL" : setup.variant)).c_str());
     }
     ~SqliteStore()
     {
         sqlite3_finalize(m_read);
         sqlite3_finalize(m_write);
-        sqlite3_close(m_handle);
+        if (m_owner)
+            sqlite3_close(m_handle);
     }
 
     template <class T> bool read(Key const& key, T& value)
@@ -91,9 +93,24 @@ public:
     }
     void await(int const&, int) {}
 
-    std::unique_ptr<SqliteStore> another() { return std::make_unique<SqliteStore>(m_setup); }
+    std::unique_ptr<SqliteStore> another()
+    {
+        return isExclusive() ? std::unique_ptr<SqliteStore>(new SqliteStore(m_handle))
+                             : std::make_unique<SqliteStore>(m_setup);
+    }
 
 private:
+    explicit SqliteStore(sqlite3* shared) : m_owner(false), m_handle(shared) { prepareBoth(); }
+
+    bool isExclusive() const { return m_setup.variant == "exclusive"; }
+
+    void prepareBoth()
+    {
+        prepare(m_read, "SELECT value FROM setting WHERE name = ?1");
+        prepare(m_write, "INSERT INTO setting (name, value) VALUES (?1, ?2) ON CONFLICT (name) DO UPDATE "
+                         "SET value = excluded.value WHERE value IS NOT excluded.value");
+    }
+
     static void check(int code)
     {
         if (code != SQLITE_OK)
@@ -124,6 +141,7 @@ private:
     void bind(int value) { sqlite3_bind_int(m_write, 2, value); }
 
     Setup m_setup;
+    bool m_owner = true;
     sqlite3* m_handle = nullptr;
     sqlite3_stmt* m_read = nullptr;
     sqlite3_stmt* m_write = nullptr;
