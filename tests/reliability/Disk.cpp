@@ -76,6 +76,8 @@ Verdict verdictOn(char const* function, bool isWatchedOne)
     bool const isLater = fault.call != 0 && now > fault.call && std::strcmp(function, functions[fault.call - 1]) == 0;
     if (now != fault.call && !(fault.forGood && isLater))
         return Verdict::go;
+    if (fault.code == killed)
+        ::raise(SIGKILL);
     errno = fault.code;
     return fault.code == 0 ? Verdict::halfWay : Verdict::fail;
 }

@@ -22,10 +22,13 @@ void watch(std::string const& directory);
 void watchNothing();
 extern std::vector<Call> calls;
 
+/// Instead of failing, the call ends the process by SIGKILL.
+constexpr int killed = -1;
+
 /// The call that fails, counted from 1 and from watch(); 0: none. With `forGood` so do all later ones of its function.
 struct Fault {
     std::size_t call = 0;
-    int code = 0; // 0: a read or write stops half way
+    int code = 0; // or `killed`; 0: a read or write stops half way
     bool forGood = false;
 };
 extern Fault fault;
