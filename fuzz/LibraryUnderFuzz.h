@@ -12,10 +12,7 @@ namespace Fuzz {
 /// Kept by the database, and changed by no table and no door opener.
 inline bool isSingle(eDataTag tag)
 {
-    constexpr int step = eDataTagCamera2DoorOpener - eDataTagCamera1DoorOpener;
-    int const place = (tag - eDataTagCamera1DoorOpener) % step;
-    bool const linked = tag >= eDataTagCamera1DoorOpener && tag <= eDataTagCamera4PhoneNumber && place < 2;
-    return databaseRow(tag).parentTable == eDataTagNone && keepingSchema(tag) != nullptr && !linked;
+    return keepingSchema(tag) != nullptr && !dependsOnOthers(tag);
 }
 
 class Library : public DataUpdateCallback {

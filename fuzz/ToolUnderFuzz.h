@@ -3,7 +3,6 @@
 #pragma once
 
 #include "../tests/Statements.h"
-#include "../tests/TemporaryDirectory.h"
 #include "Fuzz.h"
 
 #include "cli/CommandLine.h"

@@ -2,7 +2,6 @@
 // before the offset its log, and "cut LENGTH" or "wcut LENGTH". Whatever it is: it opens, or it is set aside and what is
 // readable is brought over, or the reason is said; then it stays readable and takes new values.
 #include "../tests/Statements.h"
-#include "../tests/TemporaryDirectory.h"
 #include "Fuzz.h"
 
 #include "Files.h"

@@ -1,5 +1,6 @@
 // Runs a fuzz target over the files of the folders given, so that the ordinary tests repeat what fuzzing found, and over some
 // variants of each: a short fuzz run that is the same everywhere.
+#include "../tests/TemporaryDirectory.h"
 #include "Fuzz.h"
 
 namespace {
@@ -48,8 +49,7 @@ int main(int argc, char** argv)
     for (int i = 1; i < argc; ++i)
         for (auto const& entry : std::filesystem::directory_iterator(argv[i])) {
             std::cerr << entry.path().filename().string() << '\n';
-            std::ifstream file(entry.path(), std::ios::binary);
-            std::string const text{std::istreambuf_iterator<char>(file), {}};
+            auto const text = contentOf(entry.path());
             run(text);
             ++files;
             for (int variant = 0; variant < variants; ++variant, ++inputs)

@@ -1,7 +1,7 @@
 // The statements that SQLite runs in this process, watched from inside: which texts, and whether each is one of the library's.
 #pragma once
 
-#include "Standard.h"
+#include "TemporaryDirectory.h"
 #include "mending/DatabaseMending.h"
 
 #include <sqlite3.h>
@@ -32,8 +32,7 @@ inline std::string const& foreign()
     static std::string const library = [] {
         Dl_info info{};
         ::dladdr(reinterpret_cast<void*>(&Host::openDatabase), &info);
-        std::ifstream file(info.dli_fname, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
+        return contentOf(info.dli_fname);
     }();
     static std::string found;
     static std::size_t looked = 0;

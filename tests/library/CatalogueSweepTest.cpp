@@ -75,13 +75,6 @@ std::string offeredText(Record const& row, int i)
     return isLength ? std::string(static_cast<std::size_t>(std::max(value, 0)), 'l') : std::to_string(value);
 }
 
-/// Items of tables and those that their checks set answer for one another: what a row takes the table may still refuse.
-bool dependsOnOthers(eDataTag tag)
-{
-    return databaseRow(tag).parentTable != eDataTagNone || databaseRow(tag).isTable ||
-           (tag >= eDataTagCamera1Name && tag <= eDataTagCamera4PhoneNumber);
-}
-
 struct CatalogueSweep : LibraryTest {
     CatalogueSweep()
     {

@@ -27,6 +27,16 @@ inline std::string const* keepingSchema(eDataTag tag)
     return row.schema ? row.schema : databaseRow(row.parentTable).schema;
 }
 
+/// Items of tables and the two of each camera that door openers set answer for one another: what a row takes the table may
+/// still refuse.
+inline bool dependsOnOthers(eDataTag tag)
+{
+    constexpr int step = eDataTagCamera2DoorOpener - eDataTagCamera1DoorOpener;
+    bool const isOfCameras = tag >= eDataTagCamera1DoorOpener && tag <= eDataTagCamera4PhoneNumber;
+    bool const isLinked = isOfCameras && (tag - eDataTagCamera1DoorOpener) % step < 2;
+    return isLinked || databaseRow(tag).parentTable != eDataTagNone || databaseRow(tag).isTable;
+}
+
 /// The present texts of the tags that the cache holds, of tables only their cells: what a table keeps of its own is the
 /// text that the library made of it last.
 inline DataTagValue_t snapshot()

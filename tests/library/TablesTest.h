@@ -24,8 +24,7 @@ inline DataTagValue_t column(eDataTag first, std::string const& letters)
 }
 
 /// Holds the cells with their catalogue defaults and remembers what the handler set.
-class CellStore : public DataDBCallback {
-public:
+struct CellStore : DataDBCallback {
     struct Set {
         DataTagValue_t values;
         bool persist;

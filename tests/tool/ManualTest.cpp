@@ -8,20 +8,12 @@ namespace ToolTest {
 using Tool::Argument;
 using Tool::Words;
 
-/// A line of the page as its reader sees it.
+/// A line of the page without its markup and blanks.
 std::string seen(std::string line)
 {
-    std::erase(line, '\\');
-    if (!line.starts_with('.'))
-        return line;
-    std::istringstream rest(line);
-    std::string macro;
-    rest >> macro;
-    bool const setsBlanks = macro.size() < 3; // .BR and its like do not.
-    std::string text;
-    for (std::string word; rest >> std::quoted(word);)
-        text += (setsBlanks && !text.empty() ? " " : "") + word;
-    return text;
+    line.erase(0, line.starts_with('.') ? line.find(' ') : 0);
+    std::erase_if(line, [](char letter) { return std::strchr(" \\\"", letter) != nullptr; });
+    return line;
 }
 
 /// By heading, the macros of paragraphs as they are.
@@ -38,11 +30,11 @@ std::map<std::string, Words> partsOfPage()
     return parts;
 }
 
-/// As the page would say it.
+/// As the page would say it, without blanks.
 std::string written(Argument const& argument)
 {
     if (argument.isOption())
-        return argument.name + (argument.value.empty() ? "" : " " + argument.value);
+        return seen(argument.name + argument.value);
     bool const isMany = std::holds_alternative<Words*>(argument.target);
     auto const name = argument.name + (isMany ? "..." : "");
     return argument.isRequired ? name : "[" + name + "]";
@@ -68,19 +60,20 @@ TEST(Manual, SaysOfEachVerbWhatTheRegistrySays)
 {
     Tool::Registry const registry(Tool::Place::Process);
     auto parts = partsOfPage();
-    expectArguments(registry.arguments, parts[".SH OPTIONS"], {"-h, --help"});
+    expectArguments(registry.arguments, parts[".SH OPTIONS"], {"-h,--help"});
     for (auto const& verb : registry.verbs) {
         if (std::holds_alternative<Tool::Group>(verb.action))
             continue;
-        ASSERT_TRUE(parts.contains(verb.name)) << verb.name;
-        auto const& part = parts[verb.name];
-        Words synopsis{verb.name};
+        auto const name = seen(verb.name);
+        ASSERT_TRUE(parts.contains(name)) << verb.name;
+        auto const& part = parts[name];
+        Words synopsis{name};
         for (auto const& argument : verb.arguments)
             if (!argument.isOption())
                 synopsis.push_back(written(argument));
         EXPECT_EQ(Words(part.begin(), std::find(part.begin(), part.end(), ".PP")), synopsis);
         expectArguments(verb.arguments, part, {});
-        parts.erase(verb.name);
+        parts.erase(name);
     }
     for (auto const& [heading, part] : parts)
         EXPECT_TRUE(heading.starts_with(".SH")) << heading << " is no verb";

@@ -17,16 +17,11 @@ struct TelephoneVerbs : ToolRunner {
     }
 };
 
-TEST_F(TelephoneVerbs, ShowTables)
+TEST_F(TelephoneVerbs, ShowTablesAndOfCodecsTheVerdictByType)
 {
-    EXPECT_EQ(columns("codec", "type allowed"), "3 0 2 1 true true true false ");
     EXPECT_EQ(columns("srtp", "method"), "2 4 3 1 0 ");
     EXPECT_EQ(columns("headset", "rank"), "1 2 3 ");
     EXPECT_EQ(columns("door-openers", "name"), "DoorOpener 1 DoorOpener 2 DoorOpener 3 DoorOpener 4 ");
-}
-
-TEST_F(TelephoneVerbs, TellTheCodecsVerdictByItsTypeNotByItsRow)
-{
     ASSERT_EQ(status("flags opus_test=false"), 0); // Takes the verdict of type 3 away.
     EXPECT_EQ(columns("codec", "hardware"), "false true true true ");
     ASSERT_EQ(status("set codec[1]/type=0 codec[2]/type=3"), 0);
