@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,18 +60,22 @@ public:
     /// Takes the change without its callbacks: true when there was one.
     bool takeChange() { return std::exchange(m_changed, false); }
     /// In the order of their addresses.
-    std::vector<DataUpdateCallback*> const& callbacks() const { return m_callbacks; }
+    std::span<DataUpdateCallback* const> callbacks() const
+    {
+        return m_callbacks ? std::span<DataUpdateCallback* const>(*m_callbacks) : std::span<DataUpdateCallback* const>();
+    }
 
 protected:
     void markChanged() { m_changed = true; }
 
 private:
+    // There are hundreds of items, hence the order of the members and what they are.
     eDataTag m_tag;
-    eDataSource m_source;
+    eDataSource m_source : 8;
+    bool m_changed = false;
     std::unique_ptr<DataValidator> m_stringChain;
     std::unique_ptr<DataValidator> m_valueChain;
-    std::vector<DataUpdateCallback*> m_callbacks; ///< sorted; most items have none
-    bool m_changed = false;
+    std::unique_ptr<std::vector<DataUpdateCallback*>> m_callbacks; ///< sorted; null while there was none, as for most items
 };
 
 } // namespace Data

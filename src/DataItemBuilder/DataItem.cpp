@@ -87,21 +87,24 @@ void DataItemBase::setValueChain(DataValidator* chain)
 
 void DataItemBase::addCallback(DataUpdateCallback* callback)
 {
-    auto const place = std::ranges::lower_bound(m_callbacks, callback, std::less<>());
-    if (place == m_callbacks.end() || *place != callback)
-        m_callbacks.insert(place, callback);
+    if (!m_callbacks)
+        m_callbacks = std::make_unique<std::vector<DataUpdateCallback*>>();
+    auto const place = std::ranges::lower_bound(*m_callbacks, callback, std::less<>());
+    if (place == m_callbacks->end() || *place != callback)
+        m_callbacks->insert(place, callback);
 }
 
 void DataItemBase::removeCallback(DataUpdateCallback* callback)
 {
-    std::erase(m_callbacks, callback);
+    if (m_callbacks)
+        std::erase(*m_callbacks, callback);
 }
 
 bool DataItemBase::getCallbacks(std::set<DataUpdateCallback*>& out)
 {
-    if (!takeChange() || m_callbacks.empty())
+    if (!takeChange() || callbacks().empty())
         return false;
-    out = {m_callbacks.begin(), m_callbacks.end()};
+    out = {m_callbacks->begin(), m_callbacks->end()};
     return true;
 }
 
