@@ -6,6 +6,7 @@
 
 #include "PlatformPath.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -29,10 +30,7 @@ std::string configFile()
 
 } // namespace
 
-DataSourceFile::DataSourceFile()
-{
-    buildFlag2TagMap();
-}
+DataSourceFile::DataSourceFile() = default;
 
 DataSourceFile::~DataSourceFile() = default;
 
@@ -81,8 +79,9 @@ void DataSourceFile::readConfigFile(DataTagValue_t& values)
 
 eDataTag DataSourceFile::findTagFor(std::string const& flag)
 {
-    auto const found = m_flags.find(flag);
-    return found == m_flags.end() ? eDataTagNone : found->second;
+    auto const words = Tables::flagWords();
+    auto const found = std::ranges::find(words, flag, &Tables::FlagWord::word);
+    return found == words.end() ? eDataTagNone : found->tag;
 }
 
 bool DataSourceFile::readFileTime(FileTime& time)
@@ -94,10 +93,6 @@ bool DataSourceFile::readFileTime(FileTime& time)
     return true;
 }
 
-void DataSourceFile::buildFlag2TagMap()
-{
-    for (auto const& [word, tag] : Tables::flagWords())
-        m_flags.emplace(word, tag);
-}
+void DataSourceFile::buildFlag2TagMap() {}
 
 } // namespace Data

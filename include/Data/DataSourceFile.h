@@ -5,7 +5,6 @@
 #include "Data/Export.h"
 
 #include <cstdint>
-#include <map>
 #include <string>
 
 namespace Data {
@@ -25,7 +24,7 @@ public:
     void readConfigFile(DataTagValue_t& values);
     /// The flag's tag, 0 for an unknown word.
     eDataTag findTagFor(std::string const& flag);
-    /// Learns the flags' words; the constructor has done so.
+    /// Does nothing: the flags' words are the catalogue's.
     void buildFlag2TagMap();
 
 private:
@@ -38,7 +37,6 @@ private:
 
     static bool readFileTime(FileTime& time);
 
-    std::map<std::string, eDataTag> m_flags;
     FileTime m_recorded;
 };
 
