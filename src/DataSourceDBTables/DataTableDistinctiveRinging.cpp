@@ -5,7 +5,7 @@
 #include "Media/MediaDataCache.h"
 #include "Tables/Tables.h"
 
-#include <iostream>
+#include <cstdio>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -93,7 +93,8 @@ int RingingTable::checkTableData(DataTagValue_t& values, DataTagValue_t& toStore
 bool RingingTable::tableItemsToXml(DataTagValue_t& values)
 {
     if (m_indexMax == 0) {
-        std::cout << "; ERR distinctive ringing table doesn't have properly indexed items?" << std::endl;
+        std::puts("; ERR distinctive ringing table doesn't have properly indexed items?");
+        std::fflush(stdout);
         return false;
     }
     return buildText(values);

@@ -7,8 +7,8 @@
 #include "XmlParser.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <initializer_list>
-#include <iostream>
 #include <string_view>
 
 namespace Data {
@@ -124,7 +124,8 @@ bool XmlTable::appendCell(std::string& xml, Tables::Column const& column, int ro
     eDataTag const tag = m_table.cell(column.first, row);
     auto const cell = values.find(tag);
     if (cell == values.end()) {
-        std::cout << "; ERR missing tag " << int{tag} << " for table writing\n" << std::flush;
+        std::printf("; ERR missing tag %d for table writing\n", int{tag});
+        std::fflush(stdout);
         return false;
     }
     appendElement(xml, column.element, column.form == Tables::Form::escaped ? escaped(cell->second) : cell->second);
