@@ -43,10 +43,9 @@ bool readColumn(DataTagValue_t const& values, eDataTag first, Numbers& numbers)
     return true;
 }
 
-bool allDifferent(Numbers numbers)
+bool allDifferent(Numbers const& numbers)
 {
-    std::sort(numbers.begin(), numbers.end());
-    return std::adjacent_find(numbers.begin(), numbers.end()) == numbers.end();
+    return std::ranges::all_of(numbers, [&](int number) { return std::ranges::count(numbers, number) == 1; });
 }
 
 bool anyTypeUsable(DataTagValue_t const& values, Numbers const& types)

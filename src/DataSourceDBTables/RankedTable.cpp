@@ -5,7 +5,7 @@
 #include "Log.h"
 #include "Tables/Tables.h"
 
-#include <set>
+#include <algorithm>
 
 namespace Data {
 
@@ -140,29 +140,27 @@ bool RankedTable::readRows(DataTagValue_t const& values, std::vector<Row>& recor
 
 bool RankedTable::judgeRows(std::vector<Row> const& records, Lists const& lists) const
 {
-    std::set<int> ranks;
-    std::set<int> choices;
-    std::size_t taken = 0;
     bool anyAllowed = false;
-    for (Row const& row : records) {
-        if (!row.hwAllowed) {
+    bool anyRepeated = false;
+    for (auto row = records.begin(); row != records.end(); ++row) {
+        if (!row->hwAllowed) {
             LOG_AT(unit, 5, "checkSaneValues: ignoring non-hw allowed %s %s %d with rank %d", m_words.kind, m_words.choice,
-                   row.choice, row.rank);
+                   row->choice, row->rank);
             continue;
         }
-        ranks.insert(row.rank);
-        choices.insert(row.choice);
-        ++taken;
-        anyAllowed = anyAllowed || row.allowed;
+        anyRepeated = anyRepeated || std::any_of(records.begin(), row, [&row](Row const& earlier) {
+                          return earlier.hwAllowed && (earlier.rank == row->rank || earlier.choice == row->choice);
+                      });
+        anyAllowed = anyAllowed || row->allowed;
         LOG_AT(unit, 5, "checkSaneValues: adding %s %s %d with rank %d, allowed: %d", m_words.kind, m_words.choice,
-               row.choice, row.rank, int{row.allowed});
+               row->choice, row->rank, int{row->allowed});
     }
     if (!anyAllowed) {
         LOG_ERROR(unit, "DataSourceDB::DataTableHandler::%s::checkSaneValues -> all %s %ss are disabled\n",
                   m_words.className, m_words.kind, m_words.choice);
         return false;
     }
-    if (taken != ranks.size() || taken != choices.size()) {
+    if (anyRepeated) {
         LOG_ERROR(unit,
                   "DataSourceDB::DataTableHandler::%s::checkSaneValues received ranks (%s), %ss(%s) - some rank or %s is "
                   "missing\n",
