@@ -3,9 +3,10 @@
 
 #include "Data/DataSourceDB.h"
 
-#include <map>
 #include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 namespace Data {
 
@@ -57,10 +58,11 @@ private:
 
     struct State;
 
+    MEDIADATA_HIDDEN DataTable* findTable(eDataTag table) const;
     MEDIADATA_HIDDEN DataTableDoorOpenerTypeDependentTags* doorOpenerTable() const;
 
     DataDBCallback* m_callback;
-    std::map<eDataTag, std::unique_ptr<DataTable>> m_tables;
+    std::vector<std::pair<eDataTag, std::unique_ptr<DataTable>>> m_tables; ///< in the order of tags
     std::unique_ptr<State> m_kept;
     int m_changedTables = 0; ///< how many tables are marked as changed
 };

@@ -36,6 +36,7 @@ struct TableClass {
     std::unique_ptr<Handler::DataTable> (*make)();
 };
 
+/// In the order of tags, in which tables are read and written.
 constexpr std::array tableClasses{
     TableClass{eDataTagGroupPickup, makeTable<Handler::DataTableGroupPickupDependentTags>},
     TableClass{eDataTagCodecSettings, makeTable<Handler::DataTableCodecSetting>},
@@ -45,6 +46,7 @@ constexpr std::array tableClasses{
     TableClass{eDataTagDoorOpeners, makeTable<Handler::DataTableDoorOpenerTypeDependentTags>},
 };
 
+static_assert(std::ranges::is_sorted(tableClasses, {}, &TableClass::tag));
 static_assert(std::ranges::all_of(Tables::all,
                                   [](Tables::Table const& table) {
                                       return table.tag == eDataTagNone ||
@@ -104,23 +106,30 @@ Handler::~DataTableHandler() = default;
 
 void Handler::fillTableMap(std::list<eDataTag> const& tableTags)
 {
-    for (eDataTag const tag : tableTags) {
-        auto const* const tableClass = std::find_if(tableClasses.begin(), tableClasses.end(),
-                                                    [tag](TableClass const& candidate) { return candidate.tag == tag; });
-        if (tableClass == tableClasses.end())
+    for (auto const& [tag, make] : tableClasses) {
+        if (std::ranges::find(tableTags, tag) == tableTags.end())
             continue;
-        auto table = tableClass->make();
+        auto table = make();
         table->initializeIndexMax();
-        m_tables.emplace(tag, std::move(table));
+        m_tables.emplace_back(tag, std::move(table));
     }
+}
+
+/// Null for a table that is not there.
+Handler::DataTable* Handler::findTable(eDataTag table) const
+{
+    for (auto const& [tag, each] : m_tables)
+        if (tag == table)
+            return each.get();
+    return nullptr;
 }
 
 void Handler::setTableChanged(eDataTag table)
 {
-    auto const found = m_tables.find(table);
-    if (found == m_tables.end() || found->second->isChanged())
+    auto* const found = findTable(table);
+    if (!found || found->isChanged())
         return;
-    found->second->setChanged(true);
+    found->setChanged(true);
     ++m_changedTables;
 }
 
@@ -132,8 +141,7 @@ bool Handler::hasChangedTables() const
 
 Handler::DataTableDoorOpenerTypeDependentTags* Handler::doorOpenerTable() const
 {
-    auto const found = m_tables.find(eDataTagDoorOpeners);
-    return found == m_tables.end() ? nullptr : static_cast<DataTableDoorOpenerTypeDependentTags*>(found->second.get());
+    return static_cast<DataTableDoorOpenerTypeDependentTags*>(findTable(eDataTagDoorOpeners));
 }
 
 void Handler::keepState()
