@@ -195,7 +195,7 @@ void BulkData::clear()
     m_items.clear();
 }
 
-std::string BulkData::serialize()
+[[gnu::cold]] std::string BulkData::serialize()
 {
     ScopedLock const held(*m_lock);
     std::string text;
@@ -216,7 +216,8 @@ std::string BulkData::serialize()
         default:
             continue;
         }
-        text += "<item><tag>" + ClientUtils::itos(tag) + "</tag><value>" + value + "</value></item>";
+        text.append("<item><tag>").append(ClientUtils::itos(tag));
+        text.append("</tag><value>").append(value).append("</value></item>");
     }
     return text;
 }
