@@ -164,9 +164,9 @@ private:
 
     MEDIADATA_HIDDEN DataItemBase* findItem(eDataTag tag) const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void place(eDataTag tag, DataItemBase* item) MEDIADATA_REQUIRES(*m_lock);
-    MEDIADATA_HIDDEN bool setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+    MEDIADATA_HIDDEN bool setTexts(DataTagValue_t const& values, DataTagValue_t* rejected, bool persist, bool toManagement)
         MEDIADATA_REQUIRES(*m_lock);
-    MEDIADATA_HIDDEN bool setEachText(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist,
+    MEDIADATA_HIDDEN bool setEachText(DataTagValue_t const& values, DataTagValue_t* rejected, bool persist,
                                       bool toManagement) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void getTexts(DataTagValue_t& values) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults) MEDIADATA_REQUIRES(*m_lock);

@@ -234,10 +234,10 @@ bool DataCache::storeInGroup(DataItemBase& item, std::string const& before, Writ
 bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
 {
     ScopedLock const held(*m_lock);
-    return setTexts(values, rejected, persist, toManagement);
+    return setTexts(values, &rejected, persist, toManagement);
 }
 
-bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t* rejected, bool persist, bool toManagement)
 {
     if (!persist || !m_initialised)
         return setEachText(values, rejected, false, false);
@@ -246,7 +246,7 @@ bool DataCache::setTexts(DataTagValue_t const& values, DataTagValue_t& rejected,
     return span.end() && accepted;
 }
 
-bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
+bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t* rejected, bool persist, bool toManagement)
 {
     bool accepted = true;
     for (auto const& [tag, text] : values) {
@@ -255,14 +255,16 @@ bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t& reject
             continue;
         std::string present;
         if (item->getValueString(present) && present == text && !isActionInBatch(tag)) {
-            rejected[tag] = "";
+            if (rejected)
+                (*rejected)[tag] = "";
             continue;
         }
         std::string reason;
         if (!item->setValueString(text, reason)) {
             LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value '%s' given! '%s'\n", quotable(tag, text),
                       reason.c_str());
-            rejected[tag] = reason;
+            if (rejected)
+                (*rejected)[tag] = reason;
             accepted = false;
             continue;
         }

@@ -43,8 +43,7 @@ bool DataCache::applyChangedConfigFile()
     DataItemBuilder::getDefaultValues(defaults, eDataComponentNone, false);
     flags.merge(defaults);
 
-    DataTagValue_t scratch;
-    setTexts(flags, scratch, false, false);
+    setTexts(flags, nullptr, false, false);
     flushTables();
     return true;
 }

@@ -10,10 +10,8 @@ namespace Data {
 
 void DataCache::applyDefaults(DataTagValue_t const& defaults)
 {
-    if (defaults.empty())
-        return;
-    DataTagValue_t scratch;
-    setTexts(defaults, scratch, true, false);
+    if (!defaults.empty())
+        setTexts(defaults, nullptr, true, false);
 }
 
 void DataCache::dbCBGetFailed(eDataTag tag)
@@ -65,7 +63,7 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
         // One hold across both, so that no other thread sees or flushes a half-set table.
         ScopedLock const held(*m_lock);
         Span span(*this);
-        bool const accepted = setTexts(values, rejected, true, false);
+        bool const accepted = setTexts(values, &rejected, true, false);
         bool const flushed = flushTables();
         stored = span.end() && flushed && accepted;
     }
@@ -86,8 +84,8 @@ void DataCache::dbCBGetDataValues(DataTagValue_t& values)
 
 bool DataCache::dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement)
 {
-    DataTagValue_t scratch;
-    return setDataValues(values, scratch, persist, toManagement);
+    ScopedLock const held(*m_lock);
+    return setTexts(values, nullptr, persist, toManagement);
 }
 
 bool DataCache::dbCBQueryIsTableUserData(eDataTag table)
