@@ -9,6 +9,7 @@
 #include <list>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace Data {
 
@@ -107,6 +108,8 @@ public:
 private:
     friend class DataCache;
 
+    /// The tags of the component's valid records in ascending order.
+    MEDIADATA_HIDDEN static std::vector<eDataTag> tagsOf(eDataComponent component);
     /// Where the items that addIntoDataMap makes have their values.
     MEDIADATA_HIDDEN static eDataSource sourceOf(eDataTag tag, bool observed);
 };

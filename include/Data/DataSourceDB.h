@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <list>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,7 @@ public:
 
     /// Opens one storage per schema of `tags`. The callback is borrowed and may be null; the context must outlive the source.
     DataSourceDB(SvcRTEContext& context, std::list<eDataTag> const& tags, DataDBCallback* callback);
+    MEDIADATA_HIDDEN DataSourceDB(std::span<eDataTag const> tags, SvcRTEContext& context, DataDBCallback* callback);
     ~DataSourceDB();
     DataSourceDB(DataSourceDB const&) = delete;
     DataSourceDB& operator=(DataSourceDB const&) = delete;
@@ -67,6 +69,7 @@ public:
 private:
     friend class DataCache; ///< asks for changed tables before it makes room for those that are rejected, and groups writes
 
+    MEDIADATA_HIDDEN void openStorage(SvcRTEContext& context, eDataTag tag);
     MEDIADATA_HIDDEN bool hasChangedTables() const;
     MEDIADATA_HIDDEN void keepTables();
     MEDIADATA_HIDDEN void restoreTables();

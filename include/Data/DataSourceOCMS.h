@@ -9,6 +9,7 @@
 #include "MgmtAgentIfc.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <span>
 #include <string>
@@ -23,7 +24,7 @@ namespace Data {
 /// A ranked table in the words of its translation, known to that alone.
 struct ManagedTable;
 
-/// Takes no lock of its own: the maps are built once and then only read; the cache's operations lock for themselves.
+/// Takes no lock of its own: what it knows is made once and then only read; the cache's operations lock for themselves.
 /// Failures are results, logged under "./src/DataSourceOCMS".
 class MEDIADATA_EXPORT DataSourceOCMS : public MgmtAgentIfc {
 public:
@@ -42,6 +43,9 @@ public:
     /// callbacks are borrowed and may be null.
     DataSourceOCMS(SvcRTEContext& context, eDataComponent component, std::list<eDataTag> const& observedTags,
                    std::list<eDataTag> const& ownedTags, DataOCMSCallback* cache, DataMobilityCallback* mobility);
+    MEDIADATA_HIDDEN DataSourceOCMS(SvcRTEContext& context, std::list<eDataTag> const& observedTags,
+                                    std::span<eDataTag const> ownedTags, DataOCMSCallback* cache,
+                                    DataMobilityCallback* mobility);
     ~DataSourceOCMS() override;
     DataSourceOCMS(DataSourceOCMS const&) = delete;
     DataSourceOCMS& operator=(DataSourceOCMS const&) = delete;
@@ -66,6 +70,7 @@ public:
     void addToHandlingMap(std::list<eDataTag> const& tags, eDataHandling handling);
     /// Does nothing: the service learns what is observed from its own configuration.
     void buildObservedList(std::list<eDataTag> const& tags, std::list<std::string>& names);
+    /// Does nothing: the names were sorted by the compiler.
     void buildOCMS2EnumMap();
 
     void checkSpecificDataForSet(DataTagValue_t& values);
@@ -89,26 +94,19 @@ public:
                             eDataTag hardwareTag, eDataTag extraTag);
 
 private:
-    /// A row of the description table under the hash of its item's name.
-    struct NamedRow {
-        std::size_t hash;
-        eDataTag tag;
-    };
-
     struct Handling {
         eDataTag tag;
         eDataHandling handling;
     };
 
-    /// The rows of one item in the order of their sub-items' names; empty when no row has this item.
-    MEDIADATA_HIDDEN std::span<NamedRow const> findRows(std::string const& itemName) const;
-    MEDIADATA_HIDDEN std::vector<Handling>::const_iterator findHandling(eDataTag tag) const;
+    /// The tags of one item in the order of their sub-items' names; empty when no row has this item.
+    MEDIADATA_HIDDEN static std::span<std::uint16_t const> findRows(std::string const& itemName);
+    MEDIADATA_HIDDEN void addHandling(std::span<eDataTag const> tags, eDataHandling handling);
     MEDIADATA_HIDDEN void completeTable(ManagedTable const& managed, DataTagValue_t& values);
     /// Takes out the empty packet sizes that completing the codecs added to what was sent: those rows keep theirs.
     MEDIADATA_HIDDEN static void dropAddedPacketSizes(DataTagValue_t& values, DataTagValue_t const& sent);
     MEDIADATA_HIDDEN void hideTableRows(ManagedTable const& managed, DataTagValue_t& values);
 
-    std::vector<NamedRow> m_names; ///< by hash, item and sub-item
     LocalMgmtIfc* m_localMgmt = nullptr;
     std::vector<Handling> m_handling; ///< by tag
     DataOCMSCallback* m_cache;

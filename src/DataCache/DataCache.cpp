@@ -57,12 +57,10 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     : m_component(component), m_lock(std::make_unique<CacheLock>(CacheLock::State::Held)),
       m_group(WriteGroup::make(*this, context))
 {
-    DataItemBuilder::verifyDataTable();
     clearDataMap();
 
-    std::list<eDataTag> ownTags;
+    auto const ownTags = DataItemBuilder::tagsOf(component);
     std::list<eDataTag> handled;
-    DataItemBuilder::getComponentTagList(component, ownTags);
     for (eDataTag const tag : ownTags)
         place(tag, DataItemBuilder::createDataItem(tag, DataItemBuilder::sourceOf(tag, false)));
     std::map<eDataTag, DataItemBase*> observed;
@@ -74,8 +72,8 @@ DataCache::DataCache(SvcRTEContext& context, std::list<eDataTag> const& observed
     for (auto const& [tag, item] : observed)
         place(tag, item);
 
-    m_sourceDB = std::make_unique<DataSourceDB>(context, ownTags, this);
-    m_sourceOCMS = std::make_unique<DataSourceOCMS>(context, component, handled, ownTags, this, this);
+    m_sourceDB = std::make_unique<DataSourceDB>(ownTags, context, this);
+    m_sourceOCMS = std::make_unique<DataSourceOCMS>(context, handled, ownTags, this, this);
     m_sourceFile = std::make_unique<DataSourceFile>();
 
     readAllDataFromSourceDB();

@@ -69,6 +69,8 @@ Builder::DataItemRecord const* Builder::findDataRecord(eDataTag tag)
 
 bool Builder::isValidValidatorBuilder(ValidatorBuilder const& builder)
 {
+    if (builder == nullptr) // most steps name none
+        return false;
     // dataValidatorIntRangeNot is missing on purpose: a step that names it is skipped.
     ValidatorBuilder const valid[] = {
         dataValidatorStringsAllowed,  dataValidatorStringLength, dataValidatorStringBoolean, dataValidatorStringNoWhitespace,
@@ -112,11 +114,20 @@ DataItemBase* Builder::createDataItem(eDataTag tag, eDataSource source)
 
 void Builder::getComponentTagList(eDataComponent component, std::list<eDataTag>& tags)
 {
+    auto const found = tagsOf(component);
+    tags.insert(tags.end(), found.begin(), found.end());
+}
+
+std::vector<eDataTag> Builder::tagsOf(eDataComponent component)
+{
+    std::vector<eDataTag> tags;
+    tags.reserve(recordCount);
     for (int i = 0; i < eDataTagEnd; ++i) {
         DataItemRecord const* const record = findDataRecord(static_cast<eDataTag>(i));
         if (record != nullptr && record->component == component)
             tags.push_back(record->tag);
     }
+    return tags;
 }
 
 void Builder::getDefaultValues(std::map<eDataTag, std::string>& values, eDataComponent component, bool userDataOnly)

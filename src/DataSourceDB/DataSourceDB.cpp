@@ -13,6 +13,8 @@
 #include "DataStorage.h"
 #include "SvcRTEContext.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,6 +47,12 @@ constexpr Name schemasEnd = Name::dasTableFull;
 std::size_t placeOf(std::string const& schema)
 {
     return static_cast<std::size_t>(&schema - nameTable.names);
+}
+
+bool isTableTag(eDataTag tag)
+{
+    auto const* const row = DataSourceDB::findDescription(tag);
+    return row && row->isTable;
 }
 
 /// What bounds one stored row in the text of a table.
@@ -89,14 +97,17 @@ std::string encrypted(std::string const& plain)
 } // namespace
 
 DataSourceDB::DataSourceDB(SvcRTEContext& context, std::list<eDataTag> const& tags, DataDBCallback* callback)
+    : DataSourceDB(std::vector(tags.begin(), tags.end()), context, callback)
+{}
+
+DataSourceDB::DataSourceDB(std::span<eDataTag const> tags, SvcRTEContext& context, DataDBCallback* callback)
     : m_storages(static_cast<std::size_t>(schemasEnd)), m_callback(callback)
 {
-    verifyDataTable();
     std::list<eDataTag> tableTags;
-    getTableItemTags(tags, tableTags);
+    std::ranges::copy_if(tags, std::back_inserter(tableTags), isTableTag);
     m_tableHandler = std::make_unique<DataTableHandler>(tableTags, callback);
-    cleanStorageMap();
-    fillStorageMap(context, tags);
+    for (auto const tag : tags)
+        openStorage(context, tag);
 }
 
 DataSourceDB::~DataSourceDB()
@@ -120,15 +131,19 @@ bool DataSourceDB::verifyDataTable()
 
 void DataSourceDB::fillStorageMap(SvcRTEContext& context, std::list<eDataTag> const& tags)
 {
-    for (auto const tag : tags) {
-        auto const* const row = findDescription(tag);
-        if (!row || !row->schema || m_storages[placeOf(*row->schema)])
-            continue;
-        // A schema that is out of reach is tried again for each of its tags.
-        auto storage = std::make_unique<DataStorage>(context, *row->schema);
-        if (storage->findDataAccessService())
-            m_storages[placeOf(*row->schema)] = std::move(storage);
-    }
+    for (auto const tag : tags)
+        openStorage(context, tag);
+}
+
+void DataSourceDB::openStorage(SvcRTEContext& context, eDataTag tag)
+{
+    auto const* const row = findDescription(tag);
+    if (!row || !row->schema || m_storages[placeOf(*row->schema)])
+        return;
+    // A schema that is out of reach is tried again for each of its tags.
+    auto storage = std::make_unique<DataStorage>(context, *row->schema);
+    if (storage->findDataAccessService())
+        m_storages[placeOf(*row->schema)] = std::move(storage);
 }
 
 void DataSourceDB::cleanStorageMap()
@@ -147,11 +162,7 @@ DataSourceDB::DbDescription const* DataSourceDB::findDescription(eDataTag tag)
 
 void DataSourceDB::getTableItemTags(std::list<eDataTag> const& tags, std::list<eDataTag>& tableTags)
 {
-    for (auto const tag : tags) {
-        auto const* const row = findDescription(tag);
-        if (row && row->isTable)
-            tableTags.push_back(tag);
-    }
+    std::ranges::copy_if(tags, std::back_inserter(tableTags), isTableTag);
 }
 
 bool DataSourceDB::findTagInfo(eDataTag tag, DataStorage*& storage, std::string const*& element, bool& isTable,

@@ -9,8 +9,6 @@
 #include "SvcRTEContext.h"
 
 #include <algorithm>
-#include <functional>
-#include <tuple>
 
 namespace Data {
 
@@ -51,13 +49,17 @@ std::vector<std::string> rootIdsOf(ManageableData& record)
 
 DataSourceOCMS::DataSourceOCMS(SvcRTEContext& context, eDataComponent, std::list<eDataTag> const& observedTags,
                                std::list<eDataTag> const& ownedTags, DataOCMSCallback* cache, DataMobilityCallback* mobility)
+    : DataSourceOCMS(context, observedTags, std::vector(ownedTags.begin(), ownedTags.end()), cache, mobility)
+{}
+
+DataSourceOCMS::DataSourceOCMS(SvcRTEContext& context, std::list<eDataTag> const& observedTags,
+                               std::span<eDataTag const> ownedTags, DataOCMSCallback* cache, DataMobilityCallback* mobility)
     : m_cache(cache), m_mobility(mobility)
 {
-    verifyDataTable();
-    buildOCMS2EnumMap();
+    m_handling.reserve(observedTags.size() + ownedTags.size());
     // The first entry wins: a tag in both lists is observed.
     addToHandlingMap(observedTags, OBSERVED);
-    addToHandlingMap(ownedTags, OWNED);
+    addHandling(ownedTags, OWNED);
     m_localMgmt = dynamic_cast<LocalMgmtIfc*>(context.findService("LocalMgmtIfc"));
 }
 
@@ -77,40 +79,22 @@ bool DataSourceOCMS::verifyDataTable()
     return ok;
 }
 
-void DataSourceOCMS::buildOCMS2EnumMap()
-{
-    m_names.clear();
-    m_names.reserve(usedRows);
-    for (std::size_t index = 0; index < usedRows; ++index) {
-        if (auto const& [tag, item, subItem] = dataOCMSDescriptionTable[index]; item != nullptr)
-            m_names.push_back({std::hash<std::string>()(*item), tag});
-    }
-    // Numbers are compared much faster than texts, which decide only within an item or between items of the same hash.
-    std::sort(m_names.begin(), m_names.end(), [](NamedRow const& left, NamedRow const& right) {
-        if (left.hash != right.hash)
-            return left.hash < right.hash;
-        return std::tie(itemOf(left.tag), subItemOf(left.tag)) < std::tie(itemOf(right.tag), subItemOf(right.tag));
-    });
-}
-
-std::span<DataSourceOCMS::NamedRow const> DataSourceOCMS::findRows(std::string const& itemName) const
-{
-    std::size_t const hash = std::hash<std::string>()(itemName);
-    auto const isOther = [&](NamedRow const& row) { return row.hash != hash || itemOf(row.tag) != itemName; };
-    auto first = std::lower_bound(m_names.begin(), m_names.end(), hash,
-                                  [](NamedRow const& row, std::size_t wanted) { return row.hash < wanted; });
-    while (first != m_names.end() && first->hash == hash && isOther(*first))
-        ++first;
-    return {first, std::find_if(first, m_names.end(), isOther)};
-}
+void DataSourceOCMS::buildOCMS2EnumMap() {}
 
 void DataSourceOCMS::addToHandlingMap(std::list<eDataTag> const& tags, eDataHandling handling)
 {
-    m_handling.reserve(m_handling.size() + tags.size());
+    addHandling(std::vector(tags.begin(), tags.end()), handling);
+}
+
+void DataSourceOCMS::addHandling(std::span<eDataTag const> tags, eDataHandling handling)
+{
+    auto place = m_handling.begin();
     for (eDataTag const tag : tags) {
-        auto const place = findHandling(tag);
+        if (place != m_handling.begin() && std::prev(place)->tag >= tag) // seldom: tags come in order
+            place = m_handling.begin();
+        place = std::find_if(place, m_handling.end(), [tag](Handling const& entry) { return entry.tag >= tag; });
         if (place == m_handling.end() || place->tag != tag)
-            m_handling.insert(place, {tag, handling});
+            place = std::next(m_handling.insert(place, {tag, handling}));
         else
             LOG_ERROR(unit, "DataSourceOCMS::addToHandlingMap - ERR while building handling map, there's collision between "
                             "owned & observed\n");
@@ -121,15 +105,8 @@ void DataSourceOCMS::buildObservedList(std::list<eDataTag> const&, std::list<std
 
 bool DataSourceOCMS::checkOCMSItemHandling(eDataTag tag, eDataHandling handling)
 {
-    auto const found = findHandling(tag);
+    auto const found = std::ranges::lower_bound(m_handling, tag, {}, &Handling::tag);
     return found != m_handling.end() && found->tag == tag && found->handling == handling;
-}
-
-/// The tag's place: where it is or would be.
-std::vector<DataSourceOCMS::Handling>::const_iterator DataSourceOCMS::findHandling(eDataTag tag) const
-{
-    return std::lower_bound(m_handling.begin(), m_handling.end(), tag,
-                            [](Handling const& entry, eDataTag wanted) { return entry.tag < wanted; });
 }
 
 bool DataSourceOCMS::findStringsFor(eDataTag tag, std::string& itemName, std::string& subItemName)
@@ -151,9 +128,9 @@ bool DataSourceOCMS::findTagFor(std::string const& itemName, std::string const& 
     if (rows.empty())
         return false;
     auto const found =
-        std::find_if(rows.begin(), rows.end(), [&](NamedRow const& row) { return subItemOf(row.tag) == subItemName; });
+        std::ranges::find_if(rows, [&](auto row) { return subItemOf(static_cast<eDataTag>(row)) == subItemName; });
     // A sub-item that the item does not have gets the item's first row.
-    tag = found != rows.end() ? found->tag : std::ranges::min_element(rows, {}, &NamedRow::tag)->tag;
+    tag = static_cast<eDataTag>(found != rows.end() ? *found : std::ranges::min(rows));
     return true;
 }
 
@@ -161,7 +138,8 @@ void DataSourceOCMS::fillTagsAndValue(ManageableData& record, eDataHandling hand
                                       DataTagValue_t& values)
 {
     for (std::string const& rootId : rootIdsOf(record)) {
-        for (auto const& [hash, tag] : findRows(rootId)) {
+        for (auto const row : findRows(rootId)) {
+            auto const tag = static_cast<eDataTag>(row);
             std::string value;
             if (!checkOCMSItemHandling(tag, handling) || (withValues && !record.interogate(rootId, subItemOf(tag), value)))
                 continue;
