@@ -4,6 +4,8 @@
 
 #include "DataItemBuilder/NameTable.h"
 
+#include <memory>
+
 namespace Data {
 
 namespace {
@@ -19,16 +21,13 @@ constexpr char texts[] =
 NameTable::NameTable()
 {
     char const* next = texts;
-    for (std::string& name : names) {
-        name = next;
-        next += name.size() + 1;
-    }
+    for (NameText& name : names)
+        next += std::construct_at(&name.text, next)->size() + 1;
 }
 
 [[gnu::init_priority(101)]] NameTable const nameTable;
 
-#define SETTING_NAME(constant, text)                                                                                        \
-    constinit std::string const& constant = nameTable.names[static_cast<std::size_t>(Name::constant)];
+#define SETTING_NAME(constant, text) constinit std::string const& constant = *addressOf(Name::constant);
 #include "Data/settings.def"
 
 } // namespace Data

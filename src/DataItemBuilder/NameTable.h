@@ -17,17 +17,33 @@ enum class Name : std::size_t {
 };
 #pragma GCC diagnostic pop
 
+/// A string that is made in its place by the table, and never destroyed: it is constant until the process ends.
+union NameText {
+    NameText() {}
+    ~NameText() {}
+    NameText(NameText const&) = delete;
+    NameText& operator=(NameText const&) = delete;
+
+    std::string text;
+};
+
 struct NameTable {
     NameTable();
 
-    std::string names[static_cast<std::size_t>(Name::count)];
+    NameText names[static_cast<std::size_t>(Name::count)];
 };
 
 extern NameTable const nameTable;
 
 constexpr std::string const* addressOf(Name name)
 {
-    return &nameTable.names[static_cast<std::size_t>(name)];
+    return &nameTable.names[static_cast<std::size_t>(name)].text;
+}
+
+/// Of a text in the table.
+inline Name nameOf(std::string const& text)
+{
+    return static_cast<Name>(reinterpret_cast<NameText const*>(&text) - nameTable.names);
 }
 
 } // namespace Data

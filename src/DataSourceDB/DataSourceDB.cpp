@@ -46,7 +46,7 @@ constexpr Name schemasEnd = Name::dasTableFull;
 
 std::size_t placeOf(std::string const& schema)
 {
-    return static_cast<std::size_t>(&schema - nameTable.names);
+    return static_cast<std::size_t>(nameOf(schema));
 }
 
 bool isTableTag(eDataTag tag)
