@@ -38,17 +38,18 @@ constexpr std::array<char const*, 2> migrations{
     "PRAGMA user_version = 2;"
     "COMMIT;"};
 
-// The locking mode comes first: whatever reads the file before it would make it use shared memory.
+// The locking mode comes first: whatever reads the file before it would make it use shared memory. The last row that they answer
+// is the journal mode that there is.
 constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
                                  "PRAGMA cache_size = 10;" // pages; the values in use lie in items
-                                 "PRAGMA journal_mode = WAL;"
                                  "PRAGMA synchronous = FULL;"
                                  "PRAGMA wal_autocheckpoint = 128;"
                                  "PRAGMA journal_size_limit = 1048576;"
                                  "PRAGMA secure_delete = ON;"
                                  "PRAGMA cell_size_check = ON;"
                                  "PRAGMA mmap_size = 0;"
-                                 "PRAGMA temp_store = MEMORY;";
+                                 "PRAGMA temp_store = MEMORY;"
+                                 "PRAGMA journal_mode = WAL;";
 
 int authorize(void*, int action, char const* subject, char const*, char const*, char const*)
 {
@@ -165,13 +166,11 @@ bool Connection::prepare(std::string const& path, bool isSealed, DatabaseFault& 
     sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_LOOKASIDE, nullptr, 0, 0); // memory for many statements; here are few
 
-    if (sqlite3_exec(m_handle, settings, nullptr, nullptr, nullptr) != SQLITE_OK)
+    std::string mode;
+    if (sqlite3_exec(m_handle, settings, takeFirstColumn, &mode, nullptr) != SQLITE_OK)
         return failed(fault, "cannot use " + path);
     sqlite3_db_release_memory(m_handle); // the pages that were allotted before the size of the cache was known
-    std::string verdict;
-    if (sqlite3_exec(m_handle, "PRAGMA journal_mode", takeFirstColumn, &verdict, nullptr) != SQLITE_OK)
-        return failed(fault, "cannot use " + path);
-    if (verdict != "wal") {
+    if (mode != "wal") {
         fault = {false, "database: " + path + " cannot be used with a write-ahead log"};
         return false;
     }
@@ -179,7 +178,7 @@ bool Connection::prepare(std::string const& path, bool isSealed, DatabaseFault& 
         fault = {true, "database: " + path + " is marked as of a format that cannot be written"};
         return false;
     }
-    return (isSealed || check(path, fault)) && migrate(fault) && prepareStatements(fault);
+    return (isSealed || check(path, fault)) && migrate(fault) && prepareStatements(isSealed, fault);
 }
 
 bool Connection::check(std::string const& path, DatabaseFault& fault)
@@ -214,12 +213,12 @@ bool Connection::migrate(DatabaseFault& fault)
     return true;
 }
 
-bool Connection::prepareStatements(DatabaseFault& fault)
+bool Connection::prepareStatements(bool isSealed, DatabaseFault& fault)
 {
     sqlite3_set_authorizer(m_handle, authorize, nullptr);
     // One of each table tells whether it is as it should be.
     for (Statement const each : {readItems, addEntry, addHistory})
-        if (prepared(each) == nullptr)
+        if (!isSealed && prepared(each) == nullptr)
             return failed(fault, fileOf(m_handle) + " has not the tables it should have");
     return true;
 }
@@ -296,7 +295,9 @@ ReadAhead Connection::readAhead(DatabaseFault& fault)
     ahead.close(code == SQLITE_DONE);
     if (m_isSound = code == SQLITE_DONE; !m_isSound)
         failed(fault, "cannot read " + fileOf(m_handle));
-    sqlite3_finalize(std::exchange(m_prepared[readItems], nullptr)); // its pages and memory are needed no more
+    // Its memory and the pages it read are needed no more. Until something is written the library's items have their place.
+    sqlite3_finalize(std::exchange(m_prepared[readItems], nullptr));
+    sqlite3_db_release_memory(m_handle);
     return ahead;
 }
 

@@ -76,7 +76,7 @@ private:
     bool prepare(std::string const& path, bool isSealed, DatabaseFault& fault);
     bool check(std::string const& path, DatabaseFault& fault);
     bool migrate(DatabaseFault& fault);
-    bool prepareStatements(DatabaseFault& fault);
+    bool prepareStatements(bool isSealed, DatabaseFault& fault);
     bool failed(DatabaseFault& fault, std::string const& action) const;
     bool complain(std::string const& text);
     sqlite3_stmt* prepared(Statement);

@@ -50,7 +50,7 @@ std::string DatabaseSeal::describeFile() const
         return "";
     crypto_generichash_state state;
     crypto_generichash_init(&state, nullptr, 0, crypto_generichash_BYTES);
-    std::array<unsigned char, 16384> block{};
+    std::array<unsigned char, 4096> block{};
     std::size_t total = 0;
     std::optional<std::size_t> size;
     while ((size = readUpTo(file.get(), reinterpret_cast<char*>(block.data()), block.size())) && *size > 0) {
