@@ -47,7 +47,7 @@ reliability: build-dev ## fail every platform and system call, kill the process 
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so
 
-bench: install-bench build-bench ## compare with other stores and write docs/performance.md; takes five minutes
+bench: install-bench build-bench ## compare with other stores and write docs/performance.md; takes six minutes
 	@bench/run build/bench
 
 package: install-build install-package ## build the Debian packages in build/package, check them and build a client with them

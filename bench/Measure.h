@@ -37,6 +37,9 @@ public:
         store.save();
     }
 
+    Changes(Changes const&) = delete;
+    Changes& operator=(Changes const&) = delete;
+
     std::vector<Key> const& keys() const { return m_keys; }
 
     template <class Store> bool write(Store& store, Key const& key, int variant) const
@@ -48,14 +51,18 @@ public:
 
     template <class Store> void makeOne(Store& store)
     {
-        Key const& key = m_keys[m_made % m_keys.size()];
-        if (!write(store, key, static_cast<int>(m_made++ / m_keys.size() + 1) % 2))
+        if (!write(store, *m_next, m_variant))
             std::abort(); // the benchmark would measure something else
+        if (++m_next == m_keys.end()) {
+            m_next = m_keys.begin();
+            m_variant = 1 - m_variant;
+        }
     }
 
 private:
     std::vector<Key> const m_keys;
-    std::size_t m_made = 0;
+    std::vector<Key>::const_iterator m_next = m_keys.begin();
+    int m_variant = 1;
 };
 
 /// How often this thread had to leave its processor to another, which is no fault of what it was doing.
@@ -239,8 +246,9 @@ template <class Store, class Done> void startUp(Setup const& setup, Done done)
     done();
 }
 
-/// Arguments: variant, directory, what to do (fill, all, start, run, memory, count OPERATION N, trace OPERATION N). `start` prints
-/// the time of the monotonic clock when the first value was there, where callgrind stops counting; `run` only comes and goes.
+/// Arguments: variant, directory, what to do (fill, all, start, run, hold, memory, count OPERATION N, trace OPERATION N). `start`
+/// prints the time of the monotonic clock when the first value was there, where callgrind stops counting; `run` only comes and
+/// goes; `hold` ends with the first value and frees nothing.
 template <class Store> int measure(int argc, char** argv)
 {
     if (argc < 4)
@@ -258,6 +266,10 @@ template <class Store> int measure(int argc, char** argv)
     if (job == "run") {
         startUp<Store>(setup, [] {});
         return 0;
+    }
+    if (job == "hold") {
+        startUp<Store>(setup, [] { _exit(0); });
+        return 1;
     }
     if (job == "memory") {
         startUp<Store>(setup, showMemory);

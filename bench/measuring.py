@@ -1,5 +1,5 @@
 # The systems of the benchmark, how each is run, and what is taken from it: times, system calls, instructions, memory.
-import functools, os, re, statistics, subprocess, sys, tempfile
+import functools, json, os, re, statistics, subprocess, sys, tempfile
 from collections import Counter, defaultdict, namedtuple
 
 SYSTEMS = {  # title: program, variant; those that are compared stand together, since the disk's speed changes
@@ -170,6 +170,22 @@ class Bench:
             text = open(out).read()
         counted = self.by_file(text)
         return Counter({name: value / int((job + ["1", "1"])[2]) for name, value in counted.items()})
+
+    @functools.cache
+    def held(self, system):
+        """Bytes of the heap that are in use when the first value is there, by the file that asked for them."""
+        with self.directory() as directory:
+            self.fill(system, directory)
+            out = os.path.join(directory, "dhat")
+            under = ["valgrind", "--tool=dhat", "--num-callers=40", f"--dhat-out-file={out}"]
+            self.run(self.command(system, directory, "hold", under=under), directory)
+            profile = json.load(open(out))
+        counted = Counter()
+        for place in profile["pps"]:
+            files = (file_title(match.group(1)) for index in place["fs"]
+                     if (match := re.search(r"\(in (.*)\)$", profile["ftbl"][index])))
+            counted[next((title for title in files if title not in (*RUNTIME, "others")), "others")] += place["eb"]
+        return counted
 
     @staticmethod
     def by_file(text):
