@@ -62,7 +62,7 @@ private:
     static void XMLCALL onText(void* self, XML_Char const* text, int length);
 
     Implementation& m_owner;
-    XML_Parser const m_parser;
+    XML_ParserStruct* const m_parser;
     int m_depth = -1;
     bool m_anyElement = false;
     bool m_textWanted = false; // only between a start tag and the next tag is text an element's own
