@@ -335,7 +335,6 @@ TEST_P(FaultSweep, WhateverPlatformCallFailsNoValueIsLostOrInventedAndNoLockStay
                 hits += runFaulty(scenario, seed, clean, k, forGood);
             }
         }
-        std::cout << "  " << scenario.name << ": " << clean.calls << " calls" << std::endl;
         calls += clean.calls;
     }
     std::cout << "fault sweep " << (Trial::groups ? "with" : "without") << " groups: " << std::size(scenarios)

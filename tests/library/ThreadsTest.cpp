@@ -32,15 +32,11 @@ TEST_F(Threads, ThatDoEverythingAtOnceNeitherHangNorLeaveCacheAndDatabaseApart)
             return done;
         }));
     }
-    bool hang = false;
-    for (std::size_t i = 0; i < threads.size(); ++i) {
-        if (threads[i].wait_until(end + patience) == std::future_status::ready)
-            continue;
-        std::cerr << "thread " << i << " hangs in: " << current[i] << std::endl;
-        hang = true;
-    }
-    if (hang)
-        std::abort();
+    for (std::size_t i = 0; i < threads.size(); ++i)
+        if (threads[i].wait_until(end + patience) != std::future_status::ready) {
+            std::cerr << "thread " << i << " hangs in: " << current[i] << std::endl;
+            std::abort();
+        }
     int const done =
         std::accumulate(threads.begin(), threads.end(), 0, [](int sum, auto& each) { return sum + each.get(); });
     std::cout << "threads: " << threads.size() << " threads, " << done << " operations of "
