@@ -39,7 +39,7 @@ class Goals:
         if what.startswith(PERSISTENT):
             own, other = sorted([dividend, divisor], key=lambda pair: pair[0] != LIBRARY)
             syncs = [self.bench.calls(*pair).fewest for pair in (own, other)]
-            figure += f" with {syncs[0]} syncs against {syncs[1]}"
+            figure += f" with {syncs[0]} against {syncs[1]} syncs"
             reached = reached and syncs[0] <= syncs[1]
         self.add(what, goal, figure, reached)
 
@@ -47,10 +47,10 @@ class Goals:
         system, operation = pair
         return self.bench.total(system, "start" if operation == FROM_EXEC else operation)
 
-    def faster(self, operation, times, others, own=LIBRARY, what=None):
+    def faster(self, operation, times, others, own=LIBRARY, what=None, counted=True):
         other = min(others, key=lambda system: self.bench.median(system, operation))
         self.compare(what or operation, f"{times} x faster than {other}", (other, operation), (own, operation),
-                     lambda quotient: quotient >= times)
+                     lambda quotient: quotient >= times, counted)
 
     def within(self, operation, times, other, goal, counted=True, own=LIBRARY):
         self.compare(operation, goal, (own, operation), other, lambda quotient: quotient <= times, counted)
@@ -94,7 +94,7 @@ def goals(bench):
     all.syncs("durable change", 1)
     all.within("durable change", 1.15, ("SQLite FULL", "durable change"), "at most 1.15 x SQLite FULL")
     all.faster("durable change", 1.7, ["GSettings keyfile"])
-    all.faster("durable change", 7, ["GSettings dconf"])
+    all.faster("durable change", 7, ["GSettings dconf"], counted=False)  # most of it happens in dconf's service
     all.syncs("table change, 15 rows", 1)
     all.instructions("table change, 15 rows", LIBRARY, "table change, 15 rows", 800_000)
     all.faster("bulk read of 100", 10, GSETTINGS)
