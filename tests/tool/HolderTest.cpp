@@ -134,25 +134,31 @@ TEST_F(Holder, LeavesNothingInTheWayWhenItIsKilled)
     EXPECT_EQ(out("get ringer-volume"), "8\n");
 }
 
-TEST_F(Holder, IsWaitedForWithANoticeAndOthersNotForever)
+TEST_F(Holder, IsWaitedForInAQueueButNotForever)
 {
     hold();
+    auto const queueIsServedAfter = [&](std::string const& name, auto const& letGo) {
+        // Whether it serves and is stopped, or has the lock alone.
+        auto const refused = run("--timeout 2 get 61");
+        EXPECT_EQ(refused.status, 5);
+        EXPECT_NE(refused.err.find("waiting"), std::string::npos) << refused.err;
+        EXPECT_NE(refused.err.find("in use by process " + name + "; waited 2 s for it\n"), std::string::npos) << refused.err;
+        std::list<Process> queue;
+        for (int command = 0; command < 200; ++command)
+            queue.emplace_back(root() / "queued",
+                               Words{"--data-dir", dataDirectory().string(), "--timeout", "300", "set", "61=5"});
+        EXPECT_TRUE(queue.back().says("waiting"));
+        letGo();
+        for (auto& command : queue)
+            EXPECT_EQ(command.end(), 0) << command.err();
+    };
     m_holder->signal(SIGSTOP);
-    auto waiting = start("waiting", {"get", "61"});
-    EXPECT_TRUE(waiting.says("waiting for process " + m_holder->number()));
-    m_holder->signal(SIGCONT);
-    EXPECT_EQ(waiting.end(), 0);
+    queueIsServedAfter(m_holder->number(), [&] { m_holder->signal(SIGCONT); });
     m_holder->end(SIGTERM);
     auto const lock = ::open((dataDirectory() / "mediadata.lock").c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(lock, LOCK_EX), 0);
     ASSERT_EQ(::write(lock, "4711\n", 5), 5);
-    auto const refused = run("get 61");
-    EXPECT_EQ(refused.status, 5);
-    EXPECT_NE(refused.err.find("in use by process 4711; waiting\n"), std::string::npos) << refused.err;
-    auto patient = start("patient", {"get", "61"});
-    EXPECT_TRUE(patient.says("waiting"));
-    ::close(lock);
-    EXPECT_EQ(patient.end(), 0);
+    queueIsServedAfter("4711", [&] { ::close(lock); });
 }
 
 TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)

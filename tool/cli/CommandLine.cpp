@@ -13,6 +13,7 @@
 #include "verbs/Verbs.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <optional>
@@ -53,7 +54,8 @@ std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
     auto& invocation = call.invocation;
     if (!invocation.workbench) {
         invocation.options.dryRun = call.verb.dryRun && *call.verb.dryRun;
-        auto reached = reach(invocation.options, *invocation.console, call.words, wish);
+        auto reached =
+            reach(invocation.options, *invocation.console, call.words, wish, std::chrono::seconds(call.general.timeout));
         if (!reached.workbench)
             return Elsewhere{reached.status, std::move(reached.failure)};
         invocation.workbench = std::move(reached.workbench);

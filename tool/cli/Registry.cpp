@@ -61,7 +61,12 @@ std::vector<Argument> generalArguments(General& general)
              .value = "LEVEL",
              .range = {{0, 6}},
              .offer = Offers::words({"0", "2", "3", "5", "6"}),
-             .variable = "MEDIADATA_LOG"}};
+             .variable = "MEDIADATA_LOG"},
+            {.name = "--timeout",
+             .target = &general.timeout,
+             .help = "Wait up to so many seconds for another process that has the data directory (default 10)",
+             .value = "SECONDS",
+             .range = {{1, 1000000}}}};
 }
 
 /// What a line of the shell may say, too.

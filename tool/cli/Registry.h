@@ -26,7 +26,7 @@ public:
     /// The names of the options that may stand behind these words, some of which are verbs.
     Words optionNames(Words const& words) const;
 
-    /// The first option of that name, whichever verb has it: an option means the same for all verbs. Null when there is none.
+    /// The first option of that name, whichever verb has it: an option is typed the same way for all verbs. Null when there is none.
     Argument const* findOption(std::string const& name) const;
 
     General general;

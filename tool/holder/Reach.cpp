@@ -3,6 +3,8 @@
 #include "holder/Remote.h"
 #include "report/Console.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <filesystem>
 #include <ostream>
@@ -16,7 +18,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patience = 3s;
 constexpr auto silence = 1s;
 constexpr auto pause = 20ms;
 
@@ -27,15 +28,15 @@ Request requestOf(std::vector<std::string> const& words, Console const& console)
             console.outIsTerminal};
 }
 
-/// By the process that serves the directory; nothing when that ended before it began.
+/// By the process that serves the directory; nothing when it did not begin.
 std::optional<Reached> reachThrough(Remote& holder, Options const& options, Console& console, Request const& request,
-                                    Wish wish)
+                                    Wish wish, Remote::Deadline begun)
 {
     if (wish == Wish::Hold)
         return Reached{.failure = "data directory " + options.dataDirectory.string() + ": in use by process " +
                                   std::to_string(holder.process()) + ", which serves it"};
     std::string failure;
-    auto const status = holder.run(request, console, wish == Wish::Changes, failure);
+    auto const status = holder.run(request, console, wish == Wish::Changes, begun, failure);
     if (!status && failure.empty())
         return std::nullopt;
     return Reached{.status = status, .failure = std::move(failure)};
@@ -43,23 +44,28 @@ std::optional<Reached> reachThrough(Remote& holder, Options const& options, Cons
 
 } // namespace
 
-Reached reach(Options const& options, Console& console, std::vector<std::string> const& words, Wish wish)
+Reached reach(Options const& options, Console& console, std::vector<std::string> const& words, Wish wish,
+              std::chrono::seconds patience)
 {
     auto const request = requestOf(words, console);
     bool told = false;
-    for (auto const begin = std::chrono::steady_clock::now();;) {
+    for (auto const begin = std::chrono::steady_clock::now(), end = begin + patience;;) {
         if (auto holder = Remote::find(options.dataDirectory)) {
-            if (auto reached = reachThrough(*holder, options, console, request, wish))
+            if (auto reached = reachThrough(*holder, options, console, request, wish, end))
                 return std::move(*reached);
         }
         Reached here;
         bool inUse = false;
         here.workbench = Workbench::open(options, here.failure, inUse);
-        // A short command is soon over, and a process that has just begun will serve.
-        auto const waited = std::chrono::steady_clock::now() - begin;
-        if (here.workbench || !inUse || waited > patience)
+        if (here.workbench || !inUse)
             return here;
-        if (!std::exchange(told, told || waited > silence) && told)
+        // A short command is soon over, and a process that has just begun will serve.
+        auto const now = std::chrono::steady_clock::now();
+        if (now >= end) {
+            here.failure += fmt::format("; waited {} s for it", patience.count());
+            return here;
+        }
+        if (!std::exchange(told, told || now - begin > silence) && told)
             console.err << "mediadata: " << here.failure << "; waiting" << std::endl;
         std::this_thread::sleep_for(pause);
     }

@@ -3,6 +3,7 @@
 
 #include "workbench/Workbench.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,8 +23,9 @@ struct Reached {
     std::string failure = {};                  ///< neither, and why
 };
 
-/// Opens the data directory, unless another process serves it, which then runs the command of these words. Waits a while for a
-/// process that has the directory and serves nobody.
-Reached reach(Options const& options, Console& console, std::vector<std::string> const& words, Wish wish);
+/// Opens the data directory, unless another process serves it, which then runs the command of these words. Waits up to `patience`
+/// for a process that has the directory, whether it serves others or not.
+Reached reach(Options const& options, Console& console, std::vector<std::string> const& words, Wish wish,
+              std::chrono::seconds patience);
 
 } // namespace Tool

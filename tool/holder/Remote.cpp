@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto answerWait = 1s;
-constexpr auto longestSilence = 60s; ///< of a holder that is stopped, say
+constexpr auto longestSilence = 60s; ///< of a holder that is stopped behind the beginning, say
 constexpr auto longWhile = std::chrono::hours(1);
 
 std::size_t numberIn(std::string const& text)
@@ -51,20 +51,25 @@ std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
     return Remote(std::move(socket), peer.process);
 }
 
-Channel::Event Remote::next(Message& message, Console& console, int output)
+/// Waits for the turn, and says so when it takes long.
+Channel::Event Remote::first(Message& message, Console& console, Deadline begun)
+{
+    auto const left = [&] { return std::chrono::ceil<Channel::Milliseconds>(begun - std::chrono::steady_clock::now()); };
+    auto const event = m_channel.receive(message, std::min<Channel::Milliseconds>(answerWait, left()));
+    if (event != Channel::Event::Timeout || left() <= 0ms)
+        return event;
+    console.quiet();
+    console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
+                << std::endl;
+    return m_channel.receive(message, left());
+}
+
+Channel::Event Remote::next(Message& message, int output)
 {
     auto event = Channel::Event::Timeout;
-    // A watch that has begun lasts as long as it takes for something to change.
-    while (m_begun && output >= 0 && event == Channel::Event::Timeout)
+    // A watch lasts as long as it takes for something to change.
+    while (output >= 0 && event == Channel::Event::Timeout)
         event = m_channel.receive(message, longWhile, output);
-    if (!m_begun) {
-        event = m_channel.receive(message, answerWait);
-        if (event == Channel::Event::Timeout)
-            console.quiet();
-        if (event == Channel::Event::Timeout)
-            console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
-                        << std::endl;
-    }
     return event == Channel::Event::Timeout ? m_channel.receive(message, longestSilence, output) : event;
 }
 
@@ -89,7 +94,7 @@ bool Remote::supply(Request& request, std::string const& asked, Console& console
     return isNamed && kind == "file";
 }
 
-std::optional<int> Remote::run(Request request, Console& console, bool untilRead, std::string& failure)
+std::optional<int> Remote::run(Request request, Console& console, bool untilRead, Deadline begun, std::string& failure)
 {
     for (bool toSend = true;;) {
         if (toSend && encode(toMessage(request)).size() > longestMessage) {
@@ -102,14 +107,14 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
         }
         toSend = false;
         Message message;
-        auto const event = next(message, console, untilRead ? STDOUT_FILENO : -1);
+        auto const event = m_begun ? next(message, untilRead ? STDOUT_FILENO : -1) : first(message, console, begun);
         if (event == Channel::Event::ReaderGone)
             return 0;
-        if (event == Channel::Event::Timeout) {
-            failure = "process " + std::to_string(m_process) + ", which holds the data directory, does not answer" +
-                      (m_begun ? "; it may still carry the command out" : "; nothing was done");
+        if (event == Channel::Event::Timeout && m_begun)
+            failure = "process " + std::to_string(m_process) +
+                      ", which holds the data directory, does not answer; it may still carry the command out";
+        if (event == Channel::Event::Timeout)
             return std::nullopt;
-        }
         std::string const kind = message.empty() ? "" : message[0];
         if (kind == "begin") {
             m_begun = true;

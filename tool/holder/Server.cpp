@@ -25,7 +25,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t mostConnections = 64;
+constexpr std::size_t mostConnections = 64; ///< at once, watchers among them
+constexpr int longestQueue = 1024;          ///< of those who wait for one
 constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
 constexpr auto longestStall = 10s;
@@ -39,7 +40,7 @@ std::string reason(int code)
 } // namespace
 
 Server::Server(Workbench& workbench, ChangeFeed& feed, Answer answer)
-    : m_workbench(workbench), m_feed(feed), m_answer(std::move(answer)), m_end(::eventfd(0, EFD_CLOEXEC))
+    : m_workbench(workbench), m_feed(feed), m_answer(std::move(answer)), m_wake(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {}
 
 std::unique_ptr<Server> Server::start(Workbench& workbench, ChangeFeed& feed, Answer answer, std::string& error)
@@ -76,7 +77,7 @@ bool Server::listen(std::string& error)
     // The mode that the socket has when it gets its name.
     if (!socket || ::fchmod(socket.get(), 0600) != 0 ||
         ::bind(socket.get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0 ||
-        ::listen(socket.get(), static_cast<int>(mostConnections)) != 0)
+        ::listen(socket.get(), longestQueue) != 0)
         return refuse("cannot be made: " + reason(errno));
     m_socket = std::move(socket);
     return true;
@@ -88,8 +89,7 @@ Server::~Server()
         return;
     ::unlinkat(m_directory.get(), socketName, 0);
     m_ending = true;
-    std::uint64_t const one = 1;
-    [[maybe_unused]] auto const written = ::write(m_end.get(), &one, sizeof one);
+    wake();
     if (m_acceptor.joinable())
         m_acceptor.join();
     m_feed.close();
@@ -101,17 +101,26 @@ Server::~Server()
     m_listening.reset();
 }
 
+void Server::wake() const
+{
+    std::uint64_t const one = 1;
+    [[maybe_unused]] auto const written = ::write(m_wake.get(), &one, sizeof one);
+}
+
 void Server::acceptAll()
 {
-    std::array<pollfd, 2> waiting{{{m_socket.get(), POLLIN, 0}, {m_end.get(), POLLIN, 0}}};
-    while (waiting[1].revents == 0) {
-        ::poll(waiting.data(), waiting.size(), -1);
+    std::array<pollfd, 2> waiting{{{m_wake.get(), POLLIN, 0}, {m_socket.get(), POLLIN, 0}}};
+    while (!m_ending) {
+        bool const hasRoom = m_connections.size() < mostConnections;
+        ::poll(waiting.data(), hasRoom ? 2 : 1, -1);
+        std::uint64_t count = 0;
+        [[maybe_unused]] auto const taken = ::read(m_wake.get(), &count, sizeof count);
         std::erase_if(m_connections, [](Connection& each) {
             if (each.over)
                 each.thread.join();
             return each.over.load();
         });
-        if (waiting[0].revents != 0)
+        if (hasRoom && !m_ending && waiting[1].revents != 0)
             admit(Host::FileDescriptor(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK)));
     }
 }
@@ -122,13 +131,9 @@ void Server::admit(Host::FileDescriptor socket)
         std::this_thread::sleep_for(acceptPause);
         return;
     }
-    auto const user = peerOf(socket.get()).user;
-    char const* const fault = user != ::geteuid() && user != 0          ? "the data directory belongs to another user"
-                              : m_connections.size() >= mostConnections ? "too many processes use the data directory"
-                                                                        : nullptr;
-    if (fault) {
+    if (auto const user = peerOf(socket.get()).user; user != ::geteuid() && user != 0) {
         Channel channel(std::move(socket));
-        channel.postIfIdle({"refuse", fault});
+        channel.postIfIdle({"refuse", "the data directory belongs to another user"});
         return;
     }
     auto& connection = m_connections.emplace_back(std::move(socket));
@@ -137,6 +142,7 @@ void Server::admit(Host::FileDescriptor socket)
             serve(connection);
             ::shutdown(connection.channel.descriptor(), SHUT_RDWR);
             connection.over = true;
+            wake();
         });
     } catch (std::system_error const&) { // No more threads: the connection closes.
         m_connections.pop_back();

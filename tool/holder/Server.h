@@ -1,5 +1,5 @@
 // Lets other processes of the user work through the one that holds the data directory: it listens at a socket in the
-// directory and runs their commands one after the other.
+// directory and runs their commands one after the other. Who finds no room waits at the socket.
 #pragma once
 
 #include "holder/ChangeFeed.h"
@@ -57,6 +57,7 @@ private:
     Server(Workbench& workbench, ChangeFeed& feed, Answer answer);
     bool listen(std::string& error);
     void acceptAll();
+    void wake() const;
     void admit(Host::FileDescriptor socket);
     void serve(Connection& connection);
     bool serveOne(Connection& connection, Message const& message);
@@ -67,8 +68,8 @@ private:
     std::optional<Listening> m_listening;
     Host::FileDescriptor m_directory;
     Host::FileDescriptor m_socket;
-    Host::FileDescriptor m_end; ///< readable: no more connections
-    Threads::Mutex m_turn;      ///< one command at a time
+    Host::FileDescriptor m_wake; ///< wakes the accepting thread: a connection is over, or no more are wanted
+    Threads::Mutex m_turn;       ///< one command at a time
     std::atomic<bool> m_ending = false;
     std::list<Connection> m_connections; ///< touched by the accepting thread, and after its end
     std::thread m_acceptor;

@@ -4,6 +4,7 @@
 
 #include "report/Report.h"
 
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,6 +35,7 @@ struct General {
     std::string colour = "auto";
     std::string dataDirectory = {};
     std::optional<int> logLevel = {};
+    std::size_t timeout = 10; ///< seconds that it may wait for another process
 };
 
 /// In the place of a run.
