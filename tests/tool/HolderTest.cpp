@@ -20,16 +20,23 @@ struct Holder : ToolRunner {
         ASSERT_TRUE(m_holder->says("serving "));
     }
 
-    /// A connection on which these bytes were sent; -1 when it is refused.
-    int send(std::string const& bytes) const
+    /// A new socket with what connect() or bind() made of the name in the data directory.
+    template <class Call> std::pair<int, int> socketAfter(Call const& call) const
     {
         auto const directory = ::open(dataDirectory().c_str(), O_PATH | O_CLOEXEC);
         auto const socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
         ("/proc/self/fd/" + std::to_string(directory) + "/mediadata.socket").copy(address.sun_path, 100);
-        auto const failed = ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
+        auto const failed = call(socket, reinterpret_cast<sockaddr*>(&address), sizeof address);
         ::close(directory);
+        return {socket, failed};
+    }
+
+    /// A connection on which these bytes were sent; -1 when it is refused.
+    int send(std::string const& bytes) const
+    {
+        auto const [socket, failed] = socketAfter(::connect);
         [[maybe_unused]] auto const sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         return failed == 0 ? socket : -1;
     }
@@ -176,6 +183,31 @@ TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)
         ASSERT_GE(send(good.substr(0, good.size() - 1)), 0);
     EXPECT_EQ(out("get 61"), "3\n");
     EXPECT_EQ(m_holder->end(SIGTERM), 0);
+}
+
+TEST_F(Holder, AnswersOtherVersionsInOneSentence)
+{
+    hold();
+    EXPECT_EQ(read(send(wire({"mediadata 0", "verb", "get"}))),
+              wire({"refuse", "it speaks mediadata 1, this command mediadata 0; both have to be of one version"}));
+    m_holder->end(SIGTERM);
+    auto const [socket, failed] = socketAfter(::bind);
+    ASSERT_EQ(failed + ::listen(socket, 1), 0);
+    std::string const who = "mediadata: process " + std::to_string(::getpid()) + ", which holds the data directory";
+    std::string const strange = who + ", answers what this command does not understand; both have to be of one version\n";
+    std::pair<std::string, std::string> const answers[]{{wire({"refuse", "it is newer"}), who + ": it is newer\n"},
+                                                        {wire({"welcome", "2"}), strange},
+                                                        {wire({"begin"}) + wire({"say", "1", "3"}), strange},
+                                                        {"HTTP/1.1 400\r\n", strange}};
+    for (auto const& [bytes, sentence] : answers) {
+        auto command = start("old", {"get", "61"});
+        auto const connection = ::accept(socket, nullptr, nullptr);
+        ASSERT_EQ(::write(connection, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(command.end(), 5);
+        EXPECT_EQ(command.err(), sentence);
+        ::close(connection);
+    }
+    ::close(socket);
 }
 
 TEST_F(Holder, IsNotHeldUpByAWatcherThatDoesNotRead)

@@ -8,7 +8,9 @@ namespace Tool {
 
 namespace {
 
-constexpr std::string_view greeting = "mediadata 1";
+constexpr std::string_view greeting = "mediadata 1"; ///< the name of the protocol and its version
+constexpr std::size_t longestGreeting = 32;
+constexpr char const* malformed = "the request is malformed";
 constexpr std::string_view answerPrefix = "answer ";
 constexpr std::string_view lackPrefix = "lack ";
 
@@ -94,15 +96,22 @@ Message toMessage(Request const& request)
     return message;
 }
 
+std::string versionFault(Message const& request)
+{
+    std::string const given = request.empty() ? "" : request.front();
+    auto const name = greeting.substr(0, greeting.find(' ') + 1);
+    if (given == greeting)
+        return "";
+    if (!given.starts_with(name) || given.size() > longestGreeting)
+        return malformed;
+    return "it speaks " + std::string(greeting) + ", this command " + given + "; both have to be of one version";
+}
+
 bool parseRequest(Message const& message, Request& request, std::string& error)
 {
     request = {};
-    if (message.empty() || message.front() != greeting) {
-        error = "the process that holds the data directory speaks " + std::string(greeting) + " only";
-        return false;
-    }
-    error = "the request is malformed";
-    if (message.size() % 2 == 0)
+    error = malformed;
+    if (message.size() % 2 == 0 || message.front() != greeting)
         return false;
     for (std::size_t at = 1; at < message.size(); at += 2) {
         auto const& name = message[at];

@@ -3,7 +3,8 @@
 //
 // The client sends a request; the holder of the directory answers {begin}, then {out, bytes} and {err, bytes} as
 // they come, then {end, status}. {ask, what} instead of the end means that the command needs
-// something of the client's: the request has to be sent again with it.
+// something of the client's: the request has to be sent again with it. {refuse, why} instead of all that is what every version
+// of the protocol understands.
 #pragma once
 
 #include <cstddef>
@@ -40,6 +41,9 @@ struct Request {
 };
 
 Message toMessage(Request const& request);
+
+/// What is wrong with the version that a request begins with; empty when it is this one.
+std::string versionFault(Message const& request);
 
 /// False with `error` for what is no request of this version.
 bool parseRequest(Message const& message, Request& request, std::string& error);

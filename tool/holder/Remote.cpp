@@ -131,10 +131,13 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
             return std::nullopt;
         } else if (kind == "ask" && message.size() == 2 && supply(request, message[1], console)) {
             toSend = true;
-        } else if (kind.empty() && !m_begun) {
-            return std::nullopt;
         } else {
-            failure = "process " + std::to_string(m_process) + ", which held the data directory, ended before it answered";
+            bool const isGone = event == Channel::Event::Closed;
+            if (!isGone || m_begun)
+                failure = "process " + std::to_string(m_process) +
+                          (isGone ? ", which held the data directory, ended before it answered"
+                                  : ", which holds the data directory, answers what this command does not understand; both "
+                                    "have to be of one version");
             return std::nullopt;
         }
     }

@@ -155,11 +155,15 @@ void Server::serve(Connection& connection)
     Channel::Milliseconds limit = firstRequestWithin;
     for (Message message;; limit = answersWithin) {
         auto const event = channel.receive(message, limit);
-        if (event == Channel::Event::Malformed) {
-            channel.post({"refuse", "the request is malformed"});
+        if (event != Channel::Event::Received && event != Channel::Event::Malformed)
+            return;
+        // What is not understood is answered without waiting for the turn.
+        auto const fault = versionFault(event == Channel::Event::Received ? message : Message());
+        if (!fault.empty()) {
+            channel.post({"refuse", fault});
             channel.flush(longestStall);
         }
-        if (event != Channel::Event::Received || !serveOne(connection, message))
+        if (!fault.empty() || !serveOne(connection, message))
             return;
     }
 }
