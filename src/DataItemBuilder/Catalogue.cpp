@@ -224,7 +224,8 @@ private:
     {
         record.tag = tag;
         record.value.type = static_cast<eDataItemType>(row.type);
-        record.value.text = &condensed.texts[row.defaultText];
+        if (char const* const text = &condensed.texts[row.defaultText]; *text != '\0') // few have one
+            record.value.text = text;
         record.component = static_cast<eDataComponent>(row.component);
         record.isUserData = row.isUserData;
         record.secondFlag = row.secondFlag;

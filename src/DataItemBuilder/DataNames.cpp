@@ -4,6 +4,8 @@
 
 #include "DataItemBuilder/NameTable.h"
 
+#include <cstddef>
+#include <iterator>
 #include <memory>
 
 namespace Data {
@@ -16,13 +18,18 @@ constexpr char texts[] =
 #include "Data/settings.def"
     ;
 
+constexpr unsigned char sizes[] = {
+#define SETTING_NAME(constant, text) sizeof text - 1,
+#include "Data/settings.def"
+};
+
 } // namespace
 
 NameTable::NameTable()
 {
     char const* next = texts;
-    for (NameText& name : names)
-        next += std::construct_at(&name.text, next)->size() + 1;
+    for (std::size_t i = 0; i < std::size(sizes); next += sizes[i++] + 1)
+        std::construct_at(&names[i].text, next, sizes[i]);
 }
 
 [[gnu::init_priority(101)]] NameTable const nameTable;
