@@ -43,7 +43,6 @@ constexpr std::array<char const*, 2> migrations{
 constexpr char const* settings = "PRAGMA locking_mode = EXCLUSIVE;"
                                  "PRAGMA cache_size = 10;" // pages; the values in use lie in items
                                  "PRAGMA synchronous = FULL;"
-                                 "PRAGMA wal_autocheckpoint = 128;"
                                  "PRAGMA journal_size_limit = 1048576;"
                                  "PRAGMA secure_delete = ON;"
                                  "PRAGMA cell_size_check = ON;"
@@ -165,6 +164,7 @@ bool Connection::prepare(std::string const& path, bool isSealed, DatabaseFault& 
         sqlite3_db_config(m_handle, option, on, nullptr);
     sqlite3_limit(m_handle, SQLITE_LIMIT_ATTACHED, 0);
     sqlite3_db_config(m_handle, SQLITE_DBCONFIG_LOOKASIDE, nullptr, 0, 0); // memory for many statements; here are few
+    sqlite3_wal_autocheckpoint(m_handle, 128);
 
     std::string mode;
     if (sqlite3_exec(m_handle, settings, takeFirstColumn, &mode, nullptr) != SQLITE_OK)
