@@ -19,8 +19,10 @@ enum class Name : std::size_t {
 
 /// A string that is made in its place by the table, and never destroyed: it is constant until the process ends.
 union NameText {
+    // NOLINTBEGIN(modernize-use-equals-default): what is defaulted would be deleted
     NameText() {}
     ~NameText() {}
+    // NOLINTEND(modernize-use-equals-default)
     NameText(NameText const&) = delete;
     NameText& operator=(NameText const&) = delete;
 
