@@ -141,12 +141,18 @@ struct Chains {
     }
 };
 
-constexpr Chains distinctChains = [] {
+constexpr Chains foundChains = [] {
     Chains result;
     for (Setting const& setting : all) {
         result.add(setting.valueChain);
         result.add(setting.stringChain);
     }
+    return result;
+}();
+
+constexpr auto distinctChains = [] {
+    std::array<Chain, foundChains.count> result;
+    std::copy_n(foundChains.chains.begin(), result.size(), result.begin());
     return result;
 }();
 
@@ -184,8 +190,8 @@ constexpr Rows condensed = [] {
                           .component = static_cast<std::uint8_t>(setting.component),
                           .isUserData = setting.isUserData,
                           .secondFlag = setting.secondFlag,
-                          .valueChain = distinctChains.find(setting.valueChain),
-                          .stringChain = distinctChains.find(setting.stringChain)};
+                          .valueChain = foundChains.find(setting.valueChain),
+                          .stringChain = foundChains.find(setting.stringChain)};
         std::copy(setting.defaultText.begin(), setting.defaultText.end(), &result.texts[end]);
         end += setting.defaultText.size() + 1;
     }
@@ -195,14 +201,14 @@ constexpr Rows condensed = [] {
 // Records
 
 struct Catalogue {
-    Builder::ValidatorAndParams chains[distinctChains.count][2];
+    Builder::ValidatorAndParams chains[distinctChains.size()][2];
     Builder::DataItemRecord records[Builder::recordCount];
 
     Catalogue()
     {
-        for (std::size_t i = 0; i < distinctChains.count; ++i) {
-            fillStep(chains[i][0], distinctChains.chains[i].first);
-            fillStep(chains[i][1], distinctChains.chains[i].second);
+        for (std::size_t i = 0; i < distinctChains.size(); ++i) {
+            fillStep(chains[i][0], distinctChains[i].first);
+            fillStep(chains[i][1], distinctChains[i].second);
         }
         for (std::size_t i = 0; i < condensed.rows.size(); ++i)
             fillRecord(records[i], condensed.rows[i], static_cast<eDataTag>(i));
