@@ -153,6 +153,28 @@ void DataCache::WriteGroup::make(Reports const& reports)
         m_cache.m_sourceOCMS->setData(tag, text);
 }
 
+/// One value of several that are stored as a whole: with its table, or with what the operation under way stores besides.
+bool DataCache::storeInGroup(DataItemBase& item, std::string const& before, Written& written)
+{
+    auto const tag = item.tag();
+    bool const isAlone = !m_group->isInSpan();
+    Span span(*this);
+    written.inDatabase = storeItem(tag, &item);
+    if (!written.inDatabase) {
+        std::string reason;
+        WriteGroup::logNotStored(tag, WriteGroup::Origin::Value);
+        item.setValueString(before, reason);
+        m_touched.insert(tag);
+        return false;
+    }
+    m_group->note(tag, before, WriteGroup::Origin::Value, true);
+    if (!isAlone)
+        return true;
+    written.withTables = true;
+    bool const flushed = flushTables();
+    return span.end() && flushed;
+}
+
 DataCache::Span::Span(DataCache& cache, bool isBulk) : m_group(cache.m_group.get())
 {
     if (m_group && ++m_group->m_frame.depth == 1)
