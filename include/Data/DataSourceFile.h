@@ -13,7 +13,7 @@ namespace Data {
 class MEDIADATA_EXPORT DataSourceFile {
 public:
     DataSourceFile();
-    ~DataSourceFile();
+    ~DataSourceFile(); // NOLINT(performance-trivially-destructible): is exported
     DataSourceFile(DataSourceFile const&) = delete;
     DataSourceFile& operator=(DataSourceFile const&) = delete;
 

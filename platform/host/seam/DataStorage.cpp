@@ -15,16 +15,18 @@ char const* const failure = "failure";
 } // namespace
 
 struct DataStorage::Implementation {
+    Implementation(Host::Database* reached, std::string const& name) : database(reached), schema(name), table(name) {}
+
     Host::Database* database; // null: this context is not the host platform, or the schema is the platform's own
     std::string schema;
-    Host::TableWrite table{schema};
+    Host::TableWrite table;
 };
 
 DataStorage::DataStorage(Context& context, std::string const& schemaName)
 {
     auto* const platform = dynamic_cast<Host::Platform*>(&context);
     bool const reachable = platform != nullptr && !schemaName.starts_with('@');
-    m_implementation.reset(new Implementation{reachable ? &platform->database() : nullptr, schemaName});
+    m_implementation = std::make_unique<Implementation>(reachable ? &platform->database() : nullptr, schemaName);
 }
 
 DataStorage::~DataStorage() = default;
