@@ -4,6 +4,7 @@
 #include "AnnotatedMutex.h"
 #include "DeviceProfile.h"
 #include "FailedWrite.h"
+#include "ManagementService.h"
 #include "StorageGroup.h"
 #include "SvcRTEContext.h"
 
@@ -17,7 +18,6 @@ namespace Host {
 
 class Database;
 class DataDirectory;
-class ManagementService;
 class SecretBox;
 
 struct Options {
