@@ -3,6 +3,9 @@
 #include "Data/DataCache.h"
 #include "Data/DataDBCallback.h"
 
+#include "Data/SettingTraits.h"
+
+#include "Setting/Publication.h"
 #include "Tables/SettingOptions.h"
 
 #include <string>
@@ -12,12 +15,6 @@ namespace Media {
 using namespace Data;
 
 namespace {
-
-/// What the component watches without owning it, kept current by the management service.
-constexpr eDataTag observedTags[]{
-    eDataTagMobilityDataUpdate, eDataTagIpAddress, eDataTagIpv6AddressGlobal, eDataTagServerType,
-    eDataTagSystemIdentifier,   eDataTagCountry,   eDataTagRelatedDeviceType, eDataTagRelatedSoftwareVersion,
-    eDataTagSoftwareType};
 
 constexpr int regionOfUnknownCountry = 1;
 
@@ -40,12 +37,17 @@ MediaDataCache::~MediaDataCache()
 void MediaDataCache::init(SvcRTEContext& context)
 {
     // Stored only when complete: what the cache's own construction asks of the facade gets the fallbacks.
-    if (!m_instance)
-        m_instance = new MediaDataCache(context);
+    if (m_instance)
+        return;
+    m_instance = new MediaDataCache(context);
+    if (auto* const publication = Publication::begun())
+        m_instance->m_cache->publishTo(*publication);
 }
 
 void MediaDataCache::terminate()
 {
+    if (auto* const data = cache())
+        data->endFollowing();
     delete m_instance;
     m_instance = nullptr;
 }
@@ -57,7 +59,7 @@ DataCache* MediaDataCache::cache()
 
 void MediaDataCache::getObservedTags(std::list<eDataTag>& tags)
 {
-    tags.insert(tags.end(), std::begin(observedTags), std::end(observedTags));
+    tags.insert(tags.end(), std::begin(observedByMedia), std::end(observedByMedia));
 }
 
 template <class T> bool MediaDataCache::getData(eDataTag tag, T& value)

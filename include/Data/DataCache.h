@@ -9,17 +9,28 @@
 #include "Data/ThreadSafety.h"
 
 #include <array>
+#include <atomic>
 #include <bitset>
 #include <cstddef>
 #include <list>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
+#include <vector>
 
 class DataUpdateCallback;
 class ManageableData;
 class MgmtAgentIfc;
 class SvcRTEContext;
+
+namespace Media {
+class Result;
+struct Refusal;
+namespace Detail {
+struct Wanted;
+}
+} // namespace Media
 
 namespace Data {
 
@@ -30,6 +41,8 @@ class DataItemBase;
 class DataSourceDB;
 class DataSourceFile;
 class DataSourceOCMS;
+class Publication;
+class Subscriber;
 
 /// Locking: one re-entrant lock guards the items, the changed flag and the mobility state. Every public operation takes it
 /// without time limit and gives it on every return. Callbacks are called and user data is pushed after it was given, or with it
@@ -113,6 +126,23 @@ public:
     /// Last, so that the slots of the operations above follow one another.
     void mobilityChanged(std::string const& value) override;
 
+    // What Media::Setting asks besides; not exported.
+
+    /// As above; `result` says why it was not taken.
+    template <class T> MEDIADATA_HIDDEN bool setData(eDataTag tag, T const& value, bool toManagement, Media::Result& result);
+    /// As above; `refused`, when given, gets the tags of `bulk` that were not taken, in their order.
+    MEDIADATA_HIDDEN bool setDataBulk(BulkData& bulk, std::vector<Media::Refusal>* refused);
+    /// Values of one moment.
+    MEDIADATA_HIDDEN void readTogether(std::span<Media::Detail::Wanted const> wanted);
+    /// From now on what changes is published there.
+    MEDIADATA_HIDDEN void publishTo(Publication& publication);
+    /// Publishes the defaults, and nothing more; ends all subscribers.
+    MEDIADATA_HIDDEN void endFollowing();
+    /// False when the cache has none of the tags.
+    MEDIADATA_HIDDEN bool subscribe(std::span<eDataTag const> tags, std::shared_ptr<Subscriber> const& subscriber);
+    /// True when the calling thread is in no operation of the cache, and hence may wait for others.
+    MEDIADATA_HIDDEN bool unsubscribe(Subscriber& subscriber);
+
 private:
     static constexpr std::size_t tagCount = eDataTagEnd + 1;
 
@@ -135,6 +165,9 @@ private:
     /// What a notification pass has to tell.
     struct Notification;
 
+    /// Holds the lock where something may be written (src/DataCache/Operation.h).
+    class MEDIADATA_HIDDEN Operation;
+
     /// What an operation stores as a whole, and the guards that say from where to where (src/DataCache/WriteGroup.h).
     class MEDIADATA_HIDDEN WriteGroup;
     class MEDIADATA_HIDDEN Span;
@@ -145,6 +178,16 @@ private:
         bool inDatabase = false;
         bool withTables = false; ///< the changed tables, too
     };
+
+    /// Who wants to know why a value is not taken: of this operation, and not of those within it.
+    struct Question {
+        Media::Result* result = nullptr;
+        int operation = 0;
+    };
+    class MEDIADATA_HIDDEN Asking;
+    // The answer, when somebody asks.
+    MEDIADATA_HIDDEN void tellRefused(char const* reason) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void tellNotStored(char const* reason) MEDIADATA_REQUIRES(*m_lock);
 
     // The work behind the public operations, which is done with the lock held and calls none of them.
 
@@ -171,12 +214,19 @@ private:
     MEDIADATA_HIDDEN void getTexts(DataTagValue_t& values) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void applyDefaults(DataTagValue_t const& defaults) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN bool applyChangedConfigFile() MEDIADATA_REQUIRES(*m_lock);
-    template <class T> MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, T const& value, DataTagValue_t& written)
-        MEDIADATA_REQUIRES(*m_lock);
-    MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& written)
+    MEDIADATA_HIDDEN void applyFlagFile();
+    template <class T> MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, T const& value, DataTagValue_t& texts,
+                                                         Written& written) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN bool setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& texts, Written& written)
         MEDIADATA_REQUIRES(*m_lock);
 
     MEDIADATA_HIDDEN void noteChange(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void touch(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void noteUnpublished(eDataTag tag) MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void publishAtTheEnd() MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void publishChanges() MEDIADATA_REQUIRES(*m_lock);
+    MEDIADATA_HIDDEN void sweepSubscribers();
+    MEDIADATA_HIDDEN void endPass();
     MEDIADATA_HIDDEN bool allChangesAreNoted() const MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void addChange(DataItemBase const& item, Notification& notification) MEDIADATA_REQUIRES(*m_lock);
     MEDIADATA_HIDDEN void collectChanges(Notification& notification) MEDIADATA_REQUIRES(*m_lock);
@@ -193,6 +243,14 @@ private:
     std::array<DataItemBase*, tagCount> m_dataMap MEDIADATA_GUARDED_BY(*m_lock){};
     bool m_changed MEDIADATA_GUARDED_BY(*m_lock) = false;
     TouchedTags m_touched MEDIADATA_GUARDED_BY(*m_lock);
+    int m_operations MEDIADATA_GUARDED_BY(*m_lock) = 0; ///< within one another, of the thread that holds the lock
+    Publication* m_publication MEDIADATA_GUARDED_BY(*m_lock) = nullptr; ///< null: nobody reads without the lock
+    TouchedTags m_unpublished MEDIADATA_GUARDED_BY(*m_lock);
+    bool m_hasUnpublished MEDIADATA_GUARDED_BY(*m_lock) = false;
+    Question m_question MEDIADATA_GUARDED_BY(*m_lock);
+    std::vector<std::shared_ptr<Subscriber>> m_subscribers MEDIADATA_GUARDED_BY(*m_lock);
+    std::atomic<int> m_passes = 0; ///< that collected callees and are not over; rises with the lock held
+    std::atomic<bool> m_hasEndedSubscribers = false;
     std::unique_ptr<WriteGroup> const m_group MEDIADATA_PT_GUARDED_BY(*m_lock); ///< null: every write stands alone
     // Made by the constructor before it gives the lock. Empty while the destructor takes them down: the platform, whose
     // storages go with the first, may still call operations then, which answer false.

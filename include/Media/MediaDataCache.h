@@ -78,6 +78,8 @@ public:
     static int getCountryRegion();
 
 private:
+    friend struct CacheAccess; // src/Setting/CacheAccess.h
+
     explicit MediaDataCache(SvcRTEContext& context);
     ~MediaDataCache();
 

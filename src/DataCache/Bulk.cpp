@@ -3,8 +3,11 @@
 #include "Data/DataCache.h"
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
+#include "Media/Result.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
+#include "DataCache/Reasons.h"
 #include "DataCache/TextValues.h"
 #include "DataCache/WriteGroup.h"
 #include "Log.h"
@@ -24,27 +27,46 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
     return read;
 }
 
+/// Completes what was refused of a bulk by what its tables refused and what was not stored, in the order of the tags.
+void addTablesAndLost(std::map<eDataTag, BulkDataItem*> const& values, DataTagValue_t const& failed,
+                      DataTagValue_t const& lost, std::vector<Media::Refusal>& refused)
+{
+    std::vector<Media::Refusal> all;
+    auto next = refused.begin();
+    for (auto const& entry : values) {
+        auto const tag = entry.first;
+        bool const isRefused = next != refused.end() && next->tag == tag;
+        if (lost.contains(tag))
+            all.push_back({tag, Media::Result::NotStored, notStored});
+        else if (isRefused)
+            all.push_back(std::move(*next));
+        else if (failed.contains(tag))
+            all.push_back({tag, Media::Result::Refused, refusedByTable});
+        next += isRefused ? 1 : 0;
+    }
+    refused = std::move(all);
+}
+
 } // namespace
 
-/// `written` gets the value when it went into the database.
-template <class T> bool DataCache::setFromBulk(eDataTag tag, T const& value, DataTagValue_t& written)
+/// `texts` gets the value when it went into the database.
+template <class T> bool DataCache::setFromBulk(eDataTag tag, T const& value, DataTagValue_t& texts, Written& written)
 {
-    Written outcome;
-    bool const set = setDataValue(tag, value, outcome);
-    if (outcome.inDatabase)
-        written[tag] = convertToString(value);
+    bool const set = setDataValue(tag, value, written);
+    if (written.inDatabase)
+        texts[tag] = convertToString(value);
     return set;
 }
 
-bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& written)
+bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue_t& texts, Written& written)
 {
     switch (item.itemType) {
     case eDataItemTypeInt:
-        return setFromBulk(tag, item.intValue, written);
+        return setFromBulk(tag, item.intValue, texts, written);
     case eDataItemTypeBool:
-        return setFromBulk(tag, item.boolValue, written);
+        return setFromBulk(tag, item.boolValue, texts, written);
     case eDataItemTypeString:
-        return setFromBulk(tag, item.stringValue, written);
+        return setFromBulk(tag, item.stringValue, texts, written);
     default:
         LOG_ERROR(unit, "DataCache::setData - invalid entry tag %i \n", tag);
         return false;
@@ -56,31 +78,45 @@ bool DataCache::setFromBulk(eDataTag tag, BulkDataItem const& item, DataTagValue
 
 bool DataCache::setDataBulk(BulkData& bulk)
 {
+    return setDataBulk(bulk, nullptr);
+}
+
+bool DataCache::setDataBulk(BulkData& bulk, std::vector<Media::Refusal>* refused)
+{
     {
         ScopedLock const heldOfBulk(*bulk.m_lock);
     }
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     auto const values = bulk.getTagsValues(); // not before: others may clear it while the cache's lock is waited for
     Span span(*this, true);
     bool accepted = true;
-    DataTagValue_t written;
+    DataTagValue_t texts;
     for (auto const& [tag, item] : values) {
-        if (setFromBulk(tag, *item, written)) {
+        Media::Result result;
+        Asking const asking(*this, result, m_operations);
+        Written written;
+        if (setFromBulk(tag, *item, texts, written)) {
             bulk.setTagWrittenToDb(tag, true);
-        } else {
-            LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", tag);
-            accepted = false;
+            continue;
         }
+        LOG_ERROR(unit, "DataCache::setData - failed to set tag %i \n", tag);
+        accepted = false;
+        if (refused)
+            refused->push_back({tag, result.kind(), result.reason()});
     }
 
     DataTagValue_t failed;
+    DataTagValue_t lost;
     accepted = flushTables(failed) && accepted;
-    accepted = span.end(&failed) && accepted;
+    accepted = span.end(&lost) && accepted;
+    if (refused && !accepted)
+        addTablesAndLost(values, failed, lost, *refused);
+    failed.merge(lost);
     if (!accepted) {
         for (auto const& entry : failed)
             bulk.setTagWrittenToDb(entry.first, false);
     }
-    for (auto const& [tag, text] : written) {
+    for (auto const& [tag, text] : texts) {
         if (!failed.contains(tag))
             pushValue(tag, text);
     }
@@ -129,7 +165,7 @@ bool DataCache::getDataBulk(BulkData& bulk)
 
 void DataCache::resetDataToDefault(std::list<eDataTag> const& tags)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     DataTagValue_t defaults;
     for (auto const tag : tags)
         defaults.emplace(tag, "");

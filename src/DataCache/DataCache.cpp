@@ -8,9 +8,12 @@
 #include "Data/DataSourceOCMS.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
+#include "DataCache/Reasons.h"
 #include "DataCache/TextValues.h"
 #include "DataCache/WriteGroup.h"
 #include "Log.h"
+#include "Media/Result.h"
 
 #include <algorithm>
 
@@ -51,10 +54,18 @@ template <class T> bool DataCache::getData(eDataTag tag, T& value)
     ScopedLock const held(*m_lock);
     auto* const item = findItem(tag);
     if (!item)
-        return fetchValue(tag, value);
-    if (item->source() == eDataSourceFile && applyChangedConfigFile())
-        notifyChanges();
+        return readDataFromSourceOCMS(tag, value);
+    if (item->source() == eDataSourceFile)
+        applyFlagFile();
     return item->getValue(value);
+}
+
+/// Rare, and hence not inlined.
+[[gnu::noinline]] void DataCache::applyFlagFile()
+{
+    Operation const operation(*this);
+    if (applyChangedConfigFile())
+        notifyChanges();
 }
 
 /// What is rare is called and not inlined, so that the way of an unchanged value is short.
@@ -75,17 +86,30 @@ template <class T> bool DataCache::setDataValue(eDataTag tag, T const& value, Wr
 
 template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     Written written;
-    bool stored = setDataValue(tag, value, written) && (written.withTables || flushTables());
+    bool stored = setDataValue(tag, value, written);
+    if (stored && !written.withTables && !flushTables()) {
+        stored = false;
+        tellRefused(refusedByTable);
+    }
     if (stored && written.inDatabase && toManagement) {
         stored = pushValue(tag, value);
-        if (!stored)
+        if (!stored) {
             LOG_ERROR(unit, "DataCache::setData - ERR failed to set OCMS value\n");
+            tellNotStored(notTaken);
+        }
     }
     if (m_changed) // asked here, too, since an unchanged value is set often
         notifyChanges();
     return stored;
+}
+
+template <class T> bool DataCache::setData(eDataTag tag, T const& value, bool toManagement, Media::Result& result)
+{
+    Operation const operation(*this);
+    Asking const asking(*this, result, m_operations + 1);
+    return setData(tag, value, toManagement);
 }
 
 template <class T> [[gnu::noinline]] bool DataCache::setAtManagement(eDataTag tag, T const& value)
@@ -93,6 +117,7 @@ template <class T> [[gnu::noinline]] bool DataCache::setAtManagement(eDataTag ta
     if (pushValue(tag, value))
         return true;
     LOG_ERROR(unit, "DataCache::setDataValue - ERR failed to set OCMS value\n");
+    tellNotStored(notTaken);
     return false;
 }
 
@@ -103,6 +128,7 @@ template <class T>
     if (!item.setValue(value, reason)) {
         // The message names the batch operation; it is kept so, since logs are searched for it.
         LOG_ERROR(unit, "DataCache::setDataValues - ERR invalid value given! '%s'\n", reason.c_str());
+        tellRefused(reason.c_str());
         return false;
     }
     auto const tag = item.tag();
@@ -116,8 +142,9 @@ template <class T>
         if (written.inDatabase)
             return true;
         WriteGroup::logNotStored(tag, WriteGroup::Origin::Value);
+        tellNotStored(notStored);
         item.setValue(present, reason);
-        m_touched.insert(tag); // a nested pass may have taken the first change
+        touch(tag); // a nested pass may have taken the first change
         return false;
     case eDataSourceFile:
         LOG_ERROR(unit, "DataCache::setDataValue -> DATA_FILE not implemented \n");
@@ -212,7 +239,7 @@ template <class T> bool DataCache::fetchValue(eDataTag tag, T& value)
 
 bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     Span span(*this);
     bool const isWritten = storeItem(tag, item);
     bool const isStored = span.end();
@@ -223,25 +250,25 @@ bool DataCache::writeDataToSourceDB(eDataTag tag, DataItemBase const* item)
 
 bool DataCache::updateDataInSourceDB(DataTagValue_t& rejected)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return flushTables(rejected);
 }
 
 bool DataCache::updateDataInSourceDB()
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return flushTables();
 }
 
 template <class T> bool DataCache::writeDataToSourceOCMS(eDataTag tag, T const& value)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return pushValue(tag, value);
 }
 
 template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return fetchValue(tag, value);
 }
 
@@ -249,6 +276,7 @@ template <class T> bool DataCache::readDataFromSourceOCMS(eDataTag tag, T& value
 #define INSTANTIATE(T)                                                                                                      \
     template MEDIADATA_EXPORT bool DataCache::getData<T>(eDataTag, T&);                                                     \
     template MEDIADATA_EXPORT bool DataCache::setData<T>(eDataTag, T const&, bool);                                         \
+    template MEDIADATA_HIDDEN bool DataCache::setData<T>(eDataTag, T const&, bool, Media::Result&);                         \
     template MEDIADATA_EXPORT bool DataCache::readDataFromSourceOCMS<T>(eDataTag, T&);                                      \
     template MEDIADATA_EXPORT bool DataCache::writeDataToSourceOCMS<T>(eDataTag, T const&);                                 \
     template bool DataCache::setDataValue<T>(eDataTag, T const&, Written&);

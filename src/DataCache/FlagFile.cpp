@@ -4,7 +4,7 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceFile.h"
 
-#include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
 #include "Tables/Rules.h"
 
 namespace Data {
@@ -13,7 +13,7 @@ void DataCache::readDataFromSourceFile()
 {
     bool applied = false;
     {
-        ScopedLock const held(*m_lock);
+        Operation const operation(*this);
         applied = applyChangedConfigFile();
     }
     if (applied)

@@ -7,8 +7,10 @@
 
 #include "Data/DataSourceOCMS.h"
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
 #include "DataCache/WriteGroup.h"
 #include "Log.h"
+#include "Setting/ThisThread.h"
 
 #include <algorithm>
 #include <cassert>
@@ -30,6 +32,17 @@ using Changes = std::map<DataUpdateCallback*, BulkData>;
 } // namespace
 
 struct DataCache::Notification {
+    Notification() = default;
+    Notification(Notification const&) = delete;
+    Notification& operator=(Notification const&) = delete;
+    ~Notification()
+    {
+        if (isPass)
+            --passesOfThisThread;
+        if (followed)
+            followed->endPass();
+    }
+
     template <class T> void add(DataItemBase const& item)
     {
         T value{};
@@ -45,6 +58,8 @@ struct DataCache::Notification {
 
     Changes changes;
     std::optional<Push> push;
+    bool isPass = false;           ///< there is somebody to tell
+    DataCache* followed = nullptr; ///< counts the pass, since subscribers may be among them
 };
 
 void DataCache::TouchedTags::insert(eDataTag tag)
@@ -72,7 +87,7 @@ eDataTag DataCache::TouchedTags::takeLowest()
 void DataCache::noteChange(eDataTag tag)
 {
     m_changed = true;
-    m_touched.insert(tag);
+    touch(tag);
 }
 
 bool DataCache::allChangesAreNoted() const
@@ -125,6 +140,17 @@ void DataCache::collectChanges(Notification& notification)
     }
     if (isPushDue())
         notification.push = push();
+    if (notification.changes.empty() && !notification.push)
+        return;
+    // Whoever is woken by what is told now reads what it was told.
+    if (m_hasUnpublished)
+        publishChanges();
+    notification.isPass = true;
+    ++passesOfThisThread;
+    if (m_subscribers.empty())
+        return;
+    notification.followed = this;
+    ++m_passes;
 }
 
 void DataCache::notify(Notification& notification)

@@ -3,7 +3,7 @@
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
 
-#include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
 #include "DataCache/WriteGroup.h"
 
 namespace Data {
@@ -16,7 +16,7 @@ void DataCache::applyDefaults(DataTagValue_t const& defaults)
 
 void DataCache::dbCBGetFailed(eDataTag tag)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     DataTagValue_t defaults{{tag, ""}};
     DataItemBuilder::getDefaultValues(defaults, eDataComponentNone, true);
     applyDefaults(defaults);
@@ -24,7 +24,7 @@ void DataCache::dbCBGetFailed(eDataTag tag)
 
 void DataCache::dbCBResetSelectedToDefault(DataTagValue_t& values)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     DataItemBuilder::getDefaultValues(values, m_component, false);
     applyDefaults(values);
 }
@@ -32,7 +32,7 @@ void DataCache::dbCBResetSelectedToDefault(DataTagValue_t& values)
 void DataCache::ocmsCBResetToDefault()
 {
     {
-        ScopedLock const held(*m_lock);
+        Operation const operation(*this);
         Span span(*this);
         std::map<eDataTag, DataItemBase*> items;
         for (auto* const item : m_dataMap) {
@@ -61,7 +61,7 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
     bool stored = false;
     {
         // One hold across both, so that no other thread sees or flushes a half-set table.
-        ScopedLock const held(*m_lock);
+        Operation const operation(*this);
         Span span(*this);
         bool const accepted = setTexts(values, &rejected, true, false);
         bool const flushed = flushTables();
@@ -84,7 +84,7 @@ void DataCache::dbCBGetDataValues(DataTagValue_t& values)
 
 bool DataCache::dbCBSetDataValues(DataTagValue_t const& values, bool persist, bool toManagement)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return setTexts(values, nullptr, persist, toManagement);
 }
 

@@ -8,6 +8,7 @@
 #include "Data/DataSourceOCMS.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
 #include "DataCache/WriteGroup.h"
 
 #include "SvcRTEContext.h"
@@ -81,19 +82,19 @@ bool DataCache::readStored(eDataTag tag, DataItemBase* item)
 {
     bool const read = m_sourceDB && m_sourceDB->readDataValue(tag, item);
     if (item && findItem(item->tag()) == item) // callers may bring an item of their own
-        m_touched.insert(item->tag());
+        touch(item->tag());
     return read;
 }
 
 bool DataCache::readDataFromSourceDB(eDataTag tag, DataItemBase* item)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return readStored(tag, item);
 }
 
 void DataCache::readAllDataFromSourceDB()
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     for (auto* const item : m_dataMap) {
         if (item && item->source() == eDataSourceDB)
             readStored(item->tag(), item);
@@ -105,7 +106,7 @@ void DataCache::readAllDataFromSourceDB()
 
 void DataCache::readUserDataFromSourceDB()
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     Span const span(*this);
     for (auto* const item : m_dataMap) {
         if (item && DataItemBuilder::isUserData(item->tag()))

@@ -5,6 +5,7 @@
 #include "Data/DataSourceDB.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
 #include "DataCache/WriteGroup.h"
 #include "Log.h"
 
@@ -36,7 +37,7 @@ char const* quotable(eDataTag tag, std::string const& text)
 
 bool DataCache::setDataValues(DataTagValue_t const& values, DataTagValue_t& rejected, bool persist, bool toManagement)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     return setTexts(values, &rejected, persist, toManagement);
 }
 
@@ -76,7 +77,7 @@ bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t* reject
         if (isStored && !storeItem(tag, item)) {
             WriteGroup::logNotStored(tag, WriteGroup::Origin::Batch);
             item->setValueString(present, reason);
-            m_touched.insert(tag);
+            touch(tag);
             return false;
         }
         if (m_group && (isStored || m_group->notesAll()))

@@ -5,6 +5,8 @@
 #include "Data/DataSourceOCMS.h"
 
 #include "DataCache/CacheLock.h"
+#include "DataCache/Operation.h"
+#include "DataCache/Reasons.h"
 #include "Log.h"
 
 #include "StorageGroup.h"
@@ -163,8 +165,9 @@ bool DataCache::storeInGroup(DataItemBase& item, std::string const& before, Writ
     if (!written.inDatabase) {
         std::string reason;
         WriteGroup::logNotStored(tag, WriteGroup::Origin::Value);
+        tellNotStored(notStored);
         item.setValueString(before, reason);
-        m_touched.insert(tag);
+        touch(tag);
         return false;
     }
     m_group->note(tag, before, WriteGroup::Origin::Value, true);
@@ -172,7 +175,12 @@ bool DataCache::storeInGroup(DataItemBase& item, std::string const& before, Writ
         return true;
     written.withTables = true;
     bool const flushed = flushTables();
-    return span.end() && flushed;
+    if (!flushed)
+        tellRefused(refusedByTable);
+    bool const isStored = span.end();
+    if (!isStored)
+        tellNotStored(notStored);
+    return isStored && flushed;
 }
 
 DataCache::Span::Span(DataCache& cache, bool isBulk) : m_group(cache.m_group.get())

@@ -1,0 +1,109 @@
+// What the compiler knows of a setting: its type, and whether the media component's cache has a value of its own for it.
+#pragma once
+
+#include "Data/DataTypes.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string_view>
+
+namespace Data {
+
+/// What the media component watches without owning it, kept current by the management service.
+inline constexpr eDataTag observedByMedia[]{
+    eDataTagMobilityDataUpdate, eDataTagIpAddress, eDataTagIpv6AddressGlobal, eDataTagServerType,
+    eDataTagSystemIdentifier,   eDataTagCountry,   eDataTagRelatedDeviceType, eDataTagRelatedSoftwareVersion,
+    eDataTagSoftwareType};
+
+/// Why a tag has a value in the media component's cache, or has none.
+enum class ValueKind : std::uint8_t {
+    Value,
+    Secret,      ///< a value, a password or PIN
+    Flag,        ///< a value, which the flag file sets
+    NoSetting,   ///< 0, the end, or a number beyond
+    Table,       ///< a table or group, whose values are those of its members
+    SwitchedOff, ///< the catalogue gives it no default
+    Elsewhere    ///< another component's, and not watched
+};
+
+struct SettingTraits {
+    std::int8_t typeNumber = eDataItemTypeInvalid; ///< small, since the library has one for each tag
+    ValueKind kind = ValueKind::NoSetting;
+
+    constexpr eDataItemType type() const { return static_cast<eDataItemType>(typeNumber); }
+};
+
+namespace Detail {
+
+/// The options of settings.def of which the traits depend; the others are nothing here.
+namespace Options {
+enum Option : std::uint8_t { none = 0, observed = 1, secret = 2, flagged = 4 };
+inline constexpr Option userData = none, secondFlag = none, audioReset = none, noWhiteSpace = none, trueOrFalse = none;
+constexpr Option range(int, int)
+{
+    return none;
+}
+constexpr Option evenRange(int, int)
+{
+    return none;
+}
+constexpr Option rangeThenNot(int, int, int, int)
+{
+    return none;
+}
+constexpr Option length(int, int)
+{
+    return none;
+}
+constexpr Option oneOf(char const*, char const*)
+{
+    return none;
+}
+constexpr Option audioResetBefore(eDataTag)
+{
+    return none;
+}
+constexpr Option flag(char const*)
+{
+    return flagged;
+}
+
+constexpr SettingTraits traits(eDataTag tag, eDataItemType type, std::string_view defaultText, auto... options)
+{
+    int const all = (0 | ... | options);
+    auto const kind = [&] {
+        if (tag == eDataTagNone || tag == eDataTagEnd)
+            return ValueKind::NoSetting;
+        if (type == eDataItemTypeComplex)
+            return ValueKind::Table;
+        if (type != eDataItemTypeString && defaultText.empty())
+            return ValueKind::SwitchedOff;
+        bool const isWatched =
+            std::find(std::begin(observedByMedia), std::end(observedByMedia), tag) != std::end(observedByMedia);
+        if ((all & observed) != 0 && !isWatched)
+            return ValueKind::Elsewhere;
+        if ((all & flagged) != 0)
+            return ValueKind::Flag;
+        return (all & secret) != 0 ? ValueKind::Secret : ValueKind::Value;
+    };
+    return {static_cast<std::int8_t>(type), kind()};
+}
+
+inline constexpr SettingTraits all[]{
+#define SETTING_ROW(number, name, type, ...) traits(eDataTag##name, eDataItemType##type, __VA_ARGS__),
+#include "Data/settings.def"
+};
+} // namespace Options
+
+} // namespace Detail
+
+constexpr SettingTraits traitsOf(eDataTag tag)
+{
+    auto const index = static_cast<std::size_t>(tag);
+    return index < std::size(Detail::Options::all) ? Detail::Options::all[index] : SettingTraits{};
+}
+
+} // namespace Data
