@@ -1,0 +1,327 @@
+// The typed settings: which tags have a value, that what is read without the lock is what the cache holds, why a value is not
+// taken, and functions that are told until they are ended.
+#include "Sweep.h"
+
+#include "../Workload.h"
+#include "Data/DataItemBuilder.h"
+#include "Data/DataSourceOCMS.h"
+#include "Media/Setting.h"
+#include "MgmtAgentIfc.h"
+
+using namespace Data;
+using Media::Result;
+
+namespace {
+
+/// A setting's value as text, null for a tag that is none.
+using Reader = std::string (*)();
+
+template <eDataTag tag> std::string textOf()
+{
+    auto const value = Media::Setting<tag>().get();
+    if constexpr (std::is_same_v<decltype(value), std::string const>)
+        return value;
+    else if constexpr (std::is_same_v<decltype(value), bool const>)
+        return value ? "true" : "false";
+    else
+        return std::to_string(value);
+}
+
+template <eDataTag tag> constexpr Reader readerOf()
+{
+    if constexpr (Media::HasValue<tag>)
+        return textOf<tag>;
+    else
+        return nullptr;
+}
+
+auto const readers = []<std::size_t... tags>(std::index_sequence<tags...>)
+{
+    return std::array{readerOf<static_cast<eDataTag>(tags)>()...};
+}
+(std::make_index_sequence<eDataTagEnd + 2>());
+
+class Settings : public LibraryTest {
+protected:
+    Settings() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
+
+    static void expectAll(std::function<std::string(eDataTag)> const& wanted, std::string const& when)
+    {
+        for (std::size_t tag = 0; tag < readers.size(); ++tag) {
+            if (readers[tag]) {
+                EXPECT_EQ(readers[tag](), wanted(static_cast<eDataTag>(tag))) << tag << " " << when;
+            }
+        }
+    }
+
+    Media::Setting<eDataTagRingerVolume> volume;
+    Media::Setting<eDataTagHandsetVolume> handset;
+    Media::Setting<eDataTagCamera1Url> url;
+    Media::Setting<eDataTagDoorOpener1Pin> pin;
+};
+
+/// Runs it on another thread, to its end.
+template <class Function> auto elsewhere(Function function)
+{
+    return std::async(std::launch::async, function).get();
+}
+
+TEST_F(Settings, AreTheTagsOfWhichTheCacheHasAValue)
+{
+    start();
+    auto const held = heldTags();
+    for (std::size_t tag = 0; tag < readers.size(); ++tag) {
+        bool const isHeld = std::ranges::count(held, static_cast<eDataTag>(tag)) > 0;
+        bool const isTable = Cache::getItemType(static_cast<eDataTag>(tag)) == eDataItemTypeComplex;
+        EXPECT_EQ(readers[tag] != nullptr, isHeld && !isTable) << tag;
+    }
+    static_assert(std::is_same_v<decltype(volume)::value_type, int>);
+    static_assert(!Media::IsPublished<eDataTagDoorOpener1Pin>);
+    static_assert(!Media::IsPublished<eDataTagForceEtsi>);
+}
+
+TEST_F(Settings, ShowWhatTheCacheHoldsWhateverChangedIt)
+{
+    auto const defaults = [](eDataTag tag) {
+        auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
+        return record.value.type == eDataItemTypeInt ? std::to_string(std::stoi(record.value.text)) : record.value.text;
+    };
+    expectAll(defaults, "before init");
+    platform.keepJournal(false);
+    platform.flagFile("");
+    start();
+    std::minstd_rand random(1);
+    for (int i = 0; i < 600; ++i) {
+        auto const& operation = Workload::operations[random() % std::size(Workload::operations)];
+        platform.failGroups(random() % 4 == 0);
+        if (random() % 4 == 0)
+            platform.failCall(1 + random() % 6);
+        operation.run(static_cast<int>(random() % 1000));
+        platform.failGroups(false);
+        platform.failCall(0);
+        platform.clearLogs();
+        expectAll(presentText, std::string("after ") + operation.name);
+        if (HasFailure())
+            break;
+    }
+    Cache::terminate();
+    expectAll(defaults, "after terminate");
+}
+
+TEST_F(Settings, SayWhyAValueIsNotTaken)
+{
+    EXPECT_EQ(volume.set(5).kind(), Result::Absent);
+    start();
+    auto record = ::record("ringer-volume", "9");
+    EXPECT_FALSE(Cache::setDataOcms(record));
+    auto const outOfRange = record.rejectReasons().begin()->reason;
+    struct Case {
+        char const* name;
+        std::function<Result()> set;
+        Result::Kind kind;
+        std::string reason;
+        std::string volume;
+    };
+    Case const cases[]{
+        {"ok", [&] { return volume.set(5); }, Result::Ok, "", "5"},
+        {"unchanged", [&] { return volume.set(5, Media::tellManagement); }, Result::Ok, "", "5"},
+        {"a validator", [&] { return volume.set(9); }, Result::Refused, outOfRange, "5"},
+        {"a table's check", [] { return Media::Setting<eDataTagCodecType1>().set(1); }, Result::Refused,
+         "the table's check refused it", "5"},
+        {"the database", [&] { return platform.failCall(1), volume.set(6); }, Result::NotStored,
+         "the database did not store it", "5"},
+        {"a group", [&] { return platform.failGroups(true), Media::Setting<eDataTagGroupPickupToneType>().set(3); },
+         Result::NotStored, "the database did not store it", "5"},
+        {"management", [&] { return platform.failGroups(false), platform.failCall(2), volume.set(7, Media::tellManagement); },
+         Result::NotStored, "the management service did not take it", "7"}};
+    for (auto const& each : cases) {
+        auto const result = each.set();
+        EXPECT_EQ(result.kind(), each.kind) << each.name;
+        EXPECT_EQ(result.reason(), each.reason) << each.name;
+        EXPECT_EQ(result.ok(), each.kind == Result::Ok) << each.name;
+        EXPECT_EQ(textOf<eDataTagRingerVolume>(), each.volume) << each.name;
+    }
+    platform.clearJournal();
+    EXPECT_TRUE(volume.set(2).ok());
+    EXPECT_EQ(platform.calls({"reportChanged"}).size(), 0U);
+    EXPECT_TRUE(volume.set(3, Media::tellManagement).ok());
+    EXPECT_EQ(platform.calls({"reportChanged"}).size(), 1U);
+}
+
+TEST_F(Settings, OfABatchAreStoredAndAnnouncedTogether)
+{
+    Media::Batch batch;
+    batch.set(volume, 9).set(volume, 5).set(handset, 9).set(url, "door").set(Media::Setting<eDataTagCodecType1>(), 1);
+    EXPECT_EQ(batch.commit().refused().size(), 5U) << "no cache";
+    start();
+    listen({eDataTagRingerVolume, eDataTagHandsetVolume, eDataTagCamera1Url});
+    auto const result = batch.commit();
+    EXPECT_FALSE(result.ok());
+    ASSERT_EQ(result.refused().size(), 2U);
+    EXPECT_EQ(result.refused()[0].tag, eDataTagHandsetVolume);
+    EXPECT_EQ(result.refused()[0].kind, Result::Refused);
+    EXPECT_NE(result.refused()[0].reason, "");
+    EXPECT_EQ(result.refused()[1].tag, eDataTagCodecType1);
+    EXPECT_EQ(result.refused()[1].reason, "the table's check refused it");
+    EXPECT_EQ(listener.heard, Texts{"61=5 " + std::to_string(eDataTagCamera1Url) + "=door"});
+    EXPECT_EQ(Media::read(volume, url), std::tuple(5, std::string("door")));
+    platform.failGroups(true);
+    auto const lost = Media::Batch().set(volume, 6).set(handset, 6).commit();
+    EXPECT_EQ(lost.refused().size(), 2U);
+    for (auto const& each : lost.refused())
+        EXPECT_EQ(each.kind, Result::NotStored) << each.tag;
+    EXPECT_EQ(volume.get(), 5);
+    platform.failGroups(false);
+    EXPECT_TRUE(Media::Batch().set(volume, 6).commit().ok());
+}
+
+TEST_F(Settings, AreSeenByOthersWhenTheOperationEndsOrTellsSomebody)
+{
+    start();
+    std::string seen;
+    platform.onCall([&](Scripted::Call const& call) {
+        if (call.name == "setDataItem" || call.name == "endGroup")
+            seen += call.name[0] + std::to_string(volume.get()) + std::to_string(elsewhere([&] { return volume.get(); })) + " ";
+    });
+    EXPECT_TRUE(Media::Batch().set(volume, 5).set(handset, 5).commit().ok());
+    EXPECT_EQ(seen, "s33 s53 e53 ") << "one's own, the others'";
+    platform.failGroups(true);
+    seen.clear();
+    EXPECT_FALSE(Media::Batch().set(volume, 6).set(handset, 6).commit().ok());
+    EXPECT_EQ(seen, "s55 s65 e65 ");
+    platform.failGroups(false);
+    platform.onCall({});
+    // What a camera's rule tells in the middle of a bulk is seen by all, and the bulk goes on.
+    listen({eDataTagRingerVolume});
+    int told = 0;
+    listener.onNews = [&] { told = elsewhere([&] { return volume.get(); }); };
+    EXPECT_TRUE(volume.set(7).ok());
+    EXPECT_EQ(told, 7);
+    auto report = record("ringer-volume", "8");
+    EXPECT_TRUE(Cache::setDataOcms(report));
+    EXPECT_EQ(told, 8);
+}
+
+TEST_F(Settings, MadeFirstWithinAnOperationDoNotShowWhatIsTakenBack)
+{
+    start();
+    EXPECT_EQ(pin.get(), "");
+    EXPECT_TRUE(pin.set("1234").ok());
+    EXPECT_EQ(pin.get(), "1234");
+    EXPECT_EQ(textOf<eDataTagForceEtsi>(), "false");
+    platform.flagFile("force_etsi\n");
+    EXPECT_EQ(textOf<eDataTagForceEtsi>(), "true") << "the file is looked at";
+}
+
+class Subscriptions : public Settings {
+protected:
+    std::vector<int> heard;
+    std::function<void(int)> const note = [this](int value) { heard.push_back(value); };
+};
+
+TEST_F(Subscriptions, EndForAllTheirTags)
+{
+    auto const early = volume.onChange(note);
+    EXPECT_FALSE(early);
+    start();
+    EXPECT_FALSE(volume.onChange({}));
+    EXPECT_FALSE(Media::onChange({eDataTagQosLayer3, eDataTagNone}, [](auto&) {}));
+    Texts changes;
+    {
+        auto const one = volume.onChange(note);
+        auto const several = Media::onChange({eDataTagRingerVolume, eDataTagHandsetVolume}, [&](BulkData const& changed) {
+            changes.push_back(std::to_string(changed.getTags().size()));
+        });
+        EXPECT_TRUE(one);
+        EXPECT_TRUE(Media::Batch().set(volume, 5).set(handset, 5).commit().ok());
+        EXPECT_TRUE(handset.set(6).ok());
+    }
+    EXPECT_TRUE(Media::Batch().set(volume, 7).set(handset, 7).commit().ok());
+    EXPECT_EQ(heard, std::vector{5});
+    EXPECT_EQ(changes, (Texts{"2", "1"}));
+    EXPECT_FALSE(early) << "init does not revive it";
+}
+
+TEST_F(Subscriptions, HarmNobodyWhenTheyThrowEndOrOutliveTheCache)
+{
+    start();
+    auto const thrower = volume.onChange([](int) { throw std::runtime_error("no"); });
+    Media::Subscription selfish;
+    selfish = volume.onChange([&](int value) {
+        note(value);
+        selfish = {}; // within its own call
+        note(-value);
+    });
+    Media::Subscription moved;
+    auto second = volume.onChange(note);
+    moved = std::move(second);
+    EXPECT_TRUE(volume.set(5).ok());
+    EXPECT_EQ(std::accumulate(heard.begin(), heard.end(), 0), 5);
+    EXPECT_EQ(heard.size(), 3U);
+    EXPECT_TRUE(volume.set(6).ok());
+    EXPECT_EQ(heard.size(), 4U);
+    EXPECT_EQ(platform.logs(2).size(), 2U) << "one for each throw";
+    restart();
+    EXPECT_FALSE(moved);
+    EXPECT_TRUE(volume.set(7).ok());
+    EXPECT_EQ(heard.size(), 4U);
+}
+
+TEST_F(Subscriptions, WaitForACallOnAnotherThreadUnlessWithinAnOperation)
+{
+    start();
+    std::promise<void> entered;
+    std::promise<void> leave;
+    std::atomic<bool> isOver = false;
+    auto slow = std::make_unique<Media::Subscription>(handset.onChange([&](int) {
+        entered.set_value();
+        leave.get_future().wait();
+        isOver = true;
+    }));
+    auto push = std::async(std::launch::async, [] {
+        auto report = record("handset-volume", "5");
+        return Cache::setDataOcms(report); // tells without the lock
+    });
+    entered.get_future().wait();
+    auto unmoved = std::make_unique<Media::Subscription>(volume.onChange(note));
+    auto ender = volume.onChange([&](int) { unmoved.reset(); });
+    EXPECT_TRUE(volume.set(5).ok()) << "within an operation nobody waits";
+    auto ending = std::async(std::launch::async, [&] {
+        slow.reset();
+        return isOver.load();
+    });
+    EXPECT_EQ(ending.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    leave.set_value();
+    EXPECT_TRUE(ending.get()) << "its call was over when it had ended";
+    EXPECT_TRUE(push.get());
+}
+
+TEST_F(Settings, AreFoundByEachOfTheirNames)
+{
+    EXPECT_EQ(findTag("ringer-volume"), eDataTagRingerVolume);
+    EXPECT_EQ(findTag("AudioSettings/RingerVolume"), eDataTagRingerVolume);
+    EXPECT_EQ(findTag("RingerVolume"), eDataTagRingerVolume);
+    EXPECT_EQ(findTag("codec[1]/rank"), eDataTagCodecRank1);
+    for (auto const* const nobodys : {"", "/", "AudioSettings/", "RingerVolume/", "None", "End", "ringer-volum"})
+        EXPECT_EQ(findTag(nobodys), std::nullopt) << nobodys;
+    auto tag = static_cast<int>(eDataTagNone);
+    for (auto const name : {
+#define SETTING_ROW(number, name, ...) #name,
+#include "Data/settings.def"
+         }) {
+        auto const own = static_cast<eDataTag>(tag++);
+        auto const& database = databaseRow(own);
+        auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[own];
+        if (own == eDataTagNone || own == eDataTagEnd)
+            continue;
+        EXPECT_EQ(findTag(name), own);
+        if (database.schema && !database.isTable) {
+            EXPECT_EQ(findTag(*database.schema + "/" + *database.element), own) << name;
+        }
+        if (management.item) {
+            EXPECT_EQ(findTag(management.subItem ? *management.subItem : *management.item), own) << name;
+        }
+    }
+}
+
+} // namespace
