@@ -4,11 +4,8 @@
 //     c++ -std=c++20 client.cpp -o client $(pkg-config --cflags --libs mediadata-host)
 //
 // On a telephone only the first and the last lines of main() differ: its own platform supplies the context.
-#include <Data/BulkData.h>
-#include <Media/MediaDataCache.h>
-
 #include <HostPlatform.h>
-#include <ManagementService.h>
+#include <Media/Setting.h>
 
 #include <iostream>
 
@@ -16,24 +13,21 @@ using Media::MediaDataCache;
 
 namespace {
 
-// Hears of the items that it is registered for: once per change, with the new values of all that changed together. It runs
-// on the thread that made the change and must live longer than the cache.
-class Listener : public DataUpdateCallback {
-    void onDataUpdate(Data::BulkData& changes) override { std::cout << "heard " << changes.serialize() << '\n'; }
-};
+Media::Setting<Data::eDataTagRingerVolume> const volume; // its type is the catalogue's
+Media::Setting<Data::eDataTagRingerMelody> const melody;
 
 void showVolume()
 {
-    int volume = 0;
-    if (MediaDataCache::getData(Data::eDataTagRingerVolume, volume)) // false: another type, or it cannot be read
-        std::cout << "ringer volume is " << volume << '\n';
+    std::cout << "ringer volume is " << volume.get() << '\n'; // never waits
 }
 
-void setVolume(int volume)
+void setVolume(int value)
 {
-    constexpr bool tellTheManagementService = true;
-    auto const stored = MediaDataCache::setData(Data::eDataTagRingerVolume, volume, tellTheManagementService);
-    std::cout << "ringer volume " << volume << (stored ? " is stored\n" : " is refused\n"); // stored means durable
+    auto const result = volume.set(value, Media::tellManagement);
+    if (result.ok()) // it is durable
+        std::cout << "ringer volume " << value << " is stored\n";
+    else
+        std::cout << "ringer volume " << value << " is not: " << result.reason() << '\n';
 }
 
 } // namespace
@@ -51,17 +45,21 @@ int main(int argc, char** argv)
     MediaDataCache::init(*platform); // reads everything stored; the platform must live longer than the cache
     platform->management().setAgent(MediaDataCache::managementAgent());
 
-    Listener listener;
-    MediaDataCache::registerCallback({Data::eDataTagRingerVolume, Data::eDataTagRingerMelody}, &listener);
-    showVolume();
-    setVolume(5);
-    setVolume(9); // the range is 1 to 8: nobody hears of it, and the log says why
-    showVolume();
+    {
+        // Called on the thread that made the change, until the subscription ends.
+        auto const subscription = Media::onChange({Data::eDataTagRingerVolume, Data::eDataTagRingerMelody},
+                                                  [](Data::BulkData const& changed) { // with all that changed together
+                                                      std::cout << changed.getTags().size() << " changed\n";
+                                                  });
+        showVolume();
+        setVolume(5);
+        setVolume(9); // the range is 1 to 8: nobody hears of it
+        showVolume();
 
-    Data::BulkData changes; // many values at once: stored together, announced together
-    changes.addTagValue(Data::eDataTagRingerVolume, 6, false);
-    changes.addTagValue(Data::eDataTagRingerMelody, 2, false);
-    MediaDataCache::setDataBulk(changes);
+        Media::Batch batch; // stored together, announced together
+        if (!batch.set(volume, 6).set(melody, 2).commit().ok())
+            std::cout << "not all of it is stored\n";
+    }
 
     platform->management().setAgent(nullptr);
     MediaDataCache::terminate();
