@@ -4,12 +4,8 @@
 #include "Data/DataTypes.h"
 #include "Data/Export.h"
 
-#include <algorithm>
-#include <array>
-#include <cstddef>
 #include <optional>
 #include <string_view>
-#include <utility>
 
 namespace Data {
 
@@ -21,19 +17,14 @@ MEDIADATA_EXPORT std::optional<eDataTag> findByStoredName(std::string_view name)
 /// By the names of the catalogue's rows, which are in who asks for them and not in the library.
 inline std::optional<eDataTag> findByRowName(std::string_view name)
 {
-    using Row = std::pair<std::string_view, eDataTag>;
-    static constexpr auto rows = [] {
-        std::array sorted{
-#define SETTING_ROW(number, name, ...) Row{#name, eDataTag##name},
+    constexpr std::string_view names[]{
+#define SETTING_ROW(number, name, ...) #name,
 #include "Data/settings.def"
-        };
-        std::ranges::sort(sorted);
-        return sorted;
-    }();
-    auto const found = std::ranges::lower_bound(rows, name, {}, &Row::first);
-    if (found == rows.end() || found->first != name || found->second == eDataTagNone || found->second == eDataTagEnd)
-        return std::nullopt;
-    return found->second;
+    };
+    for (int tag = eDataTagNone + 1; tag < eDataTagEnd; ++tag)
+        if (names[tag] == name)
+            return static_cast<eDataTag>(tag);
+    return std::nullopt;
 }
 
 } // namespace Detail

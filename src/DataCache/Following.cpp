@@ -10,6 +10,7 @@
 #include "Setting/ThisThread.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <utility>
 
@@ -152,9 +153,10 @@ void DataCache::sweepSubscribers()
     m_hasEndedSubscribers = m_passes != 0;
     if (m_hasEndedSubscribers)
         return;
-    auto const first = std::ranges::partition(m_subscribers, [](auto const& each) { return !each->hasEnded(); });
-    ended.assign(std::move_iterator(first.begin()), std::move_iterator(first.end()));
-    m_subscribers.erase(first.begin(), first.end());
+    auto const first =
+        std::partition(m_subscribers.begin(), m_subscribers.end(), [](auto const& each) { return !each->hasEnded(); });
+    ended.assign(std::move_iterator(first), std::move_iterator(m_subscribers.end()));
+    m_subscribers.erase(first, m_subscribers.end());
 }
 
 void DataCache::endPass()

@@ -37,7 +37,7 @@ template <eDataTag tag> constexpr Reader readerOf()
 
 auto const readers = []<std::size_t... tags>(std::index_sequence<tags...>)
 {
-    return std::array{readerOf<static_cast<eDataTag>(tags)>()...};
+    return std::array<Reader, sizeof...(tags)>{readerOf<static_cast<eDataTag>(tags)>()...};
 }
 (std::make_index_sequence<eDataTagEnd + 2>());
 
@@ -132,7 +132,8 @@ TEST_F(Settings, SayWhyAValueIsNotTaken)
          "the database did not store it", "5"},
         {"a group", [&] { return platform.failGroups(true), Media::Setting<eDataTagGroupPickupToneType>().set(3); },
          Result::NotStored, "the database did not store it", "5"},
-        {"management", [&] { return platform.failGroups(false), platform.failCall(2), volume.set(7, Media::tellManagement); },
+        {"management",
+         [&] { return platform.failGroups(false), platform.failCall(2), volume.set(7, Media::tellManagement); },
          Result::NotStored, "the management service did not take it", "7"}};
     for (auto const& each : cases) {
         auto const result = each.set();
@@ -181,7 +182,8 @@ TEST_F(Settings, AreSeenByOthersWhenTheOperationEndsOrTellsSomebody)
     std::string seen;
     platform.onCall([&](Scripted::Call const& call) {
         if (call.name == "setDataItem" || call.name == "endGroup")
-            seen += call.name[0] + std::to_string(volume.get()) + std::to_string(elsewhere([&] { return volume.get(); })) + " ";
+            seen +=
+                call.name[0] + std::to_string(volume.get()) + std::to_string(elsewhere([&] { return volume.get(); })) + " ";
     });
     EXPECT_TRUE(Media::Batch().set(volume, 5).set(handset, 5).commit().ok());
     EXPECT_EQ(seen, "s33 s53 e53 ") << "one's own, the others'";
