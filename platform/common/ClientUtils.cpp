@@ -16,6 +16,14 @@ constexpr std::array<std::string_view, 14> secretElements{
     "Camera4Password", "DoorOpener1Password", "DoorOpener2Password", "DoorOpener3Password", "DoorOpener4Password",
     "DoorOpener1Pin",  "DoorOpener2Pin",      "DoorOpener3Pin",      "DoorOpener4Pin"};
 
+/// By their last letters most elements are told to be none of them.
+constexpr std::array<bool, 256> secretEnds = [] {
+    std::array<bool, 256> ends{};
+    for (std::string_view const each : secretElements)
+        ends[static_cast<unsigned char>(each.back())] = true;
+    return ends;
+}();
+
 } // namespace
 
 std::string itos(int value)
@@ -52,7 +60,8 @@ bool stob(std::string const& text)
 
 bool isKnownPasswordDAS(std::string const& element)
 {
-    return std::find(secretElements.begin(), secretElements.end(), element) != secretElements.end();
+    return !element.empty() && secretEnds[static_cast<unsigned char>(element.back())] &&
+           std::find(secretElements.begin(), secretElements.end(), element) != secretElements.end();
 }
 
 } // namespace ClientUtils
