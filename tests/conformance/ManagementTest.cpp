@@ -7,28 +7,6 @@
 /// A platform may leave it out.
 [[gnu::weak]] std::string platformPath(std::string const& path);
 
-namespace {
-
-std::vector<std::string> rootIds(ManageableData const& record)
-{
-    std::vector<std::string> ids;
-    record.getRootIds(ids);
-    return ids;
-}
-
-} // namespace
-
-TEST(ManagementRecord, RootIdsKeepTheOrderOfTheirFirstMention)
-{
-    ManageableData record;
-    record.populate("zeta", "zeta", "1");
-    record.setRootId("alpha", nullptr);
-    record.populate("codecSettings", "codec[1]/type");
-    record.populate("alpha", "alpha", "2");
-    record.setRootId("zeta", nullptr);
-    EXPECT_EQ(rootIds(record), (std::vector<std::string>{"zeta", "alpha", "codecSettings"}));
-}
-
 TEST(ManagementRecord, ASubItemHasAValueOnlyOnceOneWasStored)
 {
     ManageableData record;

@@ -168,15 +168,6 @@ TEST_F(HostProtection, TheServiceKeepsItsItemsReportsThemAndHidesSecretsInItsJou
     EXPECT_EQ(agent.heard.at(1), "mobility-user-data-update=managed") << "which goes on";
     service.setAgent(nullptr);
 
-    ManageableData asked;
-    asked.populate("country", "country");
-    asked.populate("nobody-has-it", "nobody-has-it");
-    ASSERT_TRUE(service.readData(asked));
-    std::string value;
-    EXPECT_TRUE(asked.interogate("country", "country", value));
-    EXPECT_EQ(value, "23");
-    EXPECT_FALSE(asked.interogate("nobody-has-it", "nobody-has-it", value));
-
     std::string journal;
     for (Host::JournalEntry const& each : service.journal())
         journal += each.kind + " " + each.item + " " + each.value + "; ";
@@ -194,17 +185,17 @@ TEST_F(HostProtection, TheServiceRemembersOfEachItemTheLastRequestOnly)
     EXPECT_LT(::mallinfo2().uordblks, before + 2'000'000);
 }
 
-TEST_F(HostProtection, ALogMessageIsOneLineWhateverItQuotes)
+TEST_F(HostProtection, ALogMessageIsOneLineAndCutBetweenCharacters)
 {
+    auto const logged = [](std::string const& text) {
+        testing::internal::CaptureStderr();
+        logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", text.c_str());
+        return testing::internal::GetCapturedStderr();
+    };
     Host::setLogSink({});
-    testing::internal::CaptureStderr();
-    logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", "a\n2 forged\x1b[31m");
-    std::string const written = testing::internal::GetCapturedStderr();
+    std::string const written = logged("a\n2 forged\x1b[31m");
     EXPECT_NE(written.find(" 2 M ./src/Unit:7 refused: a\\x0a2 forged\\x1b[31m\n"), std::string::npos) << written;
-}
-
-TEST_F(HostProtection, ALogMessageIsCutBetweenCharactersAndSaysSo)
-{
+    EXPECT_EQ(logged(std::string(3000, '\x01')).size(), 4096U);
     EXPECT_EQ(Host::cutLogLine(std::string(4095, 'x')), std::string(4095, 'x'));
     for (std::string const character : {"x", "\xc3\xa4", "\xe2\x82\xac", "\xf0\x9f\x93\x9e", "\x80"})
         for (std::size_t before = 0; before < character.size(); ++before) {
@@ -219,10 +210,6 @@ TEST_F(HostProtection, ALogMessageIsCutBetweenCharactersAndSaysSo)
             EXPECT_EQ(cut.substr(0, kept), line.substr(0, kept));
             EXPECT_EQ((kept - before) % character.size(), 0U) << character;
         }
-    Host::setLogSink({});
-    testing::internal::CaptureStderr();
-    logAppUni("M", "./src/Unit", 2, 7, "refused: %s\n", std::string(3000, '\x01').c_str());
-    EXPECT_EQ(testing::internal::GetCapturedStderr().size(), 4096U);
 }
 
 TEST(HostSecrets, AreWhatTheCatalogueCallsSo)

@@ -72,18 +72,6 @@ TEST_F(HostSql, EveryOtherStatementIsDenied)
     EXPECT_EQ(read("AudioSettings", "RingerVolume"), "3");
 }
 
-TEST_F(HostSql, OfSeveralValuesNoneIsStoredWhenOneIsRefused)
-{
-    sqlite3_limit(Statements::connection, SQLITE_LIMIT_LENGTH, 5000);
-    std::vector<Host::StoredItem> items{{"Many", "small", "v"}, {"Many", "large", std::string(6000, 'v')}};
-    EXPECT_FALSE(m_platform->database().write(items, {}));
-    EXPECT_EQ(read("Many", "small"), "failure");
-    items[1].value = "v";
-    EXPECT_TRUE(m_platform->database().write(items, {})) << "the transaction is over";
-    ASSERT_TRUE(open()) << m_error;
-    EXPECT_EQ(read("Many", "small") + read("Many", "large"), "vv");
-}
-
 TEST_F(HostSql, WhatCannotBeReadIsTriedAgainAndThenNotOverwrittenByADefault)
 {
     auto const item = [this](char const* element) { return read("Many", element); };

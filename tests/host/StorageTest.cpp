@@ -292,10 +292,6 @@ TEST_F(HostStorage, EveryWriteThatStoresNothingIsToldOnce)
     EXPECT_EQ(told(), (Failures{{srtp, ""}, {audio, "RingerVolume"}, {"@device", "model"}, {"@device", "usb"}}));
     EXPECT_EQ(told(), Failures());
     EXPECT_FALSE(m_platform->takeDatabaseError());
-
-    for (std::size_t number = 0; number < Host::failedWriteLimit + 1; ++number)
-        EXPECT_FALSE(DataStorage(*m_platform, "s" + std::to_string(number)).setDataItem("", ""));
-    EXPECT_EQ(told().size(), Host::failedWriteLimit);
 }
 
 TEST_F(HostStorage, WhatWasReplacedIsInNoFileAnyMore)

@@ -64,7 +64,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {wordsOf("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
         {wordsOf("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
         {wordsOf("set --dry-run alert-type-0=1 ringer-melody-14=2"), "would store refused "}, // makes it 3
-        {wordsOf("reset ringer-melody-14"), "stored "},                                       // follows the general ringer
+        {wordsOf("set --atomic ringer-volume=4 rtp-base-port=3 moh-enabled=true"), "held back refused held back "},
+        {wordsOf("reset ringer-melody-14"), "stored "}, // follows the general ringer
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "},
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
@@ -88,8 +89,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
     EXPECT_EQ(run("import --dry-run -", failure).status, 4);
     EXPECT_EQ(run("set --file -", std::string("63=a\0b", 6)).status, 4);
     EXPECT_EQ(run("set --file -", "51=1\n" + std::string(std::size_t{17} << 20, '\n') + "59=true\n").status, 2);
-    EXPECT_EQ(out("get 51 59 SRTPEncryption[5]/method"),
-              "headset-volume = 7\nmoh-enabled = false\nSRTPEncryption[5]/method = 1\n");
+    EXPECT_EQ(out("get 51 59 61 SRTPEncryption[5]/method"),
+              "headset-volume = 7\nmoh-enabled = false\nringer-volume = 3\nSRTPEncryption[5]/method = 1\n");
 }
 
 TEST_F(SettingsVerbs, ListByGlobAndByPartOfAName)

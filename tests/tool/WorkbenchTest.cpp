@@ -1,7 +1,6 @@
 // The workbench driven in this process: what it takes, leaves alone and tells.
 #include "../host/HostTest.h"
 
-#include "workbench/ChangeCallback.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Workbench.h"
@@ -80,22 +79,6 @@ TEST_F(WorkbenchTest, LeavesTheLibraryThatItFound)
     EXPECT_EQ(log, std::vector<std::string>{"still heard"});
 }
 
-TEST_F(WorkbenchTest, ListenersHearWhatTheApplicationSetsUntilTheyEnd)
-{
-    attachBench();
-    std::vector<eDataTag> heard;
-    {
-        Listening const listening([&](std::vector<HeardChange> const& changes) {
-            for (auto const& change : changes)
-                heard.push_back(change.tag);
-        });
-        MediaDataCache::setData(eDataTagRingerVolume, 7, false);
-    }
-    bench.reset();
-    MediaDataCache::setData(eDataTagRingerVolume, 2, false);
-    EXPECT_EQ(heard, std::vector{eDataTagRingerVolume});
-}
-
 TEST_F(WorkbenchTest, WhatIsRequestedOfTheServiceIsReportedUnlessAnApplicationDoes)
 {
     auto const announce = [&](char const* arrived) {
@@ -111,15 +94,6 @@ TEST_F(WorkbenchTest, WhatIsRequestedOfTheServiceIsReportedUnlessAnApplicationDo
     EXPECT_EQ(announce("6"), defaultOf(eDataTagRingerVolume));
     m_platform->management().dispatch();
     EXPECT_EQ(readValue(eDataTagRingerVolume), Json(6));
-}
-
-TEST_F(WorkbenchTest, AnExceptionDoesNotMuteTheLog)
-{
-    openBench();
-    auto const fault = [&] { bench->quietly([]() -> int { throw std::runtime_error("fault"); }); };
-    EXPECT_EQ(logOf([&] { bench->quietly([] { return Host::logError("./here", 1, "unheard"), 0; }); }).size(), 0U);
-    EXPECT_THROW(fault(), std::runtime_error);
-    EXPECT_EQ(logOf([] { Host::logError("./here", 1, "heard"); }), std::vector<std::string>{"log 2 ./here:1 heard"});
 }
 
 TEST_F(WorkbenchTest, AWriteThatFailedIsToldOfItsItem)
