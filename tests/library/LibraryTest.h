@@ -86,3 +86,7 @@ struct LibraryTest : ScriptedTest {
 
     Listener listener;
 };
+
+struct GroupingTest : LibraryTest {
+    GroupingTest() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
+};

@@ -13,20 +13,18 @@ namespace {
 struct Steps {
     std::vector<std::function<void(bool undo)>> stores;
     std::size_t seen = 0;
-    std::vector<std::size_t> choices; ///< how many more it sees before each load
-    std::vector<std::size_t> bounds;
+    std::vector<std::pair<std::size_t, std::size_t>> choices; ///< before each load: how many more it sees, of how many
     std::size_t load = 0;
     bool isReading = false;
 
     void look()
     {
         if (load == choices.size())
-            choices.push_back(0);
-        if (load == bounds.size())
-            bounds.push_back(0);
-        bounds[load] = stores.size() - seen;
-        for (auto more = choices[load++]; more > 0; --more)
-            stores[seen++](false);
+            choices.emplace_back();
+        auto& [more, all] = choices[load++];
+        all = stores.size() - seen;
+        for (auto const last = seen + more; seen < last;)
+            goOn();
     }
 
     /// Who begins anew meets a writer that has gone on.
@@ -46,11 +44,11 @@ struct Steps {
             choices.resize(load);
             while (seen > 0)
                 stores[--seen](true);
-            while (!choices.empty() && choices.back() == bounds[choices.size() - 1])
+            while (!choices.empty() && choices.back().first == choices.back().second)
                 choices.pop_back();
             if (choices.empty())
                 return runs;
-            ++choices.back();
+            ++choices.back().first;
         }
     }
 };
@@ -132,12 +130,9 @@ TEST(Publication, RenewsItsNumbersBeforeTheyAreTooOld)
     }
 }
 
-/// Writers, bulks that are taken back, callbacks, and readers that check what they may see.
-class Stress : public LibraryTest {
-protected:
-    Stress() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
-};
+using Stress = GroupingTest;
 
+/// Writers, bulks that are taken back, callbacks, and readers that check what they may see.
 TEST_F(Stress, ShowsOnlyWhatWasVisible)
 {
     Media::Setting<eDataTagHandsetVolume> handset;
@@ -184,7 +179,8 @@ TEST_F(Stress, ShowsOnlyWhatWasVisible)
             last = now;
             url.get(text);
             auto const number = std::stoi(text);
-            EXPECT_EQ(text.size(), std::to_string(number).size() + static_cast<std::size_t>(number > 1000 ? number % 40 : 0));
+            EXPECT_EQ(text.size(),
+                      std::to_string(number).size() + static_cast<std::size_t>(number > 1000 ? number % 40 : 0));
         }
         return reads;
     };

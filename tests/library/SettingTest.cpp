@@ -4,7 +4,6 @@
 
 #include "../Workload.h"
 #include "Data/DataItemBuilder.h"
-#include "Data/DataSourceOCMS.h"
 #include "Media/Setting.h"
 #include "MgmtAgentIfc.h"
 
@@ -18,13 +17,7 @@ using Reader = std::string (*)();
 
 template <eDataTag tag> std::string textOf()
 {
-    auto const value = Media::Setting<tag>().get();
-    if constexpr (std::is_same_v<decltype(value), std::string const>)
-        return value;
-    else if constexpr (std::is_same_v<decltype(value), bool const>)
-        return value ? "true" : "false";
-    else
-        return std::to_string(value);
+    return (std::ostringstream() << std::boolalpha << Media::Setting<tag>().get()).str();
 }
 
 template <eDataTag tag> constexpr Reader readerOf()
@@ -41,10 +34,8 @@ auto const readers = []<std::size_t... tags>(std::index_sequence<tags...>)
 }
 (std::make_index_sequence<eDataTagEnd + 2>());
 
-class Settings : public LibraryTest {
+class Settings : public GroupingTest {
 protected:
-    Settings() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
-
     static void expectAll(std::function<std::string(eDataTag)> const& wanted, std::string const& when)
     {
         for (std::size_t tag = 0; tag < readers.size(); ++tag) {
@@ -57,7 +48,6 @@ protected:
     Media::Setting<eDataTagRingerVolume> volume;
     Media::Setting<eDataTagHandsetVolume> handset;
     Media::Setting<eDataTagCamera1Url> url;
-    Media::Setting<eDataTagDoorOpener1Pin> pin;
 };
 
 /// Runs it on another thread, to its end.
@@ -75,7 +65,6 @@ TEST_F(Settings, AreTheTagsOfWhichTheCacheHasAValue)
         bool const isTable = Cache::getItemType(static_cast<eDataTag>(tag)) == eDataItemTypeComplex;
         EXPECT_EQ(readers[tag] != nullptr, isHeld && !isTable) << tag;
     }
-    static_assert(std::is_same_v<decltype(volume)::value_type, int>);
     static_assert(!Media::IsPublished<eDataTagDoorOpener1Pin>);
     static_assert(!Media::IsPublished<eDataTagForceEtsi>);
 }
@@ -204,17 +193,6 @@ TEST_F(Settings, AreSeenByOthersWhenTheOperationEndsOrTellsSomebody)
     EXPECT_EQ(told, 8);
 }
 
-TEST_F(Settings, MadeFirstWithinAnOperationDoNotShowWhatIsTakenBack)
-{
-    start();
-    EXPECT_EQ(pin.get(), "");
-    EXPECT_TRUE(pin.set("1234").ok());
-    EXPECT_EQ(pin.get(), "1234");
-    EXPECT_EQ(textOf<eDataTagForceEtsi>(), "false");
-    platform.flagFile("force_etsi\n");
-    EXPECT_EQ(textOf<eDataTagForceEtsi>(), "true") << "the file is looked at";
-}
-
 class Subscriptions : public Settings {
 protected:
     std::vector<int> heard;
@@ -306,24 +284,6 @@ TEST_F(Settings, AreFoundByEachOfTheirNames)
     EXPECT_EQ(findTag("codec[1]/rank"), eDataTagCodecRank1);
     for (auto const* const nobodys : {"", "/", "AudioSettings/", "RingerVolume/", "None", "End", "ringer-volum"})
         EXPECT_EQ(findTag(nobodys), std::nullopt) << nobodys;
-    auto tag = static_cast<int>(eDataTagNone);
-    for (auto const name : {
-#define SETTING_ROW(number, name, ...) #name,
-#include "Data/settings.def"
-         }) {
-        auto const own = static_cast<eDataTag>(tag++);
-        auto const& database = databaseRow(own);
-        auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[own];
-        if (own == eDataTagNone || own == eDataTagEnd)
-            continue;
-        EXPECT_EQ(findTag(name), own);
-        if (database.schema && !database.isTable) {
-            EXPECT_EQ(findTag(*database.schema + "/" + *database.element), own) << name;
-        }
-        if (management.item) {
-            EXPECT_EQ(findTag(management.subItem ? *management.subItem : *management.item), own) << name;
-        }
-    }
 }
 
 } // namespace
