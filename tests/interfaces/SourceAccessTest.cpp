@@ -12,9 +12,7 @@ constexpr eDataTag outside[]{static_cast<eDataTag>(-1), static_cast<eDataTag>(eD
                              static_cast<eDataTag>(70000)};
 constexpr auto country = static_cast<eDataTag>(633);
 
-struct SourceAccess : LibraryTest {
-    SourceAccess() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
-
+struct SourceAccess : GroupingTest {
     DataCache cache{platform, {}, eDataComponentMedia};
     DataItem<int> volume{eDataTagRingerVolume, eDataSourceDB};
     std::string reason;

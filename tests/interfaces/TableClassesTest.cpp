@@ -1,9 +1,6 @@
-// The table classes and the management source as a client finds them in the shared library.
+// The table classes as a client finds them in the shared library.
 #include "../library/TablesTest.h"
 
-#include "Data/DataSourceOCMS.h"
-#include "Data/DataTableDoorOpenerTypeDependentTags.h"
-#include "Data/DataTableGroupPickupDependentTags.h"
 #include "Data/DataTableHeadsetPriorities.h"
 #include "Data/DataTableSRTPEncryptionSetting.h"
 #include "Media/MediaDataCache.h"
@@ -54,26 +51,4 @@ TEST_F(TableClasses, RestoreTagsWithWhatTheRunningLibraryHolds)
     EXPECT_EQ(values,
               (DataTagValue_t{{eDataTagRingerVolume, "8"}, {eDataTagRingerEnabled, "true"}, {eDataTagRingerMelody, "0"}}));
     Media::MediaDataCache::terminate();
-}
-
-TEST_F(TableClasses, AndTheManagementSourceLinkFromTheSharedLibrary)
-{
-    DataSourceOCMS source(platform, eDataComponentMedia, {}, {eDataTagRingerVolume}, nullptr, nullptr);
-    MgmtAgentIfc& agent = source;
-    EXPECT_FALSE(agent.resetUserData());
-    EXPECT_TRUE(DataSourceOCMS::verifyDataTable());
-    DataTagValue_t const rows{{eDataTagCodecType1, "1"}, {eDataTagSRTPEncryptionMethod1, "1"}, {eDataTagHeadsetType1, "1"}};
-    DataTagValue_t same = rows;
-    for (auto const operation :
-         {&DataSourceOCMS::processRequestToSetCodecs, &DataSourceOCMS::processRequestToSetEncryption,
-          &DataSourceOCMS::processRequestToSetHeadsetPriority, &DataSourceOCMS::processRequestToGetCodecs,
-          &DataSourceOCMS::processRequestToGetEncryption, &DataSourceOCMS::processRequestToGetHeadsetPriority})
-        (source.*operation)(same);
-    EXPECT_EQ(same, rows) << "without a cache nothing can be completed";
-    DataTagValue_t pickup;
-    Handler::DataTableGroupPickupDependentTags().getTableItemTags(pickup);
-    EXPECT_EQ(pickup.size(), 4U);
-    DataTagValue_t openers;
-    Handler::DataTableDoorOpenerTypeDependentTags().getTableItemTags(openers);
-    EXPECT_EQ(openers.size(), 57U);
 }
