@@ -1,8 +1,6 @@
 // Single values through the facade: reading, validating, storing, restoring, reporting, announcing.
 #include "LibraryTest.h"
 
-#include "Data/DataCountry.h"
-
 namespace {
 
 using SingleValues = LibraryTest;
@@ -181,9 +179,6 @@ TEST_F(SingleValues, TheCountryFollowsTheObservedItem)
         EXPECT_EQ(Cache::getCountry(), country) << code;
         EXPECT_EQ(Cache::getCountryRegion(), region) << code;
     }
-    DataCountry other;
-    std::make_unique<DataCountry>().reset(); // empties the shared map
-    EXPECT_EQ(other.getCountry("DE"), eCountryUnknown);
 }
 
 TEST_F(SingleValues, WhatAFailedEncryptionLeavesIsWritten)

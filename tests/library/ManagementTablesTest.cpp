@@ -90,24 +90,6 @@ TEST_F(Management, ATypeLeftOutKeepsItsRowAndTheRequestedOnesTakeTheOthersInRank
     }
 }
 
-TEST_F(Management, TracesHowASetRequestIsCompleted)
-{
-    auto source = makeSource();
-    cache.held = cellsOf(codecs, "0123");
-    auto values = requestFor(codecs, "20", true);
-    platform.logLevel(6);
-    source.processRequestToSetCodecs(values);
-    EXPECT_EQ(
-        platform.logs(6),
-        (Texts{"void Data::DataSourceOCMS::processRequestToSetCodecs(Data::DataTagValue_t&)",
-               "void Data::DataSourceOCMS::processTableForSet(Data::DataTagValue_t&, const char*, void "
-               "(*)(Data::DataTagValue_t&, int), size_t, Data::eDataTag, Data::eDataTag, Data::eDataTag, Data::eDataTag, "
-               "Data::eDataTag)",
-               "codec 1 (normally at index 1) is not present in data for set",
-               "codec 3 (normally at index 3) is not present in data for set",
-               "processTableForSet: swapping codec '0' and '' at indices 2 and 1"}));
-}
-
 TEST_F(Management, ASetRequestThatIsNoTableStaysWithinTheTable)
 {
     auto lastFree = cellsOf(headsets, "002");
@@ -232,7 +214,6 @@ TEST_F(Management, LeavesRowsWithoutATypeAloneAndMovesRowsWithAnImpossibleOne)
 TEST_F(Management, AsksTheServiceForTheSoftwareTypeWhileTheCacheHasOnlyThePlaceholder)
 {
     platform.management("software-type", "software-type", "Norvane SIP");
-    platform.logLevel(5);
     auto source = makeSource();
     for (char const* known : {"software-type", "other"}) {
         cache.held = {{tag(650), known}, {tag(645), "7"}};
@@ -241,6 +222,4 @@ TEST_F(Management, AsksTheServiceForTheSoftwareTypeWhileTheCacheHasOnlyThePlaceh
         EXPECT_EQ(values.empty(), known == std::string("other"));
     }
     EXPECT_EQ(platform.calls({"readData"}).size(), 1u);
-    EXPECT_EQ(platform.logs(5), (Texts{"SRTP method: 4, index 0, software type Norvane SIP, server type , hw allowed: 1",
-                                       "SRTP method: 4, index 0, software type other, server type , hw allowed: 0"}));
 }

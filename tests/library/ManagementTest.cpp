@@ -16,18 +16,6 @@ Texts reasonsOf(ManageableData const& record)
 
 } // namespace
 
-TEST_F(Management, NamesATagThatIsOwnedAndObservedAsObservedAndLogsTheCollision)
-{
-    DataSourceOCMS source(platform, eDataComponentMedia, {country}, {volume, country}, &cache, &mobility);
-    EXPECT_TRUE(source.checkOCMSItemHandling(country, OBSERVED));
-    EXPECT_FALSE(source.checkOCMSItemHandling(country, OWNED));
-    EXPECT_TRUE(source.checkOCMSItemHandling(volume, OWNED));
-    EXPECT_FALSE(source.checkOCMSItemHandling(melody, OBSERVED));
-    EXPECT_EQ(platform.logs(2),
-              Texts{"DataSourceOCMS::addToHandlingMap - ERR while building handling map, there's collision "
-                    "between owned & observed\n"});
-}
-
 TEST_F(Management, TakesAnUnknownSubItemForTheItemItself)
 {
     auto source = makeSource();

@@ -9,15 +9,10 @@
 #include "Data/DataTableHeadsetPriorities.h"
 #include "Media/MediaDataCache.h"
 
-using Builder = DataCache::DataItemBuilder;
 using Handler = DataSourceDB::DataTableHandler;
 using Media::MediaDataCache;
 
 namespace {
-
-struct Deaf : DataUpdateCallback {
-    void onDataUpdate(BulkData&) override {}
-};
 
 struct UnitsAlone : StoredTables {
     UnitsAlone()
@@ -82,29 +77,6 @@ TEST_F(UnitsAlone, TablesWithoutTheirCellsAreNeitherStoredNorInvented)
     EXPECT_EQ(untold, cellless) << "the default text has all rows, whatever the table was told";
 }
 
-TEST_F(UnitsAlone, WhatAResetDropsIsTakenFromTheRunningLibrary)
-{
-    struct Dropping : CellStore {
-        void dbCBResetSelectedToDefault(DataTagValue_t& values) override
-        {
-            CellStore::dbCBResetSelectedToDefault(values);
-            for (eDataTag const dropped : {eDataTagHeadsetPriorities, eDataTagHeadsetType1, eDataTagHeadsetAllowed1})
-                values.erase(dropped);
-        }
-    } cellsOfReset;
-    for (bool const running : {false, true}) {
-        if (running)
-            MediaDataCache::init(platform);
-        platform.clearLogs();
-        Handler tables({eDataTagHeadsetPriorities}, &cellsOfReset);
-        cellsOfReset.take(column(eDataTagHeadsetAllowed1, "---")); // corrupt: none is left
-        tables.setTableChanged(eDataTagHeadsetPriorities);
-        EXPECT_FALSE(tables.writeTablesToDB(rejected));
-        Texts const errors = platform.logs(2);
-        EXPECT_EQ(std::count(errors.begin(), errors.end(), "Could not reset table to default, check failed"), !running);
-    }
-}
-
 TEST_F(UnitsAlone, ACachePassesOverTagsItDoesNotKnow)
 {
     MediaDataCache::init(platform); // bulks ask it for types
@@ -122,24 +94,4 @@ TEST_F(UnitsAlone, ACachePassesOverTagsItDoesNotKnow)
     alone.clearDataMap();
     int volume = 7;
     EXPECT_FALSE(alone.getData(eDataTagRingerVolume, volume));
-}
-
-TEST_F(UnitsAlone, AnItemKeepsEachListenerOnceAndTellsOfChangesOnly)
-{
-    EXPECT_EQ(Builder::createDataItem(tag(0), eDataSourceDB), nullptr);
-    EXPECT_EQ(Builder::createDataItem(tag(eDataTagEnd), eDataSourceDB), nullptr);
-    DataItem<int> item(eDataTagRingerVolume, eDataSourceDB);
-    std::set<DataUpdateCallback*> callbacks;
-    EXPECT_FALSE(item.getCallbacks(callbacks)) << "unchanged";
-    EXPECT_TRUE(item.setValue(5, reason));
-    EXPECT_FALSE(item.getCallbacks(callbacks)) << "nobody to tell";
-    Deaf listeners[3];
-    for (int const place : {1, 1, 0})
-        item.addCallback(&listeners[place]);
-    for (int const place : {0, 2})
-        item.removeCallback(&listeners[place]);
-    EXPECT_TRUE(item.setValue(6, reason));
-    EXPECT_TRUE(item.getCallbacks(callbacks));
-    EXPECT_EQ(callbacks, std::set<DataUpdateCallback*>{&listeners[1]});
-    EXPECT_EQ(item.callbacks().size(), 1U) << "nobody is told twice";
 }

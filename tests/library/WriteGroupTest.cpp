@@ -7,9 +7,7 @@ namespace {
 
 using namespace std::string_literals;
 
-struct WriteGroup : LibraryTest {
-    WriteGroup() : LibraryTest(std::make_unique<Scripted::GroupingPlatform>()) {}
-
+struct WriteGroup : GroupingTest {
     /// The writes, pushes and limits of groups, shortened to what tells them apart.
     Texts trace()
     {
@@ -40,17 +38,12 @@ struct WriteGroup : LibraryTest {
     }
 };
 
-TEST_F(WriteGroup, ASingleValueStandsAlone)
+TEST_F(WriteGroup, OfSeveralWritesIsOneCommitAndReportsBehindItAndASingleOneStandsAlone)
 {
     start();
-    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, true));
-    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 5, true));
-    EXPECT_EQ(trace(), (Texts{"RingerVolume=5", "report ringer-volume=5"}));
-}
-
-TEST_F(WriteGroup, EachOperationIsOneCommitAndReportsBehindIt)
-{
-    start();
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 4, true));
+    EXPECT_TRUE(Cache::setData(eDataTagRingerVolume, 4, true));
+    EXPECT_EQ(trace(), (Texts{"RingerVolume=4", "report ringer-volume=4"}));
     auto bulk = bulkOf({{eDataTagHandsetVolume, 7}, {eDataTagRingerVolume, 5}, {eDataTagCodecPacketSize1, 4}});
     EXPECT_TRUE(Cache::setDataBulk(bulk));
     EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "RingerVolume=5", "CodecSettings", "]", "report handset-volume=7",
@@ -235,24 +228,19 @@ TEST_F(WriteGroup, OneTableAloneStaysInTheCacheWhenItIsNotStored)
     EXPECT_NE(platform.databaseTable("DistinctiveRinging")->find("boss"), std::string::npos);
 }
 
-TEST_F(WriteGroup, WithoutAGroupOfItsOwnEachWriteStandsAlone)
+TEST_F(WriteGroup, OfABatchEndsWithARefusedWriteAndWithoutOneEachWriteStandsAlone)
 {
     start();
-    platform.failCall(1);
-    EXPECT_TRUE(set(record({{"handset-volume", "handset-volume", "7"}, {"ringer-volume", "ringer-volume", "6"}})));
-    EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "RingerVolume=6"}));
-    EXPECT_EQ(platform.databaseText("AudioSettings", "HandsetVolume"), "7");
-}
-
-TEST_F(WriteGroup, AWriteThatIsRefusedEndsABatchAndTheEarlierOnesAreStored)
-{
-    start();
-    platform.failCall(3);
-    EXPECT_FALSE(set(record({{"handset-volume", "handset-volume", "7"},
-                             {"headset-volume", "headset-volume", "7"},
-                             {"ringer-volume", "ringer-volume", "6"}})));
-    EXPECT_EQ(trace(), (Texts{"[", "HandsetVolume=7", "HeadsetVolume=7", "]"}));
-    EXPECT_EQ(presentText(eDataTagHandsetVolume) + presentText(eDataTagHeadsetVolume), "72");
+    for (bool const begins : {true, false}) {
+        platform.failCall(begins ? 3 : 1);
+        auto const wanted = begins ? "7" : "6";
+        EXPECT_EQ(set(record({{"handset-volume", "handset-volume", wanted}, {"ringer-volume", "ringer-volume", wanted}})),
+                  !begins);
+        EXPECT_EQ(trace(), (begins ? Texts{"[", "HandsetVolume=7", "RingerVolume=7", "]"}
+                                   : Texts{"[", "HandsetVolume=6", "RingerVolume=6"}));
+        EXPECT_EQ(platform.databaseText("AudioSettings", "HandsetVolume"), wanted);
+        EXPECT_EQ(presentText(eDataTagRingerVolume), begins ? "3" : "6");
+    }
 }
 
 } // namespace
