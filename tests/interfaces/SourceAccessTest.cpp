@@ -3,8 +3,6 @@
 
 #include "Data/DataCache.h"
 #include "Data/DataItem.h"
-#include "Data/DataSourceDB.h"
-#include "Data/DataSourceFile.h"
 
 namespace {
 
@@ -91,19 +89,4 @@ TEST_F(SourceAccess, AnswersFalseForTagsOutsideTheCatalogue)
     }
     cache.readUserDataFromSourceDB();
     cache.updateCallbacks(); // meets no tag that it does not hold
-}
-
-TEST_F(SourceAccess, OpensAndClosesStoragesAndLearnsTheFlagsAnew)
-{
-    platform.database("AudioSettings", "RingerVolume", "7");
-    DataSourceDB source(platform, {}, nullptr);
-    EXPECT_FALSE(source.readDataValue(eDataTagRingerVolume, &volume)) << "not open";
-    source.fillStorageMap(platform, {outside[0], outside[1], eDataTagRingerVolume});
-    EXPECT_TRUE(source.readDataValue(eDataTagRingerVolume, &volume));
-    source.cleanStorageMap();
-    EXPECT_FALSE(source.readDataValue(eDataTagRingerVolume, &volume));
-
-    DataSourceFile file;
-    file.buildFlag2TagMap();
-    EXPECT_EQ(file.findTagFor("force_etsi"), eDataTagForceEtsi);
 }

@@ -1,13 +1,10 @@
 // The table classes as a client finds them in the shared library.
 #include "../library/TablesTest.h"
 
-#include "Data/DataTableHeadsetPriorities.h"
 #include "Data/DataTableSRTPEncryptionSetting.h"
 #include "Media/MediaDataCache.h"
 
-using Handler = DataSourceDB::DataTableHandler;
-using Encryptions = Handler::DataTableSRTPEncryptionSetting;
-using Headsets = Handler::DataTableHeadsetPriorities;
+using Encryptions = DataSourceDB::DataTableHandler::DataTableSRTPEncryptionSetting;
 
 using TableClasses = StoredTables;
 
@@ -29,14 +26,6 @@ TEST_F(TableClasses, FillARecordForEachRow)
         EXPECT_EQ(record.allowed, row % 2 == 0) << row;
         EXPECT_EQ(record.hwAllowed, row != 2) << row;
     }
-
-    values[eDataTagSRTPEncryptionRank2] = "1";
-    EXPECT_FALSE(encryptions.checkSaneValues(values, methods)) << "a rank twice";
-    Headsets headsets;
-    headsets.initializeIndexMax();
-    std::vector<Headsets::HeadsetData> types;
-    EXPECT_FALSE(headsets.checkSaneValues(values, types)) << "no cell";
-    EXPECT_EQ(types.size(), 3U);
 }
 
 TEST_F(TableClasses, RestoreTagsWithWhatTheRunningLibraryHolds)

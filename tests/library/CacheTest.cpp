@@ -80,13 +80,7 @@ SetCase const sets[]{
     {"reported", setting(eDataTagRingerVolume, 5, true), true, {store5 + "true", report5 + "true"}, "", {"61=5"}},
     {"unchanged", setting(eDataTagRingerVolume, 3, true), true, {}, "", {}},
     {"not stored", setting(eDataTagRingerVolume, 5, true), false, {store5 + "false"}, noStore, {"61=3"}, 1},
-    {"not reported",
-     setting(eDataTagRingerVolume, 5, true),
-     false,
-     {store5 + "true", report5 + "false"},
-     noOcms,
-     {"61=5"},
-     2},
+    {"untold", setting(eDataTagRingerVolume, 5, true), false, {store5 + "true", report5 + "false"}, noOcms, {"61=5"}, 2},
     {"out of range", setting(eDataTagRingerVolume, 9, true), false, {}, range, {}},
     {"wrong type", setting(eDataTagRingerVolume, true, false), false, {}, noType, {}},
     {"action unchanged", setting(eDataTagQosStatistics, asText(""), false), true, {}, "", {"37="}},
@@ -160,6 +154,7 @@ TEST_F(SingleValues, UnregisteringReachesTheLowestTagOnly)
 {
     start();
     listen({eDataTagIceServerType, eDataTagRingerVolume});
+    listen({eDataTagIceServerType});
     EXPECT_FALSE(Cache::registerCallback({eDataTagFunctionKeyDef100, eDataTagHeadsetVolume}, &listener));
     Cache::unregisterCallback(&listener);
     EXPECT_TRUE(Cache::setData(eDataTagIceServerType, 1, false));

@@ -174,18 +174,6 @@ TEST_F(CatalogueSweep, TypedValuesAreTakenAsTheRowSaysAndSurviveARestart)
                                                             : Cache::setData(tag, value, false))
                 << tag;
         }
-        // What the cache does not hold goes to the management service, which answers for it.
-        for (int number = 1; number < eDataTagEnd; ++number) {
-            auto const tag = static_cast<eDataTag>(number);
-            if (m_before.contains(tag) || databaseRow(tag).isTable)
-                continue;
-            m_writes = 0;
-            bool const named = DataSourceOCMS::dataOCMSDescriptionTable[tag].item != nullptr;
-            EXPECT_EQ(Cache::setData(tag, offeredText(rowOf(tag), round), false), named) << tag;
-            EXPECT_EQ(m_writes, 0) << tag;
-            ++m_offered;
-            m_accepted += named;
-        }
         restartAndCompare();
     }
 }

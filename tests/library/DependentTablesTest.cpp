@@ -49,12 +49,10 @@ TEST_F(StoredTables, RingingRowsGoWhereTheirIndexSays)
              row("2", "<AlertIdentifier></AlertIdentifier><RingerTone>5</RingerTone><Note>1</Note>") +
              row("3", "<AlertIdentifier>three</AlertIdentifier><RingerTone>5</RingerTone>") +
              row("1", "<AlertIdentifier>one</AlertIdentifier>"));
-    for (int index = 0; index < 15; ++index)
-        EXPECT_EQ(store.cells.at(cell(eDataTagAlertIdentifier0, index)), index == 1    ? "one"
-                                                                         : index == 2  ? ""
-                                                                         : index == 3  ? "three"
-                                                                         : index == 14 ? "last"
-                                                                                       : "id" + std::to_string(index));
+    std::map<int, std::string> const moved{{1, "one"}, {2, ""}, {3, "three"}, {14, "last"}};
+    for (int i = 0; i < 15; ++i)
+        EXPECT_EQ(store.cells.at(cell(eDataTagAlertIdentifier0, i)),
+                  moved.contains(i) ? moved.at(i) : "id" + std::to_string(i));
     EXPECT_EQ(store.cells.at(cell(eDataTagRingerTone0, 2)), "2") << "without identifier it follows the general ringer";
     EXPECT_EQ(store.cells.at(cell(eDataTagRingerTone0, 3)), "5");
     EXPECT_EQ(store.cells.at(eDataTagRingerFile0), "");

@@ -1,5 +1,5 @@
-// Validators with their exact refusals and chains, and the catalogue as code uses it; its rows themselves are compared with
-// the reviewed list by the tests of the tool.
+// Validators with their exact refusals and chains; the catalogue's rows are compared with the reviewed list by the tests of
+// the tool.
 #include "Data/DataItem.h"
 #include "Data/DataItemBuilder.h"
 #include "ScriptedFixture.h"
@@ -111,18 +111,4 @@ TEST_F(ItemValues, AChainDependsOnItsFirstStepButNotOnItsSecondWhichRunsFirst)
     EXPECT_TRUE(chain(range, skipped)->validate(6, reason));
     EXPECT_FALSE(chain(digits, blanks)->validate(std::string("a b"), reason));
     EXPECT_EQ(reason, "The provided value contains white spaces");
-}
-
-TEST_F(ItemValues, FindsNoRecordOfRowsThatAreSwitchedOffOrOutside)
-{
-    std::set<int> absent;
-    for (int tag = -2; tag <= 809; ++tag)
-        if (Builder::findDataRecord(static_cast<eDataTag>(tag)) == nullptr)
-            absent.insert(tag);
-    EXPECT_EQ(absent, (std::set<int>{-2, -1, 0, 632, 634, 635, 636, 637, 638, 639, 644, 647, 651, 806, 807, 808, 809}));
-    EXPECT_EQ(Builder::getItemType(eDataTagEnd), eDataItemTypeInvalid);
-    EXPECT_FALSE(Builder::isUserData(eDataTagQosLayer3));
-    EXPECT_EQ(platform.logs(2), (std::vector<std::string>{"oops.. no record found for tag 806",
-                                                          "DataItemBuilder::isUserData - no record found for tag 634"}));
-    EXPECT_TRUE(Builder::verifyDataTable());
 }
