@@ -30,76 +30,63 @@ struct Meddler : DataUpdateCallback {
 };
 inline Meddler meddler;
 
-struct Operation {
-    char const* name;
-    void (*run)(int random);
-};
+using Operation = void (*)(int random);
 
 inline Operation const operations[]{
-    {"read",
-     [](int) {
-         std::string text;
-         Cache::getData(eDataTagCamera1Url, text);
-         Cache::getData(eDataTagFunctionKeyDef100, text);
-         Cache::getCountryRegion();
-     }},
-    {"write", [](int random) { Cache::setData(eDataTagRingerVolume, 1 + random % 9, random % 2 == 0); }},
-    {"write a secret", [](int random) { Cache::setData(eDataTagDoorOpener1Pin, std::to_string(random), false); }},
-    {"write a text", [](int random) { Cache::setData(eDataTagCamera1Url, std::to_string(random), false); }},
-    {"write a codec", [](int random) { Cache::setData(eDataTagCodecPacketSize1, random % 7, false); }},
-    {"write a ringing row",
-     [](int random) { Cache::setData(eDataTagAlertIdentifier4, "id" + std::to_string(random), false); }},
-    {"write a door opener", [](int random) { Cache::setData(eDataTagDoorOpener2DirectVideo, random % 5, false); }},
-    {"bulk",
-     [](int random) {
-         BulkData bulk;
-         bulk.addTagValue(eDataTagHandsetVolume, 1 + random % 9, false);
-         bulk.addTagValue(eDataTagSRTPEncryptionAllowed1, random % 2 == 0, false);
-         bulk.addTagValue(eDataTagGroupPickupToneType, random % 4, false);
-         Cache::setDataBulk(bulk);
-         BulkData copy(bulk);
-         Cache::getDataBulk(copy);
-     }},
-    {"register",
-     [](int random) {
-         Cache::registerCallback({eDataTagIceServerType, eDataTagRingerVolume, eDataTagHandsetVolume}, &meddler);
-         if (random % 3 == 0)
-             Cache::unregisterCallback(&meddler);
-     }},
-    {"management set",
-     [](int random) {
-         auto volume = record("headset-volume", std::to_string(random % 9));
-         Cache::setDataOcms(volume);
-         auto rank = record({{"codecSettings", "codec[1]/rank", std::to_string(1 + random % 4)}});
-         Cache::managementAgent()->setData(rank);
-     }},
-    {"management get",
-     [](int) {
-         ManageableData request;
-         for (auto const* const item : {"codecSettings", "SRTPEncryptionSettings", "headsetPriorities", "ringer-volume"})
-             request.setRootId(item, nullptr);
-         Cache::getDataOcms(request);
-     }},
-    {"change report",
-     [](int random) {
-         auto report = record("country", random % 2 == 0 ? "DE" : "CA");
-         Cache::manageableDataChanged(report);
-     }},
-    {"mobility",
-     [](int random) {
-         constexpr std::array types{"all", "managed", "unmanaged", "", "unknown"};
-         auto report = record("mobility-user-data-update", types[static_cast<std::size_t>(random) % types.size()]);
-         Cache::managementAgent()->manageableDataChanged(report);
-     }},
-    {"flag file",
-     [](int random) {
-         bool flag = false;
-         if (random % 8 == 0)
-             std::ofstream(platformPath("/data/database/media_config"))
-                 << (random % 16 == 0 ? "aes256_test true\nopus_test false\n" : "force_etsi\n");
-         Cache::getData(eDataTagForceEtsi, flag);
-     }},
-    {"reset",
-     [](int random) { random % 8 == 0 ? void(Cache::managementAgent()->resetUserData()) : Cache::resetDataSetUserAll(); }}};
+    [](int) {
+        std::string text;
+        Cache::getData(eDataTagCamera1Url, text);
+        Cache::getData(eDataTagFunctionKeyDef100, text);
+        Cache::getCountryRegion();
+    },
+    [](int random) { Cache::setData(eDataTagRingerVolume, 1 + random % 9, random % 2 == 0); },
+    [](int random) { Cache::setData(eDataTagDoorOpener1Pin, std::to_string(random), false); },
+    [](int random) { Cache::setData(eDataTagCamera1Url, std::to_string(random), false); },
+    [](int random) { Cache::setData(eDataTagCodecPacketSize1, random % 7, false); },
+    [](int random) { Cache::setData(eDataTagAlertIdentifier4, "id" + std::to_string(random), false); },
+    [](int random) { Cache::setData(eDataTagDoorOpener2DirectVideo, random % 5, false); },
+    [](int random) {
+        BulkData bulk;
+        bulk.addTagValue(eDataTagHandsetVolume, 1 + random % 9, false);
+        bulk.addTagValue(eDataTagSRTPEncryptionAllowed1, random % 2 == 0, false);
+        bulk.addTagValue(eDataTagGroupPickupToneType, random % 4, false);
+        Cache::setDataBulk(bulk);
+        BulkData copy(bulk);
+        Cache::getDataBulk(copy);
+    },
+    [](int random) {
+        Cache::registerCallback({eDataTagIceServerType, eDataTagRingerVolume, eDataTagHandsetVolume}, &meddler);
+        if (random % 3 == 0)
+            Cache::unregisterCallback(&meddler);
+    },
+    [](int random) {
+        auto volume = record("headset-volume", std::to_string(random % 9));
+        Cache::setDataOcms(volume);
+        auto rank = record({{"codecSettings", "codec[1]/rank", std::to_string(1 + random % 4)}});
+        Cache::managementAgent()->setData(rank);
+    },
+    [](int) {
+        ManageableData request;
+        for (auto const* const item : {"codecSettings", "SRTPEncryptionSettings", "headsetPriorities", "ringer-volume"})
+            request.setRootId(item, nullptr);
+        Cache::getDataOcms(request);
+    },
+    [](int random) {
+        auto report = record("country", random % 2 == 0 ? "DE" : "CA");
+        Cache::manageableDataChanged(report);
+    },
+    [](int random) {
+        constexpr std::array types{"all", "managed", "unmanaged", "", "unknown"};
+        auto report = record("mobility-user-data-update", types[static_cast<std::size_t>(random) % types.size()]);
+        Cache::managementAgent()->manageableDataChanged(report);
+    },
+    [](int random) {
+        bool flag = false;
+        if (random % 8 == 0)
+            std::ofstream(platformPath("/data/database/media_config"))
+                << (random % 16 == 0 ? "aes256_test true\nopus_test false\n" : "force_etsi\n");
+        Cache::getData(eDataTagForceEtsi, flag);
+    },
+    [](int random) { random % 8 == 0 ? void(Cache::managementAgent()->resetUserData()) : Cache::resetDataSetUserAll(); }};
 
 } // namespace Workload

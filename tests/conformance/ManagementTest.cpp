@@ -1,11 +1,7 @@
 // The management record, and how the management service is found.
 #include "LocalMgmtIfc.h"
 #include "ManageableData.h"
-#include "PlatformPath.h"
 #include "PlatformUnderTest.h"
-
-/// A platform may leave it out.
-[[gnu::weak]] std::string platformPath(std::string const& path);
 
 TEST(ManagementRecord, ASubItemHasAValueOnlyOnceOneWasStored)
 {
@@ -41,15 +37,4 @@ TEST(ManagementService, IsFoundByItsNameAndLeavesUnknownSubItemsWithoutValue)
     record.populate("no-such-item", "no-such-item");
     EXPECT_TRUE(service->readData(record));
     EXPECT_FALSE(record.interogate("no-such-item", "no-such-item", value));
-}
-
-TEST(PlatformPath, PutsADirectoryOfThisMachineBeforeThePath)
-{
-    if (!platformPath)
-        GTEST_SKIP() << "a platform may do without";
-    auto const platform = PlatformUnderTest::make();
-    std::string const place = platformPath("/data/database/media_config");
-    EXPECT_EQ(place.front(), '/');
-    EXPECT_TRUE(place.ends_with("/data/database/media_config")) << place;
-    EXPECT_NE(place, "/data/database/media_config") << "a test must not touch the machine's own files";
 }

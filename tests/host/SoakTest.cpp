@@ -53,7 +53,7 @@ TEST_F(Soak, LeavesMemoryDescriptorsThreadsAndLogAsTheyAre)
                 start();
             for (int i = 0; (isLast || i < 50) && Clock::now() < end; ++i, ++operations) {
                 auto const number = static_cast<int>(random() % 1000);
-                Workload::operations[random() % std::size(Workload::operations)].run(number);
+                Workload::operations[random() % std::size(Workload::operations)](number);
                 auto country = record("country", std::to_string(number));
                 if (number % 8 == 0)
                     m_platform->management().change(country);

@@ -81,15 +81,15 @@ TEST_F(Settings, ShowWhatTheCacheHoldsWhateverChangedIt)
     start();
     std::minstd_rand random(1);
     for (int i = 0; i < 600; ++i) {
-        auto const& operation = Workload::operations[random() % std::size(Workload::operations)];
+        auto const operation = random() % std::size(Workload::operations);
         platform.failGroups(random() % 4 == 0);
         if (random() % 4 == 0)
             platform.failCall(1 + random() % 6);
-        operation.run(static_cast<int>(random() % 1000));
+        Workload::operations[operation](static_cast<int>(random() % 1000));
         platform.failGroups(false);
         platform.failCall(0);
         platform.clearLogs();
-        expectAll(presentText, std::string("after ") + operation.name);
+        expectAll(presentText, "after operation " + std::to_string(operation));
         if (HasFailure())
             break;
     }

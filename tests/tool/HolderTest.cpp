@@ -270,8 +270,6 @@ TEST_F(Holder, IsNotNeededForCompletion)
                   0);
         EXPECT_EQ(contentOf(root() / "said"), std::string(expected) + "\n") << line;
     }
-    for (auto const& each : {"zsh -n " + scripts + "_mediadata", "fish -n " + scripts + "mediadata.fish"})
-        EXPECT_EQ(shell("if command -v " + each.substr(0, 4) + "; then " + each + "; fi"), 0) << contentOf(root() / "said");
 }
 
 } // namespace ToolTest

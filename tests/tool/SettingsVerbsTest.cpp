@@ -51,6 +51,8 @@ TEST_F(SettingsVerbs, FindAnItemByEachOfItsNamesAndSuggestNearOnes)
 
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
+    EXPECT_EQ(status("set --dry-run ringer-volume=4"), 0);
+    EXPECT_FALSE(std::filesystem::exists(dataDirectory()));
     ASSERT_EQ(status("set SRTPEncryption[4]/method=0 SRTPEncryption[5]/method=1 SRTPEncryption[5]/allowed=false"), 0);
     ASSERT_EQ(status("flags aes256_test=false"), 0); // hides the first three rows
     std::pair<Words, char const*> const cases[]{

@@ -77,10 +77,16 @@ TEST_F(TelephoneVerbs, SayWhatTheServiceCouldNotStore)
     rlimit const full{2000, limit.rlim_max};
     ::setrlimit(RLIMIT_FSIZE, &full);
     auto const failed = ask("mgmt set headset[1]/allowed=false");
+    auto const values = ask("set ringer-volume=7 alert-type-3=1");
     EXPECT_EQ(status("mgmt reset-user-data"), 5);
     ::setrlimit(RLIMIT_FSIZE, &limit);
     EXPECT_EQ(failed["items"][0]["result"], "failed");
     EXPECT_EQ(failed["exit"], 5);
+    EXPECT_EQ(column(values["items"], "result"), "failed failed ");
+    EXPECT_EQ(column(values["items"], "reason"),
+              "the database did not store it, the previous value stands "
+              "the database did not store its table, the next start brings the previous value back ");
+    EXPECT_EQ(out("get ringer-volume alert-type-3"), "ringer-volume = 6\nalert-type-3 = 0\n");
     EXPECT_EQ(status("mgmt reset-user-data"), 0);
     EXPECT_EQ(out("get headset[1]/allowed ringer-volume ringer-melody-0"),
               "headset[1]/allowed = true\nringer-volume = 3\nringer-melody-0 = 2\n");

@@ -23,9 +23,10 @@ struct WorkbenchTest : HostTest {
         MediaDataCache::terminate();
     }
 
-    void openBench(Options options = {})
+    void openBench()
     {
         bench.reset();
+        Options options;
         options.dataDirectory = m_directory;
         std::string error;
         bool isInUse = false;
@@ -96,26 +97,6 @@ TEST_F(WorkbenchTest, WhatIsRequestedOfTheServiceIsReportedUnlessAnApplicationDo
     EXPECT_EQ(readValue(eDataTagRingerVolume), Json(6));
 }
 
-TEST_F(WorkbenchTest, AWriteThatFailedIsToldOfItsItem)
-{
-    openBench();
-    std::vector<Outcome> outcomes;
-    limitFiles(1);
-    logOf([&] { outcomes = {stored(eDataTagRingerVolume, "6"), stored(eDataTagAlertType3, "1")}; });
-    limitFiles();
-    auto const& value = outcomes.front();
-    auto const& cell = outcomes.back();
-    bool const failed = bench->storage().takeAny();
-    EXPECT_EQ(value.result, Result::Failed);
-    EXPECT_EQ(value.reason, "the database did not store it, the previous value stands");
-    EXPECT_EQ(readValue(eDataTagRingerVolume), defaultOf(eDataTagRingerVolume));
-    EXPECT_EQ(cell.result, Result::Failed);
-    EXPECT_EQ(cell.reason, "the database did not store its table, the next start brings the previous value back");
-    EXPECT_TRUE(failed);
-    EXPECT_EQ(stored(eDataTagRingerVolume, "6").result, Result::Stored);
-    EXPECT_FALSE(bench->storage().takeAny());
-}
-
 /// What the general ringer has by default no row of the ringing table can have; the library refuses it at each write.
 TEST_F(WorkbenchTest, OnlyRefusalsThatLoseNothingGoUntold)
 {
@@ -131,18 +112,4 @@ TEST_F(WorkbenchTest, OnlyRefusalsThatLoseNothingGoUntold)
     auto const isRefusal = [](std::string const& line) { return line.find("invalid value") != std::string::npos; };
     EXPECT_GE(lines.size(), 1U);
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), isRefusal), 0);
-}
-
-TEST_F(WorkbenchTest, ADryRunMakesNoDataDirectory)
-{
-    auto const temporary = m_parent + "/tmp";
-    std::filesystem::create_directory(temporary);
-    ::setenv("TMPDIR", temporary.c_str(), 1);
-    openBench({.dataDirectory = {}, .dryRun = true});
-    EXPECT_EQ(readValue(eDataTagRingerVolume), defaultOf(eDataTagRingerVolume));
-    EXPECT_FALSE(std::filesystem::is_empty(temporary));
-    bench.reset();
-    ::unsetenv("TMPDIR");
-    EXPECT_FALSE(std::filesystem::exists(m_directory));
-    EXPECT_TRUE(std::filesystem::is_empty(temporary));
 }
