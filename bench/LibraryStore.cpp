@@ -6,6 +6,7 @@
 #include "Data/DataCache.h"
 #include "Data/DataUpdateCallback.h"
 #include "Media/MediaDataCache.h"
+#include "Media/Setting.h"
 
 #include "ManageableData.h"
 #include "MgmtAgentIfc.h"
@@ -141,14 +142,15 @@ public:
 
     std::unique_ptr<LibraryStore> another() { return std::unique_ptr<LibraryStore>(new LibraryStore); }
 
+protected:
+    LibraryStore() = default;
+
 private:
     struct Listener : DataUpdateCallback {
         void onDataUpdate(Data::BulkData&) override { ++*heard; }
         int unasked = 0;
         int* heard = &unasked;
     };
-
-    LibraryStore() = default;
 
     static void operationsOnAll(Runner& runner)
     {
@@ -200,11 +202,39 @@ private:
     std::size_t m_requested = 0;
 };
 
+/// The same, read as Media::Setting::get does. Its tags are known while compiling; these are not, so the functions behind it are
+/// called.
+class TypedStore : public LibraryStore {
+public:
+    explicit TypedStore(Setup const& setup) : LibraryStore(setup) { Media::Detail::beginPublication(); }
+
+    bool read(Key const& key, int& value)
+    {
+        value = Media::Detail::publishedNumber(tagOf(key));
+        return true;
+    }
+    bool read(Key const& key, std::string& value)
+    {
+        if (Data::traitsOf(tagOf(key)).kind == Data::ValueKind::Value)
+            Media::Detail::publishedText(tagOf(key), value);
+        else
+            Media::Detail::lockedValue({tagOf(key), &value}); // a secret
+        return true;
+    }
+
+    std::unique_ptr<TypedStore> another() { return std::unique_ptr<TypedStore>(new TypedStore); }
+
+private:
+    TypedStore() = default;
+};
+
 } // namespace
 
 } // namespace Bench
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && std::string(argv[1]) == "typed")
+        return Bench::measure<Bench::TypedStore>(argc, argv);
     return Bench::measure<Bench::LibraryStore>(argc, argv);
 }

@@ -34,6 +34,8 @@ void measureLimits(std::string const& directory)
         ordered[key.tag] = array[static_cast<std::size_t>(key.tag)] = key.tag;
     runner.operation("ordered map, look-up", 0.1,
                      [&](std::size_t i) { keep(ordered.find(keys[i % keys.size()].tag)->second); });
+    static std::atomic<int> plain = 1;
+    runner.operation("plain atomic, load", 0.1, [](std::size_t) { keep(plain.load(std::memory_order_acquire)); });
     runner.operation("array, look-up", 0.1,
                      [&](std::size_t i) { keep(array[static_cast<std::size_t>(keys[i % keys.size()].tag)]); });
 

@@ -2,7 +2,7 @@
 # rounds' ratios swing by more than a fifth and these can be counted.
 import os, statistics, subprocess
 
-from measuring import BARE, COST, EMPTY, FROM_EXEC, LIBRARY, SYSTEMS, spread
+from measuring import BARE, COST, EMPTY, FROM_EXEC, LIBRARY, SYSTEMS, TYPED, spread
 
 GSETTINGS = [name for name in SYSTEMS if name.startswith("GSettings")]
 SQLITE = [name for name in SYSTEMS if name.startswith("SQLite")]
@@ -115,7 +115,19 @@ def goals(bench):
     all.at_most("longest read beside a writer, reader not descheduled",
                 "at most 2 ms more than that writer's longest change, in each round",
                 most_of("the same, reader not descheduled", "longest change of that writer") / 1e6, 2, " ms")
-    all.at_most("library, stripped", "at most 415 kB", stripped_size(bench) / 1000, 415, " kB")
+    for operation, most in (("read int", 10), ("read string", 20)):
+        all.at_most(f"typed {operation}", f"at most {most} ns", median(TYPED, operation), most, " ns")
+    all.instructions("typed read int", TYPED, "read int", 50)
+    for operation, times in (("read int, two readers", 1), ("read int, four readers", max(1, 4 / os.cpu_count()))):
+        all.within(operation, 1.2 * times, (TYPED, "read int"), f"at most 1.2 x a typed read, {number(times)} threads a processor",
+                   counted=False, own=TYPED)
+    all.add("typed reads beside a writer", "at least 8 million a second",
+            number(median(TYPED, "reads per second beside a writer") / 1e6) + " million",
+            median(TYPED, "reads per second beside a writer") >= 8e6)
+    all.at_most("typed read beside a writer, p99.9", "at most 3 µs", median(TYPED, "read beside a writer, p99.9") / 1000, 3, " µs")
+    all.at_most("anonymous memory of typed settings", "at most 30 kB more than without",
+                median(TYPED, "anonymous memory") - median(LIBRARY, "anonymous memory"), 30, " kB")
+    all.at_most("library, stripped", "at most 440 kB", stripped_size(bench) / 1000, 440, " kB")
     return all.rows
 
 

@@ -4,6 +4,7 @@ from collections import Counter, defaultdict, namedtuple
 
 SYSTEMS = {  # title: program, variant; those that are compared stand together, since the disk's speed changes
     "library": ("library", "-"),
+    "library, typed settings": ("library", "typed"),
     "SQLite FULL": ("sqlite", "FULL"),
     "SQLite exclusive": ("sqlite", "exclusive"),
     "GSettings keyfile": ("gsettings", "keyfile"),
@@ -13,7 +14,7 @@ SYSTEMS = {  # title: program, variant; those that are compared stand together, 
     "library, nothing stored": ("cost", "-"),
     "GSettings memory": ("gsettings", "memory"),
 }
-LIBRARY, COST = "library", "library, nothing stored"
+LIBRARY, TYPED, COST = "library", "library, typed settings", "library, nothing stored"
 BARE = "bare SQLite"  # opens what the library stored and reads all rows
 EMPTY = "an empty program"
 FROM_EXEC = "start-up from exec"
