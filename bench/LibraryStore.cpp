@@ -222,6 +222,12 @@ public:
         return true;
     }
 
+    void ownOperations(Runner& runner)
+    {
+        Media::Setting<Data::eDataTagRingerVolume> const volume;
+        runner.operation("get of a setting", 0.1, [&](std::size_t) { keep(volume.get()); });
+    }
+
     std::unique_ptr<TypedStore> another() { return std::unique_ptr<TypedStore>(new TypedStore); }
 
 private:

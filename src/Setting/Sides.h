@@ -137,16 +137,9 @@ public:
             return false;
         auto* const block = blocks[choice.side];
         auto const head = heads[choice.side];
-        text.resize(Stamped::content(head));
-        char* to = text.data();
-        auto rest = text.size();
-        for (std::size_t i = 0; rest > 0; ++i) {
-            auto const word = block->words()[i].load(std::memory_order_acquire);
-            auto const bytes = std::min(rest, sizeof word);
-            std::memcpy(to, &word, bytes);
-            to += bytes;
-            rest -= bytes;
-        }
+        if (std::size_t const size = Stamped::content(head); text.size() != size)
+            text.resize(size);
+        copy(block->words(), text);
         return block->head.load(std::memory_order_acquire) == head &&
                m_sides[choice.side].load(std::memory_order_acquire) == block;
     }
@@ -166,6 +159,37 @@ private:
         std::size_t capacity = 0; ///< in words; constant, and the writer's own affair
     };
     static_assert(sizeof(Block) % alignof(Atomic<Stamped::Word>) == 0);
+
+    /// Copies as much as fits into the text.
+    static void copy(Atomic<Stamped::Word> const* words, std::string& text)
+    {
+        char* to = text.data();
+        auto const* const end = words + text.size() / sizeof(Stamped::Word);
+        for (; words != end; ++words, to += sizeof(Stamped::Word)) {
+            auto const word = words->load(std::memory_order_acquire);
+            std::memcpy(to, &word, sizeof word);
+        }
+        auto const rest = text.size() % sizeof(Stamped::Word);
+        if (rest == 0)
+            return;
+        // Pieces of fixed sizes, which need no call.
+        auto const word = words->load(std::memory_order_acquire);
+        char from[sizeof word];
+        std::memcpy(from, &word, sizeof word);
+        auto const* next = from;
+        if ((rest & 4) != 0) {
+            std::memcpy(to, next, 4);
+            to += 4;
+            next += 4;
+        }
+        if ((rest & 2) != 0) {
+            std::memcpy(to, next, 2);
+            to += 2;
+            next += 2;
+        }
+        if ((rest & 1) != 0)
+            *to = *next;
+    }
 
     static constexpr std::size_t wordsFor(std::size_t bytes)
     {
