@@ -166,6 +166,7 @@ SealCase const sealCases[]{
     {index, [](std::string const& database) { fs::resize_file(fs::path(database).replace_extension("seal"), 50); },
      "is being mended"},
     {[](std::string const& database) { overwrite(database, {1}, '\xff'); }, none, "is being mended", "failure"},
+    {none, [](std::string const& database) { fs::remove(database); }, "the database is gone", "failure"},
     {none,
      [](std::string const& database) {
          damage(database, static_cast<std::int64_t>(contentOf(database).find("stored once")), "altered");

@@ -270,14 +270,18 @@ std::unique_ptr<Database> Mending::look(bool isSealed, std::string& damage)
 std::unique_ptr<Database> Mending::open()
 {
     auto seal = std::make_unique<DatabaseSeal>(m_directory, databaseName);
-    if (!lookAtAll() || !seal->takeOff(m_error) || !prepare())
+    if (!lookAtAll() || !seal->takeOff(m_error))
+        return nullptr;
+    if (seal->verdict() == DatabaseSeal::Verdict::orphaned)
+        notice("the database is gone: " + m_directory.pathOf(databaseName) +
+               " was closed here and is not there any more. A new one is made, with default values");
+    if (!prepare())
         return nullptr;
     std::string damage;
     std::unique_ptr<Database> database = look(seal->verdict() == DatabaseSeal::Verdict::fits, damage);
     if (database != nullptr && seal->verdict() == DatabaseSeal::Verdict::differs)
         notice("the database is sound, but not the one that was sealed when it was closed: it or its seal was altered or "
-               "replaced. "
-               "It is used as it is, and may hold values that nobody stored");
+               "replaced. It is used as it is, and may hold values that nobody stored");
     if (database == nullptr && !damage.empty() && mend(damage))
         database = openFile(false, damage);
     // The log has a name by now, without which what it is going to hold would be lost, and the seal has none any more.

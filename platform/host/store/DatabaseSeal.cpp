@@ -72,7 +72,10 @@ bool DatabaseSeal::takeOff(std::string& error)
     if (state != State::present)
         return state == State::absent;
     m_text = contentOf(m_directory);
-    if (m_text.ends_with('\n') && isWhole())
+    std::string ignored;
+    if (m_directory.look(m_databaseName, ignored) == State::absent)
+        m_verdict = Verdict::orphaned;
+    else if (m_text.ends_with('\n') && isWhole())
         if (std::string const file = describeFile(); !file.empty())
             m_verdict = m_text == file ? Verdict::fits : Verdict::differs;
     m_directory.remove(sealName);

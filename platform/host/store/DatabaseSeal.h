@@ -12,7 +12,7 @@ class DataDirectory;
 /// For one thread at a time, and only while SQLite does not have the file: to close it here would give up SQLite's locks.
 class DatabaseSeal {
 public:
-    enum class Verdict { fits, differs, none };
+    enum class Verdict { fits, differs, orphaned, none }; ///< orphaned: there is no database any more
 
     /// Of a database in a directory that lives longer.
     DatabaseSeal(DataDirectory const& directory, std::string databaseName)
