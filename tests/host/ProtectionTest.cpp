@@ -84,7 +84,7 @@ TEST_F(HostProtection, NothingButAPlainFileIsAcceptedInAnyFilesPlace)
     std::cout << "files: " << refused << " impostors refused\n";
 }
 
-TEST_F(HostProtection, ADirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRefused)
+TEST_F(HostProtection, ADirectoryThatIsALinkOrReadOnlyOrHoldsOtherFilesForAllToSeeIsRefused)
 {
     fs::create_directory(m_parent + "/real");
     fs::create_symlink("real", m_directory);
@@ -98,6 +98,10 @@ TEST_F(HostProtection, ADirectoryThatIsALinkOrHoldsOtherFilesForAllToSeeIsRefuse
     fs::remove(pathOf("letter.txt"));
     EXPECT_TRUE(open()) << m_error;
     EXPECT_EQ(modeOf(m_directory), 0700U);
+    fs::permissions(m_directory, fs::perms(0500));
+    EXPECT_FALSE(open());
+    EXPECT_EQ(modeOf(m_directory), 0500U);
+    EXPECT_EQ(m_error, "data directory " + m_directory + ": is read-only, or closed to its own user (chmod 700)");
 }
 
 TEST_F(HostProtection, ASecretComesBackUnderItsOwnKeyOnly)

@@ -64,16 +64,3 @@ TEST_F(HostShortage, AFullDiskLosesNothingAndAReadOnlyOneIsRefused)
     EXPECT_NE(m_error.find("Read-only file system"), std::string::npos) << m_error;
     ::umount(m_directory.c_str());
 }
-
-TEST_F(HostShortage, ADirectoryMadeReadOnlyIsLeftSo)
-{
-    ASSERT_TRUE(open()) << m_error;
-    ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
-    close();
-    fs::permissions(m_directory, fs::perms(0500));
-    EXPECT_FALSE(open());
-    EXPECT_EQ(m_error, "data directory " + m_directory + ": is read-only, or closed to its own user (chmod 700)");
-    fs::permissions(m_directory, fs::perms(0700));
-    ASSERT_TRUE(open()) << m_error;
-    EXPECT_EQ(read("AudioSettings", "RingerVolume"), "3");
-}

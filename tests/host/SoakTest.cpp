@@ -35,45 +35,44 @@ TEST_F(Soak, LeavesMemoryDescriptorsThreadsAndLogAsTheyAre)
 {
     std::chrono::milliseconds const length = std::chrono::seconds(Workload::seconds);
     auto const begin = Clock::now();
-    // Memory in kB, descriptors, threads: after the warm-up, a tenth of the time, and after each further tenth.
-    std::array<std::array<long, 3>, 11> samples{};
-    long log = 0; // kB, the largest seen
+    std::array<long, 3> warm{}; // after a tenth of the time: memory in kB, descriptors, threads
+    long log = 0;               // kB, the largest seen
     std::minstd_rand random;
     long operations = 0;
-    int starts = 0;
+    int starts = 1;
+    start();
     std::cout << "seconds  operations  starts  memory kB  descriptors  threads  log kB\n";
-    for (std::size_t tenth = 1; tenth < samples.size(); ++tenth) {
+    for (int tenth = 1; tenth <= 10; ++tenth) {
         auto const end = begin + length * tenth / 10;
-        // Each tenth begins with short runs, so that there are many starts; from half time on one run lasts.
-        for (bool isLast = false; !isLast;) {
-            isLast = tenth > 5 || Clock::now() > end - length * 9 / 100;
-            if (tenth <= 5 && starts++ > 0)
+        for (int i = 0; Clock::now() < end; ++i, ++operations) {
+            // Each tenth begins with short runs, so that there are many starts; from half time on one run lasts.
+            if (tenth <= 5 && i % 50 == 0 && Clock::now() < end - length * 9 / 100) {
                 stop();
-            if (m_platform == nullptr)
                 start();
-            for (int i = 0; (isLast || i < 50) && Clock::now() < end; ++i, ++operations) {
-                auto const number = static_cast<int>(random() % 1000);
-                Workload::operations[random() % std::size(Workload::operations)](number);
-                auto country = record("country", std::to_string(number));
-                if (number % 8 == 0)
-                    m_platform->management().change(country);
-                m_platform->management().dispatch();
-                std::error_code none;
-                auto const size = std::filesystem::file_size(pathOf("mediadata.db-wal"), none);
-                log = none ? log : std::max(log, static_cast<long>(size / 1024));
+                ++starts;
             }
+            auto const number = static_cast<int>(random() % 1000);
+            Workload::operations[random() % std::size(Workload::operations)](number);
+            auto country = record("country", std::to_string(number));
+            if (number % 8 == 0)
+                m_platform->management().change(country);
+            m_platform->management().dispatch();
+            std::error_code none;
+            auto const size = std::filesystem::file_size(pathOf("mediadata.db-wal"), none);
+            log = none ? log : std::max(log, static_cast<long>(size / 1024));
         }
         long pages = 0;
         std::ifstream("/proc/self/statm") >> pages >> pages;
-        auto const& [memory, descriptors, threads] = samples[tenth] = {
-            pages * ::sysconf(_SC_PAGESIZE) / 1024, entriesOf("/proc/self/fd"), entriesOf("/proc/self/task")};
+        std::array const now{pages * ::sysconf(_SC_PAGESIZE) / 1024, entriesOf("/proc/self/fd"),
+                             entriesOf("/proc/self/task")};
+        warm = tenth == 1 ? now : warm;
         std::printf("%7lld  %10ld  %6d  %9ld  %11ld  %7ld  %6ld\n",
                     static_cast<long long>(std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin).count()),
-                    operations, starts, memory, descriptors, threads, log);
+                    operations, starts, now[0], now[1], now[2], log);
         std::fflush(stdout);
-        EXPECT_LE(memory, samples[1][0] + 2048 + (Workload::wantedSeconds ? 0 : memory)) << "two seconds are no warm-up";
-        EXPECT_EQ(descriptors, samples[1][1]);
-        EXPECT_EQ(threads, samples[1][2]);
+        EXPECT_LE(now[0], warm[0] + 2048 + (Workload::wantedSeconds ? 0 : now[0])) << "two seconds are no warm-up";
+        EXPECT_EQ(now[1], warm[1]);
+        EXPECT_EQ(now[2], warm[2]);
     }
     stop();
     EXPECT_LE(log, 2048) << "kB of write-ahead log";

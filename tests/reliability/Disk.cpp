@@ -106,12 +106,6 @@ int changed(int result, int descriptor, Call call)
     return result;
 }
 
-/// What waits for the disk is known here; the disk itself is never waited for, by no test of this program.
-template <class Real> int synced(int descriptor, Real const& /*real*/)
-{
-    return changed(0, descriptor, {Call::sync});
-}
-
 int named(int result, Path const& path, Call call)
 {
     if (result == 0 && path) {
@@ -233,7 +227,7 @@ void Surface::leave(std::string const& directory, Rest rest, std::mt19937& rando
 
 // The calls.
 
-#define REAL(name) static auto const real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
+#define REAL(name) [[maybe_unused]] static auto const real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
 // The function `name`: its parameters, what it is about, and what it does when it does not fail.
 #define STAND_IN(result, name, parameters, watched, ...)                                                                    \
     result name parameters                                                                                                  \
@@ -274,8 +268,9 @@ STAND_IN(int, ftruncate64, (int file, off64_t size) noexcept, isWatched(file),
          changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
 STAND_IN(int, ftruncate, (int file, off_t size) noexcept, isWatched(file),
          changed(real(file, size), file, {Call::cut, static_cast<std::size_t>(size)}))
-STAND_IN(int, fsync, (int file), isWatched(file), synced(file, real))
-STAND_IN(int, fdatasync, (int file), isWatched(file), synced(file, real))
+// What waits for the disk is known here; the disk itself is never waited for, by no test of this program.
+STAND_IN(int, fsync, (int file), isWatched(file), changed(0, file, {Call::sync}))
+STAND_IN(int, fdatasync, (int file), isWatched(file), changed(0, file, {Call::sync}))
 STAND_IN(int, unlink, (char const* path) noexcept, pathOf(AT_FDCWD, path),
          named(real(path), pathOf(AT_FDCWD, path), {Call::remove}))
 STAND_IN(int, unlinkat, (int in, char const* path, int flags) noexcept, pathOf(in, path),
