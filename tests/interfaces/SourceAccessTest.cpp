@@ -90,3 +90,15 @@ TEST_F(SourceAccess, AnswersFalseForTagsOutsideTheCatalogue)
     cache.readUserDataFromSourceDB();
     cache.updateCallbacks(); // meets no tag that it does not hold
 }
+
+TEST_F(SourceAccess, AnItemTellsItsListenersOfChangesOnly)
+{
+    std::set<DataUpdateCallback*> told;
+    EXPECT_TRUE(volume.setValue(5, reason));
+    EXPECT_FALSE(volume.getCallbacks(told)) << "nobody to tell";
+    volume.addCallback(&listener);
+    EXPECT_FALSE(volume.getCallbacks(told)) << "unchanged since";
+    EXPECT_TRUE(volume.setValue(6, reason));
+    EXPECT_TRUE(volume.getCallbacks(told));
+    EXPECT_EQ(told, std::set<DataUpdateCallback*>{&listener});
+}

@@ -154,7 +154,6 @@ TEST_F(SingleValues, UnregisteringReachesTheLowestTagOnly)
 {
     start();
     listen({eDataTagIceServerType, eDataTagRingerVolume});
-    listen({eDataTagIceServerType});
     EXPECT_FALSE(Cache::registerCallback({eDataTagFunctionKeyDef100, eDataTagHeadsetVolume}, &listener));
     Cache::unregisterCallback(&listener);
     EXPECT_TRUE(Cache::setData(eDataTagIceServerType, 1, false));

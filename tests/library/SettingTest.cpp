@@ -282,7 +282,8 @@ TEST_F(Settings, AreFoundByEachOfTheirNames)
     EXPECT_EQ(findTag("AudioSettings/RingerVolume"), eDataTagRingerVolume);
     EXPECT_EQ(findTag("RingerVolume"), eDataTagRingerVolume);
     EXPECT_EQ(findTag("codec[1]/rank"), eDataTagCodecRank1);
-    for (auto const* const nobodys : {"", "/", "AudioSettings/", "RingerVolume/", "None", "End", "ringer-volum"})
+    for (auto const* const nobodys :
+         {"", "/", "AudioSettings/", "RingerVolume/", "AudioSettingz/RingerVolume", "None", "End", "ringer-volum"})
         EXPECT_EQ(findTag(nobodys), std::nullopt) << nobodys;
 }
 

@@ -91,6 +91,8 @@ TEST_F(UnitsAlone, ACachePassesOverTagsItDoesNotKnow)
         bulk.addTag(wanted);
     EXPECT_FALSE(alone.getDataBulk(bulk)) << "all but the unknown tag are read";
     EXPECT_EQ(bulk.serialize(), "<item><tag>61</tag><value>3</value></item><item><tag>63</tag><value></value></item>");
+    for (int const number : {-2, -1, eDataTagEnd + 1, eDataTagEnd + 2, eDataTagEnd + 3})
+        EXPECT_EQ(DataCache::DataItemBuilder::findDataRecord(tag(number)), nullptr) << number;
     alone.clearDataMap();
     int volume = 7;
     EXPECT_FALSE(alone.getData(eDataTagRingerVolume, volume));
