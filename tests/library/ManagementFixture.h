@@ -46,18 +46,13 @@ struct NotingMobility : DataMobilityCallback {
     Texts& order;
 };
 
-inline std::list<eDataTag> tagList(int first, int last)
-{
-    std::list<eDataTag> tags;
-    for (int number = first; number <= last; ++number)
-        tags.push_back(tag(number));
-    return tags;
-}
-
 struct Management : ScriptedTest {
     DataSourceOCMS makeSource()
     {
-        return {platform, eDataComponentMedia, {mobilityUpdate, country}, tagList(1, 629), &cache, &mobility};
+        std::list<eDataTag> owned;
+        for (int number = 1; number < mobilityUpdate; ++number)
+            owned.push_back(tag(number));
+        return {platform, eDataComponentMedia, {mobilityUpdate, country}, owned, &cache, &mobility};
     }
     NotingCache cache;
     NotingMobility mobility{cache.order};

@@ -184,16 +184,12 @@ TEST_F(Stress, ShowsOnlyWhatWasVisible)
         }
         return reads;
     };
-    std::vector<std::future<void>> writers;
+    std::jthread const pairs(writePairs), counter(countUp);
     std::vector<std::future<long>> readers;
-    writers.push_back(std::async(std::launch::async, writePairs));
-    writers.push_back(std::async(std::launch::async, countUp));
     for (int i = 0; i < 3; ++i)
         readers.push_back(std::async(std::launch::async, readAll));
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
     isOver = true;
-    for (auto& writer : writers)
-        writer.get();
     long reads = 0;
     for (auto& reader : readers)
         reads += reader.get();

@@ -182,7 +182,6 @@ TEST_F(Settings, AreSeenByOthersWhenTheOperationEndsOrTellsSomebody)
     EXPECT_EQ(seen, "s55 s65 e65 ");
     platform.failGroups(false);
     platform.onCall({});
-    // What a camera's rule tells in the middle of a bulk is seen by all, and the bulk goes on.
     listen({eDataTagRingerVolume});
     int told = 0;
     listener.onNews = [&] { told = elsewhere([&] { return volume.get(); }); };
@@ -232,9 +231,8 @@ TEST_F(Subscriptions, HarmNobodyWhenTheyThrowEndOrOutliveTheCache)
         selfish = {}; // within its own call
         note(-value);
     });
-    Media::Subscription moved;
     auto second = volume.onChange(note);
-    moved = std::move(second);
+    auto const moved = std::move(second);
     EXPECT_TRUE(volume.set(5).ok());
     EXPECT_EQ(std::accumulate(heard.begin(), heard.end(), 0), 5);
     EXPECT_EQ(heard.size(), 3U);

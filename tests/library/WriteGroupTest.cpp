@@ -191,15 +191,6 @@ TEST_F(WriteGroup, WhatIsTakenBackWhileItsTableIsCheckedIsNotWrittenAgain)
     }
 }
 
-TEST_F(WriteGroup, ATableThatIsRefusedBeforeItsEndStaysInTheCache)
-{
-    start();
-    platform.failCall(2, true); // all but the begin
-    EXPECT_TRUE(Cache::setData(eDataTagCodecPacketSize1, 4, false));
-    platform.failCall(0);
-    EXPECT_EQ(presentText(eDataTagCodecPacketSize1), "4");
-}
-
 TEST_F(WriteGroup, AManagementSetThatIsNotStoredFailsWithoutReasons)
 {
     start();
@@ -226,6 +217,10 @@ TEST_F(WriteGroup, OneTableAloneStaysInTheCacheWhenItIsNotStored)
     EXPECT_TRUE(Cache::setData(eDataTagAlertIdentifier1, "chief"s, false));
     ASSERT_TRUE(platform.databaseTable("DistinctiveRinging"));
     EXPECT_NE(platform.databaseTable("DistinctiveRinging")->find("boss"), std::string::npos);
+    platform.failCall(2, true); // all but the begin
+    EXPECT_TRUE(Cache::setData(eDataTagCodecPacketSize1, 4, false));
+    platform.failCall(0);
+    EXPECT_EQ(presentText(eDataTagCodecPacketSize1), "4");
 }
 
 TEST_F(WriteGroup, OfABatchEndsWithARefusedWriteAndWithoutOneEachWriteStandsAlone)
