@@ -40,7 +40,7 @@ soak: build-dev ## mixed work for SOAK_SECONDS; memory, descriptors, threads and
 	@MEDIADATA_SOAK_SECONDS=$(SOAK_SECONDS) build/dev/host_tests --gtest_filter='Soak.*' --gtest_brief=1
 
 reliability: build-dev ## fail every platform and system call, kill the process at it, cut the power at every I/O call (12,000 images)
-	@MEDIADATA_FAULTS=all build/dev/library_tests --gtest_filter='FaultSweep.*' --gtest_brief=1
+	@MEDIADATA_FAULTS=all build/dev/library_tests --gtest_filter='*/FaultSweep.*' --gtest_brief=1
 	@MEDIADATA_IMAGES=12000 MEDIADATA_FAULT_STEP=1 \
 	    build/dev/reliability_tests --gtest_brief=1
 
