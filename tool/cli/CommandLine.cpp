@@ -1,12 +1,10 @@
 #include "cli/CommandLine.h"
 
-#include "cli/Answer.h"
 #include "cli/Parser.h"
 #include "cli/Registry.h"
-#include "holder/ChangeFeed.h"
+#include "cli/Serving.h"
 #include "holder/EndSignals.h"
 #include "holder/Reach.h"
-#include "holder/Server.h"
 #include "holder/Watcher.h"
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
@@ -94,33 +92,6 @@ int run(Call const& call, OnWorkbench const& action)
     progress.reset();
     return elsewhere ? end(call, *elsewhere) : call.answer(report);
 }
-
-/// Lets other processes use this one's telephone as long as it lives.
-class Serving {
-public:
-    explicit Serving(Invocation& holder) : m_holder(holder)
-    {
-        holder.feed = &m_feed;
-        m_server = Server::start(
-            *holder.workbench, m_feed, [&holder](Message const& request) { return answer(holder, request); }, m_failure);
-    }
-    ~Serving()
-    {
-        m_server.reset();
-        m_holder.feed = nullptr;
-    }
-    Serving(Serving const&) = delete;
-    Serving& operator=(Serving const&) = delete;
-
-    Server* server() const { return m_server.get(); }        ///< null when it could not be
-    std::string const& failure() const { return m_failure; } ///< why
-
-private:
-    Invocation& m_holder;
-    ChangeFeed m_feed;
-    std::string m_failure;
-    std::unique_ptr<Server> m_server;
-};
 
 int run(Call const& call, WhileHolding const& action)
 {
