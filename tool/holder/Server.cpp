@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <sstream>
 #include <system_error>
@@ -37,6 +38,25 @@ std::string reason(int code)
     return std::generic_category().message(code);
 }
 
+/// Threads that are made while it lives take no signals but for faults of their own: those are for the process that serves.
+class SignalsElsewhere {
+public:
+    SignalsElsewhere()
+    {
+        sigset_t blocked;
+        sigfillset(&blocked);
+        for (int const fault : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP, SIGSYS})
+            sigdelset(&blocked, fault);
+        ::pthread_sigmask(SIG_SETMASK, &blocked, &m_before);
+    }
+    ~SignalsElsewhere() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsElsewhere(SignalsElsewhere const&) = delete;
+    SignalsElsewhere& operator=(SignalsElsewhere const&) = delete;
+
+private:
+    sigset_t m_before{};
+};
+
 } // namespace
 
 Server::Server(Workbench& workbench, ChangeFeed& feed, Answer answer)
@@ -49,6 +69,7 @@ std::unique_ptr<Server> Server::start(Workbench& workbench, ChangeFeed& feed, An
     if (!server->listen(error))
         return nullptr;
     server->m_listening.emplace([&feed](auto const& changes) { feed.publish(changes); });
+    SignalsElsewhere const signals;
     server->m_acceptor = std::thread([self = server.get()] { self->acceptAll(); });
     return server;
 }
