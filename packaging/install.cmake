@@ -3,9 +3,10 @@
 include(CMakePackageConfigHelpers)
 set(zsh_completions ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where zsh looks for completions")
 
-# The libraries, with the names that clients know them by: mediadata::mediadata and mediadata::host.
+# The libraries, with the names that clients know them by: mediadata::mediadata, mediadata::host and mediadata::workbench.
 set_target_properties(mediadata_library PROPERTIES EXPORT_NAME mediadata)
 set_target_properties(mediadata_host_platform PROPERTIES EXPORT_NAME host)
+set_target_properties(mediadata_workbench PROPERTIES EXPORT_NAME workbench)
 set(headers ${CMAKE_INSTALL_INCLUDEDIR})
 foreach(target mediadata_library mediadata_host_platform)
     target_compile_features(${target} INTERFACE cxx_std_20)
@@ -13,7 +14,8 @@ foreach(target mediadata_library mediadata_host_platform)
         $<INSTALL_INTERFACE:${headers}/mediadata-platform>)
 endforeach()
 target_include_directories(mediadata_host_platform INTERFACE $<INSTALL_INTERFACE:${headers}/mediadata-host>)
-install(TARGETS mediadata_library mediadata_host_platform EXPORT mediadata
+target_include_directories(mediadata_workbench INTERFACE $<INSTALL_INTERFACE:${headers}/mediadata-workbench>)
+install(TARGETS mediadata_library mediadata_host_platform mediadata_workbench EXPORT mediadata
     LIBRARY COMPONENT library NAMELINK_COMPONENT development)
 
 # The headers. Of the host platform those that start and drive it; the rest is its own affair.
@@ -24,6 +26,7 @@ set(host_headers seam/DeviceProfile.h seam/FailedWrite.h seam/HostLog.h seam/Hos
 list(TRANSFORM host_headers PREPEND platform/host/)
 list(APPEND host_headers platform/common/AnnotatedMutex.h)
 install(FILES ${host_headers} DESTINATION ${headers}/mediadata-host COMPONENT development)
+install(DIRECTORY tool/include/ DESTINATION ${headers}/mediadata-workbench COMPONENT development)
 
 # find_package(mediadata)
 set(cmake_directory ${CMAKE_INSTALL_LIBDIR}/cmake/mediadata)
@@ -33,10 +36,10 @@ install(EXPORT mediadata NAMESPACE mediadata:: FILE mediadata-targets.cmake DEST
 install(FILES packaging/mediadata-config.cmake ${PROJECT_BINARY_DIR}/mediadata-config-version.cmake
     DESTINATION ${cmake_directory} COMPONENT development)
 
-# pkg-config mediadata, and mediadata-host with it. Their prefix is found from where they lie.
+# pkg-config mediadata, mediadata-host with it, and mediadata-workbench with both. Their prefix is found from where they lie.
 set(pc_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pc /${pc_directory} /)
-foreach(name mediadata mediadata-host)
+foreach(name mediadata mediadata-host mediadata-workbench)
     configure_file(packaging/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${pc_directory} COMPONENT development)
 endforeach()
