@@ -210,6 +210,29 @@ TEST_F(Holder, AnswersOtherVersionsInOneSentence)
     ::close(socket);
 }
 
+TEST_F(Holder, CanBeAnApplication)
+{
+    Process application(root() / "application", {dataDirectory().string(), "hold"}, "", EXAMPLE_CLIENT);
+    ASSERT_TRUE(application.says("the tool is let in")) << application.err();
+    auto watcher = start("watcher", {"watch", "ringer-*"});
+    // Known to listen when it has told a change; the client has begun with volume 6.
+    for (int melody = 3; watcher.out().empty() && melody < 1000; ++melody)
+        ASSERT_EQ(status("set ringer-melody=" + std::to_string(melody % 7)), 0);
+    EXPECT_EQ(out("get ringer-volume"), "6\n");
+    EXPECT_EQ(status("set ringer-volume=7"), 0);
+    EXPECT_TRUE(watcher.says("ringer-volume = 7\n"));
+    EXPECT_TRUE(application.says("ringer volume is now 7\n"));
+    EXPECT_EQ(status("set ringer-volume=9"), 4);
+    EXPECT_EQ(status("mgmt set ringer-volume=4"), 0);
+    EXPECT_TRUE(application.says("ringer volume is now 4\n"));
+    auto const history = ask("history ringer-volume")["history"];
+    EXPECT_EQ(column(history, "old"), "6 7 7 ");
+    EXPECT_EQ(column(history, "new"), "7 9 4 ");
+    EXPECT_EQ(application.end(SIGTERM), 0);
+    EXPECT_EQ(watcher.end(), 5);
+    EXPECT_EQ(out("get ringer-volume"), "4\n");
+}
+
 TEST_F(Holder, IsNotHeldUpByAWatcherThatDoesNotRead)
 {
     hold();

@@ -47,14 +47,14 @@ inline std::string column(nlohmann::json const& rows, char const* name)
     return text;
 }
 
-/// A process of the tool, its standard streams in files; killed at the latest with this object.
+/// A process, of the tool unless named, its standard streams in files; killed at the latest with this object.
 class Process {
 public:
-    Process(std::filesystem::path streams, std::vector<std::string> words, std::string const& input = {})
+    Process(std::filesystem::path streams, std::vector<std::string> words, std::string const& input = {},
+            std::string tool = MEDIADATA_TOOL)
         : m_streams(std::move(streams))
     {
         std::ofstream(stream(STDIN_FILENO), std::ios::binary) << input;
-        std::string tool = MEDIADATA_TOOL;
         std::vector<char*> arguments{tool.data()};
         for (auto& word : words)
             arguments.push_back(word.data());
