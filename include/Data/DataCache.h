@@ -248,7 +248,7 @@ private:
     TouchedTags m_unpublished MEDIADATA_GUARDED_BY(*m_lock);
     bool m_hasUnpublished MEDIADATA_GUARDED_BY(*m_lock) = false;
     Question m_question MEDIADATA_GUARDED_BY(*m_lock);
-    std::vector<std::shared_ptr<Subscriber>> m_subscribers MEDIADATA_GUARDED_BY(*m_lock);
+    std::list<std::shared_ptr<Subscriber>> m_subscribers MEDIADATA_GUARDED_BY(*m_lock);
     std::atomic<int> m_passes = 0; ///< that collected callees and are not over; rises with the lock held
     std::atomic<bool> m_hasEndedSubscribers = false;
     std::unique_ptr<WriteGroup> const m_group MEDIADATA_PT_GUARDED_BY(*m_lock); ///< null: every write stands alone

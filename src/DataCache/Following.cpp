@@ -9,8 +9,7 @@
 #include "Setting/Subscriber.h"
 #include "Setting/ThisThread.h"
 
-#include <algorithm>
-#include <iterator>
+#include <list>
 #include <new>
 #include <utility>
 
@@ -74,10 +73,10 @@ void DataCache::publishChanges()
         }
     }
     m_unpublished = left;
-    m_publication->finish();
     if (m_hasUnpublished)
         m_publication->claimForAll(); // nobody reads an old value: all ask the cache until it can be published
-    else
+    m_publication->finish();
+    if (!m_hasUnpublished)
         m_publication->release();
 }
 
@@ -118,6 +117,7 @@ void DataCache::readTogether(std::span<Media::Detail::Wanted const> wanted)
 bool DataCache::subscribe(std::span<eDataTag const> tags, std::shared_ptr<Subscriber> const& subscriber)
 {
     ScopedLock const held(*m_lock);
+    m_subscribers.push_back(subscriber); // first: who throws here is known, and hence can be ended
     bool isKept = false;
     for (auto const tag : tags) {
         if (auto* const item = findItem(tag)) {
@@ -125,8 +125,6 @@ bool DataCache::subscribe(std::span<eDataTag const> tags, std::shared_ptr<Subscr
             isKept = true;
         }
     }
-    if (isKept)
-        m_subscribers.push_back(subscriber);
     return isKept;
 }
 
@@ -148,15 +146,17 @@ bool DataCache::unsubscribe(Subscriber& subscriber)
 /// Lets go of those that ended, unless a pass that is under way may have collected them.
 void DataCache::sweepSubscribers()
 {
-    std::vector<std::shared_ptr<Subscriber>> ended; // goes without the lock: functions take along what is theirs
+    std::list<std::shared_ptr<Subscriber>> ended; // goes without the lock: functions take along what is theirs
     ScopedLock const held(*m_lock);
-    m_hasEndedSubscribers = m_passes != 0;
-    if (m_hasEndedSubscribers)
+    m_hasEndedSubscribers = true; // before the passes are looked at: the last of them either is over here, or sees it
+    if (m_passes != 0)
         return;
-    auto const first =
-        std::partition(m_subscribers.begin(), m_subscribers.end(), [](auto const& each) { return !each->hasEnded(); });
-    ended.assign(std::move_iterator(first), std::move_iterator(m_subscribers.end()));
-    m_subscribers.erase(first, m_subscribers.end());
+    m_hasEndedSubscribers = false;
+    for (auto each = m_subscribers.begin(); each != m_subscribers.end();) {
+        auto const present = each++;
+        if ((*present)->hasEnded())
+            ended.splice(ended.end(), m_subscribers, present); // allocates nothing: destructors come here
+    }
 }
 
 void DataCache::endPass()

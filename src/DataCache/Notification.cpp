@@ -132,6 +132,11 @@ void DataCache::collectChanges(Notification& notification)
 {
     assert(allChangesAreNoted());
     m_changed = false;
+    // From here on, since who reads the log may end one that is collected.
+    if (!m_subscribers.empty()) {
+        notification.followed = this;
+        ++m_passes;
+    }
     // Each tag leaves the set before its item is asked: who reads the log may write, which starts a pass or adds to this one.
     while (auto const tag = m_touched.takeLowest()) {
         auto* const item = findItem(tag);
@@ -147,10 +152,6 @@ void DataCache::collectChanges(Notification& notification)
         publishChanges();
     notification.isPass = true;
     ++passesOfThisThread;
-    if (m_subscribers.empty())
-        return;
-    notification.followed = this;
-    ++m_passes;
 }
 
 void DataCache::notify(Notification& notification)

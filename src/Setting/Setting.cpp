@@ -148,8 +148,8 @@ Subscription onChange(std::vector<eDataTag> const& tags, std::function<void(Bulk
     auto* const cache = CacheAccess::cache();
     if (!cache || !function)
         return {};
-    auto subscriber = std::make_shared<Subscriber>(std::move(function));
-    return cache->subscribe(tags, subscriber) ? Subscription(std::move(subscriber)) : Subscription();
+    Subscription subscription(std::make_shared<Subscriber>(std::move(function))); // ends it, too, when memory is short
+    return cache->subscribe(tags, subscription.m_subscriber) ? std::move(subscription) : Subscription();
 }
 
 BatchResult Batch::commit() const
