@@ -17,7 +17,21 @@ Subscriber::Subscriber(std::function<void(BulkData const&)> function) : m_functi
 
 void Subscriber::onDataUpdate(BulkData& changes)
 {
-    if ((m_state.fetch_add(call) & ended) == 0) {
+    // Counts the call, also when the log throws.
+    struct Call {
+        explicit Call(std::atomic<int>& counter) : state(counter), isWanted((state.fetch_add(call) & ended) == 0) {}
+        ~Call()
+        {
+            if ((state.fetch_sub(call) & ended) != 0)
+                state.notify_all();
+        }
+        Call(Call const&) = delete;
+        Call& operator=(Call const&) = delete;
+
+        std::atomic<int>& state;
+        bool const isWanted;
+    } const present(m_state);
+    if (present.isWanted) {
         // Whoever made the change is not to suffer from it.
         try {
             m_function(changes);
@@ -27,8 +41,6 @@ void Subscriber::onDataUpdate(BulkData& changes)
             LOG_ERROR(unit, "Subscription - a function that was told of changes threw\n");
         }
     }
-    if ((m_state.fetch_sub(call) & ended) != 0)
-        m_state.notify_all();
 }
 
 void Subscriber::waitForCalls()
