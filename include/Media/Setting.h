@@ -74,10 +74,7 @@ template <Data::eDataItemType type> using ValueOf =
                        std::conditional_t<type == Data::eDataItemTypeBool, bool, std::string>>;
 
 /// What a setting may be set to without a conversion that loses or guesses: text is no bool, and a double no int.
-template <class Given, class T> constexpr bool isAccepted = requires(Given const& given)
-{
-    T{given};
-};
+template <class Given, class T> constexpr bool isAccepted = false;
 template <class Given> constexpr bool isAccepted<Given, bool> = std::same_as<Given, bool>;
 template <class Given> constexpr bool isAccepted<Given, int> =
     std::integral<Given> && !std::same_as<Given, bool> && !std::same_as<Given, char> &&
@@ -238,7 +235,7 @@ private:
 /// The values of several settings at one moment, as a tuple. Never waits; begins anew while writers publish these very settings
 /// faster than they can be read.
 template <Data::eDataTag... tags>
-requires(IsPublished<tags>&&...) auto read(Setting<tags> const&...)
+requires(sizeof...(tags) > 0 && (IsPublished<tags> && ...)) auto read(Setting<tags> const&...)
 {
     std::tuple<typename Setting<tags>::value_type...> values;
     std::apply(
