@@ -36,10 +36,8 @@ struct SettingTraits {
     constexpr eDataItemType type() const { return static_cast<eDataItemType>(typeNumber); }
 };
 
-namespace Detail {
-
-/// The options of settings.def of which the traits depend; the others are nothing here.
-namespace Options {
+/// The options of settings.def on which the traits depend; the others are nothing here.
+namespace Detail::Options {
 enum Option : std::uint8_t { none = 0, observed = 1, secret = 2, flagged = 4 };
 inline constexpr Option userData = none, secondFlag = none, audioReset = none, noWhiteSpace = none, trueOrFalse = none;
 constexpr Option range(int, int)
@@ -96,9 +94,7 @@ inline constexpr SettingTraits all[]{
 #define SETTING_ROW(number, name, type, ...) traits(eDataTag##name, eDataItemType##type, __VA_ARGS__),
 #include "Data/settings.def"
 };
-} // namespace Options
-
-} // namespace Detail
+} // namespace Detail::Options
 
 constexpr SettingTraits traitsOf(eDataTag tag)
 {

@@ -74,12 +74,12 @@ template <Data::eDataItemType type> using ValueOf =
                        std::conditional_t<type == Data::eDataItemTypeBool, bool, std::string>>;
 
 /// What a setting may be set to without a conversion that loses or guesses: text is no bool, and a double no int.
-template <class Given, class T> constexpr bool isAccepted = false;
-template <class Given> constexpr bool isAccepted<Given, bool> = std::same_as<Given, bool>;
-template <class Given> constexpr bool isAccepted<Given, int> =
+template <class Given, class T> inline constexpr bool isAccepted = false;
+template <class Given> inline constexpr bool isAccepted<Given, bool> = std::same_as<Given, bool>;
+template <class Given> inline constexpr bool isAccepted<Given, int> =
     std::integral<Given> && !std::same_as<Given, bool> && !std::same_as<Given, char> &&
     (sizeof(Given) < sizeof(int) || (sizeof(Given) == sizeof(int) && std::signed_integral<Given>));
-template <class Given> constexpr bool isAccepted<Given, std::string> =
+template <class Given> inline constexpr bool isAccepted<Given, std::string> =
     std::convertible_to<Given const&, std::string_view> && !std::same_as<Given, std::nullptr_t>;
 
 } // namespace Detail
@@ -148,11 +148,13 @@ template <Data::eDataTag tag> class Setting {
 public:
     using value_type = Detail::ValueOf<traits.type()>;
 
-    /// The first of the process waits for the cache's lock once.
+    /// The first of the process waits for the cache's lock once. When it is made within an operation of the cache (in a callback),
+    /// other threads' reads wait for that operation, too: make one before `init`, or outside of callbacks. A global one is not to be
+    /// read before its constructor has run.
     Setting() { Detail::beginPublication(); }
 
     /// What was last published: at the end of each operation that changes something, and before anybody is told of a change.
-    /// Never locks and never waits, and allocates nothing for int and bool. Within an operation of the cache this thread sees
+    /// Never locks and never waits (but when there was no memory to publish in), and allocates nothing for int and bool. Within an operation of the cache this thread sees
     /// what it has set so far. Without cache the catalogue's default. A secret and a flag of the flag file are read under the
     /// cache's lock.
     value_type get() const

@@ -373,6 +373,8 @@ void Platform::tellHook(Call const& call)
     struct Inside {
         Inside() { insideHook = true; }
         ~Inside() { insideHook = false; } // a hook may throw
+        Inside(Inside const&) = delete;
+        Inside& operator=(Inside const&) = delete;
     } const inside;
     hook(call);
 }

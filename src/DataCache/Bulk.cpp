@@ -131,7 +131,7 @@ bool DataCache::getDataBulk(BulkData& bulk)
         ScopedLock const heldOfBulk(*bulk.m_lock);
         tags = bulk.listTags();
     }
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     bool complete = true;
     for (auto const tag : tags) {
         auto const* const item = findItem(tag);

@@ -85,7 +85,6 @@ void DataCache::endFollowing()
     ScopedLock const held(*m_lock);
     if (auto* const publication = std::exchange(m_publication, nullptr)) {
         publication->publishDefaults();
-        publication->release();
         publication->setAttached(false);
         m_hasUnpublished = false;
     }

@@ -204,7 +204,7 @@ void DataCache::updateCallbacks()
 {
     Notification notification;
     {
-        ScopedLock const held(*m_lock);
+        Operation const operation(*this);
         if (m_group && m_group->isInSpan())
             return notifyChanges(); // an operation of this thread is under way and holds the lock, too
         if (!m_changed)

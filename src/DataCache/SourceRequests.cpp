@@ -73,7 +73,7 @@ bool DataCache::ocmsCBSetDataValues(DataTagValue_t const& values, DataTagValue_t
 
 void DataCache::mobilityChanged(std::string const& value)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     DataMobility::mobilityChanged(value);
 }
 

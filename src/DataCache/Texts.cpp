@@ -90,7 +90,7 @@ bool DataCache::setEachText(DataTagValue_t const& values, DataTagValue_t* reject
 
 void DataCache::getDataValues(DataTagValue_t& values)
 {
-    ScopedLock const held(*m_lock);
+    Operation const operation(*this);
     getTexts(values);
 }
 

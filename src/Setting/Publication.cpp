@@ -93,12 +93,15 @@ void Publication::renewNumbers()
             if (!isPublished(record.tag))
                 continue;
             auto& each = slot(record.tag);
-            if (traitsOf(record.tag).type() == eDataItemTypeString) {
+            if (traitsOf(record.tag).type() != eDataItemTypeString) {
+                each.number.write(nextNumber(), each.number.last());
+                continue;
+            }
+            try {
                 std::string text;
                 each.text.read(lastNumber(), text);
                 each.text.write(nextNumber(), text);
-            } else {
-                each.number.write(nextNumber(), each.number.last());
+            } catch (std::bad_alloc const&) { // NOLINT(bugprone-empty-catch): one of the next renewals is in time, too
             }
         }
         m_number.store(nextNumber(), std::memory_order_release);
@@ -107,15 +110,24 @@ void Publication::renewNumbers()
 
 void Publication::publishDefaults()
 {
+    bool isComplete = true;
     for (auto const& record : DataCache::DataItemBuilder::dataItemDefaultTable) {
         if (!isPublished(record.tag))
             continue;
-        std::unique_ptr<DataItemBase const> const item(
-            DataCache::DataItemBuilder::createDataItem(record.tag, eDataSourceNone));
-        if (item)
-            write(record.tag, *item);
+        try {
+            std::unique_ptr<DataItemBase const> const item(
+                DataCache::DataItemBuilder::createDataItem(record.tag, eDataSourceNone));
+            if (item)
+                write(record.tag, *item);
+        } catch (std::bad_alloc const&) {
+            isComplete = false;
+        }
     }
     finish();
+    if (isComplete)
+        release();
+    else
+        claimForAll();
 }
 
 bool Publication::read(PublicationNumber n, Media::Detail::Wanted const& wanted) const

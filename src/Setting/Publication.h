@@ -37,6 +37,7 @@ public:
     explicit Publication(PublicationNumber first = 1);
     Publication(Publication const&) = delete;
     Publication& operator=(Publication const&) = delete;
+    ~Publication() = default;
 
     static bool isPublished(eDataTag tag) { return traitsOf(tag).kind == ValueKind::Value; }
 
@@ -47,7 +48,7 @@ public:
     void write(eDataTag tag, DataItemBase const& item);
     /// Publishes what was written since the last call; nothing when that was nothing.
     void finish();
-    /// The defaults of all settings.
+    /// The defaults of all settings; where memory is short for them, everybody is to ask the cache, or else gets them there.
     void publishDefaults();
 
     /// Whether a cache publishes here.
@@ -94,6 +95,8 @@ private:
     union Slot {
         Slot() : number() {}
         ~Slot() {} // NOLINT(modernize-use-equals-default): a union with such members has none
+        Slot(Slot const&) = delete;
+        Slot& operator=(Slot const&) = delete;
 
         NumberSides<std::atomic> number;
         TextSides<std::atomic> text;

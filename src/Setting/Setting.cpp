@@ -96,8 +96,9 @@ Result setValue(eDataTag tag, Value const& value, bool toManagement)
     if (!cache)
         return {Result::Absent, noCache};
     Result result;
-    std::visit([&](auto const& each) { cache->setData(tag, each, toManagement, result); }, value);
-    return result;
+    bool const isTaken =
+        std::visit([&](auto const& each) { return cache->setData(tag, each, toManagement, result); }, value);
+    return isTaken || !result.ok() ? result : Result(Result::NotStored, "it was not taken");
 }
 
 std::optional<Value> changedValue(BulkData const& changed, eDataTag tag)

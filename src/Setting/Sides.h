@@ -98,6 +98,7 @@ public:
     TextSides() = default;
     TextSides(TextSides const&) = delete;
     TextSides& operator=(TextSides const&) = delete;
+    ~TextSides() = default; // blocks stay: somebody may be reading them
 
     /// By the writer.
     void write(PublicationNumber n, std::string_view text)
