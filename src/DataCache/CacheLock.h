@@ -18,7 +18,7 @@ public:
     explicit CacheLock(State state) : m_semaphore(1, state == State::Free ? 1 : 0, true) {}
 
     /// Waits without limit.
-    void take() MEDIADATA_ACQUIRE() { m_semaphore.take(-1); }
+    [[gnu::always_inline]] void take() MEDIADATA_ACQUIRE() { m_semaphore.take(-1); }
     void give() MEDIADATA_RELEASE() { m_semaphore.give(); }
 
 private:
