@@ -102,4 +102,17 @@ constexpr SettingTraits traitsOf(eDataTag tag)
     return index < std::size(Detail::Options::all) ? Detail::Options::all[index] : SettingTraits{};
 }
 
+/// In the media component's cache.
+constexpr bool hasValue(eDataTag tag)
+{
+    return traitsOf(tag).kind <= ValueKind::Flag;
+}
+
+/// To those who read without the cache's lock. Secrets are not, since their old texts would stay in memory, nor flags of the flag
+/// file, which is looked at when they are read.
+constexpr bool isPublished(eDataTag tag)
+{
+    return traitsOf(tag).kind == ValueKind::Value;
+}
+
 } // namespace Data

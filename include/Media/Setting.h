@@ -86,14 +86,11 @@ template <class Given> inline constexpr bool isAccepted<Given, std::string> =
 
 /// A tag that has a value of its own in the cache: no table, no group, nothing that is switched off or kept elsewhere.
 template <Data::eDataTag tag>
-concept HasValue = Data::traitsOf(tag)
-.kind <= Data::ValueKind::Flag;
+concept HasValue = Data::hasValue(tag);
 
-/// One whose values are published. Secrets are not, since their old texts would stay in memory, nor flags of the flag file,
-/// which is looked at when they are read: both are read under the cache's lock.
+/// One that is read without the cache's lock: no secret, and no flag of the flag file.
 template <Data::eDataTag tag>
-concept IsPublished = Data::traitsOf(tag)
-.kind == Data::ValueKind::Value;
+concept IsPublished = Data::isPublished(tag);
 
 class Subscription;
 /// Calls `function` once for each notification pass in which one of the tags changed, with those of them that changed, on the
