@@ -44,6 +44,13 @@ Publication::Publication(PublicationNumber first)
     publishDefaults();
 }
 
+Publication::~Publication()
+{
+    for (auto const& record : DataCache::DataItemBuilder::dataItemDefaultTable)
+        if (isPublished(record.tag) && traitsOf(record.tag).type() == eDataItemTypeString)
+            slot(record.tag).text.~TextSides();
+}
+
 void Publication::writeNumber(Slot& slot, std::uint32_t number)
 {
     if (slot.number.last() == number)

@@ -37,9 +37,7 @@ public:
     explicit Publication(PublicationNumber first = 1);
     Publication(Publication const&) = delete;
     Publication& operator=(Publication const&) = delete;
-    ~Publication() = default;
-
-    static bool isPublished(eDataTag tag) { return traitsOf(tag).kind == ValueKind::Value; }
+    ~Publication();
 
     // The writer's part, one thread at a time.
 

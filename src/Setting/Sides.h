@@ -21,6 +21,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Data {
 
@@ -98,7 +99,13 @@ public:
     TextSides() = default;
     TextSides(TextSides const&) = delete;
     TextSides& operator=(TextSides const&) = delete;
-    ~TextSides() = default; // blocks stay: somebody may be reading them
+    /// When nobody reads any more, if ever.
+    ~TextSides()
+    {
+        for (auto const& side : m_sides)
+            for (auto* block = side.load(std::memory_order_relaxed); block != emptyBlock();)
+                ::operator delete(std::exchange(block, block->before));
+    }
 
     /// By the writer.
     void write(PublicationNumber n, std::string_view text)
@@ -108,7 +115,7 @@ public:
         auto* block = side.load(std::memory_order_relaxed);
         bool const isNew = block == emptyBlock() || block->capacity < needed;
         if (isNew)
-            block = Block::make(std::max(needed, 2 * block->capacity));
+            block = Block::make(std::max(needed, 2 * block->capacity), block);
         block->head.store(Stamped::pack(n, static_cast<std::uint32_t>(text.size())), std::memory_order_release);
         for (std::size_t i = 0; i < needed; ++i) {
             Stamped::Word word = 0;
@@ -147,17 +154,20 @@ public:
 
 private:
     struct Block {
-        static Block* make(std::size_t capacity)
+        static Block* make(std::size_t capacity, Block* before)
         {
             auto* const block = new (::operator new(sizeof(Block) + capacity * sizeof(Atomic<Stamped::Word>))) Block;
             block->capacity = capacity;
+            block->before = before;
             std::uninitialized_value_construct_n(block->words(), capacity);
             return block;
         }
         Atomic<Stamped::Word>* words() { return reinterpret_cast<Atomic<Stamped::Word>*>(this + 1); }
 
         Atomic<Stamped::Word> head{};
-        std::size_t capacity = 0; ///< in words; constant, and the writer's own affair
+        // Constant, and the writer's own affair:
+        std::size_t capacity = 0; ///< in words
+        Block* before = nullptr;  ///< which this one replaced
     };
     static_assert(sizeof(Block) % alignof(Atomic<Stamped::Word>) == 0);
 

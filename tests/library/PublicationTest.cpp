@@ -46,8 +46,10 @@ struct Steps {
                 stores[--seen](true);
             while (!choices.empty() && choices.back().first == choices.back().second)
                 choices.pop_back();
-            if (choices.empty())
+            if (choices.empty()) {
+                isReading = false;
                 return runs;
+            }
             ++choices.back().first;
         }
     }
