@@ -124,6 +124,8 @@ bool DataCache::subscribe(std::span<eDataTag const> tags, std::shared_ptr<Subscr
             isKept = true;
         }
     }
+    if (!isKept)
+        m_subscribers.pop_back(); // nobody will end it
     return isKept;
 }
 
