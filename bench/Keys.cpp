@@ -64,6 +64,11 @@ constexpr auto audioResetBefore(Data::eDataTag)
 {
     return nothing;
 }
+constexpr auto help(char const*)
+{
+    return nothing;
+}
+constexpr auto unit = help, names = help;
 
 template <class... Options> constexpr Row row(int tag, char const* name, Type type, char const*, Options... options)
 {

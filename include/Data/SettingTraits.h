@@ -64,6 +64,11 @@ constexpr Option audioResetBefore(eDataTag)
 {
     return none;
 }
+constexpr Option help(char const*)
+{
+    return none;
+}
+inline constexpr auto unit = help, names = help;
 constexpr Option flag(char const*)
 {
     return flagged;

@@ -58,6 +58,9 @@ struct Setting {
     bool isSecret = false;
     int audioReset = 0;             ///< its place among the audio settings that are reset; 0: not one of them
     char const* flagWord = nullptr; ///< the word of the flag file that sets it
+    char const* help = nullptr;     ///< what it means; this and the next two are for people, the library uses none of them
+    char const* unit = nullptr;
+    char const* names = nullptr; ///< of its numbers, as "0 off, 1 on"
     Chain valueChain;
     Chain stringChain;
 };
@@ -80,6 +83,21 @@ constexpr auto audioResetBefore(eDataTag tag)
 constexpr auto flag(char const* word)
 {
     return [word](Setting& setting) { setting.flagWord = word; };
+}
+
+constexpr auto help(char const* text)
+{
+    return [text](Setting& setting) { setting.help = text; };
+}
+
+constexpr auto unit(char const* text)
+{
+    return [text](Setting& setting) { setting.unit = text; };
+}
+
+constexpr auto names(char const* text)
+{
+    return [text](Setting& setting) { setting.names = text; };
 }
 
 constexpr Step numberStep(Check check, int first, int second)
