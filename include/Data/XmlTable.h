@@ -43,6 +43,8 @@ private:
                                      DataTagValue_t const& values) const;
     /// Tables whose entries are numbered know it themselves; the others are told by initializeIndexMax.
     MEDIADATA_HIDDEN int lastRow() const;
+    /// What is parsed next fills `target`, from no row and no element, whatever was called before.
+    MEDIADATA_HIDDEN void aimAt(DataTagValue_t* target);
     MEDIADATA_HIDDEN void startElement(std::string const& name);
     MEDIADATA_HIDDEN void takeText(std::string const& text);
 };

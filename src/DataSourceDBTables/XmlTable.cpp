@@ -100,19 +100,22 @@ int XmlTable::lastRow() const
     return m_table.kind == Tables::Kind::numbered ? m_table.rows - 1 : m_indexMax;
 }
 
+void XmlTable::aimAt(DataTagValue_t* target)
+{
+    m_target = target;
+    m_currentElement.clear();
+    m_rowIndex = -1;
+}
+
 void XmlTable::parse(DataTagValue_t& values)
 {
     // A copy: the parse writes into the map that holds the text.
     std::string const text = Tables::cellText(values, m_firstTag);
-    m_target = &values;
-    m_rowIndex = -1;
-    m_currentElement.clear();
+    aimAt(&values);
     XmlParser parser(this, XMLStart, XMLEnd, XMLDataHandler);
     // A text that breaks off has filled the cells up to there; the table's check decides what becomes of them.
     parser.parseMessage(text.c_str(), static_cast<int>(text.size()));
-    m_target = nullptr;
-    m_currentElement.clear();
-    m_rowIndex = -1;
+    aimAt(nullptr);
 }
 
 bool XmlTable::appendCell(std::string& xml, Tables::Column const& column, int row, DataTagValue_t const& values) const

@@ -39,19 +39,23 @@ TEST_F(SourceAccess, ReadsAndWritesTheDatabasePastTheItemsOfTheCache)
 TEST_F(SourceAccess, StoresTheTablesOfWhichACellWasWritten)
 {
     DataItem<std::string> cell(eDataTagAlertIdentifier0, eDataSourceDB);
-    EXPECT_TRUE(cache.setDataValues({{eDataTagAlertIdentifier0, "boss"}}, rejected, false, false));
-    EXPECT_TRUE(cache.updateDataInSourceDB());
-    EXPECT_EQ(platform.calls({"setDataItems"}).size(), 0U) << "no cell was written";
-    EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagAlertIdentifier0, &cell));
-    EXPECT_TRUE(cache.updateDataInSourceDB());
-    EXPECT_EQ(platform.calls({"setDataItems"}).size(), 15U);
+    for (bool const isTold : {false, true}) {
+        EXPECT_TRUE(cache.setDataValues({{eDataTagAlertIdentifier0, isTold ? "boss" : "team"}}, rejected, false, false));
+        platform.clearJournal();
+        EXPECT_TRUE(cache.updateDataInSourceDB());
+        EXPECT_EQ(platform.calls({"setDataItems"}).size(), 0U) << "no cell was written";
+        EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagAlertIdentifier0, &cell));
+        EXPECT_TRUE(isTold ? cache.updateDataInSourceDB(rejected) : cache.updateDataInSourceDB());
+        auto const calls = platform.calls({"setDataItems"});
+        EXPECT_EQ(calls.size(), 15U) << isTold;
+        for (auto const& call : calls)
+            EXPECT_GT(call.lockDepth, 1) << isTold << ": the lock of all rows, and that of each value: " << call.text();
+    }
     EXPECT_TRUE(cache.setDataValues({{eDataTagCodecType1, "1"}}, rejected, false, false)); // there is one already
     EXPECT_TRUE(cache.writeDataToSourceDB(eDataTagCodecType1, &cell));
     rejected.clear();
     EXPECT_FALSE(cache.updateDataInSourceDB(rejected));
     EXPECT_TRUE(rejected.contains(eDataTagCodecType1));
-    for (auto const& call : platform.calls({"setDataItems"}))
-        EXPECT_GT(call.lockDepth, 0) << call.text();
 }
 
 TEST_F(SourceAccess, AsksAndTellsTheManagementService)

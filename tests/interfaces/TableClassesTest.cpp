@@ -1,10 +1,14 @@
 // The table classes as a client finds them in the shared library.
 #include "../library/TablesTest.h"
 
+#include "Data/DataSourceOCMS.h"
+#include "Data/DataTableDistinctiveRinging.h"
 #include "Data/DataTableSRTPEncryptionSetting.h"
 #include "Media/MediaDataCache.h"
 
 using Encryptions = DataSourceDB::DataTableHandler::DataTableSRTPEncryptionSetting;
+
+using Ringing = DataSourceDB::DataTableHandler::DataTableDistinctiveRinging;
 
 using TableClasses = StoredTables;
 
@@ -26,6 +30,42 @@ TEST_F(TableClasses, FillARecordForEachRow)
         EXPECT_EQ(record.allowed, row % 2 == 0) << row;
         EXPECT_EQ(record.hwAllowed, row != 2) << row;
     }
+}
+
+TEST_F(TableClasses, ParseFromTheirFirstRowWhateverWasCalledBefore)
+{
+    struct Parsing : Encryptions {
+        std::string state() const { return m_currentElement + std::to_string(m_rowIndex) + (m_target ? "+" : ""); }
+    } table;
+    table.initializeIndexMax();
+    for (char const* const name : {"Entry", "Entry", "Method"})
+        Encryptions::XMLStart(&table, name, nullptr);
+    DataTagValue_t values;
+    table.getTableItemTags(values);
+    values[eDataTagSRTPEncryptionSettings] = "<Schema><Entry><Method>4</Method><Rank>1</Rank></Entry></Schema>";
+    EXPECT_TRUE(table.processReadData(values, true));
+    EXPECT_EQ(values[eDataTagSRTPEncryptionMethod1] + values[eDataTagSRTPEncryptionRank1], "41");
+    EXPECT_EQ(table.state(), "-1");
+}
+
+TEST_F(TableClasses, OfRingingReadAndWriteFifteenRowsThatNobodyIndexed)
+{
+    Ringing table;
+    DataTagValue_t values = range(eDataTagDistinctiveRinging, eDataTagRingerFile14);
+    values[eDataTagDistinctiveRinging] = "<Entry><DistinctiveRingerIndex>14</DistinctiveRingerIndex>"
+                                         "<AlertIdentifier>boss</AlertIdentifier></Entry>";
+    EXPECT_TRUE(table.processReadData(values, true));
+    EXPECT_EQ(values[eDataTagAlertIdentifier14], "boss");
+    EXPECT_TRUE(table.tableItemsToXml(values));
+    EXPECT_TRUE(values[eDataTagDistinctiveRinging].find("Index>14</") != std::string::npos);
+}
+
+TEST_F(TableClasses, AndTheSourcesFindTheirRowsInPlace)
+{
+    EXPECT_TRUE(DataCache::DataItemBuilder::verifyDataTable());
+    EXPECT_TRUE(DataSourceDB::verifyDataTable());
+    EXPECT_TRUE(DataSourceOCMS::verifyDataTable());
+    EXPECT_TRUE(platform.logs().empty());
 }
 
 TEST_F(TableClasses, RestoreTagsWithWhatTheRunningLibraryHolds)
