@@ -52,3 +52,14 @@ TEST(HostSemaphore, ExcludesThroughNestedTakesAndThreadsThatGiveUp)
     EXPECT_GE(guarded, 2 * 20000);
     EXPECT_TRUE(lock.take(0));
 }
+
+TEST(HostSemaphore, StaysWithAThreadThatEndedWithIt)
+{
+    Semaphore lock(1, 1, true);
+    std::thread([&lock] { lock.take(-1); }).join();
+    for (int i = 0; i < 8; ++i) // the system gives the next thread the last one's place in memory
+        std::thread([&lock] {
+            EXPECT_FALSE(lock.give());
+            EXPECT_FALSE(lock.take(0));
+        }).join();
+}

@@ -2,13 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <thread>
 
 namespace Host {
 
 /// Equal marks mean: the same thread, no Semaphore taken by it in between, and no group begun or ended.
 struct LockMark {
-    std::thread::id thread;
+    std::uint64_t thread = 0; ///< its number, never that of another
     std::uint64_t taken = 0;
 
     bool operator==(LockMark const&) const = default;

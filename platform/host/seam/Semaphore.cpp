@@ -24,13 +24,17 @@ using Clock = std::chrono::steady_clock;
 constexpr auto patience = std::chrono::milliseconds(1);
 constexpr int spins = 4000;
 
-// Of the initial-exec model, since a call for its address would be a good part of what taking the lock costs.
+// Of the initial-exec model, since a call for their addresses would be a good part of what taking the lock costs.
 [[gnu::tls_model("initial-exec")]] thread_local std::uint64_t t_taken = 0;
+[[gnu::tls_model("initial-exec")]] thread_local std::uint64_t t_thread = 0;
 
-/// The address of a thread's own variable names the thread and is cheaper to ask for than its id.
-void const* thisThread()
+/// The thread's number, from 1 and never that of another one, as ids and addresses are: who ended with a lock keeps it.
+std::uint64_t thisThread()
 {
-    return &t_taken;
+    static std::atomic<std::uint64_t> last = 0;
+    if (t_thread == 0)
+        t_thread = ++last;
+    return t_thread;
 }
 
 struct Waiter {
@@ -82,7 +86,7 @@ private:
     bool const m_exclusive; // one unit, and only the thread that has it may give it
     unsigned const m_capacity;
     std::atomic<unsigned> m_word;
-    std::atomic<void const*> m_owner = nullptr; // only compared with the caller, which alone can have put itself there
+    std::atomic<std::uint64_t> m_owner = 0; // only compared with the caller, which alone can have put itself there
     int m_depth = 0;
 
     Threads::Mutex m_mutex;
@@ -213,7 +217,7 @@ bool Semaphore::State::give()
         return false;
     if (--m_depth > 0)
         return true;
-    m_owner.store(nullptr, std::memory_order_relaxed);
+    m_owner.store(0, std::memory_order_relaxed);
     return giveUnit();
 }
 
@@ -236,7 +240,7 @@ bool Semaphore::give()
 
 Host::LockMark Host::lockMark()
 {
-    return {std::this_thread::get_id(), t_taken};
+    return {thisThread(), t_taken};
 }
 
 void Host::changeLockMark()
