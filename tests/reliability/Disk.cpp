@@ -5,6 +5,8 @@
 
 #include <cstdarg>
 
+#include <dirent.h>
+
 namespace Disk {
 
 std::vector<Call> calls;
@@ -91,7 +93,7 @@ ssize_t wrote(ssize_t result, int descriptor, void const* data, std::size_t at)
 {
     if (result > 0 && isWatched(descriptor)) {
         auto const size = static_cast<std::size_t>(result);
-        auto const offset = at == position ? static_cast<std::size_t>(::lseek(descriptor, 0, SEEK_CUR)) - size : at;
+        auto const offset = at == position ? static_cast<std::size_t>(::lseek64(descriptor, 0, SEEK_CUR)) - size : at;
         calls.push_back({Call::write, offset, {static_cast<char const*>(data), size}, "", g_open[descriptor]});
     }
     return result;
@@ -120,6 +122,7 @@ template <class Open> int opened(Path const& path, int flags, Open const& open)
 {
     bool const isNew = path && (flags & O_CREAT) != 0 && inodeOf(*path) == 0;
     int const file = open();
+    g_open.erase(file); // of a directory that was closed as one
     if (file < 0 || !path)
         return file;
     g_open[file] = isNew ? newNumber(*path) : numberOf(*path);
@@ -228,15 +231,16 @@ void Surface::leave(std::string const& directory, Rest rest, std::mt19937& rando
 // The calls.
 
 #define REAL(name) [[maybe_unused]] static auto const real = reinterpret_cast<decltype(&::name)>(::dlsym(RTLD_NEXT, #name))
-// The function `name`: its parameters, what it is about, and what it does when it does not fail.
-#define STAND_IN(result, name, parameters, watched, ...)                                                                    \
+// The function `name`: its parameters, what it is about, and what it does when it does not fail; it answers `failed` when it does.
+#define STAND_IN_WITH(failed, result, name, parameters, watched, ...)                                                       \
     result name parameters                                                                                                  \
     {                                                                                                                       \
         REAL(name);                                                                                                         \
         using namespace Disk;                                                                                               \
         [[maybe_unused]] auto const verdict = verdictOn(#name, static_cast<bool>(watched));                                 \
-        return verdict == Verdict::fail ? -1 : (__VA_ARGS__);                                                               \
+        return verdict == Verdict::fail ? failed : (__VA_ARGS__);                                                           \
     }
+#define STAND_IN(...) STAND_IN_WITH(-1, __VA_ARGS__)
 #define OPEN(name, parameters, directory, ...)                                                                              \
     int name parameters                                                                                                     \
     {                                                                                                                       \
@@ -260,6 +264,9 @@ STAND_IN(int, close, (int file), false, (isWatched(file) ? g_open.erase(file) : 
 STAND_IN(ssize_t, read, (int file, void* data, size_t size), isWatched(file), real(file, data, sizeFor(verdict, size)))
 STAND_IN(ssize_t, pread64, (int file, void* data, size_t size, off64_t at), isWatched(file),
          real(file, data, sizeFor(verdict, size), at))
+STAND_IN(ssize_t, pread, (int file, void* data, size_t size, off_t at), isWatched(file),
+         real(file, data, sizeFor(verdict, size), at))
+STAND_IN(off_t, lseek, (int file, off_t at, int from) noexcept, isWatched(file), real(file, at, from))
 STAND_IN(ssize_t, write, (int file, void const* data, size_t size), isWatched(file),
          wrote(real(file, data, sizeFor(verdict, size)), file, data, position))
 STAND_IN(ssize_t, pwrite64, (int file, void const* data, size_t size, off64_t at), isWatched(file),
@@ -292,5 +299,20 @@ STAND_IN(int, fstat64, (int file, struct stat64* status) noexcept, isWatched(fil
 STAND_IN(int, fstat, (int file, struct stat* status) noexcept, isWatched(file), real(file, status))
 STAND_IN(int, fstatat, (int in, char const* path, struct stat* status, int flags) noexcept, pathOf(in, path),
          real(in, path, status, flags))
+STAND_IN(int, fchown, (int file, uid_t user, gid_t group) noexcept, isWatched(file), real(file, user, group))
+STAND_IN_WITH(nullptr, char*, realpath, (char const* path, char* target) noexcept, pathOf(AT_FDCWD, path), real(path, target))
+STAND_IN_WITH(nullptr, DIR*, fdopendir, (int file), isWatched(file), real(file))
+STAND_IN_WITH(nullptr, dirent*, readdir, (DIR* directory), isWatched(::dirfd(directory)), real(directory))
 // clang-format on
+
+int fcntl64(int file, int command, ...)
+{
+    std::va_list list;
+    va_start(list, command);
+    void* const argument = va_arg(list, void*); // or a number; neither is looked at here
+    va_end(list);
+    REAL(fcntl64);
+    bool const fails = Disk::verdictOn("fcntl64", Disk::isWatched(file)) == Disk::Verdict::fail;
+    return fails ? -1 : real(file, command, argument);
+}
 }

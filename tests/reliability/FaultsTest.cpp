@@ -98,19 +98,23 @@ void mend(std::string const& directory, Outcome& outcome)
         refuse(outcome, error, true);
 }
 
-Job const jobs[]{
-    {"first start", [](std::string const&) {}, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 1); },
-     false, 7},
-    {"mixed work", leaveUsed, [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false, 7},
-    {"mending of a leaf",
-     [](std::string const& at) {
-         leaveUsed(at);
-         std::fstream file(at + "/mediadata.db", std::ios::in | std::ios::out | std::ios::binary);
-         file.seekp(9 * 4096);
-         file << std::string(4096, '\xff');
-     },
-     mend, true, 61},
-    {"mending of a log", [](std::string const& at) { leaveDamagedLog(at); }, mend, true, 13}};
+Job const jobs[]{{"first start", [](std::string const&) {},
+                  [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 1); }, false, 7},
+                 {"mixed work",
+                  [](std::string const& at) {
+                      leaveUsed(at);
+                      fs::permissions(at, fs::perms(0755)); // what is in it is looked at before it is closed to others
+                  },
+                  [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false, 7},
+                 {"mending of a leaf",
+                  [](std::string const& at) {
+                      leaveUsed(at);
+                      std::fstream file(at + "/mediadata.db", std::ios::in | std::ios::out | std::ios::binary);
+                      file.seekp(9 * 4096);
+                      file << std::string(4096, '\xff');
+                  },
+                  mend, true, 61},
+                 {"mending of a log", [](std::string const& at) { leaveDamagedLog(at); }, mend, true, 13}};
 
 /// All that a sound start finds.
 std::map<std::string, std::string> contentOfDatabase(std::string const& directory)
