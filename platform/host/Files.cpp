@@ -51,9 +51,9 @@ bool isOwn(std::string_view name)
                                             [&](std::string_view prefix) { return name.starts_with(prefix); });
 }
 
-bool holdsOnlyOwnFiles(std::string const& path)
+/// False with the fault when that cannot be told.
+bool holdsOnlyOwnFiles(std::string const& path, std::error_code& fault)
 {
-    std::error_code fault;
     fs::directory_iterator entry(path, fault);
     while (!fault && entry != fs::directory_iterator()) {
         if (!isOwn(entry->path().filename().string()))
@@ -193,9 +193,11 @@ bool DataDirectory::open(std::string const& path, std::string& error)
         return refuse("belongs to another user");
     if ((status.st_mode & directoryMode) != directoryMode)
         return refuse("is read-only, or closed to its own user (chmod 700)");
-    if ((status.st_mode & othersMode) != 0 && !holdsOnlyOwnFiles(m_path))
-        return refuse("is open to other users and holds files that are not the telephone's; close it (chmod 700) or take "
-                      "another");
+    if ((status.st_mode & othersMode) != 0 && !holdsOnlyOwnFiles(m_path, fault))
+        return refuse(
+            fault ? fault.message()
+                  : "is open to other users and holds files that are not the telephone's; close it (chmod 700) or take "
+                    "another");
     if ((status.st_mode & 07777) != directoryMode && ::fchmod(m_directory.get(), directoryMode) != 0)
         return refuse("cannot be closed to other users: " + reason(errno));
     // Somebody else may have made it a moment ago.
