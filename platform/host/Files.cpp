@@ -289,7 +289,7 @@ bool DataDirectory::replaceFile(std::string const& name, std::string const& cont
         remove(draft);
         return false;
     }
-    return rename(draft, name, error) && sync(error);
+    return rename(draft, name, error);
 }
 
 bool DataDirectory::rename(std::string const& from, std::string const& to, std::string& error) const

@@ -72,7 +72,7 @@ public:
     /// Copies a file into one that is not there yet.
     bool copyFile(std::string const& from, std::string const& to, std::string& error) const;
 
-    /// Replaces a file so that a power cut leaves the old or the new content: durable when true.
+    /// Replaces a file so that a power cut leaves the old or the new content. Durable after sync().
     bool replaceFile(std::string const& name, std::string const& content, std::string& error) const;
 
     /// Renames within the directory. Durable after sync().

@@ -284,7 +284,8 @@ std::unique_ptr<Database> Mending::open()
                "replaced. It is used as it is, and may hold values that nobody stored");
     if (database == nullptr && !damage.empty() && mend(damage))
         database = openFile(false, damage);
-    // The log has a name by now, without which what it is going to hold would be lost, and the seal has none any more.
+    // The log and perhaps a new key have names by now, without which what is going to be stored would be lost, and the seal has
+    // none any more.
     if (database == nullptr || !m_directory.sync(m_error))
         return nullptr;
     database->sealAtClose(std::move(seal));

@@ -21,6 +21,7 @@ namespace {
 
 constexpr char const* keyName = "secret.key";
 
+/// Its name is durable when the database is open, which syncs the directory: no secret is stored before.
 bool makeKey(DataDirectory const& directory, SealingKey& key, std::string& error)
 {
     randombytes_buf(key.bytes.data(), key.bytes.size());
