@@ -208,7 +208,7 @@ TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
         {with(R"(, "settings": {"61": "5"})"), "settings/61: expected a whole number"},
         {with(R"(, "settings": {"61": 4294967297})"), "settings/61: expected a whole number"},
         {with(R"(, "settings": {"61": 1e999})"), "number overflow"},
-        {with(R"(, "settings": {"59": 1})"), "settings/59: expected true or false"},
+        {with(R"(, "settings": {"59": 2})"), "settings/59: expected true or false"},
         {with(R"(, "settings": {"63": "a\u0000b"})"), "settings/63: a text must not hold the character 0"},
         {with(R"(, "settings": {"DoorOpener1Pin": 424242})"), "DoorOpener1Pin: expected a text, found number"},
         {with(R"(, "settings": {"DoorOpener1Pin": "424242)"), "parse error at line 1"},

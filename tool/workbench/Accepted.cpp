@@ -5,13 +5,18 @@
 
 #include "Data/DataSourceDB.h"
 
+#include "ClientUtils.h"
 #include "XmlParser.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <array>
 #include <sstream>
+#include <string_view>
+
+#include <strings.h>
 
 namespace Tool {
 
@@ -94,6 +99,10 @@ bool isTextOfElement(eDataTag tag)
     return typeOf(tag) == eDataItemTypeString && row.schema && !row.isTable;
 }
 
+/// What people write for true and false, in any letter case.
+constexpr std::array trueWords{"true", "yes", "on", "1"};
+constexpr std::array falseWords{"false", "no", "off", "0"};
+
 /// The text comes out of a table's XML as it went in. One that does not would spoil its table or change.
 bool survivesXml(std::string text)
 {
@@ -146,7 +155,7 @@ std::string acceptedText(eDataTag tag)
 {
     switch (typeOf(tag)) {
     case eDataItemTypeBool:
-        return "true | false";
+        return fmt::format("{} | {}", fmt::join(trueWords, " | "), fmt::join(falseWords, " | "));
     case eDataItemTypeComplex:
         return "nothing: a table is set by its cells";
     case eDataItemTypeInvalid:
@@ -175,6 +184,8 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
 {
     if (text.find('\0') != std::string::npos)
         return "a text must not hold the character 0";
+    if (typeOf(tag) == eDataItemTypeBool && !boolNamed(text))
+        return "is neither true nor false";
     bool const isCode =
         text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     if (tag == eDataTagCountry && !isCode)
@@ -183,6 +194,22 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
         return "the database cannot keep it: it is its word for what it does not hold";
     return isTextOfTable(tag) && !survivesXml(text) ? "a table cannot hold it: it must be UTF-8 without control characters"
                                                     : "";
+}
+
+std::optional<bool> boolNamed(std::string const& text)
+{
+    auto const isText = [&](std::string_view word) {
+        return text.size() == word.size() && ::strcasecmp(text.c_str(), word.data()) == 0;
+    };
+    if (std::ranges::any_of(trueWords, isText))
+        return true;
+    return std::ranges::any_of(falseWords, isText) ? std::optional(false) : std::nullopt;
+}
+
+std::string libraryText(eDataTag tag, std::string const& text)
+{
+    auto const meant = typeOf(tag) == eDataItemTypeBool ? boolNamed(text) : std::nullopt;
+    return meant ? ClientUtils::btos(*meant) : text;
 }
 
 } // namespace Tool

@@ -4,6 +4,7 @@
 
 #include "Data/DataItemBuilder.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,10 +16,16 @@ std::string chainText(Data::DataCache::DataItemBuilder::ValidatorAndParams const
 /// The legal values when there are few enough to choose from, else none.
 std::vector<std::string> legalValues(Data::eDataTag tag);
 
-/// "1..8", "true | false", "0 to 24 bytes without blanks": what a value of the item must be.
+/// "1..8", "a text without blanks", "0 to 24 bytes without blanks": what a value of the item must be.
 std::string acceptedText(Data::eDataTag tag);
 
 /// Why no value of the item may be this text, whatever the library's validators say; empty when it may.
 std::string whyUnfit(Data::eDataTag tag, std::string const& text);
+
+/// What people call true or false in any letter case, yes or 0, say; nothing for any other text.
+std::optional<bool> boolNamed(std::string const& text);
+
+/// The text as the library takes it: what people call true or false becomes its word for that. Anything else stays.
+std::string libraryText(Data::eDataTag tag, std::string const& text);
 
 } // namespace Tool

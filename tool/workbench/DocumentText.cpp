@@ -1,4 +1,5 @@
 // The document as JSON, and back with all the doubts that a file from elsewhere deserves. docs/json/export.json describes it.
+#include "workbench/Accepted.h"
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
@@ -105,8 +106,10 @@ std::string quoted(Json const& value)
 Json valueAt(std::string const& place, Json const& value, eDataItemType type)
 {
     bool const isInt = value.is_number_integer() && value.get<double>() >= INT_MIN && value.get<double>() <= INT_MAX;
-    if (type == eDataItemTypeInt ? isInt : type == eDataItemTypeBool && value.is_boolean())
+    if (type == eDataItemTypeInt && isInt)
         return value;
+    if (auto const meant = type == eDataItemTypeBool ? boolNamed(textOf(value)) : std::nullopt)
+        return *meant;
     if (type == eDataItemTypeInt || type == eDataItemTypeBool)
         throw Fault{place,
                     fmt::format("expected {}, found {}",

@@ -221,11 +221,12 @@ private:
         return Tables::hardwareFlagsByFile(file, methods);
     }
 
-    void addService(std::string const& name, ServiceValues const& service, std::string const& wanted)
+    void addService(std::string const& name, ServiceValues const& service, std::string const& text)
     {
         auto const old = service.find(name);
-        auto& other = add(name, old == service.end() ? Json() : Json(old->second), wanted);
         auto const tag = *findItem(name);
+        auto const wanted = libraryText(tag, text);
+        auto& other = add(name, old == service.end() ? Json() : Json(old->second), wanted);
         auto reason = whyUnfit(tag, wanted);
         if (DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia)
             refuse(other, {}, "belongs to the media component: give it under settings");

@@ -111,7 +111,7 @@ Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignmen
             continue;
         }
         workbench.journal().ask(*tag);
-        request.values.emplace_back(*tag, text);
+        request.values.emplace_back(*tag, libraryText(*tag, text));
         if (auto reason = whyUnfit(*tag, text); !reason.empty())
             request.refused.emplace(*tag, std::move(reason));
     }

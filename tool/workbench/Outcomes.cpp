@@ -77,7 +77,7 @@ Outcome check(eDataTag tag, std::string const& text, ServiceValues const& others
     else if (Tables::flagWordOf(tag))
         outcome.reason = "is set by the flag file: use flags";
     else if (outcome.reason = whyUnfit(tag, text); outcome.reason.empty())
-        outcome.wanted = validate(tag, text, outcome.reason);
+        outcome.wanted = validate(tag, libraryText(tag, text), outcome.reason);
     if (!outcome.wanted.is_null())
         outcome.result = outcome.wanted == outcome.before && !alwaysWritten(tag) ? Result::Unchanged : Result::WouldStore;
     return outcome;
