@@ -7,6 +7,12 @@ namespace ToolTest {
 namespace fs = std::filesystem;
 using nlohmann::json;
 
+/// A document that holds this besides what each does.
+std::string with(std::string const& rest)
+{
+    return R"({"format": "mediadata export", "version": 1)" + rest + "}";
+}
+
 struct ConfigurationVerbs : ToolRunner {
     Answer at(char const* name, std::string const& command)
     {
@@ -19,6 +25,7 @@ struct ConfigurationVerbs : ToolRunner {
     /// Tables, secrets, dependent rules against them and with them, bytes that are no text, flags, device, other components.
     void changeALot() const
     {
+        write("cameras", with(R"(, "settings": {"camera-door-opener-1": 4, "camera-phone-number-3": "other"})"));
         for (Words const& command : std::vector<Words>{
                  wordsOf("set ringer-volume=5 codec[1]/type=0 codec[2]/type=3 codec[3]/allowed=false headset[1]/type=0 "
                          "headset[3]/type=2 SRTPEncryption[1]/rank=2 SRTPEncryption[2]/rank=1 group-pickup-tone-type=1 "
@@ -27,7 +34,7 @@ struct ConfigurationVerbs : ToolRunner {
                          "alert-identifier-14=Mine ringer-melody-14=7 direct-video-1011=x"),
                  {"set", "map-special-ringer-4=it's \"quoted\" $HOME\n", "ringer-audio-file=tune.wav",
                   "ice-server-username-0=\xff\xfe"},
-                 wordsOf("set camera-door-opener-1=4 camera-phone-number-3=other"),
+                 {"import", pathOf("cameras")},
                  wordsOf("device --model entry --usb no"),
                  wordsOf("flags opus_test=false force_etsi"),
                  wordsOf("country DE"),
@@ -97,6 +104,10 @@ TEST_F(ConfigurationVerbs, ExplainEveryItemByTheLayerThatWonAndWhatHidesIt)
 TEST_F(ConfigurationVerbs, MakeTheTelephoneAnewWithTheCommandsOfDiff)
 {
     changeALot();
+    EXPECT_NE(out("diff --commands").find("# left out, the door openers decide: camera-phone-number-3\n"),
+              std::string::npos);
+    write("cameras", with(R"(, "settings": {"camera-door-opener-1": 0, "camera-phone-number-3": "77"})"));
+    ASSERT_EQ(status("import " + pathOf("cameras")), 0);
     write("replay.sh", out("diff --commands --show-secrets"));
     auto const path = "cd " + root().string() +
                       " && mkdir bin && ln -s " MEDIADATA_TOOL
@@ -197,7 +208,6 @@ TEST_F(ConfigurationVerbs, TakeBackAnAtomicImportThatFailsAtItsEnd)
 
 TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
 {
-    auto const with = [](std::string const& rest) { return R"({"format": "mediadata export", "version": 1)" + rest + "}"; };
     std::pair<std::string, char const*> const cases[]{
         {"", "parse error at line 1"},
         {"{}", "format"},

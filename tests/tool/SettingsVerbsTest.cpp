@@ -70,14 +70,14 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {wordsOf("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},
         {wordsOf("set --dry-run alert-type-0=1 ringer-melody-14=2"), "would store refused "}, // makes it 3
         {wordsOf("set --atomic ringer-volume=4 rtp-base-port=3 moh-enabled=true"), "held back refused held back "},
-        {wordsOf("reset ringer-melody-14"), "stored "}, // follows the general ringer
+        {wordsOf("reset ringer-melody-14 ringer-tone-14"), "unchanged unchanged "},
         {{"set", "--dry-run", "ringer-file-0=\xff", "ringer-file-1=\r", "ringer-file-2= \t<&>\n"},
          "refused refused would store "},
         {{"set", "ringer-audio-file=\x01", "ringer-tone-14=4", "country=x"}, "refused refused refused "},
         {wordsOf("mgmt set handset-volume=6 moh-enabled=maybe country=DE"), "taken refused ignored "},
         {wordsOf("mgmt set handset-volume=6"), "refused "}, // unchanged
         {wordsOf("set group-pickup-tone-type=1"), "stored "},
-        {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "stored stored "}, // made 0 again
+        {wordsOf("set group-pickup-tone-type=1 group-pickup-tone-allowed=false"), "refused stored "}, // makes it 0 again
         {wordsOf("mgmt set headset[1]/type=1 ringer-audio-file=x codec[1]/rank=y"), "taken taken refused "},
         // the database's word for what it does not hold: not as a single text, even encrypted, but in a table
         {wordsOf("set --dry-run MLPP-ringer=failure alert-identifier-9=failure ice-server-pwd-0=failure"),

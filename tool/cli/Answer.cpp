@@ -66,6 +66,8 @@ public:
 
     std::optional<std::string> passphrase(std::string const& prompt) override { return sent("passphrase " + prompt); }
 
+    bool confirm(std::string const& question) override { return sent("confirm " + question) == "yes"; }
+
     bool lacksInput() const override { return !m_lacking.empty(); }
 
     /// The first thing that the sender is to be asked for.

@@ -87,7 +87,19 @@ int run(Call const& call, OnWorkbench const& action)
     if (!elsewhere) {
         auto& workbench = *call.invocation.workbench;
         auto const& who = call.verb.changesAs;
-        report = who.empty() ? action(workbench) : workbench.journal().record(who, [&] { return action(workbench); });
+        auto const act = [&] {
+            return who.empty() ? action(workbench) : workbench.journal().record(who, [&] { return action(workbench); });
+        };
+        report = act();
+        if (!report.question.empty() && call.verb.yes) {
+            progress.reset();
+            auto& console = *call.invocation.console;
+            *call.verb.yes = console.confirm(report.question);
+            if (console.lacksInput())
+                return exitOk;
+            if (*call.verb.yes)
+                report = act();
+        }
     }
     progress.reset();
     return elsewhere ? end(call, *elsewhere) : call.answer(report);

@@ -83,6 +83,10 @@ bool Remote::supply(Request& request, std::string const& asked, Console& console
         request.answers[asked] = console.passphrase(name);
         return true;
     }
+    if (kind == "confirm") {
+        request.answers[asked] = console.confirm(name) ? "yes" : "no";
+        return true;
+    }
     bool const isNamed = !name.empty() && std::any_of(request.words.begin(), request.words.end(),
                                                       [&](auto const& word) { return word.ends_with(name); });
     if (isNamed && kind == "directory") {

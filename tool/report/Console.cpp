@@ -1,6 +1,7 @@
 #include "report/Console.h"
 
 #include "report/ProgressLine.h"
+#include "report/Text.h"
 
 #include <array>
 #include <cstdio>
@@ -61,13 +62,15 @@ std::optional<std::string> contentOf(std::string const& file, std::filesystem::p
 }
 
 /// A line from the terminal; nothing when there is none.
-std::optional<std::string> typed(std::string const& prompt)
+std::optional<std::string> typed(std::string const& prompt, bool isSecret)
 {
     std::unique_ptr<FILE, int (*)(FILE*)> const terminal(::fopen("/dev/tty", "r+e"), &::fclose);
     if (!terminal)
         return std::nullopt;
-    Unseen const unseen(::fileno(terminal.get()));
-    ::fputs((prompt + ": ").c_str(), terminal.get());
+    std::optional<Unseen> unseen;
+    if (isSecret)
+        unseen.emplace(::fileno(terminal.get()));
+    ::fputs(prompt.c_str(), terminal.get());
     ::fflush(terminal.get());
     std::string line;
     for (int c = ::fgetc(terminal.get()); c != '\n'; c = ::fgetc(terminal.get())) {
@@ -107,10 +110,19 @@ std::optional<std::string> Console::passphrase(std::string const& prompt)
     if (auto const* const given = std::getenv("MEDIADATA_PASSPHRASE"); given && *given)
         return given;
     quiet();
-    auto line = typed(prompt);
+    auto line = typed(prompt + ": ", true);
     if (gathersAhead)
         m_passphrases[prompt] = line;
     return line;
+}
+
+bool Console::confirm(std::string const& question)
+{
+    if (::isatty(STDIN_FILENO) != 1)
+        return false;
+    quiet();
+    auto const answer = typed("mediadata: " + escaped(question) + " [y/N] ", false).value_or("");
+    return answer == "y" || answer == "Y" || answer == "yes";
 }
 
 void Console::quiet()

@@ -30,6 +30,9 @@ public:
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
     virtual std::optional<std::string> passphrase(std::string const& prompt);
 
+    /// Whether the user says yes. Nobody does when the standard input is no terminal.
+    virtual bool confirm(std::string const& question);
+
     /// The answers above were not the true ones: the command's sender has to be asked first, and the command begins anew.
     virtual bool lacksInput() const { return false; }
 

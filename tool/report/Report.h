@@ -46,7 +46,8 @@ struct Report {
     std::vector<Section> sections = {};
     std::vector<std::string> notes = {}; ///< lines below the text; not in JSON
     std::vector<Problem> problems = {};
-    std::string remarks = {}; ///< what others had to say besides: whole lines for the error stream, ahead of everything
+    std::string question = {}; ///< nothing was done yet: the verb is to be run again when somebody says yes to it
+    std::string remarks = {};  ///< what others had to say besides: whole lines for the error stream, ahead of everything
 
     enum class Form { AsAsked, AsText, AsJson };
     Form form = Form::AsAsked; ///< the form in which it is shown whatever was asked for

@@ -72,6 +72,11 @@ Argument Arguments::assignments(Words* target, std::string help)
     return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = offeredAssignments};
 }
 
+Argument Arguments::yes(bool* target)
+{
+    return {.name = "--yes", .target = target, .help = "Do not ask before texts are wiped that somebody has set"};
+}
+
 Verb itemVerb(std::string name, std::string help, Report (*run)(Workbench& workbench, Data::eDataTag tag))
 {
     auto const item = std::make_shared<std::string>();

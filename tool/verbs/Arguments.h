@@ -29,6 +29,9 @@ Argument items(Target target, std::string help = "Names, or tag numbers");
 /// PATTERN: what matchItems() takes; all items without it.
 Argument pattern(std::string* target);
 
+/// --yes, in the place of the question whether texts are to be wiped.
+Argument yes(bool* target);
+
 /// ITEM=VALUE, as many as there are.
 Argument assignments(Words* target, std::string help);
 

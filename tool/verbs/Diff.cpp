@@ -73,18 +73,17 @@ struct CommandText {
 };
 
 /// What one bulk set has to name. The group-pickup tone type brings its flags along, and the door openers write into the
-/// cameras: where a camera is to say something else, that takes a set of its own afterwards.
-struct Sets {
-    CommandText first{{"set"}, {}};
-    CommandText second{{"set"}, {}};
-    std::vector<std::string> leftOut;
+/// cameras, which cannot be set to anything else.
+struct SetText {
+    CommandText command{{"set"}, {}};
+    std::vector<std::string> leftOut; ///< and why
 };
 
-Sets setsFor(Document const& document, bool showSecrets)
+SetText setFor(Document const& document, bool showSecrets)
 {
-    Sets sets;
+    SetText set;
     auto const defaults = defaultDocument().settings;
-    auto const links = cameraLinks([&](eDataTag tag) { return document.settings.at(tag); });
+    auto const links = linkedCameras([&](eDataTag tag) { return document.settings.at(tag); });
     bool const typeChanges = document.settings.at(eDataTagGroupPickupToneType) != defaults.at(eDataTagGroupPickupToneType);
     for (auto const& [tag, value] : document.settings) {
         auto const standard = defaults.find(tag);
@@ -95,15 +94,17 @@ Sets setsFor(Document const& document, bool showSecrets)
         bool const isFlag = tag == eDataTagGroupPickupAsRinger || tag == eDataTagGroupPickupToneAllowed;
         if (value == given || (isFlag && typeChanges))
             continue;
-        if (isSecret(tag) && !showSecrets)
-            sets.leftOut.push_back(nameOf(tag));
+        if (link != links.end())
+            set.leftOut.push_back("the door openers decide: " + nameOf(tag));
+        else if (isSecret(tag) && !showSecrets)
+            set.leftOut.push_back("a secret: " + nameOf(tag) + " (--show-secrets)");
         else
-            (link != links.end() ? sets.second : sets.first).arguments.push_back(nameOf(tag) + "=" + textOf(value));
+            set.command.arguments.push_back(nameOf(tag) + "=" + textOf(value));
     }
-    return sets;
+    return set;
 }
 
-std::vector<CommandText> commandsFor(Document const& document, Sets sets)
+std::vector<CommandText> commandsFor(Document const& document, CommandText set)
 {
     CommandText changed{{"mgmt", "changed"}, {}};
     for (auto const& [name, value] : document.service)
@@ -117,8 +118,7 @@ std::vector<CommandText> commandsFor(Document const& document, Sets sets)
         device.verb.insert(device.verb.end(), {"--model", *document.model});
     if (document.usb != standard.usb)
         device.verb.insert(device.verb.end(), {"--usb", *document.usb ? "yes" : "no"});
-    std::vector<CommandText> all{std::move(sets.first), std::move(sets.second), std::move(device), std::move(flags),
-                                 std::move(changed)};
+    std::vector<CommandText> all{std::move(set), std::move(device), std::move(flags), std::move(changed)};
     std::erase_if(all, [](auto const& each) { return each.arguments.empty() && each.verb.size() <= 2; });
     return all;
 }
@@ -127,16 +127,15 @@ std::vector<CommandText> commandsFor(Document const& document, Sets sets)
 Report commandsReport(Workbench& workbench, bool asRows)
 {
     auto const document = documentOf(workbench);
-    auto sets = setsFor(document, workbench.options().showSecrets);
-    auto const leftOut = sets.leftOut;
+    auto [set, leftOut] = setFor(document, workbench.options().showSecrets);
     Section rows{"commands", Layout::Table, {"command"}, {}};
     std::string text;
-    for (auto const& command : commandsFor(document, std::move(sets))) {
+    for (auto const& command : commandsFor(document, std::move(set))) {
         rows.rows.push_back({command.text()});
         text += command.text() + "\n";
     }
-    for (auto const& name : leftOut)
-        text += "# left out, a secret: " + name + " (--show-secrets)\n";
+    for (auto const& each : leftOut)
+        text += "# left out, " + each + "\n";
     if (text.empty())
         text = "# nothing differs from the defaults\n";
     return {exitOk, {asRows ? rows : Section{"commands", Layout::Text, {"text"}, {{text}}}}};

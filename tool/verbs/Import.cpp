@@ -21,6 +21,7 @@ struct ImportOptions {
     PassphraseOptions passphrase;
     bool dryRun = false;
     bool atomic = false;
+    bool yes = false;
     General general;
 };
 
@@ -38,8 +39,9 @@ Report run(ImportOptions const& options, Workbench& workbench)
     auto report = readDocument(options.file, options.content, options.passphrase, document);
     if (report.code != exitOk)
         return report;
-    auto account = importDocument(workbench, document,
-                                  {.dryRun = options.dryRun, .atomic = options.atomic, .all = options.general.json});
+    auto account = importDocument(
+        workbench, document,
+        {.dryRun = options.dryRun, .atomic = options.atomic, .yes = options.yes, .all = options.general.json});
     account.notes = std::move(report.notes);
     return account;
 }
@@ -59,12 +61,14 @@ Verb importVerb()
               .isRequired = true,
               .offer = Offers::files},
              {.name = "--dry-run", .target = &options->dryRun, .help = "Check the document and write nothing"},
-             {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one item is refused or unknown"}},
+             {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one item is refused or unknown"},
+             Arguments::yes(&options->yes)},
             options->passphrase, "Open the encrypted secrets and store them"),
         .changesAs = "import",
         .action = onWorkbench(options),
         .gather = gathering(options),
         .general = &options->general,
+        .yes = &options->yes,
         .dryRun = &options->dryRun};
 }
 

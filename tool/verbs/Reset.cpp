@@ -3,6 +3,7 @@
 
 #include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
+#include "workbench/Consequences.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
 #include "workbench/Outcomes.h"
@@ -18,6 +19,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <utility>
 
 namespace Tool::Verbs {
@@ -53,24 +55,29 @@ bool resetAudio(Workbench&)
 
 Report resetSet(Workbench& workbench, std::vector<eDataTag> const& tags, bool (*action)(Workbench&), bool dryRun)
 {
-    Report report;
-    if (dryRun) {
-        Section section{"items", Layout::Table, {"item", "old", "new"}, {}};
-        for (auto const tag : tags) {
-            auto const now = readValue(tag).value_or(Json());
-            if (now != defaultOf(tag))
-                section.rows.push_back({nameOf(tag), shown(tag, now, workbench.options().showSecrets), defaultOf(tag)});
-        }
-        report.notes.push_back(fmt::format("{} settings would go back to their defaults.", section.rows.size()));
-        report.sections.push_back(std::move(section));
-        return report;
+    Tags const asked(tags.begin(), tags.end());
+    std::map<eDataTag, Json> wanted;
+    for (auto const tag : tags) {
+        if (isHeld(tag) && exists(tag))
+            wanted[tag] = defaultOf(tag);
     }
-    for (auto const tag : tags)
-        workbench.journal().ask(tag);
-    Snapshot const changes(workbench);
-    bool const done = action(workbench);
-    report.sections.push_back(changes.section("items"));
-    report.notes.push_back(fmt::format("{} settings went back to their defaults.", report.sections.front().rows.size()));
+    Forecast forecast;
+    forecast.set(wanted);
+    Report report;
+    Snapshot const before(workbench);
+    bool done = true;
+    if (dryRun) {
+        report.sections = {foretold(workbench, forecast, "items", [&](eDataTag tag) { return asked.contains(tag); }),
+                           alsoChanged(workbench, forecast, asked)};
+    } else {
+        for (auto const tag : tags)
+            workbench.journal().ask(tag);
+        done = action(workbench);
+        report.sections = {before.section("items", {}, [&](eDataTag tag) { return asked.contains(tag); }),
+                           alsoChanged(before, asked)};
+    }
+    report.notes.push_back(fmt::format("{} settings {} back to their defaults.", report.sections.front().rows.size(),
+                                       dryRun ? "would go" : "went"));
     if (!done)
         report.fail(exitStorage, {"", "not everything was reset"});
     return report;
@@ -109,7 +116,8 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
             outcome.reason = "belongs to another component: use mgmt changed";
         }
     }
-    return report.code == exitOk ? set(workbench, std::move(outcomes), {.dryRun = dryRun, .follow = true}) : report;
+    return report.code == exitOk ? set(workbench, std::move(outcomes), {.dryRun = dryRun, .follow = true, .yes = true})
+                                 : report;
 }
 
 /// A table's or group's name stands for all its cells.

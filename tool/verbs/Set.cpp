@@ -19,6 +19,7 @@ struct SetOptions {
     std::optional<std::string> content; ///< of the file, by gather()
     bool dryRun = false;
     bool atomic = false;
+    bool yes = false;
     bool watch = false;
 };
 
@@ -44,7 +45,8 @@ Report run(SetOptions const& options, Workbench& workbench)
         return report;
     if (values.empty())
         return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
-    return set(workbench, values, {.dryRun = options.dryRun, .atomic = options.atomic, .watch = options.watch});
+    return set(workbench, values,
+               {.dryRun = options.dryRun, .atomic = options.atomic, .watch = options.watch, .yes = options.yes});
 }
 
 } // namespace
@@ -63,10 +65,12 @@ Verb setVerb()
                        .offer = Offers::files},
                       {.name = "--dry-run", .target = &options->dryRun, .help = "Check the values and write nothing"},
                       {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one value is refused"},
+                      Arguments::yes(&options->yes),
                       {.name = "--watch", .target = &options->watch, .help = "Show what a registered callback heard"}},
         .changesAs = "set",
         .action = onWorkbench(options),
         .gather = gathering(options),
+        .yes = &options->yes,
         .dryRun = &options->dryRun};
 }
 

@@ -95,6 +95,7 @@ struct Verb {
     std::function<Report(Console&)> gather = {};
 
     General* general = nullptr;   ///< where it wants to be told what was given beside its own options
+    bool* yes = nullptr;          ///< set for a second run, when somebody says yes to what its report asks
     bool const* dryRun = nullptr; ///< whether nothing is to be written: not even a missing data directory is made then
 
     bool runsAt(Place place) const;

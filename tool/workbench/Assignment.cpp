@@ -1,6 +1,7 @@
 #include "workbench/Assignment.h"
 
 #include "workbench/ChangeCallback.h"
+#include "workbench/Consequences.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
@@ -122,11 +123,25 @@ Report set(Workbench& workbench, std::vector<Assignment> const& assignments, Set
 Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions options)
 {
     bool const secrets = workbench.options().showSecrets;
-    checkRingers(outcomes, options.follow);
+    auto const manner = options.follow ? Manner::Follow : Manner::Once;
+    refuseUndone(outcomes, manner);
     checkTables(workbench, outcomes);
     orderByRank(workbench, outcomes);
     bool const heldBack = options.atomic && holdBack(outcomes);
+    auto const forecast = forecastOf(outcomes, manner);
+    auto const asked = askedFor(outcomes);
+    auto const losses = options.yes ? std::vector<eDataTag>() : wiped(forecast, asked);
+    if (!losses.empty() && !options.dryRun) {
+        holdGoodBack(outcomes);
+        auto report = account(outcomes, secrets);
+        report.sections.push_back(alsoChanged(workbench, {}, {}));
+        addWiped(workbench, report, losses);
+        askToWipe(report, losses);
+        return report;
+    }
     std::vector<HeardChange> heard;
+    Snapshot const before(workbench);
+    auto foretold = alsoChanged(workbench, forecast, asked);
     if (!options.dryRun && !heldBack) {
         Listening const listening([&](auto const& changes) { heard.insert(heard.end(), changes.begin(), changes.end()); });
         auto const earlier = options.atomic ? Snapshot::values() : std::vector<Json>();
@@ -137,6 +152,8 @@ Report set(Workbench& workbench, std::vector<Outcome> outcomes, SetOptions optio
     if (!options.dryRun)
         noteRefusals(workbench, outcomes);
     auto report = account(outcomes, secrets);
+    report.sections.push_back(options.dryRun ? std::move(foretold) : alsoChanged(before, asked));
+    addWiped(workbench, report, losses);
     if (options.watch)
         report.sections.push_back(heardSection(heard, secrets));
     return report;

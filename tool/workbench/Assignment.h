@@ -33,7 +33,8 @@ struct SetOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
     bool atomic = false; ///< stores nothing when one value is refused
     bool watch = false;  ///< adds what a registered callback heard
-    bool follow = false; ///< a cell that would be overwritten by a rule gets what the rule gives it, and is not refused
+    bool follow = false; ///< a value that a rule would undo becomes what the rule makes it, and is not refused
+    bool yes = false;    ///< wipes texts that nobody asked to lose; otherwise the report asks first
 };
 
 /// All values as one bulk set, each accounted for.

@@ -1,6 +1,7 @@
 #include "workbench/Import.h"
 
 #include "workbench/Accepted.h"
+#include "workbench/Consequences.h"
 #include "workbench/Device.h"
 #include "workbench/Document.h"
 #include "workbench/FlagFile.h"
@@ -66,7 +67,7 @@ public:
     {
         checkTables(m_workbench, m_settings);
         applyHardwareFirst(dryRun);
-        checkRingers(m_settings, false);
+        refuseUndone(m_settings, Manner::Together);
         orderByRank(m_workbench, m_settings);
     }
 
@@ -75,6 +76,12 @@ public:
     {
         if (!isAnyBad())
             return false;
+        holdGoodBack();
+        return true;
+    }
+
+    void holdGoodBack()
+    {
         takeBackOthers();
         auto const hold = [](auto& each) {
             if (isGood(each.result))
@@ -82,7 +89,28 @@ public:
         };
         std::for_each(m_others.begin(), m_others.end(), hold);
         std::for_each(m_settings.begin(), m_settings.end(), hold);
-        return true;
+    }
+
+    /// What would be besides what the document names.
+    Forecast forecast() const
+    {
+        auto forecast = forecastOf(m_settings, Manner::Together);
+        auto const isFlag = [](Other const& each) { return isGood(each.result) && each.name.starts_with("flags/"); };
+        if (std::ranges::any_of(m_others, isFlag))
+            forecast.set(wantedHardware(forecast));
+        return forecast;
+    }
+
+    Tags asked() const
+    {
+        auto tags = askedFor(m_settings);
+        for (auto const& [word, tag] : Tables::flagWords())
+            tags.insert(tag);
+        for (auto const& other : m_others) {
+            if (auto const tag = findItem(other.name))
+                tags.insert(*tag);
+        }
+        return tags;
     }
 
     void noteAllRefusals() { noteRefusals(m_workbench, m_settings); }
@@ -124,7 +152,10 @@ private:
             if (isOfTable(each))
                 each = Tool::check(each.tag, each.text, {});
         }
-        checkTables(m_workbench, m_settings, dryRun ? wantedHardware() : DataTagValue_t());
+        DataTagValue_t hardware;
+        for (auto const& [flag, value] : dryRun ? wantedHardware(Forecast()) : std::map<eDataTag, Json>())
+            hardware[flag] = textOf(value);
+        checkTables(m_workbench, m_settings, hardware);
     }
 
     bool isAnyBad() const
@@ -206,7 +237,7 @@ private:
     }
 
     /// The hardware flags that follow from the document's flags.
-    DataTagValue_t wantedHardware() const
+    std::map<eDataTag, Json> wantedHardware(Forecast const& forecast) const
     {
         DataTagValue_t file;
         for (auto const& [word, tag] : Tables::flagWords()) {
@@ -216,9 +247,12 @@ private:
         DataTagValue_t methods;
         for (int row = 0; row < Tables::encryptions.rows; ++row) {
             auto const method = Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, row);
-            methods[method] = textOf(readValue(method).value_or(Json()));
+            methods[method] = textOf(forecast.valueOf(method));
         }
-        return Tables::hardwareFlagsByFile(file, methods);
+        std::map<eDataTag, Json> flags;
+        for (auto const& [flag, text] : Tables::hardwareFlagsByFile(file, methods))
+            flags[flag] = text == "true";
+        return flags;
     }
 
     void addService(std::string const& name, ServiceValues const& service, std::string const& text)
@@ -353,14 +387,27 @@ Report exportDocument(Workbench& workbench, std::optional<std::string> const& pa
 
 Report importDocument(Workbench& workbench, Document const& document, ImportOptions options)
 {
+    Snapshot const before(workbench);
     Import import(workbench, document);
     import.check(options.dryRun);
     bool const heldBack = options.atomic && import.holdAllBack();
-    if (!options.dryRun && !heldBack)
+    auto const forecast = import.forecast();
+    auto const asked = import.asked();
+    auto const losses = options.yes ? std::vector<eDataTag>() : wiped(forecast, asked);
+    bool const asks = !losses.empty() && !options.dryRun;
+    auto foretold = alsoChanged(workbench, forecast, asked);
+    if (asks)
+        import.holdGoodBack();
+    else if (!options.dryRun && !heldBack)
         import.apply(options.atomic);
-    if (!options.dryRun)
+    if (!options.dryRun && !asks)
         import.noteAllRefusals();
-    return import.report(options);
+    auto report = import.report(options);
+    report.sections.push_back(options.dryRun ? std::move(foretold) : alsoChanged(before, asked));
+    addWiped(workbench, report, losses);
+    if (asks)
+        askToWipe(report, losses);
+    return report;
 }
 
 } // namespace Tool

@@ -18,6 +18,7 @@ Report exportDocument(Workbench& workbench, std::optional<std::string> const& pa
 struct ImportOptions {
     bool dryRun = false; ///< checks in the same way and writes nothing
     bool atomic = false; ///< stores nothing when one thing is refused or unknown
+    bool yes = false;    ///< wipes texts that the document does not name; otherwise the report asks first
     bool all = false;    ///< accounts for what is unchanged, too, instead of only counting it
 };
 

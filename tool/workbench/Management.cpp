@@ -2,6 +2,7 @@
 
 #include "report/Text.h"
 #include "workbench/Accepted.h"
+#include "workbench/Consequences.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Rehearsal.h"
@@ -118,9 +119,19 @@ Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignmen
     return request;
 }
 
-/// The cells of tables that would not pass their checks. The library gives no reason for those.
-void refuseTables(Workbench& workbench, Request& request)
+/// What a rule would undo, and the cells of tables that would not pass their checks. The library gives no reason for those.
+void refuseUnfit(Workbench& workbench, Request& request)
 {
+    std::vector<Outcome> outcomes;
+    for (auto const& [tag, text] : request.wanted()) {
+        if (isOwned(tag))
+            outcomes.push_back(check(tag, text, {}));
+    }
+    refuseUndone(outcomes, Manner::Once);
+    for (auto const& outcome : outcomes) {
+        if (outcome.result == Result::Refused && !outcome.wanted.is_null())
+            request.refused.emplace(outcome.tag, outcome.reason);
+    }
     Rehearsal rehearsal;
     auto const tables = workbench.quietly([&] {
         rehearsal.want(recordOf(request.wanted()));
@@ -187,7 +198,7 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
     auto request = requestOf(workbench, assignments);
     if (request.report.code != exitOk)
         return std::move(request.report);
-    refuseTables(workbench, request);
+    refuseUnfit(workbench, request);
     Snapshot const changes(workbench);
     auto const wanted = request.wanted();
     auto record = recordOf(wanted);

@@ -119,42 +119,6 @@ void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes, DataTagVa
     }
 }
 
-void checkRingers(std::vector<Outcome>& outcomes, bool follow)
-{
-    auto const valueOf = [&](eDataTag tag) {
-        auto const* const found = findOutcome(outcomes, tag);
-        bool const isWanted = found && found->result != Result::Refused;
-        return isWanted ? found->wanted : readValue(tag).value_or(Json());
-    };
-    auto const applyRule = [&](Outcome& outcome, RingerRule const& rule) {
-        auto general = rule.general == eDataTagNone ? rule.atStart : valueOf(rule.general);
-        std::string ignored;
-        if (validate(outcome.tag, textOf(general), ignored).is_null())
-            general = rule.atStart; // the row cannot have it, and has this from the start on
-        if (outcome.wanted == general)
-            return;
-        if (follow) {
-            outcome = check(outcome.tag, textOf(general), {});
-        } else {
-            outcome.result = Result::Refused;
-            outcome.reason = "its row has no alert identifier and follows the general ringer: " + cellText(general);
-        }
-    };
-    // What is unchanged is overwritten only when the table is written for something else.
-    for (auto const result : {Result::WouldStore, Result::Unchanged}) {
-        for (auto& outcome : outcomes) {
-            auto const rule = ringerRuleOf(outcome.tag);
-            if (rule && outcome.result == result && valueOf(rule->identifier) == Json(""))
-                applyRule(outcome, *rule);
-        }
-        bool const isWritten = std::any_of(outcomes.begin(), outcomes.end(), [](Outcome const& each) {
-            return each.result == Result::WouldStore && storedTableOf(each.tag) == eDataTagDistinctiveRinging;
-        });
-        if (!isWritten && !follow)
-            return;
-    }
-}
-
 void orderByRank(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
     auto const& table = Tables::codecs;
@@ -191,11 +155,16 @@ bool holdBack(std::vector<Outcome>& outcomes)
 {
     if (std::none_of(outcomes.begin(), outcomes.end(), [](Outcome const& each) { return isBad(each.result); }))
         return false;
+    holdGoodBack(outcomes);
+    return true;
+}
+
+void holdGoodBack(std::vector<Outcome>& outcomes)
+{
     for (auto& outcome : outcomes) {
         if (isGood(outcome.result))
             outcome.result = Result::HeldBack;
     }
-    return true;
 }
 
 void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes)
@@ -260,13 +229,12 @@ void store(Workbench& workbench, std::vector<Outcome>& outcomes)
 
 void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes)
 {
-    constexpr int passes = 3;
-    for (int pass = 0; pass < passes; ++pass) {
+    for (int pass = 0; pass < storingPasses; ++pass) {
         store(workbench, outcomes);
         bool isUndone = false;
         for (auto& outcome : outcomes) {
             bool const counts = outcome.result == Result::Stored || outcome.result == Result::Unchanged;
-            if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.toStore() && pass + 1 < passes) {
+            if (counts && isHeld(outcome.tag) && readValue(outcome.tag) != outcome.toStore() && pass + 1 < storingPasses) {
                 outcome.result = Result::WouldStore;
                 outcome.reason.clear();
                 isUndone = true;

@@ -36,9 +36,6 @@ Outcome check(Data::eDataTag tag, std::string const& text, ServiceValues const& 
 /// hardware flags as they are.
 void checkTables(Workbench& workbench, std::vector<Outcome>& outcomes, Data::DataTagValue_t const& hardware = {});
 
-/// Refuses the cells of the ringing table that the general ringer would overwrite, or makes them what it would make them.
-void checkRingers(std::vector<Outcome>& outcomes, bool follow);
-
 /// Codecs are kept in the order of their rows, whatever their ranks say: where ranks are named, the cells get what the library's
 /// own order of rows makes of them, and those that were not named but change by it are added. For tables that checkTables() let pass.
 void orderByRank(Workbench& workbench, std::vector<Outcome>& outcomes);
@@ -50,7 +47,8 @@ std::string limitOf(Outcome const& outcome);
 void store(Workbench& workbench, std::vector<Outcome>& outcomes);
 
 /// Stores in as many bulk sets as it takes until the rules by which items depend on one another leave all values standing,
-/// three at most: for values that were read from a telephone and therefore stand together.
+/// storingPasses at most: for values that were read from a telephone and therefore stand together.
+inline constexpr int storingPasses = 3;
 void storeTogether(Workbench& workbench, std::vector<Outcome>& outcomes);
 
 /// Sets all held items back to what they were (Snapshot::values()).
@@ -58,6 +56,9 @@ void putBack(Workbench& workbench, std::vector<Json> const& earlier);
 
 /// For all or nothing: when one value was refused, true, and what would be stored is held back.
 bool holdBack(std::vector<Outcome>& outcomes);
+
+/// Holds back what would be stored.
+void holdGoodBack(std::vector<Outcome>& outcomes);
 
 /// Tells the history of what was refused.
 void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes);

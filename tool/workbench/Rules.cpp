@@ -35,24 +35,16 @@ std::string whyHidden(Tables::Table const& table, int choice, bool isEntryModel)
 
 } // namespace
 
-std::map<eDataTag, Json> cameraLinks(ValueOf const& valueOf)
+std::map<eDataTag, Json> linkedCameras(ValueOf const& valueOf)
 {
-    bool runs = false;
     DataTagValue_t openers;
     for (int opener = 0; opener < Tables::doorOpeners.rows; ++opener) {
-        auto const phoneTag = Tables::doorOpeners.cell(eDataTagDoorOpener1PhoneNumber, opener);
-        auto const cameraTag = Tables::doorOpeners.cell(eDataTagDoorOpener1DirectVideo, opener);
-        auto const phone = valueOf(phoneTag);
-        auto const camera = valueOf(cameraTag);
-        if (!phone.is_string() || !camera.is_number_integer())
-            continue;
-        runs = runs || phone != Json("") || camera != Json(0);
-        openers[phoneTag] = textOf(phone);
-        openers[cameraTag] = textOf(camera);
+        for (auto const first : {eDataTagDoorOpener1PhoneNumber, eDataTagDoorOpener1DirectVideo}) {
+            auto const tag = Tables::doorOpeners.cell(first, opener);
+            openers[tag] = textOf(valueOf(tag));
+        }
     }
     std::map<eDataTag, Json> links;
-    if (!runs)
-        return links;
     int row = 0;
     for (auto const& [opener, phone] : Tables::linkCameras(openers)) {
         links[Tables::cameras.cell(eDataTagCamera1DoorOpener, row)] = opener;
@@ -60,6 +52,16 @@ std::map<eDataTag, Json> cameraLinks(ValueOf const& valueOf)
         ++row;
     }
     return links;
+}
+
+std::map<eDataTag, Json> cameraLinks(ValueOf const& valueOf)
+{
+    for (int opener = 0; opener < Tables::doorOpeners.rows; ++opener) {
+        if (valueOf(Tables::doorOpeners.cell(eDataTagDoorOpener1PhoneNumber, opener)) != Json("") ||
+            valueOf(Tables::doorOpeners.cell(eDataTagDoorOpener1DirectVideo, opener)) != Json(0))
+            return linkedCameras(valueOf);
+    }
+    return {};
 }
 
 std::optional<RingerRule> ringerRuleOf(eDataTag cell)

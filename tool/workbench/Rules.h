@@ -17,8 +17,11 @@ class Workbench;
 
 using ValueOf = std::function<Json(Data::eDataTag)>;
 
-/// What the door openers' rule writes into the cameras' door opener and phone number when an opener's phone number or camera
-/// changes; nothing while all openers have neither, since the rule then does not run.
+/// The cameras' door opener and phone number as the door openers have them.
+std::map<Data::eDataTag, Json> linkedCameras(ValueOf const& valueOf);
+
+/// The same, which the rule writes when an opener's phone number or camera changes; nothing while all openers have neither,
+/// since the rule then does not run.
 std::map<Data::eDataTag, Json> cameraLinks(ValueOf const& valueOf);
 
 /// What a cell of the ringing table follows while its row has no alert identifier.

@@ -21,14 +21,14 @@ std::vector<Json> Snapshot::values()
     return result;
 }
 
-Section Snapshot::section(std::string name, std::string title) const
+Section Snapshot::section(std::string name, std::string title, std::function<bool(Data::eDataTag)> const& counts) const
 {
     Section section{std::move(name), Layout::Table, {"item", "old", "new"}, {}, std::move(title)};
     bool const secrets = m_workbench.options().showSecrets;
     auto const after = values();
     for (std::size_t index = 0; index < after.size(); ++index) {
         auto const tag = allTags()[index];
-        if (m_before[index] != after[index])
+        if (m_before[index] != after[index] && (!counts || counts(tag)))
             section.rows.push_back({nameOf(tag), shown(tag, m_before[index], secrets), shown(tag, after[index], secrets)});
     }
     return section;

@@ -3,6 +3,9 @@
 
 #include "report/Report.h"
 
+#include "Data/DataTypes.h"
+
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,8 +21,9 @@ public:
     /// The values of the items that the cache holds, in the order of allTags(); null for tables and for all others.
     static std::vector<Json> values();
 
-    /// What differs from them now: item, old, new. Whole tables are left out, since their cells tell the same.
-    Section section(std::string name, std::string title = {}) const;
+    /// What differs from them now, of all items or of those that `counts` takes: item, old, new. Whole tables are left out,
+    /// since their cells tell the same.
+    Section section(std::string name, std::string title = {}, std::function<bool(Data::eDataTag)> const& counts = {}) const;
 
 private:
     Workbench& m_workbench;
