@@ -343,11 +343,12 @@ TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
     auto const holder = start("holder", {"serve", "--json"});
     ASSERT_TRUE(holder.says("}\n"));
     EXPECT_EQ(schema.fault(json::parse(holder.out()), "serve"), "");
-    auto const watching = start("watching", {"watch", "ringer-volume", "--json"});
-    for (int volume = 1; watching.out().find('\n') == std::string::npos; volume = volume % 8 + 1)
-        run("set ringer-volume=" + std::to_string(volume));
-    auto const told = watching.out();
-    EXPECT_EQ(schema.fault(json::parse(told.substr(0, told.find('\n'))), "watch"), "");
+    auto watching = start("watching", {"watch", "ringer-volume", "--json", "--initial", "--count", "1"});
+    ASSERT_TRUE(watching.says("watching "));
+    run("set ringer-volume=8");
+    watching.end();
+    for (auto const& line : split(watching.out(), '\n'))
+        EXPECT_EQ(schema.fault(json::parse(line), "watch"), "") << line;
     EXPECT_EQ(schema.fault(ask("watch --timeout 1 --count 1"), "failure"), "");
 }
 

@@ -1,6 +1,7 @@
 #include "cli/CommandLine.h"
 
 #include "cli/Parser.h"
+#include "cli/Readiness.h"
 #include "cli/Registry.h"
 #include "cli/Serving.h"
 #include "holder/EndSignals.h"
@@ -9,6 +10,8 @@
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
 #include "verbs/Verbs.h"
+
+#include "HostPlatform.h"
 
 #include <algorithm>
 #include <chrono>
@@ -113,7 +116,8 @@ int run(Call const& call, WhileHolding const& action)
     Serving const serving(call.invocation);
     if (!serving.server())
         return call.fail(exitStorage, serving.failure());
-    return action({call.invocation, *serving.server(), signals.descriptor()});
+    Readiness readiness(*call.invocation.console, call.verb.lasting, call.invocation.workbench->platform().directory());
+    return action({call.invocation, *serving.server(), signals.descriptor(), readiness});
 }
 
 int run(Call const& call, Following const& action)
@@ -126,6 +130,8 @@ int run(Call const& call, Following const& action)
     // Whoever holds the directory: to be told to end is the usual end.
     for (int const ending : {SIGINT, SIGTERM, SIGHUP})
         std::signal(ending, [](int) { ::_exit(exitOk); });
+    Readiness readiness(*invocation.console, call.verb.lasting, call.general.dataDirectory);
+    invocation.console->whenReady = [&readiness] { readiness.tell(); };
     if (auto const elsewhere = reachTelephone(call, Wish::Changes))
         return end(call, *elsewhere);
     EndSignals const signals;
@@ -133,7 +139,11 @@ int run(Call const& call, Following const& action)
     if (!serving.server())
         return call.fail(exitStorage, serving.failure());
     auto& console = *invocation.console;
-    auto const watcher = action(*invocation.feed);
+    auto const watcher = [&] {
+        Threads::Lock const turn(serving.server()->turn());
+        return action(*invocation.feed);
+    }();
+    readiness.tell();
     auto const write = [&](std::string const& lines) { return static_cast<bool>(console.out << lines << std::flush); };
     auto const report = watcher->follow(write, {signals.descriptor(), STDOUT_FILENO});
     return watcher->close(report, console.out, console.err);
@@ -143,6 +153,10 @@ int run(Call const& call)
 {
     if (!call.verb.runsAt(call.invocation.place))
         return call.fail(exitUsage, "this verb runs in a process of its own");
+    if (call.verb.lasting && call.isOfThisProcess()) {
+        if (auto fault = Readiness::fault(*call.verb.lasting); !fault.empty())
+            return call.fail(exitUsage, std::move(fault));
+    }
     if (call.verb.gather) {
         auto& console = *call.invocation.console;
         console.gathersAhead = call.isOfThisProcess();

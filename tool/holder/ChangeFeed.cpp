@@ -1,11 +1,11 @@
 #include "holder/ChangeFeed.h"
 
-#include "report/Text.h"
+#include "workbench/Items.h"
+#include "workbench/Snapshot.h"
 
-#include <fmt/format.h>
-
+#include <algorithm>
 #include <chrono>
-#include <cstdint>
+#include <iterator>
 #include <utility>
 
 #include <sys/eventfd.h>
@@ -15,20 +15,16 @@ namespace Tool {
 
 namespace {
 
-constexpr std::size_t longestQueue = 1000;
+constexpr std::size_t mostWaiting = 1000;
 
 } // namespace
 
-std::string timeNow()
-{
-    auto const now = std::chrono::system_clock::now();
-    auto const milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
-    return fmt::format("{}.{:03}", timeText(milliseconds), milliseconds % 1000);
-}
-
-Subscription::Subscription(std::optional<Tags> only)
+Subscription::Subscription(std::optional<Tags> only, Values const& present)
     : m_only(std::move(only)), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-{}
+{
+    std::copy_if(present.begin(), present.end(), std::inserter(m_present, m_present.end()),
+                 [this](auto const& each) { return wants(each.first); });
+}
 
 Subscription::Taken Subscription::take()
 {
@@ -38,16 +34,18 @@ Subscription::Taken Subscription::take()
     return std::exchange(m_waiting, {});
 }
 
-void Subscription::put(std::string const& time, std::vector<HeardChange> const& changes)
+void Subscription::put(std::vector<Change> const& changes)
 {
     Threads::Lock const held(m_mutex);
     for (auto const& change : changes) {
-        if (m_only && !m_only->contains(change.tag))
+        if (!wants(change.tag))
             continue;
-        if (m_waiting.changes.size() < longestQueue)
-            m_waiting.changes.push_back({time, change});
-        else
+        if (m_waiting.changes.size() < mostWaiting) {
+            m_waiting.changes.push_back(change);
+        } else {
             ++m_waiting.missed;
+            m_waiting.lost[change.tag] = change.value;
+        }
     }
     wake();
 }
@@ -65,23 +63,63 @@ void Subscription::wake() const
     [[maybe_unused]] auto const written = ::write(m_event.get(), &one, sizeof one);
 }
 
+/// The library must not be asked under the lock, since it publishes with locks of its own. What it announces in between is newer.
+void ChangeFeed::learnValues()
+{
+    {
+        Threads::Lock const held(m_mutex);
+        if (std::exchange(m_knowsAll, true))
+            return;
+    }
+    auto const values = Snapshot::values();
+    Threads::Lock const held(m_mutex);
+    for (std::size_t index = 0; index < values.size(); ++index) {
+        if (!values[index].is_null())
+            m_known.try_emplace(allTags()[index], Known{values[index], false});
+    }
+}
+
 std::shared_ptr<Subscription> ChangeFeed::subscribe(std::optional<Subscription::Tags> only)
 {
+    learnValues();
     Threads::Lock const held(m_mutex);
-    auto result = std::make_shared<Subscription>(std::move(only));
+    Subscription::Values present;
+    for (auto const& [tag, known] : m_known)
+        present.emplace(tag, known.value);
+    auto result = std::make_shared<Subscription>(std::move(only), present);
     std::erase_if(m_subscriptions, [](auto const& each) { return each.expired(); });
     m_subscriptions.push_back(result);
     return result;
 }
 
-void ChangeFeed::publish(std::vector<HeardChange> const& changes)
+void ChangeFeed::tell(Listener listener)
 {
+    if (listener)
+        learnValues();
     Threads::Lock const held(m_mutex);
-    auto const time = timeNow();
+    m_listener = std::move(listener);
+}
+
+void ChangeFeed::publish(std::vector<HeardChange> const& heard)
+{
+    auto const now = std::chrono::system_clock::now().time_since_epoch();
+    auto const time = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+    Threads::Lock const held(m_mutex);
+    std::vector<Change> changes;
+    for (auto const& [tag, value] : heard) {
+        auto const [at, isNew] = m_known.try_emplace(tag, Known{nullptr, true});
+        auto& known = at->second;
+        // What was read between a change and its announcement is known already.
+        if (std::exchange(known.isAnnounced, true) || isNew || known.value != value)
+            changes.push_back({time, tag, known.value, value});
+        known.value = value;
+    }
     for (auto const& each : m_subscriptions) {
         if (auto const subscription = each.lock())
-            subscription->put(time, changes);
+            subscription->put(changes);
     }
+    if (m_listener)
+        m_listener(changes);
 }
 
 void ChangeFeed::close()

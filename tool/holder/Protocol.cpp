@@ -8,7 +8,7 @@ namespace Tool {
 
 namespace {
 
-constexpr std::string_view greeting = "mediadata 1"; ///< the name of the protocol and its version
+constexpr std::string_view greeting = "mediadata 2"; ///< the name of the protocol and its version
 constexpr std::size_t longestGreeting = 32;
 constexpr char const* malformed = "the request is malformed";
 constexpr std::string_view answerPrefix = "answer ";

@@ -122,6 +122,8 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
         std::string const kind = message.empty() ? "" : message[0];
         if (kind == "begin") {
             m_begun = true;
+        } else if (kind == "ready" && console.whenReady) {
+            console.whenReady();
         } else if (kind == "out" && message.size() == 2) {
             console.quiet();
             console.out << message[1] << std::flush;

@@ -203,6 +203,8 @@ bool Server::serveOne(Connection& connection, Message const& message)
     }
     for (auto const& each : reply.messages)
         channel.post(each);
+    if (reply.watcher)
+        channel.post({"ready"});
     if (!channel.flush(longestStall) || !reply.watcher)
         return reply.asks;
     auto const write = [&](std::string const& lines) {

@@ -5,6 +5,7 @@
 #include "workbench/OtherTelephone.h"
 
 #include <filesystem>
+#include <functional>
 #include <iosfwd>
 #include <map>
 #include <optional>
@@ -50,6 +51,9 @@ public:
     /// Everything that a command may need is got now, and kept for a holder that asks for it: while a command works, other
     /// processes may wait for the data directory.
     bool gathersAhead = false;
+
+    /// Called when the changes that the command wants are followed; set where somebody is to be told.
+    std::function<void()> whenReady = {};
 
 private:
     friend class ProgressLine;

@@ -66,6 +66,18 @@ std::vector<std::string> wrapped(std::string const& text, std::size_t columns)
     return lines;
 }
 
+std::string isoTime(std::int64_t milliseconds)
+{
+    auto const seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm parts{};
+    ::localtime_r(&seconds, &parts);
+    std::array<char, 32> time{};
+    std::array<char, 8> zone{};
+    std::strftime(time.data(), time.size(), "%FT%T", &parts);
+    std::strftime(zone.data(), zone.size(), "%z", &parts);
+    return fmt::format("{}.{:03}{:.3}:{}", time.data(), milliseconds % 1000, zone.data(), zone.data() + 3);
+}
+
 std::string timeText(std::int64_t milliseconds)
 {
     auto const seconds = static_cast<std::time_t>(milliseconds / 1000);

@@ -26,6 +26,9 @@ std::size_t width(std::string const& text);
 /// The text in lines of at most so many columns, cut at blanks; a longer word has a line of its own.
 std::vector<std::string> wrapped(std::string const& text, std::size_t columns);
 
+/// Local time in ISO 8601, "2026-11-22T10:11:12.345+01:00", out of milliseconds since 1970.
+std::string isoTime(std::int64_t milliseconds);
+
 /// Local time to the second, out of milliseconds since 1970.
 std::string timeText(std::int64_t milliseconds);
 

@@ -20,8 +20,14 @@ Words namesFollowedBy(char const* after)
     return names;
 }
 
-/// ITEM= of every item, and behind it the item's legal values where there are few enough to choose from.
-Words offeredAssignments(std::string const& word)
+} // namespace
+
+Words Offers::items(std::string const&)
+{
+    return namesFollowedBy("");
+}
+
+Words Offers::assignments(std::string const& word)
 {
     auto const equals = word.find('=');
     if (equals == std::string::npos)
@@ -32,13 +38,6 @@ Words offeredAssignments(std::string const& word)
             values.push_back(word.substr(0, equals + 1) + value);
     }
     return values;
-}
-
-} // namespace
-
-Words Offers::items(std::string const&)
-{
-    return namesFollowedBy("");
 }
 
 Words Offers::files(std::string const&)
@@ -67,9 +66,18 @@ Argument Arguments::pattern(std::string* target)
     return {.name = "PATTERN", .target = target, .help = "A glob with * or ?, or a part of a name", .offer = Offers::items};
 }
 
+Argument Arguments::readyDescriptor(Lasting& lasting)
+{
+    return {.name = "--ready-fd",
+            .target = &lasting.descriptor,
+            .help = "When it is ready, write \"ready\" to this descriptor and close it",
+            .value = "NUMBER",
+            .range = {{3, 1000000}}};
+}
+
 Argument Arguments::assignments(Words* target, std::string help)
 {
-    return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = offeredAssignments};
+    return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = Offers::assignments};
 }
 
 Argument Arguments::yes(bool* target)

@@ -13,6 +13,9 @@ namespace Tool::Offers {
 /// Every name of every item.
 Words items(std::string const& word);
 
+/// ITEM= of every item, and behind it the item's legal values where there are few enough to choose from.
+Words assignments(std::string const& word);
+
 Words files(std::string const& word);
 Words directories(std::string const& word);
 
@@ -31,6 +34,9 @@ Argument pattern(std::string* target);
 
 /// --yes, in the place of the question whether texts are to be wiped.
 Argument yes(bool* target);
+
+/// --ready-fd
+Argument readyDescriptor(Lasting& lasting);
 
 /// ITEM=VALUE, as many as there are.
 Argument assignments(Words* target, std::string help);

@@ -2,9 +2,12 @@
 #include "verbs/Verbs.h"
 
 #include "cli/Invocation.h"
+#include "cli/Readiness.h"
+#include "verbs/Arguments.h"
 
 #include "HostPlatform.h"
 
+#include <memory>
 #include <ostream>
 
 #include <poll.h>
@@ -14,15 +17,13 @@ namespace Tool::Verbs {
 
 namespace {
 
-/// Says that it serves, and waits for the end.
+/// Waits for the end.
 int holdForOthers(Holding const& holding)
 {
-    auto& out = holding.invocation.console->out;
     auto const& directory = holding.invocation.workbench->platform().directory();
     if (holding.invocation.options.json)
-        out << Json{{"serving", directory}, {"process", ::getpid()}}.dump() << std::endl;
-    else
-        out << "serving " << directory << " as process " << ::getpid() << std::endl;
+        holding.invocation.console->out << Json{{"serving", directory}, {"process", ::getpid()}}.dump() << std::endl;
+    holding.readiness.tell();
     pollfd ended{holding.end, POLLIN, 0};
     while (::poll(&ended, 1, -1) <= 0) {
     }
@@ -33,10 +34,13 @@ int holdForOthers(Holding const& holding)
 
 Verb serveVerb()
 {
+    auto const lasting = std::make_shared<Lasting>(Lasting{"serving"});
     return {.name = "serve",
             .help = "Hold the data directory for others until SIGTERM",
+            .arguments = {Arguments::readyDescriptor(*lasting)},
             .places = {Place::Process},
-            .action = WhileHolding(holdForOthers)};
+            .action = WhileHolding([lasting](Holding const& holding) { return holdForOthers(holding); }),
+            .lasting = lasting.get()};
 }
 
 } // namespace Tool::Verbs

@@ -8,7 +8,6 @@
 #include "holder/Watcher.h"
 #include "report/Renderers.h"
 #include "report/Text.h"
-#include "workbench/ChangeCallback.h"
 #include "workbench/Items.h"
 #include "workbench/Values.h"
 
@@ -27,14 +26,14 @@ struct Filter {
     std::optional<std::set<Data::eDataTag>> only = {};
 };
 
-std::string linesOf(Filter const& watch, std::vector<HeardChange> const& changes, Options const& options)
+std::string linesOf(Filter const& watch, std::vector<Change> const& changes, Options const& options)
 {
     std::string lines;
     for (auto const& change : changes) {
         if (!watch.on || (watch.only && !watch.only->contains(change.tag)))
             continue;
         auto const value = shown(change.tag, change.value, options.showSecrets);
-        lines += options.json ? changeLine({timeNow(), change}, true, options.showSecrets)
+        lines += options.json ? changeLine(change, true, options.showSecrets)
                               : "* " + nameOf(change.tag) + " = " + cellText(value) + '\n';
     }
     return lines;
@@ -73,15 +72,14 @@ bool namesASecret(Words const& words)
 /// Reads commands until "exit" or the end of the input. Answers the gravest exit status of the commands.
 int runLines(Holding const& holding)
 {
-    auto& [invocation, server, end] = holding;
+    auto& [invocation, server, end, readiness] = holding;
     LineEditor editor(end);
     Filter watch;
     auto const options = invocation.options;
     invocation.place = Place::Shell;
-    std::optional<Listening> listening;
     {
         Threads::Lock const turn(server.turn());
-        listening.emplace([&](std::vector<HeardChange> const& changes) { editor.tell(linesOf(watch, changes, options)); });
+        invocation.feed->tell([&](std::vector<Change> const& changes) { editor.tell(linesOf(watch, changes, options)); });
     }
     int gravest = exitOk;
     for (std::string line; editor.read(line);) {
@@ -101,7 +99,7 @@ int runLines(Holding const& holding)
         gravest = std::max(gravest, isWatch ? applyWatch(invocation, watch, words) : runCommand(invocation, words));
     }
     Threads::Lock const turn(server.turn());
-    listening.reset();
+    invocation.feed->tell(nullptr);
     return gravest;
 }
 

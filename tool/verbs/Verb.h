@@ -17,6 +17,7 @@ namespace Tool {
 
 class ChangeFeed;
 class Console;
+class Readiness;
 class Server;
 class Watcher;
 class Workbench;
@@ -71,6 +72,13 @@ struct Holding {
     Invocation& invocation;
     Server& server;
     int end; ///< a descriptor: the process is to end when it can be read
+    Readiness& readiness;
+};
+
+/// What a verb that goes on until it is ended tells when it is ready; see cli/Readiness.h.
+struct Lasting {
+    std::string doing;                  ///< the verb of the sentence for people
+    std::optional<int> descriptor = {}; ///< where a script waits for it
 };
 
 /// The ways in which a verb can do its work.
@@ -94,9 +102,10 @@ struct Verb {
     /// takes the place of its answer. When the console lacks something it is called anew later, with new options.
     std::function<Report(Console&)> gather = {};
 
-    General* general = nullptr;   ///< where it wants to be told what was given beside its own options
-    bool* yes = nullptr;          ///< set for a second run, when somebody says yes to what its report asks
-    bool const* dryRun = nullptr; ///< whether nothing is to be written: not even a missing data directory is made then
+    General* general = nullptr;       ///< where it wants to be told what was given beside its own options
+    Lasting const* lasting = nullptr; ///< it tells that it is ready
+    bool* yes = nullptr;              ///< set for a second run, when somebody says yes to what its report asks
+    bool const* dryRun = nullptr;     ///< whether nothing is to be written: not even a missing data directory is made then
 
     bool runsAt(Place place) const;
 };
