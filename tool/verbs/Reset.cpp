@@ -12,7 +12,6 @@
 
 #include "Data/BulkData.h"
 #include "Data/DataItemBuilder.h"
-#include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
 #include "Tables/SettingOptions.h"
 
@@ -83,28 +82,15 @@ Report resetSet(Workbench& workbench, std::vector<eDataTag> const& tags, bool (*
     return report;
 }
 
-/// The cells of a table or the members of a group, otherwise the item itself.
-std::vector<eDataTag> membersOf(eDataTag item)
-{
-    std::vector<eDataTag> members;
-    for (auto const tag : allTags()) {
-        if (DataSourceDB::dataDbDescriptionTable[tag].parentTable == item)
-            members.push_back(tag);
-    }
-    return members.empty() ? std::vector<eDataTag>{item} : members;
-}
-
 Report resetItems(Workbench& workbench, std::vector<std::string> const& items, bool dryRun)
 {
     Report report;
     std::vector<Outcome> outcomes;
     for (auto const& name : items) {
-        auto const item = findItem(name);
-        if (!item) {
+        auto const tags = namedBy(name);
+        if (tags.empty())
             report.fail(exitUnknownItem, unknownItem(name).problems.front());
-            continue;
-        }
-        for (auto const tag : membersOf(*item)) {
+        for (auto const tag : tags) {
             if (std::any_of(outcomes.begin(), outcomes.end(), [&](auto const& each) { return each.tag == tag; }))
                 continue;
             workbench.journal().ask(tag);

@@ -4,6 +4,7 @@
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceOCMS.h"
 #include "Media/MediaDataCache.h"
+#include "Tables/Labels.h"
 
 #include <fnmatch.h>
 
@@ -47,6 +48,12 @@ std::vector<std::string> collectNames(eDataTag tag)
         names.push_back(database.element->empty() ? *database.schema : *database.schema + "/" + *database.element);
     if (std::string const row = rowNames[static_cast<std::size_t>(tag)]; names.empty() || names.back() != row)
         names.push_back(row);
+    if (auto const* const word = Tables::flagWordOf(tag))
+        names.emplace_back(word);
+    for (auto const& table : Tables::all) {
+        if (table.tag == tag)
+            names.emplace_back(Tables::shortNameOf(table));
+    }
     return names;
 }
 
@@ -205,10 +212,25 @@ std::vector<std::string> namesNear(std::string const& name)
     return nearest(name, unique);
 }
 
+std::vector<eDataTag> namedBy(std::string const& name)
+{
+    auto const tag = findItem(name);
+    auto const table = std::ranges::find_if(Tables::all, [&](Tables::Table const& each) {
+        return Tables::shortNameOf(each) == name || (tag && each.tag == tag);
+    });
+    std::vector<eDataTag> tags;
+    if (table != Tables::all.end())
+        std::ranges::copy_if(allTags(), std::back_inserter(tags),
+                             [&](eDataTag each) { return each >= table->first && each <= table->last; });
+    else if (tag)
+        tags.push_back(*tag);
+    return tags;
+}
+
 std::vector<eDataTag> matchItems(std::string const& pattern)
 {
-    if (auto const exact = findItem(pattern))
-        return {*exact};
+    if (auto const exact = namedBy(pattern); !exact.empty())
+        return exact;
     bool const isGlob = pattern.find_first_of("*?") != std::string::npos;
     // Brackets are part of names ("codec[1]/type") and stand for themselves.
     std::string glob;

@@ -1,4 +1,5 @@
-// The items by the names people use for them: tag number, management item, schema/element, and the catalogue's row name.
+// The items by the names people use for them: tag number, management item, schema/element, the catalogue's row name, the word of
+// a flag, and for a table its short name.
 #pragma once
 
 #include "report/Report.h"
@@ -24,6 +25,9 @@ std::vector<std::string> const& namesOf(Data::eDataTag tag);
 /// Exact look-up over all naming forms; nothing for a name that no item or more than one item has.
 std::optional<Data::eDataTag> findItem(std::string const& name);
 
+/// The item of that name, or of a table or group its cells; none for a name that nothing has.
+std::vector<Data::eDataTag> namedBy(std::string const& name);
+
 /// The candidates closest to a word, nearest first.
 std::vector<std::string> nearest(std::string const& word, std::vector<std::string> const& candidates);
 
@@ -31,7 +35,7 @@ std::vector<std::string> nearest(std::string const& word, std::vector<std::strin
 std::vector<std::string> namesNear(std::string const& name);
 
 /// The items of which one name matches: a glob when the pattern has * or ?, else a part of a name in any letter case.
-/// A pattern that is exactly an item's name finds that item alone.
+/// A pattern that is exactly an item's name finds that item alone, and a table's name its cells.
 std::vector<Data::eDataTag> matchItems(std::string const& pattern);
 
 /// Passwords and PINs.
