@@ -5,6 +5,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <regex>
+
 namespace ToolTest {
 
 class JsonSchema {
@@ -37,6 +39,7 @@ private:
         for (auto const& name : schema.value("required", Json::array()))
             if (value.is_object() && !value.contains(name.get<std::string>()))
                 return at + ": lacks " + name.dump();
+        std::regex const key(schema.value("/propertyNames/pattern"_json_pointer, ""));
         auto const known = schema.value("properties", Json::object());
         auto const others = schema.value(value.is_array() ? "items" : "additionalProperties", Json(true));
         if (!value.is_structured())
@@ -44,7 +47,7 @@ private:
         std::string found;
         for (auto const& [name, member] : value.items()) {
             auto const& rule = value.is_object() && known.contains(name) ? known[name] : others;
-            if (found.empty() && rule == Json(false))
+            if (found.empty() && (rule == Json(false) || (value.is_object() && !std::regex_search(name, key))))
                 found = at + "/" + name + ": is not described";
             else if (found.empty() && rule.is_object())
                 found = fault(member, rule, at + "/" + name);

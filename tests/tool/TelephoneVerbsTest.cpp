@@ -10,9 +10,10 @@ struct TelephoneVerbs : ToolRunner {
     std::string columns(std::string const& table, std::string const& names) const
     {
         std::string text;
-        auto const answer = ask("table " + table);
+        auto answer = ask("table " + table);
+        answer.erase("exit");
         for (auto const& name : wordsOf(names))
-            text += column(answer[table], name.c_str());
+            text += column(answer.front(), name.c_str());
         return text;
     }
 };

@@ -188,14 +188,16 @@ int runWords(Invocation& invocation, Words const& words)
     if (isOfThisProcess)
         chooseColours(console, general.colour);
     auto const parsed = parse(words, registry);
+    // The parser takes options over only when all words are in order.
+    bool const wantsJson = general.json || std::find(words.begin(), words.end(), "--json") != words.end();
+    if (parsed.isVersion && wantsJson)
+        return show({exitOk, {{"version", Layout::Text, {"text"}, {{MEDIADATA_VERSION}}}}}, console, true);
     if (!parsed.text.empty()) {
         console.out << parsed.text;
         return exitOk;
     }
-    if (!parsed.verb) { // The parser takes options over only when all words are in order.
-        bool const wantsJson = std::find(words.begin(), words.end(), "--json") != words.end();
-        return show(parsed.problem, console, general.json || wantsJson);
-    }
+    if (!parsed.verb)
+        return show(parsed.problem, console, wantsJson);
     if (invocation.place != Place::Shell)
         takeOver(general, invocation.options);
     if (isOfThisProcess)

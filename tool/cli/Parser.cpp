@@ -99,10 +99,12 @@ public:
         std::reverse(words.begin(), words.end()); // The parser takes its words from the end.
         try {
             m_app.parse(std::move(words));
+        } catch (CLI::CallForVersion const& version) {
+            return {.text = textOf(version), .isVersion = true};
         } catch (CLI::ParseError const& error) {
-            return error.get_exit_code() == 0 ? Parsed{nullptr, textOf(error)} : Parsed{nullptr, {}, problemOf(error)};
+            return error.get_exit_code() == 0 ? Parsed{.text = textOf(error)} : Parsed{.problem = problemOf(error)};
         }
-        return {m_registry.find(given())};
+        return {.verb = m_registry.find(given())};
     }
 
 private:

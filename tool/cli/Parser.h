@@ -10,7 +10,8 @@ namespace Tool {
 struct Parsed {
     Verb const* verb = nullptr; ///< of the registry, its options filled in
     std::string text = {};      ///< without a verb: the help or the version that was asked for
-    Report problem = {};        ///< without either: what is wrong with the words
+    bool isVersion = false;
+    Report problem = {}; ///< without either: what is wrong with the words
 };
 
 Parsed parse(Words words, Registry const& registry);

@@ -1,5 +1,6 @@
 #include "report/Renderers.h"
 
+#include <cctype>
 #include <ostream>
 #include <utility>
 
@@ -7,11 +8,28 @@ namespace Tool {
 
 namespace {
 
+/// A name of a section or column in camelCase: "value check" is valueCheck, "sub-item" subItem, "URL parameters" urlParameters.
+std::string keyOf(std::string const& name)
+{
+    std::string key;
+    bool isLeading = true;
+    bool begins = false;
+    for (char const c : name) {
+        auto const letter = static_cast<unsigned char>(c);
+        bool const parts = c == ' ' || c == '-';
+        isLeading = isLeading && std::isupper(letter) != 0;
+        if (!parts)
+            key += static_cast<char>(begins ? std::toupper(letter) : isLeading ? std::tolower(letter) : letter);
+        begins = parts;
+    }
+    return key;
+}
+
 Json object(Section const& section, std::vector<Json> const& row)
 {
     Json result = Json::object();
     for (std::size_t column = 0; column < row.size(); ++column)
-        result[section.columns[column]] = row[column];
+        result[keyOf(section.columns[column])] = row[column];
     return result;
 }
 
@@ -33,7 +51,7 @@ void renderJson(Report const& report, std::ostream& out, JsonLayout layout)
 {
     Json result = Json::object();
     for (auto const& section : report.sections)
-        result[section.name] = sectionJson(section);
+        result[keyOf(section.name)] = sectionJson(section);
     if (!report.problems.empty()) {
         Json& errors = result["errors"] = Json::array();
         for (auto const& problem : report.problems) {

@@ -26,7 +26,7 @@ enum class Layout {
 };
 
 struct Section {
-    std::string name; ///< the key in JSON
+    std::string name; ///< in JSON the key, as those of the columns in camelCase
     Layout layout = Layout::Table;
     std::vector<std::string> columns;
     std::vector<std::vector<Json>> rows; ///< null: no value

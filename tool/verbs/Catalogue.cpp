@@ -3,6 +3,7 @@
 
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
+#include "workbench/Values.h"
 
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
@@ -108,7 +109,7 @@ Report json()
             else if (name == "userData" || name == "secondFlag" || name == "isTable")
                 values.emplace_back(cells[column] == "1");
             else if (name == "default")
-                values.emplace_back(std::move(cells[column]));
+                values.push_back(defaultOf(static_cast<eDataTag>(index)));
             else
                 values.push_back(absentAsNull(std::move(cells[column])));
         }

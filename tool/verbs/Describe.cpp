@@ -52,7 +52,7 @@ Report describe(Workbench& workbench, eDataTag tag)
         {"tag", static_cast<int>(tag)},
         {"value", shown(tag, readValue(tag).value_or(Json()), secrets)},
         {"type", typeName(record.value.type)},
-        {"default", exists(tag) ? Json(record.value.text) : Json()},
+        {"default", defaultOf(tag)},
         {"accepted", acceptedText(tag)},
         {"value check", orNull(chainText(record.valueChain))},
         {"text check", orNull(chainText(record.stringChain))},

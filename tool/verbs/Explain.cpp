@@ -274,7 +274,7 @@ Report Explanation::report() const
                          m_hidden};
     Section layers{"layers", Layout::Table, {"wins", "layer", "holds", "reason"}, {}, "\nLayers, the stronger ones below:"};
     for (auto const& layer : m_layers)
-        layers.rows.push_back({&layer == won ? "yes" : "no", layer.name, shown(m_tag, layer.holds, secrets), layer.says});
+        layers.rows.push_back({&layer == won, layer.name, shown(m_tag, layer.holds, secrets), layer.says});
     return {exitOk, {std::move(item), std::move(layers)}};
 }
 

@@ -1,6 +1,7 @@
 #include "workbench/Differences.h"
 
 #include "workbench/Items.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
 #include <utility>
@@ -24,7 +25,8 @@ void compareTexts(Section& section, std::string const& prefix, Texts const& othe
     names.insert(here.begin(), here.end());
     for (auto const& [name, ignored] : names) {
         if (valueIn(other, name) != valueIn(here, name))
-            section.rows.push_back({prefix + name, valueIn(other, name), valueIn(here, name)});
+            section.rows.push_back(
+                {prefix + name, typedValue(name, valueIn(other, name)), typedValue(name, valueIn(here, name))});
     }
 }
 

@@ -9,6 +9,7 @@
 #include "workbench/Management.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Snapshot.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
@@ -347,8 +348,8 @@ Report Import::report(ImportOptions const& options) const
         add(outcome.result, accountRow(outcome, secrets));
     auto const orNull = [](std::string const& text) { return text.empty() ? Json() : Json(text); };
     for (auto const& other : m_others)
-        add(other.result,
-            {wordOf(other.result), other.name, other.before, other.wanted, orNull(other.accepted), orNull(other.reason)});
+        add(other.result, {wordOf(other.result), other.name, typedValue(other.name, other.before),
+                           typedValue(other.name, other.wanted), orNull(other.accepted), orNull(other.reason)});
     for (auto const& [result, number] : numbers) {
         counts.columns.emplace_back(wordOf(result));
         counts.rows.front().emplace_back(number);

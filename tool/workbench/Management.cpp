@@ -47,7 +47,7 @@ bool isOwned(eDataTag tag)
     return DataCache::DataItemBuilder::dataItemDefaultTable[tag].component == eDataComponentMedia;
 }
 
-/// The tags that a name stands for: all cells of a table's management item, otherwise one.
+/// The tags that a name stands for: all cells of a management item or a table, otherwise one.
 std::vector<eDataTag> tagsOf(std::string const& name)
 {
     std::vector<eDataTag> tags;
@@ -56,11 +56,7 @@ std::vector<eDataTag> tagsOf(std::string const& name)
         if (row.item && row.subItem && *row.item == name)
             tags.push_back(tag);
     }
-    if (tags.empty()) {
-        if (auto const tag = findItem(name))
-            tags.push_back(*tag);
-    }
-    return tags;
+    return tags.empty() ? namedBy(name) : tags;
 }
 
 Problem noManagementItem(std::string const& name)
@@ -186,7 +182,7 @@ Report managementGet(Workbench& workbench, std::vector<std::string> const& items
         bool const known = (isOwned(tag) ? asked : observed).interogate(names.item, names.subItem, text);
         auto const* const missing = isOwned(tag) ? "hidden: the hardware cannot use this row" : "the service has no value";
         section.rows.push_back({names.item, names.subItem == names.item ? Json() : Json(names.subItem),
-                                known ? shown(tag, text, workbench.options().showSecrets) : Json(),
+                                known ? shown(tag, typedValue(tag, text), workbench.options().showSecrets) : Json(),
                                 known ? Json() : Json(missing)});
     }
     report.sections.push_back(std::move(section));
@@ -238,7 +234,8 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
             outcome.reason = limitOf(outcome);
         report.raise(rowOf(outcome.result).raises);
         noteRefusals(workbench, {outcome});
-        section.rows.push_back({wordOf(outcome.result), nameOf(tag), shown(tag, text, workbench.options().showSecrets),
+        section.rows.push_back({wordOf(outcome.result), nameOf(tag),
+                                shown(tag, typedValue(tag, text), workbench.options().showSecrets),
                                 outcome.reason.empty() ? Json() : Json(outcome.reason)});
     }
     report.sections.push_back(std::move(section));
@@ -301,9 +298,11 @@ Report managementJournal(Workbench& workbench)
 {
     Section section{"journal", Layout::Table, {"time", "kind", "item", "value"}, {}};
     section.headings = 1;
-    for (auto const& entry : workbench.service().journal())
-        section.rows.push_back({timeText(entry.time), entry.kind, entry.item,
-                                entry.kind == "read" && entry.value.empty() ? Json() : Json(entry.value)});
+    for (auto const& entry : workbench.service().journal()) {
+        bool const isQuestion = entry.kind == "read" && entry.value.empty();
+        section.rows.push_back(
+            {timeText(entry.time), entry.kind, entry.item, isQuestion ? Json() : typedValue(entry.item, entry.value)});
+    }
     return {exitOk, {std::move(section)}};
 }
 

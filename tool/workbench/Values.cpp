@@ -96,6 +96,19 @@ Json validate(eDataTag tag, std::string const& text, std::string& reason)
     return value;
 }
 
+Json typedValue(eDataTag tag, std::string const& text)
+{
+    std::string ignored;
+    auto value = validate(tag, text, ignored);
+    return value.is_null() ? Json(text) : value;
+}
+
+Json typedValue(std::string const& name, Json const& text)
+{
+    auto const tag = findItem(name.substr(name.find('/') + 1));
+    return tag && text.is_string() ? typedValue(*tag, text.get_ref<std::string const&>()) : text;
+}
+
 Json defaultOf(eDataTag tag)
 {
     std::string ignored;

@@ -43,6 +43,12 @@ std::optional<std::string> storedText(Host::Platform& platform, Data::eDataTag t
 /// The library's own check of a text, on an item of its own making; the typed value when it passes, else null.
 Json validate(Data::eDataTag tag, std::string const& text, std::string& reason);
 
+/// The text as a value of the item, or as it is when it is none.
+Json typedValue(Data::eDataTag tag, std::string const& text);
+
+/// The same for what an account calls flags/FLAG or an item; null stays.
+Json typedValue(std::string const& name, Json const& text);
+
 /// The catalogue's default as a value; null for items that are switched off.
 Json defaultOf(Data::eDataTag tag);
 
