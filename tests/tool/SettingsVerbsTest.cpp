@@ -3,6 +3,7 @@
 
 namespace ToolTest {
 
+using nlohmann::json;
 using SettingsVerbs = ToolRunner;
 
 TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
@@ -37,12 +38,42 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
     EXPECT_NE(answer.err.find(dataDirectory().string()), std::string::npos) << "a data directory that is a file";
 }
 
+TEST_F(SettingsVerbs, AnswerBadWordsWithWhatMayHaveBeenMeant)
+{
+    struct {
+        char const *words, *item, *reason, *near;
+    } const cases[]{{"", "", "a verb is missing: list, get, set, ", ""},
+                    {"mgmt", "mgmt", "a verb is missing: get, set, changed, reset-user-data, journal", ""},
+                    {"monitor 61", "monitor", "is no verb; mediadata --help lists them", "watch"},
+                    {"mgmt show", "show", "is no verb; mediadata mgmt --help lists them", "get"},
+                    {"expotr", "expotr", "is no verb; mediadata --help lists them", "export"},
+                    {"ice-server-pwd-0=Zebra", "ice-server-pwd-0", "is no verb; mediadata --help lists them", "get"},
+                    {"get", "", "ITEM is missing; see mediadata get --help", ""},
+                    {"list a b", "b", "is one word too many; see mediadata list --help", ""},
+                    {"set --fil=x", "--fil", "is no option here; see mediadata set --help", "--file"},
+                    {"set --file", "--file", "lacks its value; see mediadata set --help", ""},
+                    {"table codecs", "TABLE", "\"codecs\" is none of codec, srtp, ", "codec"},
+                    {"watch --count 99999999999", "--count", "\"99999999999\" is no whole number 0..1000000", ""},
+                    {"history --limit -1", "--limit", "\"-1\" is no whole number 0..1000000", ""},
+                    {"reset", "", "nothing to reset: give WHAT or --all", ""},
+                    {"reset audio --all", "", "--all stands alone", ""},
+                    {"list --json=x", "", "the value of an option is not understood; see mediadata list --help", ""}};
+    for (auto const& [words, item, reason, near] : cases) {
+        auto const answer = run(std::string("--json ") + words);
+        auto const error = answer.json()["errors"][0];
+        EXPECT_EQ(answer.status, 2) << words;
+        EXPECT_EQ(error["item"], *item ? json(item) : json()) << words;
+        EXPECT_TRUE(error["reason"].get<std::string>().starts_with(reason)) << answer.out;
+        EXPECT_EQ(error.value("/suggestions/0"_json_pointer, ""), near) << words;
+    }
+}
+
 TEST_F(SettingsVerbs, FindAnItemByEachOfItsNamesAndSuggestNearOnes)
 {
     std::pair<int, std::string> const cases[]{{61, "ringer-volume AudioSettings/RingerVolume RingerVolume"},
                                               {109, "codec[1]/type codecSettings/codec[1]/type CodecType1"},
-                                              {129, "DistinctiveRinging"},
-                                              {797, "OpusTest"}};
+                                              {129, "DistinctiveRinging ringing"},
+                                              {797, "OpusTest opus_test"}};
     for (auto const& [tag, names] : cases)
         for (auto const& name : wordsOf(names))
             EXPECT_EQ(ask("describe " + name)["item"]["tag"], tag) << name;

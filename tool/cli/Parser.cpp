@@ -4,8 +4,11 @@
 #include "workbench/Items.h"
 
 #include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
+#include <charconv>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -64,20 +67,28 @@ struct Adding {
     template <class T> CLI::Option* operator()(T* target) const { return app.add_option(name, *target, help); }
 };
 
-void add(CLI::App& app, Argument const& argument)
+/// Whether a text is a number of the range. Longer ones than any range has are none.
+bool isWithin(std::string const& text, std::pair<int, int> const& range)
 {
-    auto* const option = std::visit(Adding{app, argument.name, argument.help}, argument.target);
-    if (argument.isRequired)
-        option->required();
-    if (!argument.choices.empty())
-        option->check(CLI::IsMember(argument.choices));
-    if (argument.range)
-        option->check(CLI::Range(argument.range->first, argument.range->second));
-    if (!argument.value.empty())
-        option->option_text(argument.value);
-    if (!argument.variable.empty())
-        option->envname(argument.variable);
+    int number = 0;
+    auto const* const end = text.data() + text.size();
+    auto const [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end && number >= range.first && number <= range.second;
 }
+
+/// What people call verbs elsewhere.
+constexpr std::pair<char const*, char const*> synonyms[]{
+    {"apply", "import"},     {"audit", "history"},     {"backup", "export"}, {"cat", "get"},       {"change", "set"},
+    {"clear", "reset"},      {"compare", "diff"},      {"config", "list"},   {"console", "shell"}, {"daemon", "serve"},
+    {"default", "reset"},    {"defaults", "reset"},    {"delete", "reset"},  {"dump", "export"},   {"edit", "set"},
+    {"factory", "reset"},    {"find", "list"},         {"follow", "watch"},  {"grep", "list"},     {"info", "describe"},
+    {"inspect", "explain"},  {"interactive", "shell"}, {"keys", "list"},     {"listen", "watch"},  {"load", "import"},
+    {"log", "history"},      {"ls", "list"},           {"monitor", "watch"}, {"print", "get"},     {"put", "set"},
+    {"query", "get"},        {"read", "get"},          {"remove", "reset"},  {"repl", "shell"},    {"restore", "import"},
+    {"revert", "undo"},      {"rm", "reset"},          {"rollback", "undo"}, {"run", "shell"},     {"save", "export"},
+    {"schema", "catalogue"}, {"search", "list"},       {"server", "serve"},  {"show", "get"},      {"start", "serve"},
+    {"status", "list"},      {"subscribe", "watch"},   {"tail", "watch"},    {"unset", "reset"},   {"update", "set"},
+    {"view", "get"},         {"why", "explain"},       {"write", "set"}};
 
 /// The parser for all verbs of a registry.
 class Parser {
@@ -89,7 +100,7 @@ public:
         m_app.fallthrough();
         m_app.footer(exitCodes);
         for (auto const& argument : registry.arguments)
-            Tool::add(m_app, argument);
+            add(m_app, argument);
         for (auto const& verb : registry.verbs)
             add(verb);
     }
@@ -115,11 +126,43 @@ private:
         auto* const app =
             group.add_subcommand(blank == std::string::npos ? verb.name : verb.name.substr(blank + 1), verb.help);
         for (auto const& argument : verb.arguments)
-            Tool::add(*app, argument);
+            add(*app, argument);
         if (std::holds_alternative<Group>(verb.action)) {
             app->require_subcommand(1);
             m_groups[verb.name] = app;
         }
+    }
+
+    void add(CLI::App& app, Argument const& argument)
+    {
+        auto* const option = std::visit(Adding{app, argument.name, argument.help}, argument.target);
+        auto const& name = argument.name;
+        if (argument.isRequired)
+            option->required();
+        if (auto const& choices = argument.choices; !choices.empty())
+            option->check([this, name, choices](std::string const& given) {
+                bool const isOne = std::find(choices.begin(), choices.end(), given) != choices.end();
+                return isOne ? ""
+                             : refuse(name, fmt::format("\"{}\" is none of {}", given, fmt::join(choices, ", ")),
+                                      nearest(given, choices));
+            });
+        if (auto const range = argument.range)
+            option->check([this, name, range](std::string const& given) {
+                return isWithin(given, *range) ? ""
+                                               : refuse(name, fmt::format("\"{}\" is no whole number {}..{}", given,
+                                                                          range->first, range->second));
+            });
+        if (!argument.value.empty())
+            option->option_text(argument.value);
+        if (!argument.variable.empty())
+            option->envname(argument.variable);
+    }
+
+    /// Keeps what is wrong with a value, and tells the parser so.
+    std::string refuse(std::string const& name, std::string reason, Words near = {})
+    {
+        m_refused = {name, std::move(reason), std::move(near)};
+        return name;
     }
 
     /// The name of the verb among the words, as far as it was understood.
@@ -141,24 +184,53 @@ private:
 
     Report problemOf(CLI::ParseError const& error) const
     {
-        auto const unexpected = m_app.remaining(true);
-        if (unexpected.empty())
-            return failure(exitUsage, "", std::string(error.what()) + "; see --help");
-        return failure(exitUsage, unexpected.front(), "is not expected here; see --help", wordsNear(unexpected.front()));
+        auto const verb = given();
+        auto const help = fmt::format("mediadata {}--help", verb.empty() ? "" : verb + " ");
+        auto const below = m_registry.verbsBelow(verb);
+        if (!m_refused.reason.empty())
+            return failure(exitUsage, m_refused.item, m_refused.reason, m_refused.suggestions);
+        if (auto const unexpected = m_app.remaining(true); !unexpected.empty()) {
+            auto const word = unexpected.front().substr(0, unexpected.front().find('=')); // A value may be a secret.
+            if (word.starts_with('-'))
+                return failure(exitUsage, word, "is no option here; see " + help, nearest(word, optionsBehind(verb)));
+            return below.empty() ? failure(exitUsage, word, "is one word too many; see " + help)
+                                 : failure(exitUsage, word, "is no verb; " + help + " lists them", verbsNear(word, below));
+        }
+        if (!below.empty())
+            return failure(exitUsage, verb, fmt::format("a verb is missing: {}", fmt::join(below, ", ")));
+        // Its sentences begin with the name that they are about.
+        std::string const sentence = error.what();
+        auto const name = sentence.substr(0, sentence.find_first_of(": "));
+        if (dynamic_cast<CLI::RequiredError const*>(&error))
+            return failure(exitUsage, "", fmt::format("{} is missing; see {}", name, help));
+        if (dynamic_cast<CLI::ArgumentMismatch const*>(&error))
+            return failure(exitUsage, name, "lacks its value; see " + help);
+        return failure(exitUsage, "", "the value of an option is not understood; see " + help);
     }
 
-    /// Verbs or options that may have been meant.
-    Words wordsNear(std::string const& word) const
+    Words optionsBehind(std::string const& verb) const
     {
-        auto const verb = given();
         std::istringstream names(verb);
-        Words const behind{std::istream_iterator<std::string>(names), {}};
-        return nearest(word, word.starts_with('-') ? m_registry.optionNames(behind) : m_registry.verbsBelow(verb));
+        return m_registry.optionNames({std::istream_iterator<std::string>(names), {}});
+    }
+
+    /// What an unknown verb may have meant: a verb of another name, or those that take an item where one stands in its place.
+    static Words verbsNear(std::string const& word, Words const& verbs)
+    {
+        Words near;
+        for (auto const& [other, verb] : synonyms) {
+            if (word == other && std::find(verbs.begin(), verbs.end(), verb) != verbs.end())
+                near.emplace_back(verb);
+        }
+        if (findItem(word))
+            near.insert(near.end(), {"get", "set"});
+        return near.empty() ? nearest(word, verbs) : near;
     }
 
     Registry const& m_registry;
     CLI::App m_app{"See, change and exercise the settings of a telephone's media process.", "mediadata"};
     std::map<std::string, CLI::App*> m_groups;
+    Problem m_refused; ///< by a check of ours
 };
 
 } // namespace
