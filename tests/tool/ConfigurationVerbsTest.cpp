@@ -265,6 +265,9 @@ TEST_F(ConfigurationVerbs, ResetWhatThePreviewPromises)
     EXPECT_EQ(out("get door-opener-address-1 door-opener-pin-2"),
               "door-opener-address-1 = \"\"\ndoor-opener-pin-2 = \"\"\n");
     EXPECT_EQ(status("reset country ForceEtsi"), 4);
+    EXPECT_EQ(status("reset --all"), 0);
+    EXPECT_EQ(column(ask("diff")["differences"], "item"),
+              "device/model device/usb flags/force_etsi flags/opus_test country function-key-def-100 system-identifier ");
 }
 
 TEST_F(ConfigurationVerbs, RememberWhoChangedWhat)
@@ -319,15 +322,17 @@ TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
     auto const whole = exported();
     auto const document = json::parse(contentOf(MEDIADATA_SOURCE_DIR "/docs/json/answers.json"));
     JsonSchema const schema(document);
-    Words verbs{"value", "exit", "errors", "changed", "outcomes", "failure", "version", "diff --commands", "watch missed"};
+    Words verbs{"failure", "version", "diff --commands", "watch missed"};
     for (auto const& verb : Tool::Registry(Tool::Place::Process).verbs) {
         if (std::holds_alternative<Tool::Group>(verb.action))
             continue;
         verbs.push_back(verb.name);
         EXPECT_EQ(schema.fault(ask(verb.name + " --no-such-option"), "failure"), "") << verb.name;
     }
-    for (auto const& [definition, ignored] : document["$defs"].items())
-        EXPECT_EQ(std::erase(verbs, definition), 1U) << definition << ": no verb answers so";
+    for (auto const& [definition, ignored] : document["$defs"].items()) {
+        bool const isPart = document.dump().find("#/$defs/" + definition + '"') != std::string::npos;
+        EXPECT_EQ(std::erase(verbs, definition), isPart ? 0U : 1U) << definition << ": no verb answers so";
+    }
     EXPECT_EQ(verbs, Words()) << "not described";
     // The definition, then the command.
     auto const cases = split(

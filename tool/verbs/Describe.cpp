@@ -9,8 +9,10 @@
 #include "Data/DataItemBuilder.h"
 #include "Data/DataSourceDB.h"
 #include "Data/DataSourceOCMS.h"
+#include "Tables/Labels.h"
 #include "Tables/SettingOptions.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Tool::Verbs {
@@ -46,7 +48,10 @@ Report describe(Workbench& workbench, eDataTag tag)
     auto const& database = DataSourceDB::dataDbDescriptionTable[tag];
     auto const& management = DataSourceOCMS::dataOCMSDescriptionTable[tag];
     bool const secrets = workbench.options().showSecrets;
-    auto const parent = database.parentTable;
+    auto const table =
+        std::ranges::find_if(Tables::all, [=](auto const& each) { return each.holds(tag) || each.tag == tag; });
+    auto const name = table == Tables::all.end() ? Json() : Json(Tables::shortNameOf(*table));
+    bool const isGroup = !name.is_null() && table->kind == Tables::Kind::group;
     std::vector<std::pair<char const*, Json>> const lines{
         {"item", nameOf(tag)},
         {"tag", static_cast<int>(tag)},
@@ -61,7 +66,8 @@ Report describe(Workbench& workbench, eDataTag tag)
         {"secret", isSecret(tag)},
         {"schema", nameOrNull(database.schema)},
         {"element", nameOrNull(database.element)},
-        {"table", parent > eDataTagNone && parent < eDataTagEnd ? Json(nameOf(parent)) : Json()},
+        {"table", isGroup ? Json() : name},
+        {"group", isGroup ? name : Json()},
         {"management item", nameOrNull(management.item)},
         {"sub-item", nameOrNull(management.subItem)},
         {"names", namesOf(tag)},

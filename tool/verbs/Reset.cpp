@@ -4,6 +4,8 @@
 #include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
 #include "workbench/Consequences.h"
+#include "workbench/Document.h"
+#include "workbench/Import.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
 #include "workbench/Outcomes.h"
@@ -29,7 +31,8 @@ using Media::MediaDataCache;
 namespace {
 
 struct ResetOptions {
-    Words what;          ///< "audio" or "user-data", which the library resets by operations of its own; or items
+    Words what; ///< "audio" or "user-data", which the library resets by operations of its own; or items
+    bool all = false;
     bool dryRun = false; ///< says what would change and changes nothing
 };
 
@@ -82,7 +85,17 @@ Report resetSet(Workbench& workbench, std::vector<eDataTag> const& tags, bool (*
     return report;
 }
 
-Report resetItems(Workbench& workbench, std::vector<std::string> const& items, bool dryRun)
+/// All at once, as if a document said so: one after the other, rules would undo some.
+Report resetAll(Workbench& workbench, bool dryRun)
+{
+    Document document;
+    document.settings = defaultDocument().settings;
+    auto report = importDocument(workbench, document, {.dryRun = dryRun, .yes = true});
+    std::erase_if(report.sections, [](Section const& section) { return section.name == "counts"; });
+    return report;
+}
+
+Report resetItems(Workbench& workbench, Words const& items, bool dryRun)
 {
     Report report;
     std::vector<Outcome> outcomes;
@@ -110,6 +123,10 @@ Report resetItems(Workbench& workbench, std::vector<std::string> const& items, b
 Report run(ResetOptions const& options, Workbench& workbench)
 {
     auto const& what = options.what;
+    if (options.all != what.empty())
+        return failure(exitUsage, "", options.all ? "--all stands alone" : "nothing to reset: give WHAT or --all");
+    if (options.all)
+        return resetAll(workbench, options.dryRun);
     auto const names = [&](char const* word) { return std::find(what.begin(), what.end(), word) != what.end(); };
     if (!names("audio") && !names("user-data"))
         return resetItems(workbench, what, options.dryRun);
@@ -131,9 +148,9 @@ Verb resetVerb()
         .arguments = {{.name = "WHAT",
                        .target = &options->what,
                        .help = "audio: the user's audio settings; user-data: everything that follows the user; or "
-                               "items, where a table stands for its cells",
-                       .isRequired = true,
+                               "items, where a table or group stands for its cells",
                        .offer = Offers::words({"audio", "user-data"})},
+                      {.name = "--all", .target = &options->all, .help = "Every setting that the telephone keeps"},
                       {.name = "--dry-run", .target = &options->dryRun, .help = "Show what would change and write nothing"}},
         .changesAs = "reset",
         .action = onWorkbench(options),

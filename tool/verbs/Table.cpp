@@ -165,9 +165,9 @@ Verb tableVerb()
     auto const options = std::make_shared<TableOptions>();
     return {.name = "table",
             .help = "Show a table as people read it",
-            .arguments = {{.name = "NAME",
+            .arguments = {{.name = "TABLE",
                            .target = &options->name,
-                           .help = "codec, srtp, headset, ringing, door-openers, cameras or group-pickup",
+                           .help = "A table or group: codec, srtp, headset, ringing, door-openers, cameras or group-pickup",
                            .isRequired = true,
                            .choices = tableNames()},
                           {.name = "--alert",
