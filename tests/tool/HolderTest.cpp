@@ -1,7 +1,10 @@
 // A process that holds the data directory and serves the others: real processes, and hostile bytes at its socket.
 #include "ToolRunner.h"
 
+#include "cli/Seclusion.h"
+
 #include <sys/fsuid.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -150,6 +153,32 @@ TEST_F(Holder, TellsAWatcherWhatThereIsAndThenAllThatFollows)
     }
     EXPECT_GT(split(watchers.front().out(), '\n').size(), 1U) << "it came when all was over";
     EXPECT_EQ(status("watch --until ringer-audio-file=701 --timeout 1"), 1);
+}
+
+TEST_F(Holder, KeepsSecretsOutOfCommandLinesAndDumps)
+{
+    for (bool const isServed : {false, true}) {
+        if (isServed)
+            hold();
+        auto const asked = run("set --ask camera-password-1 61=5 --ask camera-password-2", "Zebra\n=Zebu");
+        EXPECT_EQ(asked.err, "");
+        EXPECT_EQ(out("get --show-secrets camera-password-1 camera-password-2"),
+                  "camera-password-1 = Zebra\ncamera-password-2 = =Zebu\n");
+        EXPECT_EQ(status("set --ask camera-password-1"), 2);
+        EXPECT_EQ(status("set --ask no-such-item"), 3);
+        EXPECT_NE(run("set camera-password-1=Gnu camera-password-2=Gnu").err.find("camera-password-1: a secret among"),
+                  std::string::npos);
+        EXPECT_EQ(run("set camera-password-1= 61=4 --yes").err, "");
+    }
+    EXPECT_NE(contentOf("/proc/" + m_holder->number() + "/limits").find("core file size        0  "), std::string::npos);
+    auto const child = ::fork();
+    if (child == 0) {
+        Tool::secludeProcess();
+        ::_exit(::prctl(PR_GET_DUMPABLE));
+    }
+    int dumpable = -1;
+    ::waitpid(child, &dumpable, 0);
+    EXPECT_EQ(dumpable, 0);
 }
 
 TEST_F(Holder, SaysWhenItIsReady)

@@ -66,6 +66,8 @@ public:
 
     std::optional<std::string> passphrase(std::string const& prompt) override { return sent("passphrase " + prompt); }
 
+    std::optional<std::string> secret(std::string const& prompt) override { return sent("secret " + prompt); }
+
     bool confirm(std::string const& question) override { return sent("confirm " + question) == "yes"; }
 
     bool lacksInput() const override { return !m_lacking.empty(); }

@@ -3,6 +3,7 @@
 #include "cli/Parser.h"
 #include "cli/Readiness.h"
 #include "cli/Registry.h"
+#include "cli/Seclusion.h"
 #include "cli/Serving.h"
 #include "holder/EndSignals.h"
 #include "holder/Reach.h"
@@ -10,6 +11,7 @@
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
 #include "verbs/Verbs.h"
+#include "workbench/Items.h"
 
 #include "HostPlatform.h"
 
@@ -108,8 +110,17 @@ int run(Call const& call, OnWorkbench const& action)
     return elsewhere ? end(call, *elsewhere) : call.answer(report);
 }
 
+/// Of a process that is about to hold the telephone for long.
+void seclude(Call const& call)
+{
+    auto const lack = secludeProcess();
+    if (!lack.empty() && call.general.verbose)
+        call.invocation.console->err << "mediadata: " << lack << std::endl;
+}
+
 int run(Call const& call, WhileHolding const& action)
 {
+    seclude(call);
     EndSignals const signals;
     if (auto const elsewhere = reachTelephone(call, Wish::Hold))
         return end(call, *elsewhere);
@@ -127,6 +138,7 @@ int run(Call const& call, Following const& action)
         invocation.watcher = action(*invocation.feed);
         return exitOk;
     }
+    seclude(call);
     // Whoever holds the directory: to be told to end is the usual end.
     for (int const ending : {SIGINT, SIGTERM, SIGHUP})
         std::signal(ending, [](int) { ::_exit(exitOk); });
@@ -179,6 +191,21 @@ void takeOver(General const& general, Options& options)
     options.logLevel = general.logLevel;
 }
 
+/// Other users see the words of a process, and the command shell remembers them.
+void warnOfSecrets(Console& console, Words const& words)
+{
+    for (auto const& word : words) {
+        auto const equals = std::min(word.find('='), word.size());
+        auto const tag = equals + 1 < word.size() ? findItem(word.substr(0, equals)) : std::nullopt;
+        if (!tag || !isSecret(*tag))
+            continue;
+        console.err << "mediadata: " << word.substr(0, equals)
+                    << ": a secret among a command's words is seen in the list of processes and kept by the command shell; "
+                       "set --ask asks for it\n";
+        return;
+    }
+}
+
 int runWords(Invocation& invocation, Words const& words)
 {
     auto& console = *invocation.console;
@@ -204,6 +231,8 @@ int runWords(Invocation& invocation, Words const& words)
         chooseColours(console, general.colour);
     general.showSecrets = general.showSecrets || invocation.options.showSecrets;
     general.dataDirectory = invocation.options.dataDirectory.string();
+    if (isOfThisProcess)
+        warnOfSecrets(console, words);
     if (parsed.verb->general)
         *parsed.verb->general = general;
     return run({invocation, words, general, *parsed.verb});

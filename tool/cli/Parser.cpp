@@ -137,6 +137,8 @@ private:
     {
         auto* const option = std::visit(Adding{app, argument.name, argument.help}, argument.target);
         auto const& name = argument.name;
+        if (argument.isOption())
+            option->allow_extra_args(false); // One value each time, even of an option that may come several times.
         if (argument.isRequired)
             option->required();
         if (auto const& choices = argument.choices; !choices.empty())

@@ -62,6 +62,7 @@ std::vector<Argument> generalArguments(General& general)
              .range = {{0, 6}},
              .offer = Offers::words({"0", "2", "3", "5", "6"}),
              .variable = "MEDIADATA_LOG"},
+            {.name = "--verbose", .target = &general.verbose, .help = "Say, too, what is of use to developers alone"},
             {.name = "--timeout",
              .target = &general.timeout,
              .help = "Wait up to so many seconds for another process that has the data directory (default 10)",

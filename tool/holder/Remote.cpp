@@ -93,6 +93,10 @@ bool Remote::supply(Request& request, std::string const& asked, Console& console
         request.answers[asked] = packed(console.readDirectory(name));
         return true;
     }
+    if (isNamed && kind == "secret") {
+        request.answers[asked] = console.secret(name);
+        return true;
+    }
     if (isNamed && kind == "file")
         request.answers[asked] = console.read(name);
     return isNamed && kind == "file";

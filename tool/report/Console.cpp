@@ -81,6 +81,19 @@ std::optional<std::string> typed(std::string const& prompt, bool isSecret)
     return line;
 }
 
+/// A line of the standard input, byte by byte: what follows may be meant for others.
+std::optional<std::string> nextLine()
+{
+    std::string line;
+    char next = 0;
+    while (::read(STDIN_FILENO, &next, 1) == 1) {
+        if (next == '\n')
+            return line;
+        line += next;
+    }
+    return line.empty() ? std::nullopt : std::optional(std::move(line));
+}
+
 } // namespace
 
 std::optional<std::string> Console::read(std::string const& file)
@@ -111,6 +124,17 @@ std::optional<std::string> Console::passphrase(std::string const& prompt)
         return given;
     quiet();
     auto line = typed(prompt + ": ", true);
+    if (gathersAhead)
+        m_passphrases[prompt] = line;
+    return line;
+}
+
+std::optional<std::string> Console::secret(std::string const& prompt)
+{
+    if (auto const found = m_passphrases.find(prompt); found != m_passphrases.end())
+        return found->second;
+    quiet();
+    auto line = ::isatty(STDIN_FILENO) == 1 ? typed(prompt + ": ", true) : nextLine();
     if (gathersAhead)
         m_passphrases[prompt] = line;
     return line;

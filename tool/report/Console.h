@@ -31,6 +31,9 @@ public:
     /// MEDIADATA_PASSPHRASE, or else one line that the user types without seeing it. Nothing when there is no terminal to ask at.
     virtual std::optional<std::string> passphrase(std::string const& prompt);
 
+    /// One line that the user types without seeing it or, without a terminal, of the standard input. Nothing at its end.
+    virtual std::optional<std::string> secret(std::string const& prompt);
+
     /// Whether the user says yes. Nobody does when the standard input is no terminal.
     virtual bool confirm(std::string const& question);
 

@@ -4,6 +4,7 @@
 #include "report/Console.h"
 #include "verbs/Arguments.h"
 #include "workbench/Assignment.h"
+#include "workbench/Items.h"
 #include "workbench/Workbench.h"
 
 #include <optional>
@@ -15,6 +16,7 @@ namespace {
 
 struct SetOptions {
     Words assignments;                  ///< ITEM=VALUE
+    Words asked;                        ///< items whose values gather() asks for
     std::string file;                   ///< with more of them, a line each
     std::optional<std::string> content; ///< of the file, by gather()
     bool dryRun = false;
@@ -25,6 +27,14 @@ struct SetOptions {
 
 Report gather(SetOptions& options, Console& console)
 {
+    for (auto const& item : options.asked) {
+        if (!findItem(item))
+            return unknownItem(item);
+        auto const value = console.secret(item);
+        if (!value && !console.lacksInput())
+            return failure(exitUsage, item, "no value came");
+        options.assignments.push_back(item + '=' + value.value_or(""));
+    }
     if (!options.file.empty())
         options.content = console.read(options.file);
     return {};
@@ -44,7 +54,7 @@ Report run(SetOptions const& options, Workbench& workbench)
     if (report.code != exitOk)
         return report;
     if (values.empty())
-        return failure(exitUsage, "", "nothing to set: give ITEM=VALUE or --file");
+        return failure(exitUsage, "", "nothing to set: give ITEM=VALUE, --ask or --file");
     return set(workbench, values,
                {.dryRun = options.dryRun, .atomic = options.atomic, .watch = options.watch, .yes = options.yes});
 }
@@ -63,6 +73,12 @@ Verb setVerb()
                        .help = "Read ITEM=VALUE lines from a file, - for standard input",
                        .value = "FILE",
                        .offer = Offers::files},
+                      {.name = "--ask",
+                       .target = &options->asked,
+                       .help = "Ask for the item's value without showing it, or take a line of the standard input; may "
+                               "be given several times",
+                       .value = "ITEM",
+                       .offer = Offers::items},
                       {.name = "--dry-run", .target = &options->dryRun, .help = "Check the values and write nothing"},
                       {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one value is refused"},
                       Arguments::yes(&options->yes),

@@ -36,6 +36,7 @@ struct General {
     std::string colour = "auto";
     std::string dataDirectory = {};
     std::optional<int> logLevel = {};
+    bool verbose = false;
     std::size_t timeout = 10; ///< seconds that it may wait for another process
 };
 
