@@ -21,7 +21,7 @@ install(TARGETS mediadata_library mediadata_host_platform mediadata_workbench EX
 # The headers. Of the host platform those that start and drive it; the rest is its own affair.
 install(DIRECTORY include/ DESTINATION ${headers}/mediadata COMPONENT development)
 install(DIRECTORY platform/include/ DESTINATION ${headers}/mediadata-platform COMPONENT development)
-set(host_headers seam/DeviceProfile.h seam/FailedWrite.h seam/HostLog.h seam/HostPlatform.h seam/LockMark.h service/JournalEntry.h
+set(host_headers seam/Author.h seam/DeviceProfile.h seam/FailedWrite.h seam/HostLog.h seam/HostPlatform.h seam/LockMark.h service/JournalEntry.h
     service/ManagementService.h)
 list(TRANSFORM host_headers PREPEND platform/host/)
 list(APPEND host_headers platform/common/AnnotatedMutex.h)

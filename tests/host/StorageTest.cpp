@@ -306,8 +306,72 @@ TEST_F(HostStorage, WhatWasReplacedIsInNoFileAnyMore)
         m_table.reset();
         ASSERT_TRUE(open()) << m_error;
     }
-    close();
+    auto& database = m_platform->database();
+    EXPECT_NE(contentOf(pathOf("mediadata.db")).find("secret "), std::string::npos) << "the history has it";
+    EXPECT_FALSE(database.replaceHistory({}, database.lastEntry() - 1)) << "there is an entry that the caller does not know";
+    EXPECT_TRUE(database.replaceHistory({}, database.lastEntry()));
     EXPECT_EQ(contentOf(pathOf("mediadata.db")).find("secret "), std::string::npos);
+    EXPECT_EQ(contentOf(pathOf("mediadata.db-wal")).find("secret "), std::string::npos);
+    auto const last = database.lastEntry();
+    ASSERT_TRUE(open()) << m_error;
+    ASSERT_TRUE(write("Many", "short", "x"));
+    EXPECT_EQ(m_platform->database().lastEntry(), last + 1) << "numbers go on";
+}
+
+TEST_F(HostStorage, EveryChangeHasItsEntryAndTheOldestLeaveForTheFile)
+{
+    auto& database = m_platform->database();
+    auto const store = [&](std::vector<Host::StoredItem> const& items) { return database.write(items, {}); };
+    auto const row = [](std::string const& name) { return "<Entry><name>" + name + "</name></Entry>"; };
+    auto const table = [&](std::string const& second) {
+        return "<Schema>" + row("a") + row(second) + row("c") + "</Schema>";
+    };
+    m_platform->author(Host::Author{"eva", "tool", "set", "shell", [] { return std::string("why"); }});
+    ASSERT_TRUE(store({{"AudioSettings", "RingerVolume", "1"}}));
+    ASSERT_TRUE(store({{"AudioSettings", "RingerVolume", "1"}})) << "changes nothing";
+    database.addToHistory({{"@flags", "ForceEtsi", "false", "true"}});
+    ASSERT_TRUE(store({{"T", "", table("b")}, {"AudioSettings", "RingerVolume", "2"}}));
+    m_platform->author({});
+    ASSERT_TRUE(store({{"T", "", table("'\"\xff\xc3\xa4")}}));
+    limitFiles(0);
+    EXPECT_FALSE(store({{"AudioSettings", "RingerVolume", "3"}}));
+    limitFiles();
+    auto entries = database.history().value();
+    entries.erase(entries.begin());
+    auto const told = [](Host::HistoryEntry const& entry) {
+        std::string text = std::to_string(entry.number) + entry.verb + entry.door + entry.note;
+        for (auto const& each : entry.changes)
+            text.append(" ").append(each.schema).append("/").append(each.element + ":" + each.before + ">" + each.after);
+        return text;
+    };
+    ASSERT_EQ(entries.size(), 3U);
+    EXPECT_EQ(told(entries[0]), "2setshellwhy AudioSettings/RingerVolume:failure>1");
+    EXPECT_EQ(told(entries[1]), "3setshellwhy T/:failure>" + table("b") +
+                                    " AudioSettings/RingerVolume:1>2"
+                                    " @flags/ForceEtsi:false>true");
+    EXPECT_EQ(told(entries[2]), "4application T/:<Schema><Entry/>" + row("b") + "<Entry/></Schema>><Schema><Entry/>" +
+                                    row("'\"\xff\xc3\xa4") + "<Entry/></Schema>");
+    EXPECT_EQ(entries[1].user, "eva");
+    EXPECT_NE(entries[2].user, "eva");
+    for (int value = 4; value < 400; ++value) {
+        auto const secret = std::string(200, 'p') + std::to_string(value);
+        ASSERT_TRUE(store({{"Doors", "Camera1Password", secret}, {"@management/a-pin", "a-pin", "q" + secret}}));
+    }
+    std::size_t size = 0;
+    entries = database.history().value();
+    for (auto const& each : entries)
+        size += told(each).size();
+    EXPECT_LT(size, 64U * 1024);
+    EXPECT_GT(size, 40U * 1024);
+    auto const file = contentOf(pathOf("mediadata.history"));
+    EXPECT_NE(file.find(R"({"number":4,)"), std::string::npos);
+    EXPECT_NE(file.find(R"('\"\ufffd)"
+                        "\xc3\xa4</name>"),
+              std::string::npos)
+        << file.substr(0, 2000);
+    EXPECT_NE(file.find(R"("old":"failure","new":"********"})"), std::string::npos);
+    EXPECT_EQ(file.find("pppp"), std::string::npos);
+    EXPECT_EQ(file.find("\"q"), std::string::npos);
 }
 
 /// Runs statements on a file that no platform has open; the texts of the rows' first columns.
@@ -390,8 +454,17 @@ TEST_F(HostStorage, TheJournalHasARowForEachOperationAndTheHistoryIsMended)
     std::vector<Host::JournalEntry> const many(Host::journalLimit - 1, {6, "read", "x", ""});
     ASSERT_TRUE(m_platform->database().write({}, many));
     EXPECT_EQ(m_platform->database().journal(Host::journalLimit).size(), many.size() + 1);
-    ASSERT_TRUE(m_platform->database().writeHistory({{{41, "me", 7, "AudioSettings", "RingerVolume", "failure", "5"}}}));
-    ASSERT_TRUE(m_platform->database().writeHistory({{{42, "you", 8, "AudioSettings", "RingerVolume", "5", "'\xff"}}}));
+    std::vector<Host::HistoryEntry> const history{
+        {41, 7, "me", "", "", "", "", {{"AudioSettings", "RingerVolume", "failure", "5"}}},
+        {42,
+         8,
+         "you",
+         "tool",
+         "set",
+         "shell",
+         "note",
+         {{"AudioSettings", "RingerVolume", "5", "'\xff"}, {"B", "", "", "x"}}}};
+    ASSERT_TRUE(m_platform->database().replaceHistory(history, m_platform->database().lastEntry()));
     m_table.reset();
     for (auto const& pages : {std::initializer_list<int>{0}, {0, 1}}) {
         close();
@@ -400,9 +473,10 @@ TEST_F(HostStorage, TheJournalHasARowForEachOperationAndTheHistoryIsMended)
         EXPECT_FALSE(m_platform->notices().empty());
     }
     close();
-    EXPECT_EQ(runSql(pathOf("mediadata.db"), "SELECT number || who || time || old || hex(new) FROM history ORDER BY number;"
-                                             "SELECT count(*) FROM journal; SELECT max(id) FROM journal"),
-              "41me7failure35 42you8527FF 2 2000 ");
+    EXPECT_EQ(runSql(pathOf("mediadata.db"),
+                     "SELECT number || iif(new = '', '', who || time || old || hex(new)) FROM history ORDER BY number;"
+                     "SELECT count(*) FROM journal; SELECT max(id) FROM journal"),
+              "412:me0:0:0:0:7-:313A35 423:you4:tool3:set5:shell4:note81:50:323A27FF313A78 43 2 2000 ");
 }
 
 } // namespace

@@ -128,7 +128,7 @@ bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEnt
     std::unique_ptr<Database> database = makeNew();
     if (database == nullptr)
         return false;
-    if (!database->write(items, journal) || !database->writeHistory(history)) {
+    if (!database->restore(items, journal, history)) {
         m_error = "database: cannot write " + m_directory.pathOf(newName);
         database.reset();
         removeAll(newName);

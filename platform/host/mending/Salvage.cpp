@@ -5,6 +5,7 @@
 
 #include "Files.h"
 #include "mending/LogGaps.h"
+#include "store/HistoryRow.h"
 #include "store/JournalRow.h"
 
 #include <sqlite3.h>
@@ -213,11 +214,15 @@ bool Salvage::takeEntry(sqlite3_stmt* row)
 
 bool Salvage::takeChange(sqlite3_stmt* row)
 {
-    HistoryEntry change{sqlite3_column_int64(row, 0), "", sqlite3_column_int64(row, 2), "", "", "", ""};
-    if (!text(row, 1, change.who) || sqlite3_column_type(row, 2) != SQLITE_INTEGER || !text(row, 3, change.schema) ||
-        !text(row, 4, change.element) || !text(row, 5, change.before) || !text(row, 6, change.after))
+    std::vector<std::string> columns{
+        std::to_string(sqlite3_column_int64(row, 0)), "", std::to_string(sqlite3_column_int64(row, 2)), "", "", "", ""};
+    for (int const column : {1, 3, 4, 5, 6})
+        if (!text(row, column, columns[static_cast<std::size_t>(column)]))
+            return false;
+    HistoryEntry entry;
+    if (sqlite3_column_type(row, 2) != SQLITE_INTEGER || !HistoryRow(std::move(columns)).read(entry))
         return false;
-    m_history.try_emplace(change.number, std::move(change));
+    m_history.try_emplace(entry.number, std::move(entry));
     return true;
 }
 

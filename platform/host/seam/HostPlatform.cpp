@@ -78,6 +78,7 @@ bool Platform::take(Options const& options, std::string& error)
     m_database = openDatabase(*m_directory, m_notices, error);
     if (m_database == nullptr)
         return false;
+    m_database->keepHistoryIn(*m_directory);
     if (int const lost = newKey ? m_database->countValues(std::string(SecretBox::prefix)) : 0; lost > 0) {
         m_notices.push_back("the key file was missing: " + std::to_string(lost) +
                             " secrets can no longer be read and have to be set again");
@@ -135,6 +136,11 @@ std::set<FailedWrite> Platform::takeFailedWrites()
 bool Platform::takeDatabaseError()
 {
     return m_database->takeError();
+}
+
+void Platform::author(std::optional<Author> author)
+{
+    m_database->author(std::move(author));
 }
 
 void Platform::readDeviceProfile()

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "AnnotatedMutex.h"
+#include "Author.h"
 #include "DeviceProfile.h"
 #include "FailedWrite.h"
 #include "ManagementService.h"
@@ -66,6 +67,9 @@ public:
 
     /// Since the last call SQLite failed at something, be it a read, a write or the service's journal. For any thread.
     bool takeDatabaseError();
+
+    /// Names who does what the calling thread changes from now on, for the history; nothing: this process, as an application.
+    void author(std::optional<Author> author);
 
     DeviceProfile deviceProfile() const;
 

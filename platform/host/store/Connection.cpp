@@ -101,8 +101,8 @@ std::string textOf(sqlite3_stmt* row, int column)
 /// SQLite says so of a commit as well.
 bool onlyReads(Connection::Statement statement)
 {
-    constexpr Connection::Statement all[]{Connection::readItem, Connection::listItems, Connection::countItems,
-                                          Connection::readJournal};
+    constexpr Connection::Statement all[]{Connection::readItem,    Connection::listItems,      Connection::countItems,
+                                          Connection::readJournal, Connection::measureHistory, Connection::readHistory};
     return std::ranges::find(all, statement) != std::end(all);
 }
 
@@ -119,7 +119,7 @@ Connection::Row rowOf(sqlite3_stmt* statement)
 std::array<char const*, Connection::statements> const Connection::m_texts{
     "SELECT value FROM item WHERE schema = ?1 AND element = ?2", "SELECT schema, element, value FROM item",
     "INSERT INTO item (schema, element, value) VALUES (?1, ?2, ?3) "
-    "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value",
+    "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value WHERE replaces(item.value)",
     "SELECT schema, element, value FROM item WHERE schema >= ?1 AND (schema < ?2 OR ?1 = '') ORDER BY schema, element",
     "SELECT count(*) FROM item WHERE value >= ?1 AND value < ?2",
     // A row has the number of its last entry.
@@ -127,8 +127,12 @@ std::array<char const*, Connection::statements> const Connection::m_texts{
     "((SELECT coalesce(max(id), 0) FROM journal) + CAST(?1 AS INTEGER), ?2, ?3, ?4, ?5, ?6)",
     "DELETE FROM journal WHERE id <= (SELECT max(id) FROM journal) - CAST(?1 AS INTEGER)",
     "SELECT time, kind, item, value, further FROM journal ORDER BY id DESC LIMIT CAST(?1 AS INTEGER)",
-    "INSERT INTO history (number, who, time, schema, element, old, new) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
-    "BEGIN IMMEDIATE", "COMMIT", "ROLLBACK"};
+    "SELECT coalesce(max(number), 0), coalesce(sum(length(CAST(who || schema || element || old || new AS BLOB)) + 20), 0) "
+    "FROM history",
+    "SELECT number, who, time, schema, element, old, new FROM history WHERE number > CAST(?1 AS INTEGER) "
+    "ORDER BY number LIMIT 16",
+    "INSERT OR REPLACE INTO history (number, who, time, schema, element, old, new) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
+    "DELETE FROM history WHERE number <= CAST(?1 AS INTEGER)", "BEGIN IMMEDIATE", "COMMIT", "ROLLBACK"};
 
 std::unique_ptr<Connection> Connection::open(std::string const& path, bool isSealed, DatabaseFault& fault)
 {
@@ -226,9 +230,23 @@ bool Connection::prepareStatements(bool isSealed, DatabaseFault& fault)
 sqlite3_stmt* Connection::prepared(Statement statement)
 {
     sqlite3_stmt*& prepared = m_prepared[statement];
-    if (prepared == nullptr)
-        sqlite3_prepare_v3(m_handle, m_texts[statement], -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
+    if (prepared != nullptr)
+        return prepared;
+    if (statement == writeItem)
+        sqlite3_create_function(m_handle, "replaces", 1, SQLITE_UTF8 | SQLITE_DIRECTONLY, this, &Connection::replaces,
+                                nullptr, nullptr);
+    sqlite3_prepare_v3(m_handle, m_texts[statement], -1, SQLITE_PREPARE_PERSISTENT, &prepared, nullptr);
     return prepared;
+}
+
+/// SQL's function replaces(old), true with the old value noted. It saves a look for each value that is written.
+void Connection::replaces(sqlite3_context* context, int, sqlite3_value** values)
+{
+    auto& replaced = static_cast<Connection*>(sqlite3_user_data(context))->m_replaced;
+    auto const* const text = static_cast<char const*>(sqlite3_value_blob(values[0]));
+    auto const size = static_cast<std::size_t>(sqlite3_value_bytes(values[0]));
+    replaced.emplace(text != nullptr ? text : "", size);
+    sqlite3_result_int(context, 1);
 }
 
 /// Logs and remembers that something failed. Always false.
@@ -246,6 +264,7 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
     if (text == nullptr)
         return complain(std::string("\"") + m_texts[statement] + "\" cannot be prepared: " + sqlite3_errmsg(m_handle));
     m_isChanged = m_isChanged || !onlyReads(statement);
+    m_replaced.reset();
     int place = 0;
     for (std::string const& each : parameters)
         sqlite3_bind_text64(text, ++place, each.data(), each.size(), SQLITE_STATIC, SQLITE_UTF8);
@@ -273,16 +292,19 @@ bool Connection::run(Statement statement, std::span<std::string const> parameter
 
 bool Connection::makeLogTrue()
 {
-    if (m_isLogTrue)
-        return true;
     // What was committed is carried over into the file and the log emptied, refused changes with it.
-    sqlite3_file* log = nullptr;
-    m_isLogTrue = sqlite3_wal_checkpoint_v2(m_handle, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK &&
-                  sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK &&
-                  (log->pMethods == nullptr || log->pMethods->xSync(log, SQLITE_SYNC_NORMAL) == SQLITE_OK);
+    m_isLogTrue = m_isLogTrue || emptyLog();
     return m_isLogTrue ||
            complain(fileOf(m_handle) + ": the log may hold a change that was refused, and cannot be emptied: " +
                     sqlite3_errmsg(m_handle) + "; until it can, nothing is stored");
+}
+
+bool Connection::emptyLog()
+{
+    sqlite3_file* log = nullptr;
+    return sqlite3_wal_checkpoint_v2(m_handle, "main", SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr) == SQLITE_OK &&
+           sqlite3_file_control(m_handle, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK &&
+           (log->pMethods == nullptr || log->pMethods->xSync(log, SQLITE_SYNC_NORMAL) == SQLITE_OK);
 }
 
 ReadAhead Connection::readAhead(DatabaseFault& fault)

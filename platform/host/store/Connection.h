@@ -7,12 +7,15 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 struct sqlite3;
+struct sqlite3_context;
 struct sqlite3_stmt;
+struct sqlite3_value;
 
 namespace Host {
 
@@ -34,7 +37,10 @@ public:
         addEntry,
         trimJournal,
         readJournal,
+        measureHistory,
+        readHistory,
         addHistory,
+        trimHistory,
         begin,
         commit,
         rollback
@@ -52,6 +58,12 @@ public:
 
     /// False is logged. The result's rows are appended to `rows`, when given. What only reads is tried three times.
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
+
+    /// Whether the last writeItem replaced a value, and which.
+    std::optional<std::string> const& replaced() const { return m_replaced; }
+
+    /// Nothing that was deleted or replaced is left in the log.
+    bool emptyLog();
 
     /// All rows in one pass, to be asked for once; those up to the fault when there is one.
     ReadAhead readAhead(DatabaseFault& fault);
@@ -80,11 +92,13 @@ private:
     bool failed(DatabaseFault& fault, std::string const& action) const;
     bool complain(std::string const& text);
     sqlite3_stmt* prepared(Statement);
+    static void replaces(sqlite3_context* context, int count, sqlite3_value** values);
 
     static std::array<char const*, statements> const m_texts;
 
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
+    std::optional<std::string> m_replaced;
     bool m_hadError = false;
     bool m_isLogTrue = true;
     bool m_isChanged = false;

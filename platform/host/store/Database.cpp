@@ -111,11 +111,24 @@ bool Database::mayWrite(StoredItem const& item)
     return false;
 }
 
-bool Database::runItems(std::span<StoredItem const> items)
+bool Database::runItems(std::span<StoredItem const> items, bool isEntered)
 {
-    for (StoredItem const& each : items)
+    for (StoredItem const& each : items) {
         if (!m_connection->run(Connection::writeItem, std::array{each.schema, each.element, each.value}))
             return false;
+        auto const& replaced = m_connection->replaced();
+        if (!isEntered || replaced == each.value)
+            continue;
+        if (replaced && each.element.empty()) {
+            std::string before = *replaced;
+            std::string after = each.value;
+            keepDifferentRows(before, after);
+            if (!m_history.add(*m_connection, {each.schema, each.element, before, after}))
+                return false;
+        } else if (!m_history.add(*m_connection, {each.schema, each.element, replaced, each.value})) {
+            return false;
+        }
+    }
     return true;
 }
 
@@ -134,29 +147,36 @@ bool Database::runJournal(std::span<JournalEntry const> journal)
 
 bool Database::runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
 {
-    bool const itemsDone = runItems(items);
+    bool const itemsDone =
+        runItems(items, true) && m_history.enter(*m_connection, m_historyFile ? &*m_historyFile : nullptr);
     bool const journalDone = runJournal(journal);
     return itemsDone && journalDone &&
            (journal.empty() || m_connection->run(Connection::trimJournal, std::array{std::to_string(journalLimit)}));
 }
 
-bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+/// A change is a function that answers whether all of it was done.
+template <class Change> bool Database::transact(Change const& change)
 {
     if (!m_connection->makeLogTrue())
         return false;
-    bool const isAlone = items.size() == 1 && journal.empty(); // a statement alone is a transaction
+    bool isDone = false;
     try {
-        if (isAlone
-                ? runAll(items, journal)
-                : m_connection->run(Connection::begin) && runAll(items, journal) && m_connection->run(Connection::commit))
-            return true;
+        isDone = m_connection->run(Connection::begin) && change() && m_connection->run(Connection::commit);
     } catch (std::bad_alloc const&) { // a write that failed; its transaction must not stay open
     }
+    m_history.settle(isDone);
+    if (isDone)
+        return true;
     // A full disk may have rolled back already.
     if (m_connection->isInTransaction())
         m_connection->run(Connection::rollback);
     m_connection->makeLogTrue();
     return false;
+}
+
+bool Database::transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
+{
+    return transact([&]() MEDIADATA_REQUIRES(m_mutex) { return runAll(items, journal); });
 }
 
 bool Database::writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
@@ -276,18 +296,59 @@ std::vector<StoredItem> Database::list(std::string const& prefix)
     return result;
 }
 
-bool Database::writeHistory(std::span<HistoryEntry const> history)
+bool Database::restore(std::span<StoredItem const> items, std::span<JournalEntry const> journal,
+                       std::span<HistoryEntry const> history)
 {
     Threads::Lock const lock(m_mutex);
-    bool isDone = history.empty() || m_connection->run(Connection::begin);
-    for (HistoryEntry const& each : history)
-        isDone = isDone && m_connection->run(Connection::addHistory,
-                                             std::array{std::to_string(each.number), each.who, std::to_string(each.time),
-                                                        each.schema, each.element, each.before, each.after});
-    isDone = isDone && (history.empty() || m_connection->run(Connection::commit));
-    if (m_connection->isInTransaction())
-        m_connection->run(Connection::rollback);
-    return isDone;
+    return transact([&]() MEDIADATA_REQUIRES(m_mutex) {
+        return runItems(items, false) && runAll({}, journal) && m_history.replace(*m_connection, history);
+    });
+}
+
+void Database::keepHistoryIn(DataDirectory const& directory)
+{
+    m_historyFile.emplace(directory);
+}
+
+void Database::author(std::optional<Author> author)
+{
+    Threads::Lock const lock(m_mutex);
+    m_history.author(std::this_thread::get_id(), std::move(author));
+}
+
+void Database::addToHistory(std::vector<HistoryChange> changes)
+{
+    Threads::Lock const lock(m_mutex);
+    m_history.addToNext(std::move(changes));
+}
+
+bool Database::completeHistory()
+{
+    Threads::Lock const lock(m_mutex);
+    return !m_history.isWaiting() || transact({}, {});
+}
+
+std::optional<std::vector<HistoryEntry>> Database::history()
+{
+    Threads::Lock const lock(m_mutex);
+    std::vector<HistoryEntry> entries;
+    return m_history.read(*m_connection, entries) ? std::optional(std::move(entries)) : std::nullopt;
+}
+
+bool Database::replaceHistory(std::span<HistoryEntry const> entries, std::int64_t last)
+{
+    Threads::Lock const lock(m_mutex);
+    auto const change = [&]() MEDIADATA_REQUIRES(m_mutex) {
+        return m_history.replace(*m_connection, entries) && m_history.begin(*m_connection) &&
+               m_history.enter(*m_connection, nullptr);
+    };
+    return m_history.last(*m_connection) == last && transact(change) && m_connection->emptyLog();
+}
+
+std::int64_t Database::lastEntry()
+{
+    Threads::Lock const lock(m_mutex);
+    return m_history.last(*m_connection);
 }
 
 std::vector<JournalEntry> Database::journal(int limit)

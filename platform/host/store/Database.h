@@ -7,7 +7,8 @@
 #include "seam/FailedWrite.h"
 #include "service/JournalEntry.h"
 #include "store/Connection.h"
-#include "store/HistoryEntry.h"
+#include "store/History.h"
+#include "store/HistoryFile.h"
 #include "store/ReadAhead.h"
 
 #include <memory>
@@ -22,6 +23,7 @@
 namespace Host {
 
 class DatabaseSeal;
+class DataDirectory;
 
 struct StoredItem {
     std::string schema;
@@ -65,8 +67,32 @@ public:
     /// The values of all schemas that begin with `prefix`, in the order of schema and element.
     std::vector<StoredItem> list(std::string const& prefix);
 
-    /// Adds to the history, everything or nothing.
-    bool writeHistory(std::span<HistoryEntry const> history);
+    /// Puts into an empty database what another one had, everything or nothing. The history gets no entry of it.
+    bool restore(std::span<StoredItem const> items, std::span<JournalEntry const> journal,
+                 std::span<HistoryEntry const> history);
+
+    /// Where entries of the history go that are too much; as long as that is not said they stay. The directory lives longer.
+    void keepHistoryIn(DataDirectory const& directory);
+    HistoryFile const& historyFile() const { return *m_historyFile; } ///< of that directory
+
+    /// Who makes the changes of the calling thread from now on; nothing: this process, as an application.
+    void author(std::optional<Author> author);
+
+    /// Adds what is not in the database to the next entry of the history.
+    void addToHistory(std::vector<HistoryChange> changes);
+
+    /// Makes what waits for the next entry one of its own. Durable when true.
+    bool completeHistory();
+
+    /// The entries in the database, oldest first; nothing when they cannot be read.
+    std::optional<std::vector<HistoryEntry>> history();
+
+    /// Puts these in the place of all entries, behind them one that says who did so, and leaves nothing of the others in the
+    /// database's files. `last` is the number of the last one that the caller knows: when there are others by now it is refused.
+    bool replaceHistory(std::span<HistoryEntry const> entries, std::int64_t last);
+
+    /// The number of the last entry.
+    std::int64_t lastEntry();
 
     /// The last entries, oldest first.
     std::vector<JournalEntry> journal(int limit);
@@ -98,9 +124,10 @@ private:
     bool isInGroup() const MEDIADATA_REQUIRES(m_mutex);
     bool writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
-    bool runItems(std::span<StoredItem const> items) MEDIADATA_REQUIRES(m_mutex);
+    bool runItems(std::span<StoredItem const> items, bool isEntered) MEDIADATA_REQUIRES(m_mutex);
     bool runJournal(std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
+    template <class Change> bool transact(Change const& change) MEDIADATA_REQUIRES(m_mutex);
     bool transact(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     bool writeWithWaiting(std::span<StoredItem const> items, std::span<JournalEntry const> journal)
         MEDIADATA_REQUIRES(m_mutex);
@@ -108,6 +135,8 @@ private:
     Threads::Mutex m_mutex;
     std::unique_ptr<DatabaseSeal> m_seal;
     std::unique_ptr<Connection> m_connection MEDIADATA_PT_GUARDED_BY(m_mutex);
+    History m_history MEDIADATA_GUARDED_BY(m_mutex);
+    std::optional<HistoryFile> m_historyFile;
     std::vector<JournalEntry> m_waiting MEDIADATA_GUARDED_BY(m_mutex); // for the next write
     // Until the first write or the end of the start-up.
     std::optional<ReadAhead> m_ahead MEDIADATA_GUARDED_BY(m_mutex);

@@ -1,5 +1,5 @@
 // How entries of the management service's journal lie in its table: one row for each operation. The first entry has columns of its
-// own, as every entry once had, and the others follow in one text, each name and value behind its length: "7:ringers1:5".
+// own, as every entry once had, and the others follow in one list of texts: name and value of each.
 #pragma once
 
 #include "service/JournalEntry.h"
