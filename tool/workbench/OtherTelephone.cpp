@@ -3,22 +3,19 @@
 #include "workbench/OtherTelephone.h"
 
 #include "report/Report.h"
+#include "workbench/Child.h"
 #include "workbench/ScratchDirectory.h"
 
 #include "Files.h"
 
-#include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <system_error>
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/file.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace Tool {
@@ -74,33 +71,17 @@ std::string contentOf(fs::path const& path)
 /// Runs this tool over the directory; its output lies in the scratch directory then. The exit status, or -1.
 int runExport(fs::path const& directory, fs::path const& out, fs::path const& err)
 {
-    std::string words[]{"mediadata", "--data-dir", directory.string(), "export", "--show-secrets"};
-    char* arguments[]{words[0].data(), words[1].data(), words[2].data(), words[3].data(), words[4].data(), nullptr};
-    posix_spawn_file_actions_t streams;
-    ::posix_spawn_file_actions_init(&streams);
-    ::posix_spawn_file_actions_addopen(&streams, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    ::posix_spawn_file_actions_addopen(&streams, STDERR_FILENO, err.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    // The child may end at once.
-    posix_spawnattr_t attributes;
-    sigset_t none;
-    sigemptyset(&none);
-    ::posix_spawnattr_init(&attributes);
-    ::posix_spawnattr_setsigmask(&attributes, &none);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-    pid_t child = 0;
-    // Under an emulator the process's own file is the emulator.
-    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
-    int const started =
-        ::posix_spawn(&child, program && *program ? program : "/proc/self/exe", &streams, &attributes, arguments, ::environ);
-    ::posix_spawnattr_destroy(&attributes);
-    ::posix_spawn_file_actions_destroy(&streams);
-    int status = 0;
-    while (started == 0 && ::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR)
-            return -1;
-    }
-    return started == 0 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    auto const make = [](fs::path const& path) {
+        return Host::FileDescriptor(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    };
+    Host::FileDescriptor const nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    auto const answer = make(out);
+    auto const remarks = make(err);
+    if (!nothing || !answer || !remarks)
+        return -1;
+    auto const child = startChild({"--data-dir", directory.string(), "export", "--show-secrets"}, nothing.get(),
+                                  answer.get(), remarks.get());
+    return child < 0 ? -1 : endOfChild(child);
 }
 
 /// The last line that the other process said, without its name.

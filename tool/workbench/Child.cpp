@@ -1,0 +1,53 @@
+#include "workbench/Child.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Tool {
+
+pid_t startChild(std::vector<std::string> words, int in, int out, int err)
+{
+    words.insert(words.begin(), "mediadata");
+    std::vector<char*> arguments;
+    for (auto& word : words)
+        arguments.push_back(word.data());
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t streams;
+    ::posix_spawn_file_actions_init(&streams);
+    ::posix_spawn_file_actions_adddup2(&streams, in, STDIN_FILENO);
+    ::posix_spawn_file_actions_adddup2(&streams, out, STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&streams, err, STDERR_FILENO);
+    // The child may end at once, whatever this process keeps for later. It has no terminal to ask at, and does not hear a Ctrl-C.
+    posix_spawnattr_t attributes;
+    sigset_t none;
+    sigemptyset(&none);
+    ::posix_spawnattr_init(&attributes);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+    pid_t child = -1;
+    // Under an emulator the process's own file is the emulator.
+    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
+    int const fault = ::posix_spawn(&child, program && *program ? program : "/proc/self/exe", &streams, &attributes,
+                                    arguments.data(), ::environ);
+    ::posix_spawnattr_destroy(&attributes);
+    ::posix_spawn_file_actions_destroy(&streams);
+    errno = fault;
+    return fault == 0 ? child : -1;
+}
+
+int endOfChild(pid_t child)
+{
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return -1;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+} // namespace Tool
