@@ -316,6 +316,46 @@ TEST_F(ConfigurationVerbs, KeepTheHistoryReadableAndBoundedAndWorkOnWithout)
     EXPECT_EQ(out("get ringer-volume"), "7\n");
 }
 
+TEST_F(ConfigurationVerbs, BringATemplateToManyTelephones)
+{
+    changeALot();
+    write("template.json", exported());
+    auto const file = (root() / "template.json").string();
+    std::string list = "# all of them\n\n";
+    for (int number = 0; number < 9; ++number)
+        list += (root() / ("phone" + std::to_string(number))).string() + " \n";
+    telephone = "phone1";
+    ASSERT_EQ(status("set ringer-volume=8"), 0);
+    write("phone2", "a file"); // in the place of the third
+    fs::create_directory(root() / "phone3");
+    write("phone3/mediadata.db", "no database of ours");
+    JsonSchema const schema(json::parse(contentOf(MEDIADATA_SOURCE_DIR "/docs/json/answers.json")));
+    auto const visit = [&](std::string const& command) {
+        auto const answer = run(command + " --jobs 3 --from-file - --json", list);
+        EXPECT_EQ(schema.fault(answer.json(), command.substr(0, command.find(" --"))), "") << answer.out;
+        EXPECT_EQ(answer.status, 5) << "the gravest of all";
+        return answer.json();
+    };
+    auto const equal = [&](json const& answer) {
+        auto const results = column(answer["telephones"], "result");
+        EXPECT_EQ(answer["telephones"][2]["result"], "failed");
+        return (results.size() - std::string("failed ").size()) / std::string("equal ").size();
+    };
+    EXPECT_EQ(column(visit("fleet import --dry-run --template " + file)["telephones"], "result"),
+              "done done failed done done done done done done ");
+    EXPECT_EQ(column(visit("fleet import --template " + file)["left"], "item"), "null ");
+    EXPECT_EQ(equal(visit("fleet diff --template " + file)), 8U);
+    fs::remove(root() / "phone2");
+    auto const second =
+        run("fleet import --template - --json " + (root() / "phone1/").string() + ' ' + (root() / "phone2").string(),
+            contentOf(file));
+    EXPECT_EQ(second.json()["telephones"][0]["stored"], 0);
+    EXPECT_GT(second.json()["telephones"][1]["stored"], 10);
+    EXPECT_EQ(second.status, 0);
+    EXPECT_EQ(status("fleet diff phone phone/"), 2);
+    EXPECT_EQ(status("fleet import phone"), 2) << "without a template";
+}
+
 TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
 {
     changeALot();

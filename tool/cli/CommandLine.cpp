@@ -79,7 +79,7 @@ int run(Call const& call, Group const&)
 
 int run(Call const& call, Alone const& action)
 {
-    return call.answer(action());
+    return call.answer(action(*call.invocation.console));
 }
 
 int run(Call const& call, OnWorkbench const& action)

@@ -29,7 +29,9 @@ std::filesystem::path defaultDataDirectory()
 std::vector<Verb> allVerbs()
 {
     using namespace Verbs;
-    auto verbs = managementVerbs();
+    auto verbs = fleetVerbs();
+    auto const management = managementVerbs();
+    verbs.insert(verbs.begin(), management.begin(), management.end());
     verbs.insert(verbs.begin(), {listVerb(), getVerb(), setVerb(), describeVerb(), explainVerb(), diffVerb(), exportVerb(),
                                  importVerb(), resetVerb(), historyVerb(), catalogueVerb()});
     verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), shellVerb(),

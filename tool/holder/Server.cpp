@@ -27,7 +27,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t mostConnections = 64; ///< at once, watchers among them
-constexpr int longestQueue = 1024;          ///< of those who wait for one
+constexpr int longestBacklog = 1024;        ///< of those who wait for one
 constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
 constexpr auto longestStall = 10s;
@@ -98,7 +98,7 @@ bool Server::listen(std::string& error)
     // The mode that the socket has when it gets its name.
     if (!socket || ::fchmod(socket.get(), 0600) != 0 ||
         ::bind(socket.get(), reinterpret_cast<sockaddr const*>(&address), sizeof address) != 0 ||
-        ::listen(socket.get(), longestQueue) != 0)
+        ::listen(socket.get(), longestBacklog) != 0)
         return refuse("cannot be made: " + reason(errno));
     m_socket = std::move(socket);
     return true;

@@ -36,6 +36,15 @@ void ProgressLine::quiet()
     m_quiet = true;
 }
 
+void ProgressLine::tell(std::string const& what, std::size_t done, std::size_t all, std::string const& remark)
+{
+    constexpr std::size_t width = 30;
+    auto const filled = all == 0 ? width : width * done / all;
+    Threads::Lock const held(m_mutex);
+    m_told = what + '[' + std::string(filled, '#') + std::string(width - filled, ' ') + "] " + std::to_string(done) +
+             " of " + std::to_string(all) + remark + ", ";
+}
+
 /// Writes over what was painted before.
 void ProgressLine::paint(std::string const& text)
 {
@@ -53,7 +62,7 @@ void ProgressLine::run()
         while (!m_ended && m_end.waitUntil(held, next)) {
         }
         if (!m_ended)
-            paint(std::to_string(seconds) + " s");
+            paint(m_told + std::to_string(seconds) + " s");
     }
 }
 

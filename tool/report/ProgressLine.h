@@ -19,6 +19,10 @@ public:
     ProgressLine(ProgressLine const&) = delete;
     ProgressLine& operator=(ProgressLine const&) = delete;
 
+    /// How far the command is: shown with the time that it took, as a bar.
+    void tell(std::string const& what, std::size_t done, std::size_t all, std::string const& remark)
+        MEDIADATA_EXCLUDES(m_mutex);
+
     /// Takes away what is shown, and shows no more.
     void quiet() MEDIADATA_EXCLUDES(m_mutex);
 
@@ -31,6 +35,7 @@ private:
     Threads::Condition m_end;
     bool m_ended MEDIADATA_GUARDED_BY(m_mutex) = false;
     bool m_quiet MEDIADATA_GUARDED_BY(m_mutex) = false;
+    std::string m_told MEDIADATA_GUARDED_BY(m_mutex);
     std::size_t m_width MEDIADATA_GUARDED_BY(m_mutex) = 0;
     std::thread m_thread;
 };

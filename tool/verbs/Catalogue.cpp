@@ -140,7 +140,7 @@ Verb catalogueVerb()
                            .help = "tsv, json or markdown",
                            .value = "FORMAT",
                            .choices = {"tsv", "json", "markdown"}}},
-            .action = [options] { return run(*options); },
+            .action = Alone([options](Console&) { return run(*options); }),
             .general = &options->general};
 }
 

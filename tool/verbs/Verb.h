@@ -84,7 +84,7 @@ struct Lasting {
 
 /// The ways in which a verb can do its work.
 struct Group {};                                         ///< it only has verbs below it
-using Alone = std::function<Report()>;                   ///< without any telephone
+using Alone = std::function<Report(Console&)>;           ///< without a telephone of its own
 using OnWorkbench = std::function<Report(Workbench&)>;   ///< on a telephone, whoever holds it
 using WhileHolding = std::function<int(Holding const&)>; ///< until it is ended, in the process that holds it
 using Following =

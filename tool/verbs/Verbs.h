@@ -15,6 +15,7 @@ Verb diffVerb();
 Verb explainVerb();
 Verb exportVerb();
 Verb flagsVerb();
+std::vector<Verb> fleetVerbs(); ///< `fleet` and the verbs below it
 Verb getVerb();
 Verb historyVerb();
 Verb importVerb();
