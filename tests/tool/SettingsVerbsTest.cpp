@@ -83,8 +83,61 @@ TEST_F(SettingsVerbs, FindAnItemByEachOfItsNamesAndSuggestNearOnes)
     EXPECT_EQ(ask("get ringer-volum")["errors"][0]["suggestions"][0], "ringer-volume");
 }
 
+TEST_F(SettingsVerbs, MakeATelephoneOnlyWhereOneIsToBe)
+{
+    isReady = false;
+    for (std::string const command :
+         {"get 61", "list", "describe 61", "diff", "export", "history", "country", "device", "flags", "mobility",
+          "mgmt get ringer-volume", "watch --timeout 1", "set --dry-run 61=5"}) {
+        auto const answer = run(command);
+        bool const isRehearsal = command.starts_with("set");
+        EXPECT_EQ(answer.status, isRehearsal ? 0 : 5) << command;
+        EXPECT_EQ(answer.err.find("has no telephone") == std::string::npos, isRehearsal) << command;
+        EXPECT_FALSE(std::filesystem::exists(dataDirectory())) << command;
+    }
+    std::string const said = "mediadata: made a new telephone in " + dataDirectory().string() + '\n';
+    EXPECT_EQ(run("set 61=5 camera-password-1=").err, said);
+    EXPECT_EQ(run("set 61=6").err, "");
+    EXPECT_EQ(status("init"), 5);
+    write("good", run("export").out);
+    write("bad", R"({"format": "mediadata export", "version": 1, "settings": {"62": 4, "61": 12}})");
+    for (std::string const name : {"good", "bad"}) {
+        telephone = "of-" + name;
+        EXPECT_EQ(tool({"init", "--from", (root() / name).string()}).status, name == "good" ? 0 : 4);
+        EXPECT_EQ(std::filesystem::exists(dataDirectory()), name == "good");
+    }
+    telephone = "of-good";
+    EXPECT_EQ(out("get 61"), "6\n");
+}
+
+/// With a limit of what a file may hold, as on a disk that is full.
+TEST_F(SettingsVerbs, SayInOneLineWhatADatabaseDidNotStore)
+{
+    ASSERT_EQ(status("set 61=5"), 0);
+    std::pair<char const*, char const*> const cases[]{
+        {"set 61=6 62=3", ": 0 values stored, 2 not, which the next start has as before"},
+        {"mgmt set 61=6", ": 0 values stored, 1 not, which the next start has as before"},
+        {"reset audio", ": 0 values stored, 1 not, which the next start has as before"},
+        {"device --model entry", ""},
+        {"country KR", ""}};
+    for (auto const& [command, counts] : cases) {
+        Process::s_longestFile = 4096;
+        auto const answer = run(command);
+        auto const developers = run(std::string(command) + " --verbose");
+        Process::s_longestFile = 0;
+        EXPECT_EQ(answer.status, 5) << command;
+        EXPECT_EQ(std::count(answer.err.begin(), answer.err.end(), '\n'), 1) << answer.err;
+        EXPECT_NE(answer.err.find(std::string("error") + counts + "; when that is mended, the command can be given again\n"),
+                  std::string::npos)
+            << answer.err;
+        EXPECT_NE(developers.err.find("log 2 "), std::string::npos) << command;
+        EXPECT_EQ(out("get 61"), "5\n") << command;
+    }
+}
+
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
+    isReady = false;
     EXPECT_EQ(status("set --dry-run ringer-volume=4"), 0);
     EXPECT_FALSE(std::filesystem::exists(dataDirectory()));
     ASSERT_EQ(status("set SRTPEncryption[4]/method=0 SRTPEncryption[5]/method=1 SRTPEncryption[5]/allowed=false"), 0);

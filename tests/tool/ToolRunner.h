@@ -62,6 +62,10 @@ public:
         m_child = ::fork();
         if (m_child != 0)
             return;
+        if (s_longestFile != 0) {
+            rlimit const limit{s_longestFile, s_longestFile};
+            ::setrlimit(RLIMIT_FSIZE, &limit);
+        }
         for (int const each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
             auto const flags = each == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC | O_APPEND;
             if (::dup2(::open(stream(each).c_str(), flags, 0600), each) < 0)
@@ -78,6 +82,8 @@ public:
     std::string err() const { return contentOf(stream(STDERR_FILENO)); }
     std::string number() const { return std::to_string(m_child); }
     void signal(int number) const { ::kill(m_child, number); }
+
+    static inline rlim_t s_longestFile = 0; ///< what a process can write to any file; 0: no limit
 
     /// Waits until the process has written the text, or has ended.
     bool says(std::string const& text) const
@@ -110,6 +116,7 @@ private:
 
 struct ToolRunner : ::testing::Test {
     std::string telephone = "telephone"; ///< the name of the data directory
+    bool isReady = true;                 ///< it is made before the first command
 
     std::filesystem::path const& root() const { return m_root; }
     virtual std::filesystem::path dataDirectory() const { return m_root / telephone; }
@@ -119,8 +126,11 @@ struct ToolRunner : ::testing::Test {
         std::ofstream(m_root / name, std::ios::binary) << text;
     }
 
+    /// Over a new telephone where there is nothing yet.
     Process start(std::string const& name, std::vector<std::string> words, std::string const& input = {}) const
     {
+        if (isReady && !std::filesystem::exists(dataDirectory()))
+            Process(m_root / "init", {"init", dataDirectory().string()}).end();
         words.insert(words.begin(), {"--data-dir", dataDirectory().string()});
         return {m_root / name, std::move(words), input};
     }

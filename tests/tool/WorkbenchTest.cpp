@@ -28,6 +28,7 @@ struct WorkbenchTest : HostTest {
         bench.reset();
         Options options;
         options.dataDirectory = m_directory;
+        options.verbose = true;
         std::string error;
         bool isInUse = false;
         bench = Workbench::open(options, error, isInUse);

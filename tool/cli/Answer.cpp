@@ -2,6 +2,7 @@
 
 #include "cli/CommandLine.h"
 
+#include <algorithm>
 #include <exception>
 #include <ostream>
 #include <streambuf>
@@ -98,8 +99,12 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
     invocation.workbench = holder.workbench;
     invocation.feed = holder.feed;
     invocation.place = Place::Holder;
-    // The library's errors reach the command that caused them.
-    LogTap::Echo const echo(holder.workbench->log(), [&console](std::string const& line) { console.err << line; });
+    // The library's errors reach the command that caused them, when it wants them.
+    bool const isWanted = std::find(request.words.begin(), request.words.end(), "--verbose") != request.words.end();
+    LogTap::Echo const echo(holder.workbench->log(), [&console, isWanted](std::string const& line) {
+        if (isWanted)
+            console.err << line;
+    });
     try {
         int const status = runCommand(invocation, request.words);
         watcher = std::move(invocation.watcher);

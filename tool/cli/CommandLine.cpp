@@ -51,12 +51,21 @@ struct Elsewhere {
     std::string failure;       ///< otherwise
 };
 
+/// A verb that reads makes no telephone; one that others write through does.
+Missing missingFor(Verb const& verb)
+{
+    if (verb.dryRun && *verb.dryRun)
+        return Missing::Rehearse;
+    bool const reads = verb.onlyReads ? verb.onlyReads() : verb.changesAs.empty();
+    return reads && !std::holds_alternative<WhileHolding>(verb.action) ? Missing::Refuse : Missing::Make;
+}
+
 /// Makes sure that this process has the telephone; else says what there is instead.
 std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
 {
     auto& invocation = call.invocation;
     if (!invocation.workbench) {
-        invocation.options.dryRun = call.verb.dryRun && *call.verb.dryRun;
+        invocation.options.missing = missingFor(call.verb);
         auto reached =
             reach(invocation.options, *invocation.console, call.words, wish, std::chrono::seconds(call.general.timeout));
         if (!reached.workbench)
@@ -189,6 +198,7 @@ void takeOver(General const& general, Options& options)
     options.json = general.json;
     options.dataDirectory = general.dataDirectory;
     options.logLevel = general.logLevel;
+    options.verbose = general.verbose;
 }
 
 /// Other users see the words of a process, and the command shell remembers them.

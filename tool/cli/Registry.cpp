@@ -34,8 +34,8 @@ std::vector<Verb> allVerbs()
     verbs.insert(verbs.begin(), management.begin(), management.end());
     verbs.insert(verbs.begin(), {listVerb(), getVerb(), setVerb(), describeVerb(), explainVerb(), diffVerb(), exportVerb(),
                                  importVerb(), resetVerb(), historyVerb(), catalogueVerb()});
-    verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), shellVerb(),
-                               serveVerb(), watchVerb()});
+    verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), initVerb(),
+                               shellVerb(), serveVerb(), watchVerb()});
     return verbs;
 }
 
@@ -58,7 +58,7 @@ std::vector<Argument> generalArguments(General& general)
              .variable = "MEDIADATA_DIR"},
             {.name = "--log-level",
              .target = &general.logLevel,
-             .help = "Log up to this level: 2 errors (default), 3 notices, 5 and 6 traces; of a process that holds the "
+             .help = "Log up to this level: 2 errors, 3 notices, 5 and 6 traces; of a process that holds the "
                      "data directory its own counts",
              .value = "LEVEL",
              .range = {{0, 6}},

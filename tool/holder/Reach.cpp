@@ -3,6 +3,8 @@
 #include "holder/Remote.h"
 #include "report/Console.h"
 
+#include "HostPlatform.h"
+
 #include <fmt/format.h>
 
 #include <chrono>
@@ -42,6 +44,20 @@ std::optional<Reached> reachThrough(Remote& holder, Options const& options, Cons
     return Reached{.status = status, .failure = std::move(failure)};
 }
 
+/// What opening it did to the directory.
+void tell(Workbench& workbench, Console& console)
+{
+    auto const& platform = workbench.platform();
+    auto const say = [&](std::string const& text) {
+        console.quiet();
+        console.err << "mediadata: " << text << std::endl;
+    };
+    if (workbench.isNew())
+        say("made a new telephone in " + platform.directory());
+    for (auto const& notice : platform.notices())
+        say(notice);
+}
+
 } // namespace
 
 Reached reach(Options const& options, Console& console, std::vector<std::string> const& words, Wish wish,
@@ -57,6 +73,8 @@ Reached reach(Options const& options, Console& console, std::vector<std::string>
         Reached here;
         bool inUse = false;
         here.workbench = Workbench::open(options, here.failure, inUse);
+        if (here.workbench)
+            tell(*here.workbench, console);
         if (here.workbench || !inUse)
             return here;
         // A short command is soon over, and a process that has just begun will serve.

@@ -145,7 +145,8 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
             bool const isGone = event == Channel::Event::Closed;
             if (!isGone || m_begun)
                 failure = "process " + std::to_string(m_process) +
-                          (isGone ? ", which held the data directory, ended before it answered"
+                          (isGone ? ", which held the data directory, ended before it answered; \"mediadata history\" tells "
+                                    "what was stored, and the command can be given again"
                                   : ", which holds the data directory, answers what this command does not understand; both "
                                     "have to be of one version");
             return std::nullopt;

@@ -48,7 +48,8 @@ Verb countryVerb()
             .help = "Show the country, or report a new one",
             .arguments = {{.name = "CODE", .target = &options->code, .help = "Two capital letters, as of ISO 3166-1"}},
             .changesAs = "management",
-            .action = onWorkbench(options)};
+            .action = onWorkbench(options),
+            .onlyReads = [options] { return !options->code; }};
 }
 
 } // namespace Tool::Verbs

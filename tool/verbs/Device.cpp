@@ -28,7 +28,8 @@ Verb deviceVerb()
               .choices = {"entry", "top", "other"}},
              {.name = "--usb", .target = &options->usb, .help = "yes or no", .value = "ANSWER", .choices = {"yes", "no"}}},
         .changesAs = "device",
-        .action = [options](Workbench& workbench) { return device(workbench, options->model, options->usb); }};
+        .action = [options](Workbench& workbench) { return device(workbench, options->model, options->usb); },
+        .onlyReads = [options] { return options->model.empty() && options->usb.empty(); }};
 }
 
 } // namespace Tool::Verbs

@@ -31,7 +31,8 @@ Verb flagsVerb()
                            .offer = offered},
                           {.name = "--clear", .target = &options->clear, .help = "Remove the file"}},
             .changesAs = "flag file",
-            .action = [options](Workbench& workbench) { return flags(workbench, options->changes, options->clear); }};
+            .action = [options](Workbench& workbench) { return flags(workbench, options->changes, options->clear); },
+            .onlyReads = [options] { return options->changes.empty() && !options->clear; }};
 }
 
 } // namespace Tool::Verbs

@@ -72,7 +72,8 @@ Verb mobilityVerb()
                            .offer = Offers::files}},
             .changesAs = "management",
             .action = onWorkbench(options),
-            .gather = gathering(options)};
+            .gather = gathering(options),
+            .onlyReads = [options] { return !options->type && options->from.empty(); }};
 }
 
 } // namespace Tool::Verbs

@@ -103,6 +103,7 @@ struct Verb {
     /// takes the place of its answer. When the console lacks something it is called anew later, with new options.
     std::function<Report(Console&)> gather = {};
 
+    std::function<bool()> onlyReads = {}; ///< of a verb that changes things: not with these options
     General* general = nullptr;       ///< where it wants to be told what was given beside its own options
     Lasting const* lasting = nullptr; ///< it tells that it is ready
     bool* yes = nullptr;              ///< set for a second run, when somebody says yes to what its report asks

@@ -19,6 +19,7 @@ std::vector<Verb> fleetVerbs(); ///< `fleet` and the verbs below it
 Verb getVerb();
 Verb historyVerb();
 Verb importVerb();
+Verb initVerb();
 Verb listVerb();
 std::vector<Verb> managementVerbs(); ///< `mgmt` and the verbs below it
 Verb mobilityVerb();

@@ -360,7 +360,7 @@ Report Import::report(ImportOptions const& options) const
     if (numbers[Result::Unknown] != 0)
         report.fail(exitUnknownItem, {"", fmt::format("{} items unknown", numbers[Result::Unknown])});
     if (numbers[Result::Failed] != 0)
-        report.fail(exitStorage, {"", fmt::format("{} values not stored", numbers[Result::Failed])});
+        report.raise(exitStorage); // The history says why and how many.
     return report;
 }
 

@@ -151,6 +151,16 @@ void Journal::noteRefusals(std::string const& who, State const& before)
     }
 }
 
+/// How many values are others than before, but for those that only the cache has.
+std::size_t Journal::countStored(State const& before, State const& after) const
+{
+    std::size_t count = 0;
+    auto const& lost = m_workbench.storage().lost();
+    for (std::size_t index = 0; index < after.items.size(); ++index)
+        count += before.items[index] != after.items[index] && !lost.contains(allTags()[index]) ? 1 : 0;
+    return count;
+}
+
 Report Journal::record(std::string const& who, std::function<Report()> const& action)
 {
     auto const before = state();
@@ -163,10 +173,14 @@ Report Journal::record(std::string const& who, std::function<Report()> const& ac
         noteItems(*m_last, before, [=](eDataTag tag) { return Tables::isHardwareFlag(tag) ? "hardware rule" : others; });
     m_workbench.storage().takeAny();
     auto report = action();
-    if (m_workbench.storage().takeAny() && report.code != exitStorage)
-        report.fail(exitStorage,
-                    {"", "the database did not store all of it: the next start brings the previous values back"});
     auto after = state();
+    if (auto& storage = m_workbench.storage(); storage.takeAny()) {
+        auto const account = storage.account(countStored(before, after));
+        if (report.code == exitStorage && !report.problems.empty() && storage.lost().empty())
+            report.problems.back().reason += ": " + account;
+        else
+            report.fail(exitStorage, {"", account});
+    }
     noteItems(before, after, [&](eDataTag tag) -> std::string {
         return m_asked.contains(tag) ? who : Tables::isHardwareFlag(tag) ? "hardware rule" : "library rule";
     });

@@ -47,6 +47,7 @@ private:
     };
 
     State state() const;
+    std::size_t countStored(State const& before, State const& after) const;
     void note(std::string const& who, std::string const& item, Json const& before, Json const& after);
     void noteRefusals(std::string const& who, State const& before);
     void noteItems(State const& before, State const& after, std::function<std::string(Data::eDataTag)> const& who);

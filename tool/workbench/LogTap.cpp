@@ -46,7 +46,8 @@ void LogTap::tell(Message const& message)
 {
     auto const line =
         Host::cutLogLine(fmt::format("log {} {} {}", message.level, message.place, cellText(message.text))) + '\n';
-    std::fputs(line.c_str(), stderr);
+    if (m_isWanted)
+        std::fputs(line.c_str(), stderr);
     if (m_sender && message.level <= errorLevel)
         m_sender(line);
 }

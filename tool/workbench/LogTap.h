@@ -14,7 +14,8 @@ namespace Tool {
 /// For any thread: the library logs on the one that works. Until takeOver() the log goes where it went.
 class LogTap {
 public:
-    LogTap() = default;
+    /// What it has taken over goes to standard error only where somebody wants it.
+    explicit LogTap(bool isWanted = true) : m_isWanted(isWanted) {}
     ~LogTap();
     LogTap(LogTap const&) = delete;
     LogTap& operator=(LogTap const&) = delete;
@@ -76,6 +77,7 @@ private:
     void onMessage(Message message);
     void tell(Message const& message) MEDIADATA_REQUIRES(m_mutex);
 
+    bool const m_isWanted;
     bool m_isTaken = false; ///< for the owner's thread
     mutable Threads::Mutex m_mutex;
     int m_mutes MEDIADATA_GUARDED_BY(m_mutex) = 0;

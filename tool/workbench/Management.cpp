@@ -240,9 +240,7 @@ Report managementSet(Workbench& workbench, std::vector<Assignment> const& assign
     }
     report.sections.push_back(std::move(section));
     report.sections.push_back(changes.section("changed", "\nChanged:"));
-    if (report.code == exitStorage)
-        report.fail(exitStorage, {"", "the database did not store all of it"});
-    else if (!taken || !request.refused.empty())
+    if (report.code != exitStorage && (!taken || !request.refused.empty()))
         report.fail(exitRefused, {"", "the request was refused"});
     return std::move(report);
 }

@@ -291,7 +291,7 @@ Report account(std::vector<Outcome> const& outcomes, bool showSecrets)
     if (refused != 0)
         report.fail(exitRefused, {"", fmt::format("{} of {} values refused", refused, outcomes.size())});
     if (failed != 0)
-        report.fail(exitStorage, {"", fmt::format("{} of {} values not stored", failed, outcomes.size())});
+        report.raise(exitStorage); // The history says why and how many.
     return report;
 }
 

@@ -3,7 +3,9 @@
 
 #include "Data/DataTypes.h"
 
+#include <cstddef>
 #include <set>
+#include <string>
 
 namespace Host {
 class Platform;
@@ -23,9 +25,18 @@ public:
     /// platform keeps for itself.
     bool takeAny();
 
+    /// The items of which a write failed before the last takeAny().
+    std::set<Data::eDataTag> const& lost() const { return m_lost; }
+
+    /// One sentence for people after takeAny() was true: why, how much was stored besides, and how to go on.
+    std::string account(std::size_t stored) const;
+
 private:
     Host::Platform& m_platform;
     bool m_any = false;
+    std::set<Data::eDataTag> m_items; ///< since the last call of takeAny()
+    std::set<Data::eDataTag> m_lost;  ///< before it
+    std::string m_reason = {};        ///< of the last call
 };
 
 } // namespace Tool

@@ -28,21 +28,42 @@ Workbench::Workbench(Options options, std::unique_ptr<LogTap> log, std::unique_p
       m_storage(platform)
 {}
 
+/// What is no directory, or cannot be read, counts: opening it says what is wrong.
+bool hasTelephone(std::filesystem::path const& dataDirectory)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    auto const type = fs::symlink_status(dataDirectory, error).type();
+    if (type != fs::file_type::directory)
+        return type != fs::file_type::not_found;
+    fs::directory_iterator each(dataDirectory, error);
+    for (; !error && each != fs::directory_iterator(); each.increment(error)) {
+        if (each->path().filename().string().starts_with("mediadata.db"))
+            return true;
+    }
+    return static_cast<bool>(error);
+}
+
 std::unique_ptr<Workbench> Workbench::open(Options const& options, std::string& error, bool& inUse)
 {
-    auto log = std::make_unique<LogTap>();
+    auto log = std::make_unique<LogTap>(options.verbose || options.logLevel);
     log->takeOver();
     auto opened = std::make_unique<Opened>();
     auto directory = options.dataDirectory;
-    std::error_code ignored;
-    if (options.dryRun &&
-        std::filesystem::symlink_status(directory, ignored).type() == std::filesystem::file_type::not_found)
+    bool const isMissing = !hasTelephone(directory);
+    if (isMissing && options.missing == Missing::Refuse) {
+        error = "data directory " + directory.string() +
+                ": has no telephone, and nothing was made; the first change makes one, or \"mediadata init\"";
+        return nullptr;
+    }
+    if (isMissing && options.missing == Missing::Rehearse)
         directory = opened->scratch.emplace().path();
     opened->platform = Host::Platform::open({directory.string(), options.logLevel}, error, &inUse);
     if (!opened->platform)
         return nullptr;
     auto& platform = *opened->platform;
     std::unique_ptr<Workbench> workbench(new Workbench(options, std::move(log), std::move(opened), platform));
+    workbench->m_isNew = isMissing && options.missing == Missing::Make;
     workbench->start();
     return workbench;
 }

@@ -21,13 +21,24 @@ namespace Tool {
 
 class ScratchDirectory;
 
+/// What is to become of a data directory in which there is no telephone.
+enum class Missing {
+    Make,
+    Refuse,
+    Rehearse, ///< one elsewhere stands for it, with the defaults, and goes away
+};
+
 struct Options {
     std::filesystem::path dataDirectory;
-    std::optional<int> logLevel = {}; ///< nothing: errors, save those that mean nothing
+    std::optional<int> logLevel = {}; ///< nothing: errors when they are wanted, save those that mean nothing
+    bool verbose = false;             ///< errors are logged
     bool showSecrets = false;
     bool json = false;
-    bool dryRun = false; ///< a data directory that is missing is not made
+    Missing missing = Missing::Make;
 };
+
+/// Whether there is a telephone in the data directory, be it a damaged one.
+bool hasTelephone(std::filesystem::path const& dataDirectory);
 
 /// For one thread at a time.
 class Workbench {
@@ -46,6 +57,7 @@ public:
 
     Options const& options() const { return m_options; }
     void showSecrets(bool show) { m_options.showSecrets = show; }
+    bool isNew() const { return m_isNew; } ///< there was no telephone before
     bool isAttached() const { return !m_opened; }
     Host::Platform& platform() { return m_platform; }
     Host::ManagementService& service();
@@ -78,6 +90,7 @@ private:
     std::unique_ptr<Opened> m_opened; ///< null: attached
     Host::Platform& m_platform;
     StorageFailures m_storage;
+    bool m_isNew = false;
     Journal m_journal{*this};
 };
 

@@ -15,6 +15,7 @@
 #include <array>
 #include <atomic>
 #include <exception>
+#include <utility>
 
 #define UNIT "HostPlatform"
 
@@ -133,9 +134,13 @@ std::set<FailedWrite> Platform::takeFailedWrites()
     return m_database->takeFailedWrites();
 }
 
-bool Platform::takeDatabaseError()
+bool Platform::takeDatabaseError(std::string* reason)
 {
-    return m_database->takeError();
+    auto error = m_database->takeError();
+    bool const isFaulty = !error.empty();
+    if (isFaulty && reason != nullptr)
+        *reason = std::move(error);
+    return isFaulty;
 }
 
 void Platform::author(std::optional<Author> author)

@@ -253,7 +253,7 @@ void Connection::replaces(sqlite3_context* context, int, sqlite3_value** values)
 bool Connection::complain(std::string const& text)
 {
     HOST_LOG_ERROR(UNIT, text);
-    m_hadError = true;
+    m_error = sqlite3_errmsg(m_handle);
     m_isSound = false;
     return false;
 }
@@ -328,9 +328,9 @@ bool Connection::isInTransaction() const
     return sqlite3_get_autocommit(m_handle) == 0;
 }
 
-bool Connection::takeError()
+std::string Connection::takeError()
 {
-    return std::exchange(m_hadError, false);
+    return std::exchange(m_error, "");
 }
 
 } // namespace Host

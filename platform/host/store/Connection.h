@@ -75,7 +75,7 @@ public:
     bool makeLogTrue();
 
     /// A statement failed since the last call.
-    bool takeError();
+    std::string takeError();
 
     /// Whether anything was to be changed since the file was opened, and whether nothing failed.
     bool isChanged() const { return m_isChanged; }
@@ -99,7 +99,7 @@ private:
     sqlite3* m_handle = nullptr;
     std::array<sqlite3_stmt*, statements> m_prepared{};
     std::optional<std::string> m_replaced;
-    bool m_hadError = false;
+    std::string m_error; ///< what SQLite said last when something failed
     bool m_isLogTrue = true;
     bool m_isChanged = false;
     bool m_isSound = true;

@@ -269,7 +269,7 @@ std::set<FailedWrite> Database::takeFailedWrites()
     return std::exchange(m_failedWrites, {});
 }
 
-bool Database::takeError()
+std::string Database::takeError()
 {
     Threads::Lock const lock(m_mutex);
     return m_connection->takeError();

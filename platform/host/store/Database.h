@@ -108,7 +108,7 @@ public:
     std::set<FailedWrite> takeFailedWrites();
 
     /// Since the last call SQLite failed at a statement, whether it was to read a value, to store one or to keep the journal.
-    bool takeError();
+    std::string takeError();
 
 private:
     using Key = std::pair<std::string, std::string>; // schema and element
