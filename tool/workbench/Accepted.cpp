@@ -1,6 +1,7 @@
 #include "workbench/Accepted.h"
 
 #include "workbench/Items.h"
+#include "workbench/Mobility.h"
 #include "workbench/Values.h"
 
 #include "Data/DataSourceDB.h"
@@ -165,6 +166,8 @@ std::string acceptedText(eDataTag tag)
     }
     if (tag == eDataTagCountry)
         return "two capital letters";
+    if (tag == eDataTagMobilityDataUpdate)
+        return "all | managed | unmanaged | an empty text";
     std::string text;
     Builder::ValidatorAndParams const* const chain = Builder::dataItemDefaultTable[tag].valueChain;
     for (std::size_t step = 0; chain && step < steps; ++step) {
@@ -186,6 +189,8 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
         return "a text must not hold the character 0";
     if (typeOf(tag) == eDataItemTypeBool && !boolNamed(text))
         return "is neither true nor false";
+    if (tag == eDataTagMobilityDataUpdate && !findMobilityType(text))
+        return "is no mobility type";
     bool const isCode =
         text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     if (tag == eDataTagCountry && !isCode)

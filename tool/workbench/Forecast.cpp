@@ -1,6 +1,7 @@
 #include "workbench/Forecast.h"
 
 #include "workbench/Items.h"
+#include "workbench/Mobility.h"
 #include "workbench/Rules.h"
 
 #include "Tables/Rules.h"
@@ -56,8 +57,8 @@ void Forecast::set(std::map<eDataTag, Json> const& wanted)
         if (isHeld(tag) && valueOf(tag) == value) // Reading another one asks the service.
             continue;
         m_values[tag] = value;
-        bool const isReadAnew = tag == eDataTagMobilityDataUpdate && (value == Json("all") || value == Json("managed"));
-        rings = rings || isReadAnew || Tables::ringing.holds(tag);
+        auto const* const mobility = tag == eDataTagMobilityDataUpdate ? findMobilityType(textOf(value)) : nullptr;
+        rings = rings || Tables::ringing.holds(tag) || (mobility && mobility->reads); // which reads the table anew
         opens = opens || doorOpeners.holds(tag);
     }
     pickUp();

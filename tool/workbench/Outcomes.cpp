@@ -95,6 +95,8 @@ std::string limitOf(Outcome const& outcome)
         return "until the door openers, which make it " + cellText(link->second) + ", are checked again";
     if (column && column->form == Tables::Form::place && outcome.wanted != Json(Tables::codecs.rowOf(tag) + 1))
         return "until the next start, which ranks codecs in the order of their rows";
+    if (tag == eDataTagMobilityDataUpdate && outcome.wanted != Json("") && outcome.wanted != Json("managed"))
+        return "announced once, a start does not repeat it";
     if (Tables::isHardwareFlag(tag))
         return "until the next start, which asks the hardware anew";
     return isFleeting(tag) ? "reported to the management service, and kept by nothing over a restart" : "";
