@@ -73,7 +73,7 @@ public:
     /// Tells one listener at once, on the thread that publishes; null ends that, and it is not called any more on return.
     void tell(Listener listener) MEDIADATA_EXCLUDES(m_mutex);
 
-    void publish(std::vector<HeardChange> const& changes) MEDIADATA_EXCLUDES(m_mutex);
+    void publish(std::vector<HeardChange> const& heard) MEDIADATA_EXCLUDES(m_mutex);
     void close() MEDIADATA_EXCLUDES(m_mutex);
 
 private:

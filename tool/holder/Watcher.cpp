@@ -20,7 +20,7 @@ namespace Tool {
 using Clock = std::chrono::steady_clock;
 
 Watcher::Watcher(std::shared_ptr<Subscription> subscription, WatcherOptions options)
-    : m_subscription(std::move(subscription)), m_options(options)
+    : m_subscription(std::move(subscription)), m_options(std::move(options))
 {}
 
 std::string changeLine(Change const& change, bool json, bool showSecrets)

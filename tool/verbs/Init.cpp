@@ -103,7 +103,7 @@ Verb initVerb()
                                           .offer = Offers::files}},
                                         options->passphrase, "Open the document's encrypted secrets and store them"),
             .places = {Place::Process},
-            .action = Alone([options] { return run(*options); }),
+            .action = Alone([options](Console&) { return run(*options); }),
             .gather = gathering(options),
             .general = &options->general};
 }
