@@ -42,6 +42,39 @@ constexpr auto meanings = [] {
     return result;
 }();
 
+/// Where each family begins, in its place among the rows; the rows themselves are nothing here.
+struct FamilyOrRow {
+    std::string_view family = {};
+    std::string_view title = {};
+};
+
+constexpr FamilyOrRow familiesAndRows[] = {
+#define SETTING_FAMILY(name, title) {name, title},
+#define SETTING_ROW(number, name, type, ...) {},
+#include "Data/settings.def"
+};
+
+struct Families {
+    std::vector<Family> all;
+    std::vector<std::size_t> byTag;
+
+    Families()
+    {
+        for (auto const& line : familiesAndRows) {
+            if (!line.family.empty())
+                all.push_back({line.family, line.title});
+            else
+                byTag.push_back(all.empty() ? 0 : all.size() - 1);
+        }
+    }
+};
+
+Families const& knownFamilies()
+{
+    static Families const known;
+    return known;
+}
+
 // Laws
 
 constexpr bool namesFit(Settings::Setting const& row)
@@ -87,24 +120,42 @@ std::string_view helpOf(eDataTag tag)
     return orNothing(meaningOf(tag).help);
 }
 
-std::string_view unitOf(eDataTag tag)
+Json unitOf(eDataTag tag)
 {
-    return orNothing(meaningOf(tag).unit);
+    auto const* const unit = meaningOf(tag).unit;
+    return unit ? Json(unit) : Json();
+}
+
+std::string_view namesOfNumbers(eDataTag tag)
+{
+    return orNothing(meaningOf(tag).names);
 }
 
 std::vector<NamedNumber> namedNumbersOf(eDataTag tag)
 {
     std::vector<NamedNumber> result;
-    for (auto text = orNothing(meaningOf(tag).names); !text.empty();)
+    for (auto text = namesOfNumbers(tag); !text.empty();)
         result.push_back(takeName(text));
     return result;
 }
 
-std::string_view nameOfNumber(eDataTag tag, int number)
+Json nameOfValue(eDataTag tag, Json const& value)
 {
-    auto const all = namedNumbersOf(tag);
-    auto const found = std::ranges::find(all, number, &NamedNumber::number);
-    return found == all.end() ? std::string_view() : found->name;
+    for (auto const& [number, name] : namedNumbersOf(tag)) {
+        if (value == Json(number))
+            return name;
+    }
+    return {};
+}
+
+std::vector<Family> const& families()
+{
+    return knownFamilies().all;
+}
+
+Family const& familyOf(eDataTag tag)
+{
+    return families().at(knownFamilies().byTag.at(static_cast<std::size_t>(tag)));
 }
 
 bool meansSo(eDataTag tag, std::string const& text)
@@ -116,7 +167,7 @@ bool meansSo(eDataTag tag, std::string const& text)
     auto const holds = [&](std::string_view words) {
         return std::search(words.begin(), words.end(), text.begin(), text.end(), same) != words.end();
     };
-    return holds(helpOf(tag)) || holds(orNothing(meaningOf(tag).names));
+    return holds(helpOf(tag)) || holds(namesOfNumbers(tag));
 }
 
 } // namespace Tool
