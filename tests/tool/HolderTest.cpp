@@ -371,6 +371,7 @@ TEST_F(Holder, IsNotNeededForCompletion)
         {"mediadata set --dry", "--dry-run"},
         {"mediadata set --file /etc/os-relea", "/etc/os-release"},
         {"mediadata table nothi", ""},
+        {"mediadata set group-pickup-tone-type=", "0 1 2 3"},
     };
     for (auto const& [line, expected] : cases) {
         EXPECT_EQ(shell("source " + scripts + "mediadata.bash; COMP_LINE=\"" + line +
@@ -379,6 +380,9 @@ TEST_F(Holder, IsNotNeededForCompletion)
                   0);
         EXPECT_EQ(contentOf(root() / "said"), std::string(expected) + "\n") << line;
     }
+    Process described(root() / "described", {"complete", "--described", "--", "set", "group-pickup-tone-type=1"});
+    EXPECT_EQ(described.end(), 0);
+    EXPECT_EQ(described.out(), "group-pickup-tone-type=1\ttone\n");
 }
 
 } // namespace ToolTest

@@ -112,12 +112,15 @@ Words allCandidates(Words const& words, std::string const& word, Place place)
 
 } // namespace
 
-Words completions(Words const& words, std::string const& word, Place place)
+Words completions(Words const& words, std::string const& word, Place place, Descriptions descriptions)
 {
     auto result = allCandidates(words, word, place);
     if (result.size() == 1 && result.front().starts_with(':'))
         return result;
     std::erase_if(result, [&](std::string const& candidate) { return !candidate.starts_with(word); });
+    for (auto& candidate : result)
+        candidate.resize(descriptions == Descriptions::Shown ? candidate.size()
+                                                             : std::min(candidate.find('\t'), candidate.size()));
     std::sort(result.begin(), result.end());
     result.erase(std::unique(result.begin(), result.end()), result.end());
     return result;

@@ -2,20 +2,27 @@
 
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
+#include "workbench/Meanings.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Tool {
 
 namespace {
 
-/// Every name of every item, each followed by `after`.
+std::string described(std::string word, std::string_view description)
+{
+    return description.empty() ? word : (word += '\t').append(description);
+}
+
+/// Every name of every item, each followed by `after` and described.
 Words namesFollowedBy(char const* after)
 {
     Words names;
     for (auto const tag : allTags()) {
         for (auto const& name : namesOf(tag))
-            names.push_back(name + after);
+            names.push_back(described(name + after, helpOf(tag)));
     }
     return names;
 }
@@ -34,8 +41,14 @@ Words Offers::assignments(std::string const& word)
         return namesFollowedBy("=");
     Words values;
     if (auto const tag = findItem(word.substr(0, equals))) {
+        auto const name = [&](std::string const& value) {
+            auto const known = namedNumbersOf(*tag);
+            auto const found =
+                std::ranges::find_if(known, [&](NamedNumber const& each) { return std::to_string(each.number) == value; });
+            return found == known.end() ? std::string_view() : found->name;
+        };
         for (auto const& value : legalValues(*tag))
-            values.push_back(word.substr(0, equals + 1) + value);
+            values.push_back(described(word.substr(0, equals + 1) + value, name(value)));
     }
     return values;
 }

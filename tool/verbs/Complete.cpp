@@ -10,6 +10,11 @@ namespace Tool::Verbs {
 
 Report complete(Words words)
 {
+    auto descriptions = Descriptions::None;
+    if (!words.empty() && words.front() == "--described") {
+        descriptions = Descriptions::Shown;
+        words.erase(words.begin());
+    }
     if (words.size() == 2 && words.front() == "--line") {
         auto const line = words[1];
         splitWords(line, words);
@@ -25,7 +30,7 @@ Report complete(Words words)
         words.pop_back();
     }
     std::string lines;
-    for (auto const& each : completions(words, word, Place::Process))
+    for (auto const& each : completions(words, word, Place::Process, descriptions))
         lines += each + '\n';
     return {exitOk, {{"completions", Layout::Text, {"text"}, {{std::move(lines)}}}}};
 }

@@ -49,7 +49,8 @@ struct Print {
 using Target =
     std::variant<bool*, std::string*, Words*, std::size_t*, std::optional<int>*, std::optional<std::string>*, Print>;
 
-/// What may stand in the place of a word that is being typed; see Arguments.h.
+/// What may stand in the place of a word that is being typed, each with a tabulator and what it means where that is known; see
+/// Arguments.h.
 using Offer = std::function<Words(std::string const& word)>;
 
 /// An option or, without hyphens, the name of what stands among the words.

@@ -4,7 +4,7 @@ function __mediadata_complete
     set -l word (commandline -ct)
     set -l option (string match -r -- '^--[^=]*=' "$word")
     set -l path (string replace -- "$option" '' "$word")
-    set -l answers ($words[1] complete -- $words[2..-1] "$word" 2>/dev/null)
+    set -l answers ($words[1] complete --described -- $words[2..-1] "$word" 2>/dev/null)
     switch "$answers[1]"
         case :file
             printf "$option%s\n" (__fish_complete_path "$path")
