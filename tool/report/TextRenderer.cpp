@@ -20,10 +20,17 @@ namespace {
 constexpr std::size_t widestCell = 44;
 constexpr std::size_t narrowestCell = 12;
 
-/// Columns that say why something was not taken. They are never cut, and stand below their rows where a table is too wide.
+/// Columns of sentences: why something was not taken, what an item means. They are never cut, and stand below their rows where a
+/// table is too wide.
 bool isRemark(std::string const& column)
 {
-    return column == "accepted" || column == "reason";
+    return column == "accepted" || column == "reason" || column == "help";
+}
+
+/// A bool that marks a row, in text by an arrow and by colour.
+bool isMark(std::string const& column)
+{
+    return column == "wins";
 }
 
 /// A name that is cut names nothing.
@@ -58,7 +65,7 @@ Look lookOf(std::string_view word)
 std::string dressed(std::string const& text, Look look)
 {
     constexpr std::array<char const*, 4> codes{"", "\x1b[1m", "\x1b[32m", "\x1b[31m"};
-    return look == Look::Plain ? text : codes[static_cast<std::size_t>(look)] + text + "\x1b[0m";
+    return look == Look::Plain || text.empty() ? text : codes[static_cast<std::size_t>(look)] + text + "\x1b[0m";
 }
 
 std::string withoutTrailingBlanks(std::string line)
@@ -87,8 +94,13 @@ Column columnOf(Section const& section, std::size_t index)
     auto& heading = column.cells.emplace_back(name);
     std::transform(heading.begin(), heading.end(), heading.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    for (auto const& row : section.rows)
-        column.cells.push_back(isRemark(name) && row[index].is_null() ? "" : cellText(row[index]));
+    if (isMark(name))
+        heading.clear();
+    for (auto const& row : section.rows) {
+        auto const& cell = row[index];
+        bool const isEmpty = isRemark(name) && cell.is_null();
+        column.cells.push_back(isMark(name) ? (cell == Json(true) ? "=>" : "") : isEmpty ? "" : cellText(cell));
+    }
     return column;
 }
 
@@ -124,6 +136,20 @@ void fit(Columns& columns, std::size_t room)
 /// Says how the cell in a line of a column looks.
 using Looks = std::function<Look(std::size_t line, Column const& column)>;
 
+/// A line with a mark is good as a whole.
+Looks tableLooks(Columns const& columns)
+{
+    auto const mark = std::ranges::find_if(columns, [](Column const& column) { return isMark(column.name); });
+    auto const marks = mark == columns.end() ? std::vector<std::string>{} : mark->cells;
+    return [marks](std::size_t line, Column const& column) {
+        if (line == 0)
+            return Look::Heading;
+        if (!marks.empty() && !marks[line].empty())
+            return Look::Good;
+        return column.name == "result" ? lookOf(column.cells[line]) : Look::Plain;
+    };
+}
+
 /// The lines of a table, each column as wide as its widest cell.
 std::vector<std::string> aligned(Columns const& columns, Looks const& look)
 {
@@ -144,17 +170,12 @@ Look plain(std::size_t, Column const&)
     return Look::Plain;
 }
 
-Look tableLook(std::size_t line, Column const& column)
-{
-    return line == 0 ? Look::Heading : column.name == "result" ? lookOf(column.cells[line]) : Look::Plain;
-}
-
 /// The reason first, then what would be accepted.
 void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::ostream& out)
 {
     std::for_each(remarks.rbegin(), remarks.rend(), [&](Column const& remark) {
         auto const& text = remark.cells[line];
-        auto const label = remark.name == "reason" ? "" : remark.name + ": ";
+        auto const label = remark.name == "accepted" ? remark.name + ": " : "";
         for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, lineWidth - indent.size()))
             out << indent << part << '\n';
     });
@@ -184,7 +205,7 @@ void writeTable(Section const& section, std::ostream& out, bool coloured)
         std::erase_if(columns, [](Column const& column) { return isRemark(column.name); });
     }
     fit(columns, lineWidth - indent.size());
-    auto const lines = aligned(columns, coloured ? tableLook : plain);
+    auto const lines = aligned(columns, coloured ? tableLooks(columns) : plain);
     std::string last;
     for (std::size_t line = 0; line < lines.size(); ++line) {
         auto const heading = line == 0 ? "" : headingOf(section, section.rows[line - 1]);

@@ -1,9 +1,13 @@
 // Where an item's value comes from: `explain`.
 #include "verbs/Verbs.h"
 
+#include "report/Result.h"
+#include "report/Text.h"
 #include "verbs/Arguments.h"
 #include "workbench/FlagFile.h"
 #include "workbench/Items.h"
+#include "workbench/Journal.h"
+#include "workbench/Meanings.h"
 #include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
 #include "workbench/Values.h"
@@ -19,6 +23,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -35,6 +40,7 @@ struct Layer {
     Json holds;
     std::string says;
     bool counts;
+    std::vector<eDataTag> causes = {}; ///< the settings out of which a rule made it
 };
 
 using Description = DataSourceDB::DbDescription;
@@ -76,9 +82,18 @@ private:
         return last;
     }
 
-    void add(char const* name, Json holds, std::string says, bool counts)
+    /// Out of what the value was made: by the layer that won, or earlier by a rule, so that it was stored.
+    std::vector<eDataTag> causesOf(Layer const* won, Json const& lastChange) const
     {
-        m_layers.push_back({name, std::move(holds), std::move(says), counts});
+        if (!won || !won->causes.empty() || lastChange.is_null() || lastChange["who"] != Json(Journal::ruleName))
+            return won ? won->causes : std::vector<eDataTag>();
+        auto const rule = std::ranges::find_if(m_layers, [&](Layer const& layer) { return !layer.causes.empty(); });
+        return rule == m_layers.end() ? won->causes : rule->causes;
+    }
+
+    void add(char const* name, Json holds, std::string says, bool counts, std::vector<eDataTag> causes = {})
+    {
+        m_layers.push_back({name, std::move(holds), std::move(says), counts, std::move(causes)});
     }
 
     void addText(char const* name, std::string const& text, std::string const& says)
@@ -154,14 +169,15 @@ private:
             return;
         }
         if (!isMethod) {
-            add("flag file", says(eDataTagOpusTest) != "false", "true unless it says opus_test false", true);
+            add("flag file", says(eDataTagOpusTest) != "false", "true unless it says opus_test false", true,
+                {eDataTagOpusTest});
             return;
         }
         auto const method =
             readValue(Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, Tables::encryptions.rowOf(m_tag)));
         bool const isLimited = method && Tables::isLimitedMethod(method->get<int>());
         add("flag file", isLimited ? Json(says(eDataTagAes256Test) == "true") : Json(),
-            "follows aes256_test for rows with the methods 2 to 4", isLimited);
+            "follows aes256_test for rows with the methods 2 to 4", isLimited, {eDataTagAes256Test});
     }
 
     void addHardware()
@@ -186,11 +202,29 @@ private:
             addGroupPickup();
         auto const links = cameraLinks([](eDataTag tag) { return readValue(tag).value_or(Json()); });
         if (auto const link = links.find(m_tag); link != links.end())
-            add("dependent rule", link->second, "the door opener that shows this camera wrote it", link->second == m_value);
+            add("dependent rule", link->second, "the door opener that shows this camera wrote it", link->second == m_value,
+                openersOfCamera());
         if (auto const rule = ringerRuleOf(m_tag))
             addRinging(*rule);
         if (m_tag == eDataTagDistinctiveRinging)
             addRingingTable();
+    }
+
+    /// The settings of the door opener that shows this camera; when none does, those that could name it.
+    std::vector<eDataTag> openersOfCamera() const
+    {
+        int const camera = Tables::cameras.rowOf(m_tag) + 1;
+        bool const isPhone = m_tag == Tables::cameras.cell(eDataTagCamera1PhoneNumber, camera - 1);
+        std::vector<eDataTag> causes;
+        for (int opener = 0; opener < Tables::doorOpeners.rows; ++opener) {
+            auto const shows = Tables::doorOpeners.cell(eDataTagDoorOpener1DirectVideo, opener);
+            if (readValue(shows) != Json(camera))
+                continue;
+            causes = {shows};
+            if (isPhone)
+                causes.push_back(Tables::doorOpeners.cell(eDataTagDoorOpener1PhoneNumber, opener));
+        }
+        return causes;
     }
 
     void addRingingTable()
@@ -212,9 +246,11 @@ private:
         if (m_tag == eDataTagGroupPickup)
             add("dependent rule", std::to_string(type), "remembers the settled tone type", true);
         else if (m_tag == eDataTagGroupPickupToneType)
-            add("dependent rule", type, "the type that goes with the two flags", !winner() || winner()->holds != m_value);
+            add("dependent rule", type, "the type that goes with the two flags", !winner() || winner()->holds != m_value,
+                {eDataTagGroupPickupAsRinger, eDataTagGroupPickupToneAllowed});
         else
-            add("dependent rule", m_value, "the flag that goes with the tone type", !winner() || winner()->holds != m_value);
+            add("dependent rule", m_value, "the flag that goes with the tone type", !winner() || winner()->holds != m_value,
+                {eDataTagGroupPickupToneType});
     }
 
     void addRinging(RingerRule const& rule)
@@ -224,8 +260,11 @@ private:
             return;
         }
         auto const later = rule.general == eDataTagNone ? rule.atStart : readValue(rule.general).value_or(Json());
+        std::vector<eDataTag> causes{rule.identifier};
+        if (rule.general != eDataTagNone)
+            causes.push_back(rule.general);
         add("dependent rule", m_value == later ? later : rule.atStart, "no alert identifier: follows the general ringer",
-            m_value == later || m_value == rule.atStart);
+            m_value == later || m_value == rule.atStart, std::move(causes));
     }
 
     void addProcess()
@@ -257,6 +296,22 @@ private:
     std::vector<Layer> m_layers;
 };
 
+/// The newest change of one of these items that the history knows; null when it knows none.
+Json lastChange(Workbench& workbench, std::vector<eDataTag> const& tags)
+{
+    std::string ignored;
+    auto const entries = workbench.journal().entries(ignored);
+    auto const isOne = [&](Json const& entry) {
+        return entry.value("result", Json()) == Json(wordOf(Result::Stored)) &&
+               std::ranges::any_of(tags, [&](eDataTag tag) { return entry.at("item") == Json(nameOf(tag)); });
+    };
+    auto const found = std::find_if(entries.rbegin(), entries.rend(), isOne);
+    if (found == entries.rend())
+        return {};
+    return {
+        {"item", found->at("item")}, {"time", timeText(found->at("time").get<std::int64_t>())}, {"who", found->at("who")}};
+}
+
 Report Explanation::report() const
 {
     bool const secrets = m_workbench.options().showSecrets;
@@ -264,17 +319,32 @@ Report Explanation::report() const
     Json why = won ? Json(won->says) : Json("nobody has a value for it");
     if (!exists(m_tag))
         why = "the catalogue has this item switched off";
-    Section item{"item", Layout::Pairs, {"item", "tag", "value", "from", "why", "kept in", "hidden"}, {{}}};
+    auto change = lastChange(m_workbench, {m_tag});
+    auto const causes = causesOf(won, change);
+    Json causedBy;
+    for (auto const cause : causes)
+        causedBy.push_back(nameOf(cause));
+    if (!causes.empty())
+        change = lastChange(m_workbench, causes);
+    Section item{"item",
+                 Layout::Pairs,
+                 {"item", "tag", "help", "value", "means", "from", "why", "caused by", "last change", "kept in", "hidden"},
+                 {{}}};
     item.rows.front() = {nameOf(m_tag),
                          static_cast<int>(m_tag),
+                         helpOf(m_tag),
                          shown(m_tag, m_value, secrets),
+                         nameOfValue(m_tag, m_value),
                          won ? Json(won->name) : Json(),
                          std::move(why),
+                         std::move(causedBy),
+                         std::move(change),
                          exists(m_tag) ? whereKept() : Json(),
                          m_hidden};
-    Section layers{"layers", Layout::Table, {"wins", "layer", "holds", "reason"}, {}, "\nLayers, the stronger ones below:"};
-    for (auto const& layer : m_layers)
+    Section layers{"layers", Layout::Table, {"wins", "layer", "holds", "reason"}, {}, "\nLayers, the strongest one first:"};
+    std::for_each(m_layers.rbegin(), m_layers.rend(), [&](Layer const& layer) {
         layers.rows.push_back({&layer == won, layer.name, shown(m_tag, layer.holds, secrets), layer.says});
+    });
     return {exitOk, {std::move(item), std::move(layers)}};
 }
 

@@ -182,7 +182,7 @@ Report Journal::record(std::string const& who, std::function<Report()> const& ac
             report.fail(exitStorage, {"", account});
     }
     noteItems(before, after, [&](eDataTag tag) -> std::string {
-        return m_asked.contains(tag) ? who : Tables::isHardwareFlag(tag) ? "hardware rule" : "library rule";
+        return m_asked.contains(tag) ? who : Tables::isHardwareFlag(tag) ? "hardware rule" : ruleName;
     });
     for (auto const& [name, value] : after.others) {
         auto const old = before.others.find(name);

@@ -19,6 +19,9 @@ class Workbench;
 
 class Journal {
 public:
+    /// Who changed what follows from a change that was asked for.
+    static constexpr char const* ruleName = "library rule";
+
     explicit Journal(Workbench& workbench) : m_workbench(workbench) {}
 
     /// The running verb asks for a change of this item; what changes besides is the work of the library's rules.
