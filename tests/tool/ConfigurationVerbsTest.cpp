@@ -376,7 +376,8 @@ TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
     EXPECT_EQ(verbs, Words()) << "not described";
     // The definition, then the command.
     auto const cases = split(
-        "list: list volume;list: list --changed;get: get 61 no-such;describe: describe codec[1]/type;"
+        "list: list volume;list: list --changed;list: list --long;list: list mute;list: list --groups;describe: describe 71;"
+        "get: get 61 no-such;describe: describe codec[1]/type;"
         "describe: describe 60;set: set 61=9 51=5 --watch;set: set 61=1 --dry-run;"
         "explain: explain 109;explain: explain 632;explain: explain 653;diff: diff;"
         "diff --commands: diff --commands;import: import -;reset: reset audio --dry-run;"

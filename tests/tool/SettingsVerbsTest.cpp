@@ -135,6 +135,54 @@ TEST_F(SettingsVerbs, SayInOneLineWhatADatabaseDidNotStore)
     }
 }
 
+TEST_F(SettingsVerbs, SayWhatItemsMean)
+{
+    std::pair<char const*, char const*> const cases[]{
+        {"describe 71", "names:           0 silent, 1 tone, 2 ringer and tone, 3 ringer\n"},
+        {"describe 71", "means:           ringer and tone\n"},
+        {"describe ice-gathering-timeout", "accepted:        100..65535 ms\n"},
+        {"set group-pickup-tone-type=9", "accepted: 0 silent, 1 tone, 2 ringer and tone, 3 ringer\n"},
+        {"set codec[1]/type=4", "accepted: 0..3 (3 Opus)\n"},
+        {"list MUTE", "55   disable-microphone  bool  false  Whether the microphone is disabled (mute)\n"},
+        {"list DSCP", "switched off: qos-layer3, l3qos-voice,"},
+        {"list --long opus-plr", "23   opus-plr  int   0      0        %     opus"},
+        {"table codec", "1     3     Opus   true"},
+        {"table door-openers", "type means          none"},
+        {"table group-pickup", "tone type means:   ringer and tone\n"},
+        {"explain group-pickup-tone-type", "\n=>  catalogue       2\n"},
+        {"--color always explain 61", "\x1b[32m=>\x1b[0m  \x1b[32mcatalogue\x1b[0m"}};
+    for (auto const& [command, expected] : cases)
+        EXPECT_NE(out(command).find(expected), std::string::npos) << command << '\n' << out(command);
+    std::size_t items = 0;
+    auto const families = ask("list --groups")["families"];
+    for (auto const& family : families) {
+        EXPECT_EQ(ask("list --family " + family["family"].get<std::string>())["items"].size(), family["items"]) << family;
+        items += family["items"].get<std::size_t>();
+    }
+    EXPECT_EQ(ask("list")["items"].size(), items);
+    EXPECT_EQ(status("list no-such-meaning"), 3);
+}
+
+TEST_F(SettingsVerbs, NameTheSettingsOutOfWhichARuleMadeAValue)
+{
+    ASSERT_EQ(status("set door-opener-directvideo-2=3 door-opener-phonenumber-2=200 group-pickup-tone-type=1"), 0);
+    std::pair<char const*, char const*> const cases[]{
+        {"camera-phone-number-3", "door-opener-directvideo-2 door-opener-phonenumber-2 "},
+        {"camera-door-opener-3", "door-opener-directvideo-2 "},
+        {"group-pickup-as-ringer", "group-pickup-tone-type "}, // stored since
+        {"ringer-melody-14", "alert-identifier-14 ringer-melody "},
+        {"group-pickup-tone-type", ""}};
+    for (auto const& [name, causes] : cases) {
+        auto const item = ask(std::string("explain ") + name)["item"];
+        std::string named;
+        for (auto const& cause : item["causedBy"])
+            named += cause.get<std::string>() + ' ';
+        EXPECT_EQ(named, causes) << item;
+    }
+    EXPECT_EQ(ask("explain camera-door-opener-3")["item"]["lastChange"]["item"], "door-opener-directvideo-2");
+    EXPECT_EQ(ask("explain group-pickup-as-ringer")["item"]["lastChange"]["who"], "set");
+}
+
 TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
 {
     isReady = false;

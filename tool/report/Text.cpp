@@ -22,6 +22,12 @@ std::string cellText(Json const& cell)
             text += (text.empty() ? "" : ", ") + cellText(element);
         return text.empty() ? "-" : text;
     }
+    if (cell.is_object()) {
+        std::string text;
+        for (auto const& [name, element] : cell.items())
+            text += (text.empty() ? "" : ", ") + name + ' ' + cellText(element);
+        return text;
+    }
     return cell.dump();
 }
 

@@ -14,7 +14,8 @@ namespace Tool {
 /// The width that all text keeps to where it can.
 inline constexpr std::size_t lineWidth = 80;
 
-/// A cell as one line of text: control characters escaped, the empty text as "", no value as "-".
+/// A cell as one line of text: control characters escaped, the empty text as "", no value as "-", the elements of a list and
+/// the members of an object one behind the other.
 std::string cellText(Json const& cell);
 
 /// Control characters written out, but for those to be kept.

@@ -4,6 +4,7 @@
 #include "verbs/Arguments.h"
 #include "workbench/Accepted.h"
 #include "workbench/Items.h"
+#include "workbench/Meanings.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
@@ -42,6 +43,14 @@ Json nameOrNull(std::string const* name)
     return name ? Json(*name) : Json();
 }
 
+Json namesByNumber(eDataTag tag)
+{
+    Json names;
+    for (auto const& [number, name] : namedNumbersOf(tag))
+        names[std::to_string(number)] = name;
+    return names;
+}
+
 Report describe(Workbench& workbench, eDataTag tag)
 {
     auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];
@@ -52,10 +61,16 @@ Report describe(Workbench& workbench, eDataTag tag)
         std::ranges::find_if(Tables::all, [=](auto const& each) { return each.holds(tag) || each.tag == tag; });
     auto const name = table == Tables::all.end() ? Json() : Json(Tables::shortNameOf(*table));
     bool const isGroup = !name.is_null() && table->kind == Tables::Kind::group;
+    auto const value = readValue(tag).value_or(Json());
     std::vector<std::pair<char const*, Json>> const lines{
         {"item", nameOf(tag)},
         {"tag", static_cast<int>(tag)},
-        {"value", shown(tag, readValue(tag).value_or(Json()), secrets)},
+        {"help", helpOf(tag)},
+        {"family", familyOf(tag).name},
+        {"value", shown(tag, value, secrets)},
+        {"means", nameOfValue(tag, value)},
+        {"unit", unitOf(tag)},
+        {"names", namesByNumber(tag)},
         {"type", typeName(record.value.type)},
         {"default", defaultOf(tag)},
         {"accepted", acceptedText(tag)},
@@ -70,12 +85,12 @@ Report describe(Workbench& workbench, eDataTag tag)
         {"group", isGroup ? name : Json()},
         {"management item", nameOrNull(management.item)},
         {"sub-item", nameOrNull(management.subItem)},
-        {"names", namesOf(tag)},
+        {"aliases", namesOf(tag)},
     };
     Section section{"item", Layout::Pairs, {}, {{}}};
-    for (auto const& [column, value] : lines) {
+    for (auto const& [column, cell] : lines) {
         section.columns.emplace_back(column);
-        section.rows.front().push_back(value);
+        section.rows.front().push_back(cell);
     }
     return {exitOk, {std::move(section)}};
 }

@@ -3,9 +3,12 @@
 
 #include "verbs/Arguments.h"
 #include "workbench/Items.h"
+#include "workbench/Meanings.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Workbench.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Tool::Verbs {
@@ -15,32 +18,91 @@ using namespace Data;
 namespace {
 
 struct ListOptions {
-    std::string pattern; ///< a glob or a part of a name; empty: all items
+    std::string pattern; ///< a glob, a part of a name, or of what items mean; empty: all items
+    std::string family;  ///< only this one's items; empty: every one's
     bool changedOnly = false;
+    bool isLong = false;
+    bool byFamily = false; ///< no items, but how many each family has
 };
+
+struct Found {
+    std::vector<eDataTag> tags;
+    bool isByMeaning = false; ///< no name has the pattern in it
+};
+
+Found find(ListOptions const& options)
+{
+    Found found{options.pattern.empty() ? allTags() : matchItems(options.pattern)};
+    found.isByMeaning = found.tags.empty();
+    if (found.isByMeaning)
+        std::ranges::copy_if(allTags(), std::back_inserter(found.tags),
+                             [&](eDataTag tag) { return meansSo(tag, options.pattern); });
+    if (!options.family.empty())
+        std::erase_if(found.tags, [&](eDataTag tag) { return familyOf(tag).name != options.family; });
+    return found;
+}
+
+Section counted(std::vector<eDataTag> const& tags)
+{
+    Section section{"families", Layout::Table, {"family", "items", "title"}, {}};
+    for (auto const& family : families()) {
+        auto const isOfFamily = [&](eDataTag tag) { return familyOf(tag).name == family.name; };
+        if (auto const count = std::ranges::count_if(tags, isOfFamily); count != 0)
+            section.rows.push_back({family.name, count, family.title});
+    }
+    return section;
+}
+
+Section listed(Found const& found, ServiceValues const& others, ListOptions const& options, bool showSecrets)
+{
+    Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
+    if (options.isLong)
+        section.columns.insert(section.columns.end(), {"means", "default", "unit", "family"});
+    bool const hasHelp = options.isLong || found.isByMeaning;
+    if (hasHelp)
+        section.columns.emplace_back("help");
+    for (auto const tag : found.tags) {
+        auto const value = knownValue(tag, others);
+        auto& row = section.rows.emplace_back(
+            std::vector<Json>{static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)), shown(tag, value, showSecrets)});
+        if (options.isLong)
+            row.insert(row.end(), {nameOfValue(tag, value), defaultOf(tag), unitOf(tag), familyOf(tag).name});
+        if (hasHelp)
+            row.emplace_back(helpOf(tag));
+    }
+    return section;
+}
 
 Report run(ListOptions const& options, Workbench& workbench)
 {
-    auto const tags = options.pattern.empty() ? allTags() : matchItems(options.pattern);
-    if (tags.empty())
-        return failure(exitUnknownItem, options.pattern, "matches no item", namesNear(options.pattern));
+    auto found = find(options);
+    if (found.tags.empty())
+        return failure(exitUnknownItem, options.pattern.empty() ? options.family : options.pattern, "matches no item",
+                       namesNear(options.pattern));
     Report report;
-    Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
     auto const others = serviceValues(workbench);
-    for (auto const tag : tags) {
+    std::string switchedOff;
+    std::erase_if(found.tags, [&](eDataTag tag) {
         if (!exists(tag))
-            continue;
+            switchedOff += (switchedOff.empty() ? "" : ", ") + nameOf(tag);
         auto const value = knownValue(tag, others);
         bool const isChanged = !value.is_null() && typeOf(tag) != eDataItemTypeComplex && value != defaultOf(tag);
-        if (!options.changedOnly || isChanged)
-            section.rows.push_back({static_cast<int>(tag), nameOf(tag), typeName(typeOf(tag)),
-                                    shown(tag, value, workbench.options().showSecrets)});
-    }
-    if (section.rows.empty())
-        report.notes.emplace_back(options.changedOnly ? "Nothing differs from the defaults."
-                                                      : "The catalogue has what matches switched off.");
-    report.sections.push_back(std::move(section));
+        return !exists(tag) || (options.changedOnly && !isChanged);
+    });
+    if (found.tags.empty())
+        report.notes.push_back(options.changedOnly ? "Nothing differs from the defaults."
+                                                   : "The catalogue has what matches switched off: " + switchedOff);
+    report.sections.push_back(options.byFamily ? counted(found.tags)
+                                              : listed(found, others, options, workbench.options().showSecrets));
     return report;
+}
+
+Words familyNames()
+{
+    Words names;
+    for (auto const& family : families())
+        names.emplace_back(family.name);
+    return names;
 }
 
 } // namespace
@@ -48,11 +110,21 @@ Report run(ListOptions const& options, Workbench& workbench)
 Verb listVerb()
 {
     auto const options = std::make_shared<ListOptions>();
+    auto pattern = Arguments::pattern(&options->pattern);
+    pattern.help += ", or a word of what items mean";
     return {
         .name = "list",
         .help = "List items with their values",
-        .arguments = {Arguments::pattern(&options->pattern),
-                      {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"}},
+        .arguments =
+            {std::move(pattern),
+             {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"},
+             {.name = "--long", .target = &options->isLong, .help = "With default, unit, family and what each means"},
+             {.name = "--family",
+              .target = &options->family,
+              .help = "Only the items of this family",
+              .value = "FAMILY",
+              .choices = familyNames()},
+             {.name = "--groups", .target = &options->byFamily, .help = "Only the families, with the number of their items"}},
         .action = onWorkbench(options)};
 }
 

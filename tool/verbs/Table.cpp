@@ -2,6 +2,7 @@
 #include "verbs/Verbs.h"
 
 #include "workbench/Items.h"
+#include "workbench/Meanings.h"
 #include "workbench/Rules.h"
 #include "workbench/Workbench.h"
 
@@ -53,21 +54,26 @@ Json value(Workbench& workbench, eDataTag tag)
     return shown(tag, readValue(tag).value_or(Json()), workbench.options().showSecrets);
 }
 
+bool hasNames(eDataTag column)
+{
+    return !namesOfNumbers(column).empty();
+}
+
 Section ranked(Workbench& workbench, Tables::Table const& table)
 {
     auto const& choices = *table.find(Role::choice);
     auto const sizes = std::ranges::find(table.columns, true, &Tables::Column::isOneForAll);
     Section section{Tables::shortNameOf(table),
                     Layout::Table,
-                    {"rank", Tables::labelOf(choices), "allowed", "hardware", "packet size", "row"},
+                    {"rank", Tables::labelOf(choices), "means", "allowed", "hardware", "packet size", "row"},
                     {}};
     auto const verdicts = hardwareVerdicts(workbench);
     for (int row = 0; row < table.rows; ++row) {
         auto const at = [&](eDataTag column) { return value(workbench, table.cell(column, row)); };
         auto const choice = at(choices.first);
         auto const verdict = verdicts.find(Tables::hardwareFlagOf(table, row, choice.get<int>()));
-        section.rows.push_back({at(table.column(Role::rank)), choice, at(table.column(Role::allowed)),
-                                verdict == verdicts.end() || verdict->second.allowed,
+        section.rows.push_back({at(table.column(Role::rank)), choice, nameOfValue(choices.first, choice),
+                                at(table.column(Role::allowed)), verdict == verdicts.end() || verdict->second.allowed,
                                 sizes != table.columns.end() ? at(sizes->first) : Json(), row + 1});
     }
     std::stable_sort(section.rows.begin(), section.rows.end(),
@@ -83,13 +89,20 @@ Section listed(Workbench& workbench, Listing const& listing)
             columns.push_back(column.first);
     }
     Section section{Tables::shortNameOf(listing.table), listing.layout, {listing.key}, {}};
-    for (auto const column : columns)
-        section.columns.emplace_back(Tables::labelOf(*listing.table.find(column)));
+    for (auto const column : columns) {
+        auto const* const label = Tables::labelOf(*listing.table.find(column));
+        section.columns.emplace_back(label);
+        if (hasNames(column))
+            section.columns.push_back(std::string(label) + " means");
+    }
     for (int row = 0; row < listing.table.rows; ++row) {
         auto& cells = section.rows.emplace_back();
         cells.emplace_back(listing.firstNumber + row);
-        for (auto const column : columns)
+        for (auto const column : columns) {
             cells.push_back(value(workbench, listing.table.cell(column, row)));
+            if (hasNames(column))
+                cells.push_back(nameOfValue(column, cells.back()));
+        }
     }
     return section;
 }
@@ -109,9 +122,13 @@ void addCameraNames(Workbench& workbench, Section& openers)
 Section groupPickup(Workbench& workbench)
 {
     Section section{Tables::shortNameOf(Tables::groupPickup), Layout::Pairs, {}, {{}}};
-    auto const add = [&](char const* label, eDataTag tag) {
-        section.columns.emplace_back(label);
+    auto const add = [&](std::string const& label, eDataTag tag) {
+        section.columns.push_back(label);
         section.rows.front().push_back(value(workbench, tag));
+        if (hasNames(tag)) {
+            section.columns.push_back(label + " means");
+            section.rows.front().push_back(nameOfValue(tag, section.rows.front().back()));
+        }
     };
     for (auto const& column : Tables::groupPickup.columns)
         add(Tables::labelOf(column), column.first);

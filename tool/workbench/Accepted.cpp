@@ -1,6 +1,7 @@
 #include "workbench/Accepted.h"
 
 #include "workbench/Items.h"
+#include "workbench/Meanings.h"
 #include "workbench/Mobility.h"
 #include "workbench/Values.h"
 
@@ -85,6 +86,17 @@ std::string stepText(Step const& step)
     if (step.builder == &Builder::dataValidatorStringsAllowed)
         return fmt::format("{}", fmt::join(listed(step), " | "));
     return step.builder == &Builder::dataValidatorStringNoWhitespace ? "a text without blanks" : "";
+}
+
+/// The words for the numbers of a range: with their names and unit, where they have them.
+std::string withMeaning(eDataTag tag, std::string const& range)
+{
+    auto const names = namesOfNumbers(tag);
+    if (!names.empty() && namedNumbersOf(tag).size() == legalValues(tag).size())
+        return std::string(names);
+    auto const unit = unitOf(tag);
+    return range + (unit.is_null() ? "" : " " + unit.get<std::string>()) +
+           (names.empty() ? "" : fmt::format(" ({})", names));
 }
 
 /// The general ringer's file is copied into the rows of the ringing table that have no identifier.
@@ -177,7 +189,7 @@ std::string acceptedText(eDataTag tag)
     if (isTextOfTable(tag))
         text += std::string(text.empty() ? "" : ", ") + "UTF-8 without control characters";
     if (!text.empty())
-        return text;
+        return withMeaning(tag, text);
     if (typeOf(tag) == eDataItemTypeInt)
         return "a whole number";
     return isTextOfElement(tag) ? fmt::format("any text but \"{}\"", databaseFailure) : "any text";

@@ -16,7 +16,7 @@ std::string chainText(Data::DataCache::DataItemBuilder::ValidatorAndParams const
 /// The legal values when there are few enough to choose from, else none.
 std::vector<std::string> legalValues(Data::eDataTag tag);
 
-/// "1..8", "a text without blanks", "0 to 24 bytes without blanks": what a value of the item must be.
+/// "1..8", "0 silent, 1 tone", "a text without blanks": what a value of the item must be.
 std::string acceptedText(Data::eDataTag tag);
 
 /// Why no value of the item may be this text, whatever the library's validators say; empty when it may.
