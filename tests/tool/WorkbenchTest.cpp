@@ -1,6 +1,7 @@
 // The workbench driven in this process: what it takes, leaves alone and tells.
 #include "../host/HostTest.h"
 
+#include "cli/Serving.h"
 #include "workbench/Items.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Workbench.h"
@@ -79,6 +80,23 @@ TEST_F(WorkbenchTest, LeavesTheLibraryThatItFound)
     EXPECT_TRUE(m_platform->management().setOwned(order)); // The agent is the application's.
     Host::logError("./here", 1, "still heard");
     EXPECT_EQ(log, std::vector<std::string>{"still heard"});
+}
+
+TEST_F(WorkbenchTest, AnApplicationSurvivesThatItsCallbacksThrowAtACommand)
+{
+    struct Thrower : DataUpdateCallback {
+        void onDataUpdate(BulkData&) override { throw 42; }
+    };
+    static Thrower thrower;
+    attachBench();
+    MediaDataCache::registerCallback({eDataTagRingerVolume}, &thrower);
+    Invocation invocation;
+    invocation.workbench = std::move(bench);
+    Serving const serving(invocation);
+    ASSERT_TRUE(serving.server()) << serving.failure();
+    std::string const command = MEDIADATA_TOOL " >/dev/null 2>&1 --data-dir " + m_directory;
+    EXPECT_EQ(WEXITSTATUS(std::system((command + " set ringer-volume=7").c_str())), exitInternal);
+    EXPECT_EQ(std::system((command + " get ringer-volume").c_str()), 0);
 }
 
 TEST_F(WorkbenchTest, WhatIsRequestedOfTheServiceIsReportedUnlessAnApplicationDoes)

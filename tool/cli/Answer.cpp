@@ -111,8 +111,10 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
         return status;
     } catch (std::exception const& fault) {
         console.err << "mediadata: " << fault.what() << '\n';
-        return exitInternal;
+    } catch (...) { // This is no thread of the application, which hence cannot catch what its callbacks throw.
+        console.err << "mediadata: a callback of the application threw\n";
     }
+    return exitInternal;
 }
 
 } // namespace
