@@ -10,6 +10,9 @@
 #include <atomic>
 #include <exception>
 #include <stdexcept>
+#include <tuple>
+
+#include <unistd.h>
 
 namespace Workbench {
 
@@ -50,6 +53,7 @@ struct Holder::State {
             throw std::runtime_error(serving.failure());
     }
 
+    pid_t const process = ::getpid();
     OnlyOne const only = {};
     Tool::Invocation invocation;
     Tool::Serving serving{invocation};
@@ -64,6 +68,11 @@ Holder::Holder(Host::Platform& platform)
     }
 }
 
-Holder::~Holder() = default;
+Holder::~Holder()
+{
+    // A fork's child has neither the threads nor a right to the socket's name.
+    if (m_state && m_state->process != ::getpid())
+        std::ignore = m_state.release();
+}
 
 } // namespace Workbench

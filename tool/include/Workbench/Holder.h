@@ -15,7 +15,7 @@ namespace Workbench {
 /// changes as of any change.
 ///
 /// Lifetime: made after MediaDataCache::init and destroyed before MediaDataCache::terminate and before the platform, which it
-/// borrows. There is one in a process at a time.
+/// borrows. There is one in a process at a time. In the child of a fork it does nothing.
 ///
 /// Threads: it has threads of its own, which take no signals of the process, and carries out one command at a time on one of
 /// them. There the application's callbacks are called for what the tool changes, and may do what they may do on any thread. A
