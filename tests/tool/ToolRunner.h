@@ -85,13 +85,17 @@ public:
 
     static inline rlim_t s_longestFile = 0; ///< what a process can write to any file; 0: no limit
 
-    /// Waits until the process has written the text, or has ended.
-    bool says(std::string const& text) const
+    /// Waits until the process has written the text, or has ended, or has had two minutes for it.
+    ::testing::AssertionResult says(std::string const& text) const
     {
         auto const said = [&] { return (out() + err()).find(text) != std::string::npos; };
-        for (siginfo_t info{}; !said() && info.si_pid == 0; ::usleep(5000))
+        siginfo_t info{};
+        for (int round = 0; round < 24000 && !said() && info.si_pid == 0; ++round, ::usleep(5000))
             ::waitid(P_PID, static_cast<id_t>(m_child), &info, WEXITED | WNOHANG | WNOWAIT);
-        return said();
+        return said() ? ::testing::AssertionSuccess()
+                      : ::testing::AssertionFailure()
+                            << (info.si_pid == 0 ? "runs on" : "has ended") << " without \"" << text << "\":\n"
+                            << out() << err();
     }
 
     /// The exit status; signal 0 waits for the process to end by itself.
