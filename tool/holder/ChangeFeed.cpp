@@ -92,6 +92,13 @@ std::shared_ptr<Subscription> ChangeFeed::subscribe(std::optional<Subscription::
     return result;
 }
 
+std::size_t ChangeFeed::subscriptions()
+{
+    Threads::Lock const held(m_mutex);
+    auto const isAlive = [](auto const& each) { return !each.expired(); };
+    return static_cast<std::size_t>(std::ranges::count_if(m_subscriptions, isAlive));
+}
+
 void ChangeFeed::tell(Listener listener)
 {
     if (listener)

@@ -69,6 +69,8 @@ public:
 
     /// The first subscription reads all values of the library: not for those who are called by it.
     std::shared_ptr<Subscription> subscribe(std::optional<Subscription::Tags> only) MEDIADATA_EXCLUDES(m_mutex);
+    /// How many subscriptions there are.
+    std::size_t subscriptions() MEDIADATA_EXCLUDES(m_mutex);
 
     /// Tells one listener at once, on the thread that publishes; null ends that, and it is not called any more on return.
     void tell(Listener listener) MEDIADATA_EXCLUDES(m_mutex);

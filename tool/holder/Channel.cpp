@@ -24,9 +24,9 @@ Channel::Event Channel::receive(Message& message, Milliseconds limit, int output
         case Decoded::Partial:
             break;
         }
-        auto const left = std::chrono::ceil<Milliseconds>(deadline - Clock::now()).count();
+        auto const left = std::max(std::chrono::ceil<Milliseconds>(deadline - Clock::now()), Milliseconds(0));
         std::array<pollfd, 2> waiting{{{descriptor(), POLLIN, 0}, {output, 0, 0}}};
-        if (left <= 0 || ::poll(waiting.data(), waiting.size(), static_cast<int>(left)) == 0)
+        if (::poll(waiting.data(), waiting.size(), static_cast<int>(left.count())) == 0)
             return Event::Timeout;
         if (waiting[1].revents != 0)
             return Event::ReaderGone;
@@ -38,12 +38,11 @@ Channel::Event Channel::receive(Message& message, Milliseconds limit, int output
     }
 }
 
-void Channel::postIfIdle(Message const& message)
+bool Channel::postIfIdle(Message const& message)
 {
-    if (!m_pending.empty())
-        return;
-    post(message);
-    send();
+    if (m_pending.empty())
+        post(message);
+    return send();
 }
 
 /// False when the connection is broken.
@@ -63,8 +62,8 @@ bool Channel::flush(Milliseconds stall)
     while (send()) {
         if (m_pending.empty())
             return true;
-        pollfd room{descriptor(), POLLOUT | POLLRDHUP, 0};
-        if (::poll(&room, 1, static_cast<int>(stall.count())) == 0 || (room.revents & POLLOUT) == 0)
+        pollfd room{descriptor(), POLLOUT, 0};
+        if (::poll(&room, 1, static_cast<int>(stall.count())) == 0)
             return false;
     }
     return false;

@@ -26,8 +26,9 @@ public:
     /// Keeps the message for flush().
     void post(Message const& message) { m_pending += encode(message); }
 
-    /// As post(), and sends what can be sent without waiting. Does nothing while something is still to be sent.
-    void postIfIdle(Message const& message);
+    /// As post(), unless something is still to be sent, and sends what can be sent without waiting. False when the other side is
+    /// gone.
+    bool postIfIdle(Message const& message);
 
     /// Sends all. False when the other side is gone or took nothing for `stall`.
     bool flush(Milliseconds stall);

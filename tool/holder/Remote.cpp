@@ -29,6 +29,11 @@ std::size_t numberIn(std::string const& text)
     return number;
 }
 
+Channel::Milliseconds timeTo(Remote::Deadline deadline)
+{
+    return std::max(std::chrono::ceil<Channel::Milliseconds>(deadline - std::chrono::steady_clock::now()), 0ms);
+}
+
 } // namespace
 
 std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
@@ -54,14 +59,19 @@ std::optional<Remote> Remote::find(std::filesystem::path const& dataDirectory)
 /// Waits for the turn, and says so when it takes long.
 Channel::Event Remote::first(Message& message, Console& console, Deadline begun)
 {
-    auto const left = [&] { return std::chrono::ceil<Channel::Milliseconds>(begun - std::chrono::steady_clock::now()); };
-    auto const event = m_channel.receive(message, std::min<Channel::Milliseconds>(answerWait, left()));
-    if (event != Channel::Event::Timeout || left() <= 0ms)
-        return event;
-    console.quiet();
-    console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
-                << std::endl;
-    return m_channel.receive(message, left());
+    auto event = m_channel.receive(message, std::min<Channel::Milliseconds>(answerWait, timeTo(begun)));
+    if (event == Channel::Event::Timeout && timeTo(begun) > 0ms) {
+        console.quiet();
+        console.err << "mediadata: waiting for process " << m_process << ", which holds the data directory and is busy"
+                    << std::endl;
+        event = m_channel.receive(message, timeTo(begun));
+    }
+    if (event == Channel::Event::Timeout) {
+        // From now on the holder cannot begin. When it has at this very moment, it is too late to say that it has not.
+        ::shutdown(m_channel.descriptor(), SHUT_RD);
+        m_begun = m_channel.receive(message, 0ms) == Channel::Event::Received;
+    }
+    return event;
 }
 
 Channel::Event Remote::next(Message& message, int output)
@@ -111,7 +121,7 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
         }
         if (toSend) {
             m_channel.post(toMessage(request));
-            m_channel.flush(longestSilence);
+            m_channel.flush(m_begun ? longestSilence : timeTo(begun));
         }
         toSend = false;
         Message message;

@@ -4,6 +4,8 @@
 
 #include "HostPlatform.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -27,10 +29,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t mostConnections = 64; ///< at once, watchers among them
-constexpr int longestBacklog = 1024;        ///< of those who wait for one
+constexpr std::size_t mostWatchers = 48;
+constexpr int longestBacklog = 1024; ///< of those who wait for one
 constexpr auto firstRequestWithin = 10s;
 constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
-constexpr auto longestStall = 10s;
+constexpr auto longestStall = 1s;     ///< of who reads nothing while the server ends
 constexpr auto acceptPause = 50ms;
 
 std::string reason(int code)
@@ -114,11 +117,11 @@ Server::~Server()
     if (m_acceptor.joinable())
         m_acceptor.join();
     m_feed.close();
-    for (auto& connection : m_connections) {
-        // What is being answered is still sent; nothing more is received.
+    // What is being answered is still sent; nothing more is received.
+    for (auto const& connection : m_connections)
         ::shutdown(connection.channel.descriptor(), SHUT_RD);
+    for (auto& connection : m_connections)
         connection.thread.join();
-    }
     m_listening.reset();
 }
 
@@ -152,21 +155,23 @@ void Server::admit(Host::FileDescriptor socket)
         std::this_thread::sleep_for(acceptPause);
         return;
     }
-    if (auto const user = peerOf(socket.get()).user; user != ::geteuid() && user != 0) {
-        Channel channel(std::move(socket));
-        channel.postIfIdle({"refuse", "the data directory belongs to another user"});
-        return;
-    }
-    auto& connection = m_connections.emplace_back(std::move(socket));
     try {
+        if (auto const user = peerOf(socket.get()).user; user != ::geteuid() && user != 0) {
+            Channel(std::move(socket)).postIfIdle({"refuse", "the data directory belongs to another user"});
+            return;
+        }
+        auto& connection = m_connections.emplace_back(std::move(socket));
         connection.thread = std::thread([this, &connection] {
-            serve(connection);
+            try {
+                serve(connection);
+            } catch (std::exception const&) { // NOLINT(bugprone-empty-catch): memory is short, and the connection closes.
+            }
             ::shutdown(connection.channel.descriptor(), SHUT_RDWR);
             connection.over = true;
             wake();
         });
-    } catch (std::system_error const&) { // No more threads: the connection closes.
-        m_connections.pop_back();
+    } catch (std::exception const&) { // No more threads, or memory is short: the connection closes.
+        std::erase_if(m_connections, [](auto const& each) { return !each.thread.joinable(); });
     }
 }
 
@@ -182,11 +187,21 @@ void Server::serve(Connection& connection)
         auto const fault = versionFault(event == Channel::Event::Received ? message : Message());
         if (!fault.empty()) {
             channel.post({"refuse", fault});
-            channel.flush(longestStall);
+            sendAll(channel);
         }
         if (!fault.empty() || !serveOne(connection, message))
             return;
     }
+}
+
+/// Waits for a slow reader as long as the server lives: who pages through an answer reads on when it likes. False when it is gone.
+bool Server::sendAll(Channel& channel) const
+{
+    for (bool isLast = m_ending; !channel.flush(longestStall); isLast = m_ending) {
+        if (isLast || channel.isGone())
+            return false;
+    }
+    return true;
 }
 
 /// True when the client is to send its request again.
@@ -196,25 +211,22 @@ bool Server::serveOne(Connection& connection, Message const& message)
     Reply reply;
     {
         Threads::Lock const turn(m_turn);
-        if (m_ending || channel.isGone())
+        // Who does not hear that it begins has given up.
+        if (m_ending || channel.isGone() || !channel.postIfIdle({"begin"}))
             return false;
-        channel.postIfIdle({"begin"});
         reply = m_answer(message);
+        if (reply.watcher && m_feed.subscriptions() > mostWatchers) // The others leave no room for commands.
+            reply = {{{"refuse", fmt::format("it tells {} watchers already", mostWatchers)}}};
     }
     for (auto const& each : reply.messages)
         channel.post(each);
     if (reply.watcher)
         channel.post({"ready"});
-    if (!channel.flush(longestStall) || !reply.watcher)
+    if (!sendAll(channel) || !reply.watcher)
         return reply.asks;
     auto const write = [&](std::string const& lines) {
         channel.post({"out", lines});
-        // A slow reader keeps its place, its queue is bounded; one that has gone is noticed here.
-        while (!channel.flush(longestStall)) {
-            if (m_ending || channel.isGone())
-                return false;
-        }
-        return true;
+        return sendAll(channel);
     };
     auto const report = reply.watcher->follow(write, {channel.descriptor()});
     std::ostringstream out;
@@ -223,7 +235,7 @@ bool Server::serveOne(Connection& connection, Message const& message)
     channel.post({"out", out.str()});
     channel.post({"err", err.str()});
     channel.post({"end", std::to_string(status)});
-    channel.flush(longestStall);
+    sendAll(channel);
     return false;
 }
 

@@ -60,6 +60,7 @@ private:
     void wake() const;
     void admit(Host::FileDescriptor socket);
     void serve(Connection& connection);
+    bool sendAll(Channel& channel) const;
     bool serveOne(Connection& connection, Message const& message);
 
     Workbench& m_workbench;
