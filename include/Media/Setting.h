@@ -73,14 +73,26 @@ template <Data::eDataItemType type> using ValueOf =
     std::conditional_t<type == Data::eDataItemTypeInt, int,
                        std::conditional_t<type == Data::eDataItemTypeBool, bool, std::string>>;
 
-/// What a setting may be set to without a conversion that loses or guesses: text is no bool, and a double no int.
+template <class T, class... Others> inline constexpr bool isOneOf = (std::same_as<T, Others> || ...);
+
+/// What a setting may be set to without a conversion that loses or guesses: text is no bool, and neither a double nor a character
+/// is an int.
 template <class Given, class T> inline constexpr bool isAccepted = false;
 template <class Given> inline constexpr bool isAccepted<Given, bool> = std::same_as<Given, bool>;
 template <class Given> inline constexpr bool isAccepted<Given, int> =
-    std::integral<Given> && !std::same_as<Given, bool> && !std::same_as<Given, char> &&
+    std::integral<Given> && !isOneOf<Given, bool, char, char8_t, char16_t, char32_t, wchar_t> &&
     (sizeof(Given) < sizeof(int) || (sizeof(Given) == sizeof(int) && std::signed_integral<Given>));
 template <class Given> inline constexpr bool isAccepted<Given, std::string> =
     std::convertible_to<Given const&, std::string_view> && !std::same_as<Given, std::nullptr_t>;
+
+template <class T, class Given> T accepted(Given const& given)
+{
+    static_assert(
+        isAccepted<std::decay_t<Given const&>, T>,
+        "Media::Setting: a setting takes values of its own type: an int setting integers that always fit (no bool, no "
+        "character, and what is wider or unsigned with a cast), a bool setting a bool, a string setting text.");
+    return T(given);
+}
 
 } // namespace Detail
 
@@ -179,12 +191,14 @@ public:
     }
 
     /// As MediaDataCache::setData, also within a callback. With `tellManagement` the management service is told.
-    template <class T>
-    requires Detail::isAccepted<std::decay_t<T const&>, value_type> Result set(T const& value)
-    const { return Detail::setValue(tag, value_type(value), false); }
-    template <class T>
-    requires Detail::isAccepted<std::decay_t<T const&>, value_type> Result set(T const& value, TellManagement)
-    const { return Detail::setValue(tag, value_type(value), true); }
+    template <class T> Result set(T const& value) const
+    {
+        return Detail::setValue(tag, Detail::accepted<value_type>(value), false);
+    }
+    template <class T> Result set(T const& value, TellManagement) const
+    {
+        return Detail::setValue(tag, Detail::accepted<value_type>(value), true);
+    }
 
     /// Calls `function` with the new value whenever it changed; see Media::onChange.
     [[nodiscard]] Subscription onChange(std::function<void(value_type const& value)> function) const
@@ -216,11 +230,9 @@ private:
 class MEDIADATA_EXPORT Batch {
 public:
     /// The last value of a setting counts.
-    template <Data::eDataTag tag, class T>
-    requires Detail::isAccepted < std::decay_t<T const&>,
-    typename Setting<tag>::value_type > Batch& set(Setting<tag> const&, T const& value)
+    template <Data::eDataTag tag, class T> Batch& set(Setting<tag> const&, T const& value)
     {
-        m_values.emplace_back(tag, typename Setting<tag>::value_type(value));
+        m_values.emplace_back(tag, Detail::accepted<typename Setting<tag>::value_type>(value));
         return *this;
     }
 
