@@ -71,6 +71,7 @@ private:
 
     MEDIADATA_HIDDEN void openStorage(SvcRTEContext& context, eDataTag tag);
     MEDIADATA_HIDDEN bool hasChangedTables() const;
+    MEDIADATA_HIDDEN bool isCellOfChangedTable(eDataTag tag) const;
     MEDIADATA_HIDDEN void keepTables();
     MEDIADATA_HIDDEN void restoreTables();
     MEDIADATA_HIDDEN static void logNotStored(eDataTag tag);

@@ -39,6 +39,7 @@ public:
     /// Splits the stored tables into their cells.
     void readDataFromTables(bool userDataOnly);
     MEDIADATA_HIDDEN bool hasChangedTables() const;
+    MEDIADATA_HIDDEN bool isTableChanged(eDataTag table) const;
     /// Remembers what the tables know beside their cells: which are marked as changed, and what the door openers remember.
     MEDIADATA_HIDDEN void keepState();
     /// Puts back what the last keepState remembered.

@@ -214,14 +214,14 @@ public:
 
 class [[nodiscard]] BatchResult {
 public:
-    explicit BatchResult(bool ok, std::vector<Refusal> refused) : m_ok(ok), m_refused(std::move(refused)) {}
+    explicit BatchResult(std::vector<Refusal> refused) : m_refused(std::move(refused)) {}
 
-    bool ok() const { return m_ok; }
-    /// What was not taken and why, in the order of the tags; the others are stored.
+    /// All is taken. (A table that others changed and that is refused only now is none of its affairs.)
+    bool ok() const { return m_refused.empty(); }
+    /// What was not taken and why, in the order of the tags; what a rule made of the values included. The others are stored.
     std::vector<Refusal> const& refused() const { return m_refused; }
 
 private:
-    bool m_ok;
     std::vector<Refusal> m_refused;
 };
 

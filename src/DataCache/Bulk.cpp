@@ -3,6 +3,8 @@
 #include "Data/DataCache.h"
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
+#include "Data/DataSourceDB.h"
+#include "Data/SettingTraits.h"
 #include "Media/Result.h"
 
 #include "DataCache/CacheLock.h"
@@ -11,6 +13,8 @@
 #include "DataCache/TextValues.h"
 #include "DataCache/WriteGroup.h"
 #include "Log.h"
+
+#include <algorithm>
 
 namespace Data {
 
@@ -28,8 +32,9 @@ template <class T> bool readIntoBulk(DataItemBase const& item, BulkData& bulk)
 }
 
 /// Completes what was refused of a bulk by what its tables refused and what was not stored, in the order of the tags.
-void addTablesAndLost(std::map<eDataTag, BulkDataItem*> const& values, DataTagValue_t const& failed,
-                      DataTagValue_t const& lost, std::vector<Media::Refusal>& refused)
+template <class IsWaiting> void addTablesAndLost(std::map<eDataTag, BulkDataItem*> const& values,
+                                                 DataTagValue_t const& failed, DataTagValue_t const& lost,
+                                                 IsWaiting const& isWaiting, std::vector<Media::Refusal>& refused)
 {
     std::vector<Media::Refusal> all;
     auto next = refused.begin();
@@ -42,8 +47,15 @@ void addTablesAndLost(std::map<eDataTag, BulkDataItem*> const& values, DataTagVa
             all.push_back(std::move(*next));
         else if (failed.contains(tag))
             all.push_back({tag, Media::Result::Refused, refusedByTable});
+        else if (isWaiting(tag))
+            all.push_back({tag, Media::Result::NotStored, notYetStored});
         next += isRefused ? 1 : 0;
     }
+    for (auto const& entry : lost) { // what a rule makes of them, too
+        if (!values.contains(entry.first) && hasValue(entry.first))
+            all.push_back({entry.first, Media::Result::NotStored, notStored});
+    }
+    std::ranges::sort(all, {}, &Media::Refusal::tag);
     refused = std::move(all);
 }
 
@@ -110,7 +122,9 @@ bool DataCache::setDataBulk(BulkData& bulk, std::vector<Media::Refusal>* refused
     accepted = flushTables(failed) && accepted;
     accepted = span.end(&lost) && accepted;
     if (refused && !accepted)
-        addTablesAndLost(values, failed, lost, *refused);
+        addTablesAndLost(
+            values, failed, lost, [this](eDataTag tag) { return m_sourceDB && m_sourceDB->isCellOfChangedTable(tag); },
+            *refused);
     failed.merge(lost);
     if (!accepted) {
         for (auto const& entry : failed)

@@ -286,6 +286,11 @@ bool DataSourceDB::hasChangedTables() const
     return m_tableHandler->hasChangedTables();
 }
 
+bool DataSourceDB::isCellOfChangedTable(eDataTag tag) const
+{
+    return m_tableHandler->isTableChanged(dataDbDescriptionTable[tag].parentTable);
+}
+
 void DataSourceDB::keepTables()
 {
     m_tableHandler->keepState();

@@ -139,6 +139,12 @@ bool Handler::hasChangedTables() const
     return m_changedTables > 0;
 }
 
+bool Handler::isTableChanged(eDataTag table) const
+{
+    auto const* const found = findTable(table);
+    return found && found->isChanged();
+}
+
 Handler::DataTableDoorOpenerTypeDependentTags* Handler::doorOpenerTable() const
 {
     return static_cast<DataTableDoorOpenerTypeDependentTags*>(findTable(eDataTagDoorOpeners));

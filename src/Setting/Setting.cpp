@@ -160,13 +160,13 @@ BatchResult Batch::commit() const
     if (!cache) {
         for (auto const& [tag, value] : m_values)
             refused.push_back({tag, Result::Absent, noCache});
-        return BatchResult(false, std::move(refused));
+        return BatchResult(std::move(refused));
     }
     BulkData bulk;
     for (auto const& [tag, value] : m_values)
         std::visit([&, tag = tag](auto const& each) { bulk.addTagValue(tag, each, false); }, value);
-    bool const isOk = cache->setDataBulk(bulk, &refused);
-    return BatchResult(isOk, std::move(refused));
+    cache->setDataBulk(bulk, &refused);
+    return BatchResult(std::move(refused));
 }
 
 } // namespace Media
