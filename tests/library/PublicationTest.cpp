@@ -1,6 +1,7 @@
 // Readers without a lock: all interleavings of publications with one read, numbers that wrap, and threads that do it all at once.
 #include "LibraryTest.h"
 
+#include "Data/DataCache.h"
 #include "Data/DataItem.h"
 #include "Media/Setting.h"
 #include "Setting/Publication.h"
@@ -133,6 +134,29 @@ TEST(Publication, RenewsItsNumbersBeforeTheyAreTooOld)
 }
 
 using Stress = GroupingTest;
+
+TEST_F(Stress, BeginsWithinAnOperationAndIsDoneAtItsEnd)
+{
+    start(); // a bulk asks the facade for the types of its values
+    for (bool const isStored : {false, true}) {
+        Publication publication;
+        DataCache cache(platform, {}, eDataComponentMedia);
+        platform.failGroups(!isStored);
+        platform.onCall([&](Scripted::Call const& call) {
+            if (call.name != "endGroup")
+                return;
+            cache.publishTo(publication);
+            EXPECT_TRUE(std::async([&] { return publication.isClaimed(); }).get()) << "who reads now waits for the cache";
+        });
+        BulkData bulk;
+        bulk.addTagValue(eDataTagHandsetVolume, 7, false);
+        bulk.addTagValue(eDataTagHeadsetVolume, 7, false);
+        EXPECT_EQ(cache.setDataBulk(bulk), isStored);
+        platform.onCall({});
+        EXPECT_FALSE(publication.isClaimed());
+        EXPECT_EQ(publication.number(eDataTagHandsetVolume), isStored ? 7U : 2U);
+    }
+}
 
 /// Writers, bulks that are taken back, callbacks, and readers that check what they may see.
 TEST_F(Stress, ShowsOnlyWhatWasVisible)

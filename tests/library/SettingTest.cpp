@@ -28,6 +28,8 @@ template <eDataTag tag> constexpr Reader readerOf()
         return nullptr;
 }
 
+template <class... Given> constexpr int acceptedAsInt = (Media::Detail::isAccepted<Given, int> + ...);
+
 auto const readers = []<std::size_t... tags>(std::index_sequence<tags...>)
 {
     return std::array<Reader, sizeof...(tags)>{readerOf<static_cast<eDataTag>(tags)>()...};
@@ -67,6 +69,9 @@ TEST_F(Settings, AreTheTagsOfWhichTheCacheHasAValue)
     }
     static_assert(!Media::IsPublished<eDataTagDoorOpener1Pin>);
     static_assert(!Media::IsPublished<eDataTagForceEtsi>);
+    static_assert(acceptedAsInt<bool, char, char8_t, char16_t, char32_t, wchar_t, unsigned, long long, double> == 0);
+    static_assert(acceptedAsInt<signed char, unsigned char, short, unsigned short, int> == 5);
+    static_assert(!Media::Detail::isAccepted<int, bool>);
 }
 
 TEST_F(Settings, ShowWhatTheCacheHoldsWhateverChangedIt)
@@ -190,6 +195,26 @@ TEST_F(Settings, AreSeenByOthersWhenTheOperationEndsOrTellsSomebody)
     auto report = record("ringer-volume", "8");
     EXPECT_TRUE(Cache::setDataOcms(report));
     EXPECT_EQ(told, 8);
+    // A table's check tells somebody in the middle of a bulk: what is done by then is seen, the rest at the end.
+    Media::Setting<eDataTagDoorOpener1PhoneNumber> const number;
+    EXPECT_TRUE(Media::Setting<eDataTagDoorOpener1DirectVideo>().set(2).ok());
+    listen({eDataTagDoorOpener1PhoneNumber, eDataTagCamera2PhoneNumber});
+    seen.clear();
+    platform.onCall([&](Scripted::Call const& call) { seen += call.name == "endGroup" ? "e" : ""; });
+    listener.onNews = [&] { seen += std::to_string(elsewhere([&] { return handset.get(); })); };
+    EXPECT_TRUE(Media::Batch().set(handset, 7).set(number, "200").commit().ok());
+    EXPECT_EQ(seen, "e7e7");
+    platform.onCall({});
+    // What is lost behind that call is named, what was stored before it is not.
+    listener.onNews = [&] { platform.failGroups(true); };
+    auto const half = Media::Batch().set(handset, 6).set(number, "300").commit();
+    platform.failGroups(false);
+    ASSERT_EQ(half.refused().size(), 2U);
+    EXPECT_EQ(half.refused()[0].tag, eDataTagCamera2PhoneNumber);
+    EXPECT_EQ(half.refused()[0].reason, "the database did not store it");
+    EXPECT_EQ(half.refused()[1].tag, eDataTagDoorOpener1PhoneNumber);
+    EXPECT_EQ(half.refused()[1].reason, "it is not stored before the next change");
+    EXPECT_EQ(handset.get(), 6);
 }
 
 class Subscriptions : public Settings {
@@ -204,7 +229,9 @@ TEST_F(Subscriptions, EndForAllTheirTags)
     EXPECT_FALSE(early);
     start();
     EXPECT_FALSE(volume.onChange({}));
-    EXPECT_FALSE(Media::onChange({eDataTagQosLayer3, eDataTagNone}, [](auto&) {}));
+    auto const kept = std::make_shared<int>();
+    EXPECT_FALSE(Media::onChange({eDataTagQosLayer3, eDataTagNone}, [kept](auto&) {}));
+    EXPECT_EQ(kept.use_count(), 1);
     Texts changes;
     {
         auto const one = volume.onChange(note);
