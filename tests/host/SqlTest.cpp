@@ -95,3 +95,16 @@ TEST_F(HostSql, WhatCannotBeReadIsTriedAgainAndThenNotOverwrittenByADefault)
     EXPECT_TRUE(write("Many", "one", "5")) << "it can be read again";
     EXPECT_EQ(item("one") + item("other"), "53");
 }
+
+TEST_F(HostSql, WhatIsRefusedAmidOthersLeavesNothingOfThemAndNothingOpen)
+{
+    ASSERT_TRUE(write("Many", "one", "1"));
+    std::vector<Host::StoredItem> items{{"Many", "one", "2"}, {"Many", "other", std::string(2000, 'x')}};
+    sqlite3_limit(Statements::connection, SQLITE_LIMIT_LENGTH, 1000);
+    EXPECT_FALSE(m_platform->database().write(items, {}));
+    EXPECT_EQ(read("Many", "one"), "1");
+    items[1].value.resize(1);
+    EXPECT_TRUE(m_platform->database().write(items, {}));
+    ASSERT_TRUE(open()) << m_error;
+    EXPECT_EQ(read("Many", "one") + read("Many", "other"), "2x");
+}
