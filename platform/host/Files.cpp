@@ -54,7 +54,10 @@ bool isOwn(std::string_view name)
 /// False with the fault when that cannot be told.
 bool holdsOnlyOwnFiles(std::string const& path, std::error_code& fault)
 {
-    fs::directory_iterator entry(path, fault);
+    fs::directory_iterator entry;
+    do
+        entry = fs::directory_iterator(path, fault);
+    while (fault == std::errc::interrupted);
     while (!fault && entry != fs::directory_iterator()) {
         if (!isOwn(entry->path().filename().string()))
             return false;
