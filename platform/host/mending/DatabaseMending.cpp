@@ -143,10 +143,10 @@ bool Mending::build(std::vector<StoredItem> const& items, std::vector<JournalEnt
     return m_directory.rename(newName, mendedName, m_error) && m_directory.sync(m_error);
 }
 
-/// Durable when open() has synced the directory.
+/// Durable, before a log has a name beside it that a later start would set aside.
 bool Mending::takePlace()
 {
-    return setAside() && m_directory.rename(mendedName, databaseName, m_error);
+    return setAside() && m_directory.rename(mendedName, databaseName, m_error) && m_directory.sync(m_error);
 }
 
 /// Gives everything that bears the database's names new ones. An old log beside a new file would be taken for its own.
