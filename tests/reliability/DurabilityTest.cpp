@@ -37,7 +37,7 @@ void runWorkload(bool relaxed)
     Disk::watchNothing();
 }
 
-constexpr std::size_t imagesOfAName = 12; // on these calls mending and new databases hang
+constexpr int imagesOfAName = 12; // on these calls mending and new databases hang
 
 /// Opens about as many images as wanted, spread evenly over the recorded calls from `first` on, and some more at new names.
 Findings cutAtEveryCall(int wanted, std::size_t first = 0, Ledger ledger = {}, bool mayBeMended = false)
@@ -62,7 +62,9 @@ Findings cutAtEveryCall(int wanted, std::size_t first = 0, Ledger ledger = {}, b
         if (call <= first)
             continue;
         bool isNews = true; // when nothing waits for the disk, all images are the same
-        ofNames += now.kind == Disk::Call::rename || now.kind == Disk::Call::make ? imagesOfAName : 0;
+        ofNames += now.kind == Disk::Call::rename || now.kind == Disk::Call::make
+                       ? static_cast<std::size_t>(std::min(imagesOfAName, wanted / 25))
+                       : 0;
         auto const due = ofNames + (call - first) * static_cast<std::size_t>(wanted) / (Disk::calls.size() - first);
         for (; made < due && isNews; isNews = surface.isDirty()) {
             // Mending is mostly a matter of names.

@@ -105,7 +105,7 @@ Job const jobs[]{{"first start", [](std::string const&) {},
                       leaveUsed(at);
                       fs::permissions(at, fs::perms(0755)); // what is in it is looked at before it is closed to others
                   },
-                  [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false, 7},
+                  [](std::string const& at, Outcome& outcome) { workThrough(at, outcome, 2); }, false, 17},
                  {"mending of a leaf",
                   [](std::string const& at) {
                       leaveUsed(at);
