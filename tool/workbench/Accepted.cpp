@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <sstream>
 #include <string_view>
 
@@ -203,6 +204,12 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
         return "is neither true nor false";
     if (tag == eDataTagMobilityDataUpdate && !findMobilityType(text))
         return "is no mobility type";
+    if (isSecret(tag) && text.size() > 2 && text.find_first_not_of('*') == std::string::npos)
+        return "stars stand for a secret that is not shown: give the secret itself";
+    int number = 0;
+    auto const* const end = text.data() + text.size();
+    if (typeOf(tag) == eDataItemTypeInt && std::from_chars(text.data(), end, number).ec == std::errc::result_out_of_range)
+        return fmt::format("'{}' is no number of 32 bits", text);
     bool const isCode =
         text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     if (tag == eDataTagCountry && !isCode)
