@@ -20,6 +20,15 @@ using namespace Data;
 
 namespace {
 
+Problem unknownAt(Assignment const& assignment)
+{
+    auto problem = unknownItem(assignment.item).problems.front();
+    if (!assignment.place.empty())
+        problem = {assignment.place, fmt::format("{}: {}; nothing was stored", assignment.item, problem.reason),
+                   std::move(problem.suggestions)};
+    return problem;
+}
+
 /// The tags of the assignments; the report says which names are unknown or given twice, and nothing is set then.
 Report resolve(std::vector<Assignment> const& assignments, std::vector<eDataTag>& tags)
 {
@@ -28,7 +37,7 @@ Report resolve(std::vector<Assignment> const& assignments, std::vector<eDataTag>
     for (auto const& assignment : assignments) {
         auto const tag = findItem(assignment.item);
         if (!tag)
-            report.fail(exitUnknownItem, unknownItem(assignment.item).problems.front());
+            report.fail(exitUnknownItem, unknownAt(assignment));
         else if (!seen.insert(*tag).second)
             report.fail(exitUsage, {assignment.item, "given twice"});
         else
@@ -46,9 +55,10 @@ Section heardSection(std::vector<HeardChange> const& heard, bool showSecrets)
     return section;
 }
 
+constexpr char const* blanks = " \t\r";
+
 std::string trimmed(std::string const& text)
 {
-    constexpr char const* blanks = " \t\r";
     auto const first = text.find_first_not_of(blanks);
     return first == std::string::npos ? "" : text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
@@ -100,7 +110,8 @@ Report readAssignments(std::string const& content, std::string const& fileName, 
             report.fail(exitUsage, {fmt::format("{}:{}", fileName, number), "expected ITEM=VALUE"});
             continue;
         }
-        assignments.push_back({trimmed(assignment.item), unquoted(trimmed(assignment.value))});
+        assignments.push_back({trimmed(assignment.item), unquoted(trimmed(assignment.value)),
+                               fmt::format("{}:{}:{}", fileName, number, line.find_first_not_of(blanks) + 1)});
     }
     return report;
 }

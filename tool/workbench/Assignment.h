@@ -17,6 +17,7 @@ struct Outcome;
 struct Assignment {
     std::string item;
     std::string value;
+    std::string place = {}; ///< in a file: its name, line and column
 };
 
 /// Cuts at the first "=" after the item; false when there is none or the item is empty.

@@ -92,7 +92,7 @@ struct Request {
 Request requestOf(Workbench& workbench, std::vector<Assignment> const& assignments)
 {
     Request request;
-    for (auto const& [name, text] : assignments) {
+    for (auto const& [name, text, place] : assignments) {
         auto const tag = findItem(name);
         if (!tag) {
             request.report.fail(exitUnknownItem, unknownItem(name).problems.front());
