@@ -125,6 +125,26 @@ TEST_F(ConfigurationVerbs, MakeTheTelephoneAnewWithTheCommandsOfDiff)
               json::parse(R"([{"item": "ringer-volume", "other": 1, "here": 5}])"));
 }
 
+TEST_F(ConfigurationVerbs, CompareWithSeveralAndSayWhetherAnythingDiffers)
+{
+    auto const longText = std::string(200, 'x');
+    ASSERT_EQ(status("set ringer-audio-file=" + longText), 0);
+    write("same", out("export"));
+    ASSERT_EQ(at("twin", "set ringer-volume=7 ringer-audio-file=" + longText).status, 0);
+    auto const several = ask("diff " + pathOf("twin") + " " + pathOf("same"))["differences"];
+    EXPECT_EQ(several,
+              json::parse(R"([{"item": "ringer-volume", "other": 7, "here": 3, "from": ")" + pathOf("twin") + "\"}]"));
+    EXPECT_NE(out("diff").find(longText), std::string::npos) << "cut, though no terminal reads it";
+    std::pair<std::string, int> const cases[]{{"diff --exit-code " + pathOf("twin"), 1},
+                                              {"diff --exit-code " + pathOf("same"), 0},
+                                              {"diff -q", 1},
+                                              {"diff -q " + pathOf("same"), 0},
+                                              {"diff -q /no/such", 2}};
+    for (auto const& [command, wanted] : cases)
+        EXPECT_EQ(status(command), wanted) << command;
+    EXPECT_EQ(out("diff -q"), "");
+}
+
 TEST_F(ConfigurationVerbs, BringEverythingBackAfterExportWipeAndImport)
 {
     changeALot();

@@ -17,7 +17,7 @@ std::string seen(std::string line)
 std::string written(Tool::Argument const& argument)
 {
     if (argument.isOption())
-        return seen(argument.name + argument.value);
+        return seen((argument.letter.empty() ? "" : argument.letter + ",") + argument.name + argument.value);
     auto const name = argument.name + (std::holds_alternative<Words*>(argument.target) ? "..." : "");
     return argument.isRequired ? name : "[" + name + "]";
 }

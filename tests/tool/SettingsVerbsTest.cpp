@@ -32,6 +32,14 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
             EXPECT_EQ(answer.json()["exit"], wanted) << command << answer.out;
             EXPECT_EQ(answer.err, "") << command;
         }
+    write("unknown.conf", "ringer-volume=8\n  ringer-volum = 5\n");
+    auto const place = (root() / "unknown.conf").string();
+    EXPECT_TRUE(run("set --file " + place)
+                    .err.starts_with("mediadata: " + place +
+                                     ":2:3: ringer-volum: no item has this tag number or name; nothing was stored\n"));
+    EXPECT_NE(out("get 61"), "8\n");
+    EXPECT_EQ(run("import /no/such/file").err, "mediadata: /no/such/file: cannot be read: No such file or directory\n");
+    EXPECT_EQ(run("import /").err, "mediadata: /: cannot be read: Is a directory\n");
     telephone = "good.conf";
     auto const answer = run("get 61");
     EXPECT_EQ(answer.status, 5);
@@ -197,6 +205,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {wordsOf("mgmt set SRTPEncryption[1]/rank=2 SRTPEncryption[1]/method=2"), "refused refused "},
         {wordsOf("set HeadsetHardwareAllowed2=false headset[2]/rank=3"), "taken refused "},
         {wordsOf("set OpusTest=true QosStatistics=x alert-identifier-3="), "refused taken stored "},
+        {wordsOf("set ice-server-pwd-0=*** rtp-base-port=99999999999"), "refused refused "},
+        {wordsOf("mgmt set door-opener-pin-2=********"), "refused "},
         {{"set", "alert-identifier-0=a\x01", "codec[1]/packetSize=1"}, "refused stored "},
         {wordsOf("set --dry-run ringer-melody=3 ringer-melody-14=4 ringer-melody-13=4"), "would store refused would store "},
         {wordsOf("set ringer-melody=3 ringer-melody-14=4 ringer-tone-14=2"), "stored refused unchanged "},

@@ -56,9 +56,15 @@ public:
         colourOut = request.colourOut;
         colourErr = request.colourErr;
         outIsTerminal = request.outIsTerminal;
+        columns = request.columns;
     }
 
-    std::optional<std::string> read(std::string const& file) override { return sent("file " + file); }
+    FileContent read(std::string const& file) override
+    {
+        auto const asked = "file " + file;
+        auto const why = m_request.answers.find(reasonOf(asked));
+        return {sent(asked), why == m_request.answers.end() ? FileContent().reason : why->second.value_or("")};
+    }
 
     OtherTelephone readDirectory(std::string const& name) override
     {

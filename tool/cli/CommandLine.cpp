@@ -239,6 +239,7 @@ int runWords(Invocation& invocation, Words const& words)
         takeOver(general, invocation.options);
     if (isOfThisProcess)
         chooseColours(console, general.colour);
+    console.showsAll = general.full;
     general.showSecrets = general.showSecrets || invocation.options.showSecrets;
     general.dataDirectory = invocation.options.dataDirectory.string();
     if (isOfThisProcess)

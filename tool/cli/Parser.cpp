@@ -18,8 +18,9 @@ namespace Tool {
 
 namespace {
 
-constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answer not written, 2 wrong usage,\n"
-                                  "3 unknown item, 4 value refused, 5 not stored or data directory not usable.\n"
+constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answer not written (diff --exit-code: a\n"
+                                  "difference), 2 wrong usage, 3 unknown item, 4 value refused, 5 not stored or\n"
+                                  "data directory not usable.\n"
                                   "The gravest counts when several apply.\n"
                                   "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
                                   "schema/element (AudioSettings/RingerVolume).";
@@ -135,8 +136,9 @@ private:
 
     void add(CLI::App& app, Argument const& argument)
     {
-        auto* const option = std::visit(Adding{app, argument.name, argument.help}, argument.target);
         auto const& name = argument.name;
+        auto const names = argument.letter.empty() ? name : argument.letter + "," + name;
+        auto* const option = std::visit(Adding{app, names, argument.help}, argument.target);
         if (argument.isOption())
             option->allow_extra_args(false); // One value each time, even of an option that may come several times.
         if (argument.isRequired)

@@ -44,6 +44,7 @@ std::vector<Argument> generalArguments(General& general)
     general.dataDirectory = defaultDataDirectory().string();
     return {{.name = "--json", .target = &general.json, .help = "Answer with one JSON object"},
             {.name = "--show-secrets", .target = &general.showSecrets, .help = "Show passwords and PINs instead of stars"},
+            {.name = "--full", .target = &general.full, .help = "Cut no value at a terminal; elsewhere none is cut"},
             {.name = "--version", .target = Print{"mediadata " MEDIADATA_VERSION}, .help = "Print the version and exit"},
             {.name = "--color",
              .target = &general.colour,
@@ -73,7 +74,7 @@ std::vector<Argument> generalArguments(General& general)
 }
 
 /// What a line of the shell may say, too.
-constexpr std::size_t argumentsOfLines = 2;
+constexpr std::size_t argumentsOfLines = 3;
 
 } // namespace
 

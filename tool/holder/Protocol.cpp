@@ -47,6 +47,13 @@ Found findText(std::string_view bytes)
     return bytes[end] == ',' ? Found{Decoded::Whole, text, end + 1} : Found{Decoded::Malformed};
 }
 
+bool isNumber(std::string const& text, std::size_t& number)
+{
+    auto const* const end = text.data() + text.size();
+    auto const [stop, fault] = std::from_chars(text.data(), end, number);
+    return fault == std::errc() && stop == end;
+}
+
 } // namespace
 
 std::string encode(Message const& message)
@@ -91,6 +98,7 @@ Message toMessage(Request const& request)
         if (isSet)
             add("show", name);
     }
+    add("columns", std::to_string(request.columns));
     for (auto const& [what, text] : request.answers)
         add(std::string(text ? answerPrefix : lackPrefix) + what, text.value_or(""));
     return message;
@@ -120,6 +128,8 @@ bool parseRequest(Message const& message, Request& request, std::string& error)
             request.words.push_back(value);
         else if (name == "directory")
             request.directory = value;
+        else if (name == "columns" && isNumber(value, request.columns))
+            continue;
         else if (name == "show" && value == "out")
             request.colourOut = true;
         else if (name == "show" && value == "err")

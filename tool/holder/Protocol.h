@@ -37,8 +37,15 @@ struct Request {
     bool colourOut = false;
     bool colourErr = false;
     bool outIsTerminal = false;
+    std::size_t columns = 80;                                       ///< the width of its output
     std::map<std::string, std::optional<std::string>> answers = {}; ///< to what was asked; nothing: could not be had
 };
+
+/// Where the answers tell why what was asked for could not be had.
+inline std::string reasonOf(std::string const& asked)
+{
+    return "why " + asked;
+}
 
 Message toMessage(Request const& request);
 

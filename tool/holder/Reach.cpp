@@ -26,8 +26,12 @@ constexpr auto pause = 20ms;
 Request requestOf(std::vector<std::string> const& words, Console const& console)
 {
     std::error_code ignored;
-    return {words, std::filesystem::current_path(ignored).string(), console.colourOut, console.colourErr,
-            console.outIsTerminal};
+    return {words,
+            std::filesystem::current_path(ignored).string(),
+            console.colourOut,
+            console.colourErr,
+            console.outIsTerminal,
+            console.columns};
 }
 
 /// By the process that serves the directory; nothing when it did not begin.

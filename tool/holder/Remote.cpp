@@ -107,8 +107,11 @@ bool Remote::supply(Request& request, std::string const& asked, Console& console
         request.answers[asked] = console.secret(name);
         return true;
     }
-    if (isNamed && kind == "file")
-        request.answers[asked] = console.read(name);
+    if (isNamed && kind == "file") {
+        auto const content = console.read(name);
+        request.answers[asked] = content.text;
+        request.answers[reasonOf(asked)] = content.reason;
+    }
     return isNamed && kind == "file";
 }
 

@@ -3,9 +3,15 @@
 #include "report/ProgressLine.h"
 #include "report/Text.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -13,6 +19,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -47,8 +54,9 @@ private:
     bool m_changed;
 };
 
-std::optional<std::string> contentOf(std::string const& file, std::filesystem::path const& directory)
+FileContent contentOf(std::string const& file, std::filesystem::path const& directory)
 {
+    errno = 0;
     std::ifstream opened;
     if (file != "-")
         opened.open(directory / file, std::ios::binary);
@@ -58,7 +66,12 @@ std::optional<std::string> contentOf(std::string const& file, std::filesystem::p
     std::array<char, 4096> piece;
     while (text.size() <= mostBytes && (input.read(piece.data(), piece.size()) || input.gcount() > 0))
         text.append(piece.data(), static_cast<std::size_t>(input.gcount()));
-    return input.eof() && !input.bad() ? std::optional(std::move(text)) : std::nullopt;
+    if (input.eof() && !input.bad())
+        return {std::move(text)};
+    return {{},
+            text.size() > mostBytes ? fmt::format("is longer than {} bytes", mostBytes)
+            : errno != 0            ? fmt::format("cannot be read: {}", std::strerror(errno))
+                                    : FileContent().reason};
 }
 
 /// A line from the terminal; nothing when there is none.
@@ -96,7 +109,7 @@ std::optional<std::string> nextLine()
 
 } // namespace
 
-std::optional<std::string> Console::read(std::string const& file)
+FileContent Console::read(std::string const& file)
 {
     if (auto const found = m_files.find(file); found != m_files.end())
         return found->second;
@@ -161,6 +174,23 @@ Console& standardConsole()
     return console;
 }
 
+namespace {
+
+/// COLUMNS, else the terminal's, else what it is by itself.
+std::size_t widthOfOutput(std::size_t otherwise)
+{
+    constexpr std::size_t narrowest = 20;
+    std::size_t columns = 0;
+    if (auto const* const named = std::getenv("COLUMNS"))
+        std::from_chars(named, named + std::strlen(named), columns);
+    winsize size{};
+    if (columns == 0 && ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0)
+        columns = size.ws_col;
+    return columns == 0 ? otherwise : std::max(columns, narrowest);
+}
+
+} // namespace
+
 void chooseColours(Console& console, std::string const& when)
 {
     auto const* const refused = std::getenv("NO_COLOR");
@@ -170,6 +200,7 @@ void chooseColours(Console& console, std::string const& when)
     console.colourOut = colours(STDOUT_FILENO);
     console.colourErr = colours(STDERR_FILENO);
     console.outIsTerminal = ::isatty(STDOUT_FILENO) == 1;
+    console.columns = widthOfOutput(console.columns);
     console.showsProgress = ::isatty(STDERR_FILENO) == 1;
 }
 

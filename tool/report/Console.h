@@ -15,6 +15,12 @@ namespace Tool {
 
 class ProgressLine;
 
+/// A file's content, or why there is none.
+struct FileContent {
+    std::optional<std::string> text = {};
+    std::string reason = "cannot be read";
+};
+
 class Console {
 public:
     Console(std::ostream& forAnswers, std::ostream& forErrors) : out(forAnswers), err(forErrors) {}
@@ -22,8 +28,8 @@ public:
     Console(Console const&) = delete;
     Console& operator=(Console const&) = delete;
 
-    /// The whole of a file, "-" for the standard input. Nothing when it cannot be read or is longer than 16 MiB.
-    virtual std::optional<std::string> read(std::string const& file);
+    /// The whole of a file, "-" for the standard input. None that is longer than 16 MiB.
+    virtual FileContent read(std::string const& file);
 
     /// Another data directory.
     virtual OtherTelephone readDirectory(std::string const& name);
@@ -50,6 +56,8 @@ public:
     bool colourErr = false;
     bool outIsTerminal = false; ///< which obeys control characters
     bool showsProgress = false;
+    std::size_t columns = 80; ///< the width that text keeps to where it can
+    bool showsAll = false;    ///< no value is cut at a terminal, either; elsewhere none ever is
 
     /// Everything that a command may need is got now, and kept for a holder that asks for it: while a command works, other
     /// processes may wait for the data directory.
@@ -61,7 +69,7 @@ public:
 private:
     friend class ProgressLine;
 
-    std::map<std::string, std::optional<std::string>> m_files; ///< nothing: could not be read
+    std::map<std::string, FileContent> m_files;
     std::map<std::string, OtherTelephone> m_directories;
     std::map<std::string, std::optional<std::string>> m_passphrases;
     ProgressLine* m_progress = nullptr; ///< of the running command

@@ -16,9 +16,16 @@ namespace Tool {
 
 namespace {
 
-/// Long values are cut in tables: to this width at most, and as far as it takes, but not below the other one.
-constexpr std::size_t widestCell = 44;
+/// Long values are cut in tables at a terminal, as far as it takes, but not below this width.
 constexpr std::size_t narrowestCell = 12;
+/// What is wider makes no table wide: the remarks of one that is stand below its rows.
+constexpr std::size_t widestCell = 44;
+
+/// The room that a text has.
+struct Room {
+    std::size_t columns;
+    bool cuts;
+};
 
 /// Columns of sentences: why something was not taken, what an item means. They are never cut, and stand below their rows where a
 /// table is too wide.
@@ -122,10 +129,10 @@ std::size_t widthOf(Columns const& columns, std::size_t cell)
 }
 
 /// Cuts cells until the columns fit.
-void fit(Columns& columns, std::size_t room)
+void fit(Columns& columns, std::size_t width)
 {
-    std::size_t cell = widestCell;
-    while (cell > narrowestCell && widthOf(columns, cell) > room)
+    auto cell = width;
+    while (cell > narrowestCell && widthOf(columns, cell) > width)
         --cell;
     for (auto& column : columns) {
         for (auto& text : column.cells)
@@ -171,12 +178,12 @@ Look plain(std::size_t, Column const&)
 }
 
 /// The reason first, then what would be accepted.
-void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::ostream& out)
+void writeRemarks(Columns const& remarks, std::size_t line, std::string const& indent, std::size_t width, std::ostream& out)
 {
     std::for_each(remarks.rbegin(), remarks.rend(), [&](Column const& remark) {
         auto const& text = remark.cells[line];
         auto const label = remark.name == "accepted" ? remark.name + ": " : "";
-        for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, lineWidth - indent.size()))
+        for (auto const& part : text.empty() ? std::vector<std::string>{} : wrapped(label + text, width - indent.size()))
             out << indent << part << '\n';
     });
 }
@@ -190,7 +197,7 @@ std::string headingOf(Section const& section, std::vector<Json> const& row)
     return heading;
 }
 
-void writeTable(Section const& section, std::ostream& out, bool coloured)
+void writeTable(Section const& section, std::ostream& out, Room room, bool coloured)
 {
     std::string const indent(section.headings == 0 ? 0 : 2, ' ');
     Columns columns;
@@ -199,12 +206,13 @@ void writeTable(Section const& section, std::ostream& out, bool coloured)
             columns.push_back(std::move(column));
     }
     Columns remarks;
-    if (widthOf(columns, widestCell) + indent.size() > lineWidth) {
+    if (widthOf(columns, widestCell) + indent.size() > room.columns) {
         std::copy_if(columns.begin(), columns.end(), std::back_inserter(remarks),
                      [](Column const& column) { return isRemark(column.name); });
         std::erase_if(columns, [](Column const& column) { return isRemark(column.name); });
     }
-    fit(columns, lineWidth - indent.size());
+    if (room.cuts)
+        fit(columns, room.columns - indent.size());
     auto const lines = aligned(columns, coloured ? tableLooks(columns) : plain);
     std::string last;
     for (std::size_t line = 0; line < lines.size(); ++line) {
@@ -214,28 +222,29 @@ void writeTable(Section const& section, std::ostream& out, bool coloured)
         last = heading;
         out << indent << lines[line] << '\n';
         if (line != 0)
-            writeRemarks(remarks, line, indent + "    ", out);
+            writeRemarks(remarks, line, indent + "    ", room.columns, out);
     }
 }
 
-void writeBeside(Section const& section, std::ostream& out)
+void writeBeside(Section const& section, std::ostream& out, Room room)
 {
     Columns beside{{"", section.columns, false}};
     for (auto const& row : section.rows) {
         auto& column = beside.emplace_back(Column{"", {}, true});
         std::transform(row.begin(), row.end(), std::back_inserter(column.cells), cellText);
     }
-    fit(beside, lineWidth);
+    if (room.cuts)
+        fit(beside, room.columns);
     for (auto const& line : aligned(beside, plain))
         out << line << '\n';
 }
 
 /// A value stands on one line, however long; what is said about it does not.
-void writePairs(Section const& section, std::ostream& out)
+void writePairs(Section const& section, std::ostream& out, std::size_t width)
 {
     std::size_t widestName = 0;
     for (auto const& column : section.columns)
-        widestName = std::max(widestName, width(column));
+        widestName = std::max(widestName, Tool::width(column));
     auto const indent = widestName + 2;
     for (auto const& row : section.rows) {
         for (std::size_t column = 0; column < row.size(); ++column) {
@@ -244,7 +253,8 @@ void writePairs(Section const& section, std::ostream& out)
             auto const& name = section.columns[column];
             auto const text = cellText(row[column]);
             auto lead = padded(name + ":", indent);
-            for (auto const& line : name == "value" ? std::vector{text} : wrapped(text, lineWidth - indent)) {
+            for (auto const& line :
+                 name == "value" ? std::vector{text} : wrapped(text, std::max(width, indent + narrowestCell) - indent)) {
                 out << lead << line << '\n';
                 lead.assign(indent, ' ');
             }
@@ -276,20 +286,21 @@ void renderText(Report const& report, Console& console)
     auto& out = console.out;
     auto& err = console.err;
     auto const title = dressed("mediadata:", console.colourErr ? Look::Bad : Look::Plain);
+    Room const room{console.columns, console.outIsTerminal && !console.showsAll};
     for (auto const& section : report.sections) {
         if (!section.title.empty())
             out << section.title << '\n';
         switch (section.layout) {
         case Layout::Table:
-            writeTable(section, out, console.colourOut);
+            writeTable(section, out, room, console.colourOut);
             if (section.rows.empty() && !section.title.empty())
                 out << "  nothing\n";
             break;
         case Layout::Beside:
-            writeBeside(section, out);
+            writeBeside(section, out, room);
             break;
         case Layout::Pairs:
-            writePairs(section, out);
+            writePairs(section, out, room.columns);
             break;
         case Layout::Values:
             writeValues(section, out, console.outIsTerminal);

@@ -30,16 +30,22 @@ using namespace Data;
 
 namespace {
 
+/// What is compared with, by gather().
+struct Other {
+    std::string name; ///< of a document's file or a data directory
+    std::filesystem::path path = {};
+    FileContent content = {};                     ///< of the file
+    std::optional<OtherTelephone> telephone = {}; ///< in the directory
+};
+
 struct DiffOptions {
-    std::string other; ///< a document's file or a data directory; empty: the defaults
+    Words names; ///< of the others; none: the defaults
     bool commands = false;
+    bool exitCode = false;
+    bool quiet = false;
     PassphraseOptions passphrase;
     General general;
-
-    // Of gather():
-    std::filesystem::path path;              ///< of the other
-    std::optional<std::string> content;      ///< of its file
-    std::optional<OtherTelephone> telephone; ///< in its directory
+    std::vector<Other> others; ///< by gather()
 };
 
 /// A word as the shell takes it for itself.
@@ -142,64 +148,111 @@ Report commandsReport(Workbench& workbench, bool asRows)
 }
 
 /// What the other's name stands for; this telephone's own directory needs no reading.
-void gatherOther(DiffOptions& options, Console& console)
+Other gatherOther(std::string const& name, std::string const& dataDirectory, Console& console)
 {
+    Other other{name, console.directory / name};
     std::error_code ignored;
-    options.path = console.directory / options.other;
-    if (!std::filesystem::is_directory(options.path, ignored))
-        options.content = console.read(options.other);
-    else if (!std::filesystem::equivalent(options.path, options.general.dataDirectory, ignored))
-        options.telephone = console.readDirectory(options.other);
+    if (!std::filesystem::is_directory(other.path, ignored))
+        other.content = console.read(name);
+    else if (!std::filesystem::equivalent(other.path, dataDirectory, ignored))
+        other.telephone = console.readDirectory(name);
+    return other;
 }
 
 /// The other telephone; the report says why there is none.
-Report readOther(DiffOptions const& options, Workbench& workbench, Document& other)
+Report readOther(Other const& other, PassphraseOptions const& passphrase, Workbench& workbench, Document& document)
 {
     std::error_code ignored;
-    if (options.telephone) {
-        auto const& [status, text, remarks] = *options.telephone;
+    if (other.telephone) {
+        auto const& [status, text, remarks] = *other.telephone;
         if (status != exitOk)
-            return failure(static_cast<ExitCode>(status), options.other, text);
-        auto report = parseDocument(text, options.other, other);
+            return failure(static_cast<ExitCode>(status), other.name, text);
+        auto report = parseDocument(text, other.name, document);
         report.remarks = remarks;
         return report;
     }
-    if (std::filesystem::is_directory(options.path, ignored)) {
-        other = documentOf(workbench);
+    if (std::filesystem::is_directory(other.path, ignored)) {
+        document = documentOf(workbench);
         return {};
     }
-    return readDocument(options.other, options.content, options.passphrase, other);
+    return readDocument(other.name, other.content, passphrase, document);
 }
 
 Report gather(DiffOptions& options, Console& console)
 {
     if (options.commands && !console.gathersAhead)
         return {};
-    if (!options.other.empty())
-        gatherOther(options, console);
-    gatherFor(options.content, options.passphrase, console);
+    options.others.clear();
+    for (auto const& name : options.names) {
+        options.others.push_back(gatherOther(name, options.general.dataDirectory, console));
+        if (!options.passphrase.typed)
+            gatherFor(options.others.back().content, options.passphrase, console);
+    }
     return {};
+}
+
+Report differencesFrom(Other const& other, PassphraseOptions const& passphrase, Workbench& workbench)
+{
+    Document document;
+    auto report = readOther(other, passphrase, workbench, document);
+    if (report.code != exitOk)
+        return report;
+    auto differences = diff(workbench, document, other.name == "-" ? "standard input" : other.name);
+    differences.notes.insert(differences.notes.end(), report.notes.begin(), report.notes.end());
+    differences.remarks = std::move(report.remarks);
+    return differences;
+}
+
+/// All of them in one section, each below its name.
+Report differencesFromAll(DiffOptions const& options, Workbench& workbench)
+{
+    Report all;
+    Section section{"differences", Layout::Table, {"from", "item", "other", "here"}, {}};
+    section.headings = 1;
+    for (auto const& other : options.others) {
+        auto report = differencesFrom(other, options.passphrase, workbench);
+        if (report.sections.empty())
+            return report;
+        for (auto& row : report.sections.front().rows) {
+            row.insert(row.begin(), Json(other.name));
+            section.rows.push_back(std::move(row));
+        }
+        if (report.sections.front().rows.empty())
+            all.notes.push_back("Nothing differs from " + other.name + ".");
+        all.notes.insert(all.notes.end(), report.notes.begin(), report.notes.end());
+        all.remarks += report.remarks;
+        for (auto& problem : report.problems)
+            all.fail(report.code, std::move(problem));
+    }
+    all.sections.push_back(std::move(section));
+    return all;
+}
+
+Report differences(DiffOptions const& options, Workbench& workbench)
+{
+    if (options.others.empty())
+        return diff(workbench, defaultDocument(), "the defaults");
+    return options.others.size() == 1 ? differencesFrom(options.others.front(), options.passphrase, workbench)
+                                      : differencesFromAll(options, workbench);
 }
 
 /// The differences, or the fewest commands that make this telephone out of one on which nothing was changed: in JSON as rows,
 /// otherwise as a text for the shell.
 Report run(DiffOptions const& options, Workbench& workbench)
 {
-    if (options.commands && !options.other.empty())
-        return failure(exitUsage, options.other, "--commands compares with the defaults");
+    if (options.commands && !options.names.empty())
+        return failure(exitUsage, options.names.front(), "--commands compares with the defaults");
     if (options.commands)
         return commandsReport(workbench, options.general.json);
-    if (options.other.empty())
-        return diff(workbench, defaultDocument(), "the defaults");
-    Document other;
-    auto const name = options.other == "-" ? "standard input" : options.other;
-    auto report = readOther(options, workbench, other);
-    if (report.code != exitOk)
-        return report;
-    auto differences = diff(workbench, other, name);
-    differences.notes = std::move(report.notes);
-    differences.remarks = std::move(report.remarks);
-    return differences;
+    auto report = differences(options, workbench);
+    bool const isAny = !report.sections.empty() && !report.sections.front().rows.empty();
+    if (isAny && (options.exitCode || options.quiet))
+        report.raise(exitInternal);
+    if (options.quiet) {
+        report.sections.clear();
+        report.notes.clear();
+    }
+    return report;
 }
 
 } // namespace
@@ -208,15 +261,21 @@ Verb diffVerb()
 {
     auto const options = std::make_shared<DiffOptions>();
     return {.name = "diff",
-            .help = "Show what differs from the defaults, or from another telephone",
-            .arguments = withPassphrase({{.name = "OTHER",
-                                          .target = &options->other,
-                                          .help = "An exported file, - for standard input, or a data directory",
-                                          .offer = Offers::files},
-                                         {.name = "--commands",
-                                          .target = &options->commands,
-                                          .help = "The fewest commands that make this telephone out of a new one"}},
-                                        options->passphrase, "Open the file's encrypted secrets"),
+            .help = "Show what differs from the defaults, or from other telephones",
+            .arguments = withPassphrase(
+                {{.name = "OTHER",
+                  .target = &options->names,
+                  .help = "Exported files, - for standard input, or data directories",
+                  .offer = Offers::files},
+                 {.name = "--exit-code", .target = &options->exitCode, .help = "End with 1 when there is a difference"},
+                 {.name = "--quiet",
+                  .target = &options->quiet,
+                  .help = "The same, and say nothing of the differences",
+                  .letter = "-q"},
+                 {.name = "--commands",
+                  .target = &options->commands,
+                  .help = "The fewest commands that make this telephone out of a new one"}},
+                options->passphrase, "Open the file's encrypted secrets"),
             .action = onWorkbench(options),
             .gather = gathering(options),
             .general = &options->general};

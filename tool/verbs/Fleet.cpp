@@ -44,8 +44,8 @@ struct FleetOptions {
     General general;
 
     // Of gather():
-    std::optional<std::string> content;     ///< of the template
-    std::optional<std::string> listContent; ///< of the list
+    FileContent content;     ///< of the template
+    FileContent listContent; ///< of the list
 };
 
 /// What became of one telephone.
@@ -70,10 +70,10 @@ Report gather(FleetOptions& options, Console& console)
 /// The directories in the order in which they were given; the report has those that are named twice.
 Report findTelephones(FleetOptions const& options, std::vector<Telephone>& telephones)
 {
-    if (!options.list.empty() && !options.listContent)
-        return failure(exitUsage, options.list, "cannot be read");
+    if (!options.list.empty() && !options.listContent.text)
+        return failure(exitUsage, options.list, options.listContent.reason);
     auto names = options.directories;
-    std::istringstream lines(options.listContent.value_or(""));
+    std::istringstream lines(options.listContent.text.value_or(""));
     for (std::string line; std::getline(lines, line);) {
         line.erase(line.find_last_not_of(" \t\r") + 1);
         if (!line.empty() && !line.starts_with('#'))
@@ -172,7 +172,7 @@ void visit(FleetOptions const& options, Pass pass, int stop, ProgressLine& progr
                       [&](std::size_t index) { return wordsFor(options, pass, telephones[index]->directory); }};
     if (options.templateFile == "-") {
         document = Host::FileDescriptor(::memfd_create("template", MFD_CLOEXEC));
-        if (document && Host::writeAll(document.get(), *options.content))
+        if (document && Host::writeAll(document.get(), *options.content.text))
             children.input = "/proc/self/fd/" + std::to_string(document.get());
     }
     std::size_t ended = 0;

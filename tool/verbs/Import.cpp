@@ -7,7 +7,6 @@
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -17,7 +16,7 @@ namespace {
 
 struct ImportOptions {
     std::string file;
-    std::optional<std::string> content; ///< of the file, by gather()
+    FileContent content; ///< of the file, by gather()
     PassphraseOptions passphrase;
     bool dryRun = false;
     bool atomic = false;

@@ -19,9 +19,9 @@ namespace Tool::Verbs {
 namespace {
 
 struct InitOptions {
-    std::string directory;              ///< empty: the one that holds for all verbs
-    std::string from;                   ///< a document
-    std::optional<std::string> content; ///< of it, by gather()
+    std::string directory; ///< empty: the one that holds for all verbs
+    std::string from;      ///< a document
+    FileContent content;   ///< of it, by gather()
     PassphraseOptions passphrase;
     General general;
 };

@@ -15,9 +15,9 @@ namespace Tool::Verbs {
 namespace {
 
 struct MobilityOptions {
-    std::optional<std::string> type;    ///< all, managed, unmanaged or the empty text; nothing: shows what there is
-    std::string from;                   ///< a document with the data of the user who arrives
-    std::optional<std::string> content; ///< of that file, by gather()
+    std::optional<std::string> type; ///< all, managed, unmanaged or the empty text; nothing: shows what there is
+    std::string from;                ///< a document with the data of the user who arrives
+    FileContent content;             ///< of that file, by gather()
 };
 
 Words typeNames()

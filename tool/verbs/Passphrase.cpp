@@ -51,20 +51,20 @@ void gatherForNew(PassphraseOptions& options, Console& console, bool isNeeded)
     }
 }
 
-void gatherFor(std::optional<std::string> const& document, PassphraseOptions& options, Console& console)
+void gatherFor(FileContent const& document, PassphraseOptions& options, Console& console)
 {
-    if (!document && !console.gathersAhead)
+    if (!document.text && !console.gathersAhead)
         return;
     if (!options.file.empty())
         options.content = console.read(options.file);
-    else if (options.secrets && (console.gathersAhead || isSealed(*document)))
+    else if (options.secrets && (console.gathersAhead || isSealed(*document.text)))
         options.typed = console.passphrase(prompt);
 }
 
 Report check(PassphraseOptions const& options, std::string const& document)
 {
-    if (!options.file.empty() && !options.content)
-        return failure(exitUsage, options.file, "cannot be read");
+    if (!options.file.empty() && !options.content.text)
+        return failure(exitUsage, options.file, options.content.reason);
     if (options.file == "-" && document == "-")
         return failure(exitUsage, options.file, "holds the document; give the passphrase in a file");
     return {};
@@ -72,7 +72,7 @@ Report check(PassphraseOptions const& options, std::string const& document)
 
 std::optional<std::string> passphraseOf(PassphraseOptions const& options)
 {
-    auto const words = options.file.empty() ? options.typed : firstLine(options.content.value_or(""));
+    auto const words = options.file.empty() ? options.typed : firstLine(options.content.text.value_or(""));
     return words && !words->empty() ? words : std::nullopt;
 }
 
@@ -81,14 +81,14 @@ Report noPassphrase()
     return failure(exitUsage, "", "no passphrase: give --passphrase-file, MEDIADATA_PASSPHRASE, or a terminal");
 }
 
-Report readDocument(std::string const& file, std::optional<std::string> const& content, PassphraseOptions const& options,
+Report readDocument(std::string const& file, FileContent const& content, PassphraseOptions const& options,
                     Document& document)
 {
-    if (!content)
-        return failure(exitUsage, file, "cannot be read");
+    if (!content.text)
+        return failure(exitUsage, file, content.reason);
     auto report = check(options, file);
     if (report.code == exitOk)
-        report = parseDocument(*content, file == "-" ? "standard input" : file, document);
+        report = parseDocument(*content.text, file == "-" ? "standard input" : file, document);
     if (report.code != exitOk || !document.secrets)
         return report;
     if (!options.isWanted()) {

@@ -1,6 +1,7 @@
 // The passphrase of sealed secrets: what --secrets and --passphrase-file mean to export, import and diff.
 #pragma once
 
+#include "report/Console.h"
 #include "verbs/Verb.h"
 
 #include <optional>
@@ -16,7 +17,7 @@ struct PassphraseOptions {
     std::string file = {}; ///< its first line is the passphrase
 
     // Of gather():
-    std::optional<std::string> content = {}; ///< of the file
+    FileContent content = {}; ///< of the file
     std::optional<std::string> typed = {};
     std::optional<std::string> again = {}; ///< what was typed when asked twice
 
@@ -31,7 +32,7 @@ std::vector<Argument> withPassphrase(std::vector<Argument> arguments, Passphrase
 void gatherForNew(PassphraseOptions& options, Console& console, bool isNeeded);
 
 /// The same for the document that has the box, if it has one.
-void gatherFor(std::optional<std::string> const& document, PassphraseOptions& options, Console& console);
+void gatherFor(FileContent const& document, PassphraseOptions& options, Console& console);
 
 /// Why there is no passphrase although a file was named; `document` is the file that the secrets come from.
 Report check(PassphraseOptions const& options, std::string const& document);
@@ -43,7 +44,7 @@ Report noPassphrase();
 
 /// Reads the document of a file that was gathered, and opens its sealed secrets if they are wanted; else leaves them out and says
 /// so. The report says what is wrong, and the document is then not to be used.
-Report readDocument(std::string const& file, std::optional<std::string> const& content, PassphraseOptions const& options,
+Report readDocument(std::string const& file, FileContent const& content, PassphraseOptions const& options,
                     Document& document);
 
 } // namespace Tool

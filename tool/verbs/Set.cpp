@@ -7,7 +7,6 @@
 #include "workbench/Items.h"
 #include "workbench/Workbench.h"
 
-#include <optional>
 #include <string>
 
 namespace Tool::Verbs {
@@ -15,10 +14,10 @@ namespace Tool::Verbs {
 namespace {
 
 struct SetOptions {
-    Words assignments;                  ///< ITEM=VALUE
-    Words asked;                        ///< items whose values gather() asks for
-    std::string file;                   ///< with more of them, a line each
-    std::optional<std::string> content; ///< of the file, by gather()
+    Words assignments;   ///< ITEM=VALUE
+    Words asked;         ///< items whose values gather() asks for
+    std::string file;    ///< with more of them, a line each
+    FileContent content; ///< of the file, by gather()
     bool dryRun = false;
     bool atomic = false;
     bool yes = false;
@@ -45,10 +44,11 @@ Report run(SetOptions const& options, Workbench& workbench)
 {
     Report report;
     std::vector<Assignment> values;
-    if (!options.file.empty() && !options.content)
-        return failure(exitUsage, options.file, "cannot be read");
-    if (options.content)
-        report = readAssignments(*options.content, options.file, values);
+    auto const& [content, whyNot] = options.content;
+    if (!options.file.empty() && !content)
+        return failure(exitUsage, options.file, whyNot);
+    if (content)
+        report = readAssignments(*content, options.file == "-" ? "standard input" : options.file, values);
     if (report.code == exitOk)
         report = parseAssignments(options.assignments, workbench.options().showSecrets, values);
     if (report.code != exitOk)

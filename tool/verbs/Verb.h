@@ -33,6 +33,7 @@ enum class Place { Process, Shell, Holder };
 struct General {
     bool json = false;
     bool showSecrets = false;
+    bool full = false; ///< no value is cut
     std::string colour = "auto";
     std::string dataDirectory = {};
     std::optional<int> logLevel = {};
@@ -58,7 +59,8 @@ struct Argument {
     std::string name;
     Target target;
     std::string help;
-    std::string value = {}; ///< what the help calls an option's value
+    std::string value = {};  ///< what the help calls an option's value
+    std::string letter = {}; ///< "-q", another name of an option
     bool isRequired = false;
     Words choices = {};                            ///< nothing else is accepted
     std::optional<std::pair<int, int>> range = {}; ///< least and most

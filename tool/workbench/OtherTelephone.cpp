@@ -47,7 +47,7 @@ private:
 };
 
 /// Everything in it but links; the lock that the caller holds keeps others out meanwhile.
-bool copyFiles(fs::path const& from, fs::path const& to)
+std::error_code copyFiles(fs::path const& from, fs::path const& to)
 {
     std::error_code error;
     fs::create_directory(to, error);
@@ -59,7 +59,7 @@ bool copyFiles(fs::path const& from, fs::path const& to)
         else if (type == fs::file_type::regular)
             fs::copy_file(at->path(), target, error);
     }
-    return !error;
+    return error;
 }
 
 std::string contentOf(fs::path const& path)
@@ -108,8 +108,10 @@ OtherTelephone readDirectory(fs::path const& directory)
     Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
     auto const copy = scratch.path() / "copy";
-    if (scratch.path().empty() || (isFree && !copyFiles(directory, copy)))
-        return {exitStorage, "cannot be copied"};
+    if (scratch.path().empty())
+        return {exitStorage, "cannot be copied: there is no room for temporary files"};
+    if (auto const fault = isFree ? copyFiles(directory, copy) : std::error_code(); fault)
+        return {exitStorage, "cannot be copied: " + fault.message()};
     auto const out = scratch.path() / "out";
     auto const err = scratch.path() / "err";
     if (runExport(isFree ? copy : directory, out, err) != 0)
