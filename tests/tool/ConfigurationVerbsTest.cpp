@@ -297,16 +297,18 @@ TEST_F(ConfigurationVerbs, RememberWhoChangedWhat)
     std::set<std::string> seen;
     auto const all = ask("history --limit 1000");
     for (auto const& entry : all["history"])
-        seen.insert(entry["who"].get<std::string>() + ": " + entry["item"].get<std::string>() + " " + entry["old"].dump() +
-                    " " + entry["new"].dump() + " " + entry["result"].get<std::string>() +
-                    (entry["reason"] == "" ? " for no reason" : ""));
+        for (auto const& change : entry["changes"])
+            seen.insert(entry["verb"].get<std::string>() + " " + entry["door"].get<std::string>() + ": " +
+                        change["item"].get<std::string>() + " " + change["old"].dump() + " " + change["new"].dump() + " " +
+                        change["result"].get<std::string>() + " " + change["cause"].get<std::string>() +
+                        (change["reason"] == "" ? " for no reason" : ""));
     for (auto const* const line :
-         {R"(set: ringer-volume 3 5 stored)", R"(library rule: camera-door-opener-3 0 2 stored)",
-          R"(set: ice-server-pwd-0 "" "********" stored)", R"(device: device/model "other" "entry" stored)",
-          R"(management: country "country" "DE" stored)", R"(flag file: ForceEtsi false true stored)",
-          R"(management: function-key-def-100 null "line" stored)", R"(set: ringer-volume 5 "9" refused)",
-          R"(set: camera-password-1 "" "********" refused)"})
-        EXPECT_TRUE(seen.contains(line)) << line;
+         {R"(set command: ringer-volume 3 5 stored asked)", R"(set command: camera-door-opener-3 0 2 stored rule)",
+          R"(set command: ice-server-pwd-0 "" "********" stored asked)",
+          R"(device command: device/model null "entry" stored asked)", R"(flags command: ForceEtsi null true stored asked)",
+          R"(set command: ringer-volume 5 "9" refused asked)",
+          R"(set command: camera-password-1 "" "********" refused asked)"})
+        EXPECT_TRUE(seen.contains(line)) << line << all.dump(1).substr(0, 6000);
     auto const file = dataDirectory() / "mediadata.history";
     EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(ask("history ringer-volume")["history"].size(), 2U);
@@ -314,22 +316,22 @@ TEST_F(ConfigurationVerbs, RememberWhoChangedWhat)
 
 TEST_F(ConfigurationVerbs, KeepTheHistoryReadableAndBoundedAndWorkOnWithout)
 {
-    ASSERT_EQ(status("set ringer-volume=4"), 0);
     auto const file = dataDirectory() / "mediadata.history";
+    ASSERT_EQ(status("set ringer-volume=99"), 4);
     std::ofstream(file, std::ios::app) << R"({"time": 1, "who": "to)"; // a kill in the middle of a line
-    ASSERT_EQ(status("set ringer-volume=5"), 0);
+    ASSERT_EQ(status("set ringer-volume=98"), 4);
     EXPECT_EQ(ask("history")["history"].size(), 2U);
     std::ofstream(file, std::ios::app) << R"({"time": 1, "who": "x", "item": "x", "old": )" + std::string(100000, '[') +
                                               std::string(100000, ']') + "}\n";
     EXPECT_EQ(ask("history")["history"].size(), 2U);
     std::ofstream(file, std::ios::app) << std::string(512 * 1024, '\n');
-    ASSERT_EQ(status("set ringer-volume=6"), 0);
+    ASSERT_EQ(status("set ringer-volume=97"), 4);
     EXPECT_LT(fs::file_size(file), 1000U);
     EXPECT_EQ(ask("history")["history"].size(), 3U);
     fs::remove(file);
     fs::create_symlink(root() / "elsewhere", file);
-    auto const answer = run("set ringer-volume=7");
-    EXPECT_EQ(answer.status, 0);
+    auto const answer = run("set ringer-volume=7 ringer-melody=99");
+    EXPECT_EQ(answer.status, 4);
     EXPECT_NE(answer.err.find("history could not be written"), std::string::npos);
     EXPECT_FALSE(fs::exists(root() / "elsewhere"));
     EXPECT_EQ(status("history"), 5);
@@ -376,6 +378,39 @@ TEST_F(ConfigurationVerbs, BringATemplateToManyTelephones)
     EXPECT_EQ(status("fleet import phone"), 2) << "without a template";
 }
 
+TEST_F(ConfigurationVerbs, TakeChangesBack)
+{
+    auto const untouched = exported();
+    ASSERT_EQ(status("set ringer-volume=5 camera-password-1=Zebra ringer-melody-3=4"), 0);
+    auto const first = exported();
+    ASSERT_EQ(status("set ringer-volume=6 camera-password-1=Horse ringer-melody=1"), 0);
+    ASSERT_EQ(status("flags force_etsi"), 0);
+    EXPECT_EQ(status("undo"), 0) << "the flag";
+    EXPECT_EQ(status("undo --dry-run"), 0) << "the second set";
+    EXPECT_EQ(out("get ringer-volume"), "6\n");
+    EXPECT_EQ(status("undo"), 0);
+    EXPECT_EQ(exported(), first);
+    EXPECT_EQ(out("get camera-password-1 --show-secrets"), "Zebra\n");
+    ASSERT_EQ(status("undo"), 0) << "the first set";
+    EXPECT_EQ(exported(), untouched);
+    EXPECT_EQ(status("undo"), 4) << "nothing is left";
+    auto const last = ask("history")["history"].back()["number"].dump();
+    EXPECT_EQ(status("undo " + last), 0) << "again";
+    EXPECT_EQ(exported(), first);
+    ASSERT_EQ(status("set ringer-volume=7"), 0);
+    EXPECT_NE(run("undo 1").err.find("ringer-volume: was changed meanwhile"), std::string::npos);
+    EXPECT_EQ(status("undo --force 1"), 0);
+    EXPECT_EQ(exported(), untouched);
+    EXPECT_EQ(status("undo 1234"), 3);
+    fs::remove(dataDirectory() / "secret.key");
+    EXPECT_NE(run("undo --since 1970-01-02 --dry-run").out.find("Taken back"), std::string::npos) << "nothing in sum";
+    EXPECT_NE(run("undo --force 2").err.find("camera-password-1: is a secret that cannot be decrypted"), std::string::npos);
+    EXPECT_EQ(status("history forget camera-password-1"), 0);
+    EXPECT_EQ(out("history").find("camera-password"), std::string::npos);
+    EXPECT_EQ(status("history forget"), 0);
+    EXPECT_EQ(status("history --since tomorrow"), 2);
+}
+
 TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
 {
     changeALot();
@@ -401,7 +436,8 @@ TEST_F(ConfigurationVerbs, AnswerInTheShapesThatAreDocumented)
         "describe: describe 60;set: set 61=9 51=5 --watch;set: set 61=1 --dry-run;"
         "explain: explain 109;explain: explain 632;explain: explain 653;diff: diff;"
         "diff --commands: diff --commands;import: import -;reset: reset audio --dry-run;"
-        "reset: reset audio;reset: reset ringer-volume;history: history;catalogue: catalogue;"
+        "reset: reset audio;reset: reset ringer-volume;undo: undo;history: history;history: history show 1;catalogue: "
+        "catalogue;"
         "mgmt get: mgmt get codecSettings ipaddress;mgmt set: mgmt set 61=7 country=FR 62=99;"
         "mgmt changed: mgmt changed country=FR;mgmt reset-user-data: mgmt reset-user-data;"
         "mgmt journal: mgmt journal;mobility: mobility all --from -;mobility: mobility;country: country;country: country KR;"

@@ -1,9 +1,11 @@
 #include "cli/Answer.h"
 
 #include "cli/CommandLine.h"
+#include "workbench/Journal.h"
 
 #include <algorithm>
 #include <exception>
+#include <fstream>
 #include <ostream>
 #include <streambuf>
 #include <string_view>
@@ -96,8 +98,17 @@ private:
     std::string m_lacking;
 };
 
+/// The name of the program that a process runs, while it is there.
+std::string nameOf(Peer const& peer)
+{
+    std::string name;
+    std::getline(std::ifstream("/proc/" + std::to_string(peer.process) + "/comm"), name);
+    return name;
+}
+
 /// Runs the request's command and answers its exit status.
-int run(Invocation const& holder, SendersConsole& console, Request const& request, std::shared_ptr<Watcher>& watcher)
+int run(Invocation const& holder, SendersConsole& console, Request const& request, Peer const& sender,
+        std::shared_ptr<Watcher>& watcher)
 {
     Invocation invocation;
     invocation.console = &console;
@@ -105,6 +116,8 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
     invocation.workbench = holder.workbench;
     invocation.feed = holder.feed;
     invocation.place = Place::Holder;
+    invocation.user = userName(sender.user);
+    invocation.process = nameOf(sender);
     // The library's errors reach the command that caused them, when it wants them.
     bool const isWanted = std::find(request.words.begin(), request.words.end(), "--verbose") != request.words.end();
     LogTap::Echo const echo(holder.workbench->log(), [&console, isWanted](std::string const& line) {
@@ -125,7 +138,7 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
 
 } // namespace
 
-Reply answer(Invocation const& holder, Message const& message)
+Reply answer(Invocation const& holder, Message const& message, Peer const& sender)
 {
     Reply reply;
     Request request;
@@ -137,7 +150,7 @@ Reply answer(Invocation const& holder, Message const& message)
     int status = exitUsage;
     if (parseRequest(message, request, error)) {
         SendersConsole console(request, out, err);
-        status = run(holder, console, request, reply.watcher);
+        status = run(holder, console, request, sender, reply.watcher);
         if (console.lacksInput())
             return {{{"ask", console.lacking()}}, nullptr, true};
     } else {

@@ -8,6 +8,6 @@ namespace Tool {
 struct Invocation;
 
 /// Runs one request on the holder's workbench.
-Reply answer(Invocation const& holder, Message const& message);
+Reply answer(Invocation const& holder, Message const& message, Peer const& sender);
 
 } // namespace Tool

@@ -11,6 +11,9 @@
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
 #include "verbs/Verbs.h"
+#include "workbench/Journal.h"
+
+#include "Author.h"
 #include "workbench/Items.h"
 
 #include "HostPlatform.h"
@@ -60,6 +63,21 @@ Missing missingFor(Verb const& verb)
     return reads && !std::holds_alternative<WhileHolding>(verb.action) ? Missing::Refuse : Missing::Make;
 }
 
+/// Who gives the command. What acts as the management service comes through its door.
+Host::Author authorOf(Call const& call)
+{
+    auto author = ownAuthor(call.verb.name);
+    auto const& invocation = call.invocation;
+    if (invocation.place == Place::Holder) {
+        author.user = invocation.user;
+        author.process = invocation.process;
+    }
+    author.door = call.verb.changesAs == "management" ? "management"
+                  : invocation.place == Place::Shell  ? "shell"
+                                                      : "command";
+    return author;
+}
+
 /// Makes sure that this process has the telephone; else says what there is instead.
 std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
 {
@@ -102,7 +120,8 @@ int run(Call const& call, OnWorkbench const& action)
         auto& workbench = *call.invocation.workbench;
         auto const& who = call.verb.changesAs;
         auto const act = [&] {
-            return who.empty() ? action(workbench) : workbench.journal().record(who, [&] { return action(workbench); });
+            return who.empty() ? action(workbench)
+                               : workbench.journal().record(authorOf(call), [&] { return action(workbench); });
         };
         report = act();
         if (!report.question.empty() && call.verb.yes) {

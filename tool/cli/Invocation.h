@@ -14,6 +14,8 @@ struct Invocation {
     Options options;
     std::shared_ptr<Workbench> workbench; ///< opened by the first command that needs it
     Place place = Place::Process;
+    std::string user = {};            ///< of a command of Place::Holder: its sender's
+    std::string process = {};         ///< likewise
     ChangeFeed* feed = nullptr;       ///< the holder's changes, while it serves
     std::shared_ptr<Watcher> watcher; ///< out of a command of Place::Holder: what its sender is to be told of
 };

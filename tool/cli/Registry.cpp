@@ -33,7 +33,7 @@ std::vector<Verb> allVerbs()
     auto const management = managementVerbs();
     verbs.insert(verbs.begin(), management.begin(), management.end());
     verbs.insert(verbs.begin(), {listVerb(), getVerb(), setVerb(), describeVerb(), explainVerb(), diffVerb(), exportVerb(),
-                                 importVerb(), resetVerb(), historyVerb(), catalogueVerb()});
+                                 importVerb(), resetVerb(), historyVerb(), undoVerb(), catalogueVerb()});
     verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), initVerb(),
                                shellVerb(), serveVerb(), watchVerb()});
     return verbs;

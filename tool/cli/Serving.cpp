@@ -8,7 +8,8 @@ Serving::Serving(Invocation& holder) : m_holder(holder)
 {
     holder.feed = &m_feed;
     m_server = Server::start(
-        *holder.workbench, m_feed, [&holder](Message const& request) { return answer(holder, request); }, m_failure);
+        *holder.workbench, m_feed,
+        [&holder](Message const& request, Peer const& sender) { return answer(holder, request, sender); }, m_failure);
 }
 
 Serving::~Serving()

@@ -214,7 +214,7 @@ bool Server::serveOne(Connection& connection, Message const& message)
         // Who does not hear that it begins has given up.
         if (m_ending || channel.isGone() || !channel.postIfIdle({"begin"}))
             return false;
-        reply = m_answer(message);
+        reply = m_answer(message, peerOf(channel.descriptor()));
         if (reply.watcher && m_feed.subscriptions() > mostWatchers) // The others leave no room for commands.
             reply = {{{"refuse", fmt::format("it tells {} watchers already", mostWatchers)}}};
     }

@@ -32,7 +32,7 @@ struct Reply {
 class Server {
 public:
     /// Answers a request on the connection's thread, which has the turn.
-    using Answer = std::function<Reply(Message const& request)>;
+    using Answer = std::function<Reply(Message const& request, Peer const& sender)>;
 
     /// Listens in the workbench's data directory, and publishes its changes to `feed`; both outlive the server. Null with
     /// `error` when the socket cannot be made.

@@ -40,8 +40,26 @@ Json sectionJson(Section const& section)
     if (section.layout == Layout::Pairs)
         return section.rows.empty() ? Json() : object(section, section.rows.front());
     Json rows = Json::array();
-    for (auto const& row : section.rows)
-        rows.push_back(object(section, row));
+    for (auto const& row : section.rows) {
+        if (section.nested.empty()) {
+            rows.push_back(object(section, row));
+            continue;
+        }
+        Json head = Json::object();
+        Json rest = Json::object();
+        for (std::size_t column = 0; column < row.size(); ++column)
+            (column < section.headings ? head : rest)[keyOf(section.columns[column])] = row[column];
+        auto const isHeading = [&](Json const& entry) {
+            return std::all_of(head.items().begin(), head.items().end(),
+                               [&](auto const& each) { return entry[each.key()] == each.value(); });
+        };
+        if (rows.empty() || !isHeading(rows.back())) {
+            head[section.nested] = Json::array();
+            rows.push_back(std::move(head));
+        }
+        if (!row[section.headings].is_null())
+            rows.back()[section.nested].push_back(std::move(rest));
+    }
     return rows;
 }
 

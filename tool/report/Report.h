@@ -32,6 +32,7 @@ struct Section {
     std::vector<std::vector<Json>> rows; ///< null: no value
     std::string title = {};              ///< a line above the text; not in JSON
     std::size_t headings = 0; ///< so many columns of a table stand once, above the rows that share them; not in JSON
+    std::string nested = {};  ///< in JSON rows that share the headings are one object, with the other columns under this key
 };
 
 /// Something that went wrong, said on the error stream in text and under "errors" in JSON.

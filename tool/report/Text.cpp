@@ -1,6 +1,10 @@
 #include "report/Text.h"
 
+#include <cstdlib>
 #include <fmt/format.h>
+#include <sstream>
+#include <string_view>
+#include <utility>
 
 #include <algorithm>
 #include <array>
@@ -92,6 +96,42 @@ std::string timeText(std::int64_t milliseconds)
     std::array<char, 32> text{};
     std::strftime(text.data(), text.size(), "%F %T", &parts);
     return text.data();
+}
+
+std::optional<std::int64_t> timeOf(std::string const& text)
+{
+    constexpr std::array<std::pair<std::string_view, std::int64_t>, 5> units{
+        {{"second", 1}, {"minute", 60}, {"hour", 3600}, {"day", 86400}, {"week", 604800}}};
+    std::istringstream words(text);
+    std::int64_t count = 0;
+    std::string unit;
+    std::string ago;
+    std::string more;
+    if (words >> count >> unit >> ago && ago == "ago" && !(words >> more) && count >= 0 && count < 1'000'000) {
+        for (auto const& [name, seconds] : units) {
+            if (unit == name || unit == std::string(name) + "s")
+                return (std::time(nullptr) - count * seconds) * 1000;
+        }
+    }
+    std::tm parts{};
+    parts.tm_isdst = -1;
+    auto const* rest = ::strptime(text.c_str(), "%Y-%m-%d", &parts);
+    if (rest && (*rest == 'T' || *rest == ' ')) {
+        auto const* const minute = ::strptime(rest + 1, "%H:%M", &parts);
+        rest = minute;
+        if (minute && *minute == ':')
+            rest = ::strptime(minute + 1, "%S", &parts);
+    }
+    std::int64_t fraction = 0;
+    if (rest && *rest == '.') {
+        for (int scale = 100; *++rest >= '0' && *rest <= '9'; scale /= 10)
+            fraction += scale * (*rest - '0');
+    }
+    if (!rest || *rest == '\0')
+        return rest ? std::optional(std::mktime(&parts) * 1000 + fraction) : std::nullopt;
+    rest = ::strptime(rest, "%z", &parts);
+    auto const offset = parts.tm_gmtoff;
+    return rest && *rest == '\0' ? std::optional((::timegm(&parts) - offset) * 1000 + fraction) : std::nullopt;
 }
 
 } // namespace Tool

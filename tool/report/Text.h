@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,5 +33,9 @@ std::string isoTime(std::int64_t milliseconds);
 
 /// Local time to the second, out of milliseconds since 1970.
 std::string timeText(std::int64_t milliseconds);
+
+/// A time as people give it, in milliseconds since 1970: ISO 8601 with or without zone, a date alone (its begin), or
+/// "10 minutes ago". Nothing for other texts.
+std::optional<std::int64_t> timeOf(std::string const& text);
 
 } // namespace Tool

@@ -8,6 +8,7 @@
 #include "workbench/Items.h"
 #include "workbench/Journal.h"
 #include "workbench/Meanings.h"
+#include "workbench/PastEntries.h"
 #include "workbench/Rehearsal.h"
 #include "workbench/Rules.h"
 #include "workbench/Values.h"
@@ -300,16 +301,17 @@ private:
 Json lastChange(Workbench& workbench, std::vector<eDataTag> const& tags)
 {
     std::string ignored;
-    auto const entries = workbench.journal().entries(ignored);
-    auto const isOne = [&](Json const& entry) {
-        return entry.value("result", Json()) == Json(wordOf(Result::Stored)) &&
-               std::ranges::any_of(tags, [&](eDataTag tag) { return entry.at("item") == Json(nameOf(tag)); });
-    };
-    auto const found = std::find_if(entries.rbegin(), entries.rend(), isOne);
-    if (found == entries.rend())
-        return {};
-    return {
-        {"item", found->at("item")}, {"time", timeText(found->at("time").get<std::int64_t>())}, {"who", found->at("who")}};
+    auto const entries = pastEntries(workbench, ignored);
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        for (auto const& change : entry->changes) {
+            auto const isOne = [&](eDataTag tag) { return change.item == nameOf(tag); };
+            if (change.result != wordOf(Result::Stored) || std::ranges::none_of(tags, isOne))
+                continue;
+            auto const who = change.cause == "rule" ? Journal::ruleName : !entry->verb.empty() ? entry->verb : entry->door;
+            return {{"item", change.item}, {"time", timeText(entry->time)}, {"who", who}};
+        }
+    }
+    return {};
 }
 
 Report Explanation::report() const

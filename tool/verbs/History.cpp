@@ -4,10 +4,11 @@
 #include "report/Text.h"
 #include "verbs/Arguments.h"
 #include "workbench/Items.h"
-#include "workbench/Journal.h"
+#include "workbench/PastEntries.h"
 #include "workbench/Workbench.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <set>
 #include <utility>
 
@@ -16,44 +17,100 @@ namespace Tool::Verbs {
 namespace {
 
 struct HistoryOptions {
-    std::string pattern; ///< a glob or a part of a name; empty: all items
+    Words words; ///< nothing, a pattern, "show" with a number, or "forget" with or without an item
+    std::string item;
+    std::string since;
+    std::string until;
     std::size_t limit = 100;
 };
 
-/// The last entries of the items that match.
-Report run(HistoryOptions const& options, Workbench& workbench)
+Section sectionOf(std::vector<PastEntry> const& entries)
+{
+    Section section{"history",
+                    Layout::Table,
+                    {"number", "time", "user", "process", "verb", "door", "item", "old", "new", "result", "reason", "cause"},
+                    {}};
+    section.headings = 6;
+    section.nested = "changes";
+    auto const orNothing = [](std::string const& text) { return text.empty() ? Json() : Json(text); };
+    for (auto const& entry : entries) {
+        std::vector<Json> const head{entry.number == 0 ? Json() : Json(entry.number),
+                                     isoTime(entry.time),
+                                     orNothing(entry.user),
+                                     orNothing(entry.process),
+                                     orNothing(entry.verb),
+                                     orNothing(entry.door)};
+        for (auto const& change : entry.changes) {
+            auto& row = section.rows.emplace_back(head);
+            row.insert(row.end(), {change.item, change.before, change.after, change.result, change.reason, change.cause});
+        }
+        if (entry.changes.empty())
+            section.rows.emplace_back(head).resize(section.columns.size());
+    }
+    return section;
+}
+
+/// The changes of items that match; an entry without any goes. Nothing when no item and no entry has such a name.
+bool keepMatching(std::string const& pattern, std::vector<PastEntry>& entries)
 {
     std::set<std::string> names;
-    if (!options.pattern.empty()) {
-        for (auto const tag : matchItems(options.pattern))
-            names.insert(nameOf(tag));
+    for (auto const tag : matchItems(pattern))
+        names.insert(nameOf(tag));
+    for (auto& entry : entries)
+        std::erase_if(entry.changes, [&](PastChange const& change) {
+            return !names.contains(change.item) && change.item.find(pattern) == std::string::npos;
+        });
+    std::erase_if(entries, [](PastEntry const& entry) { return entry.changes.empty(); });
+    return !names.empty() || !entries.empty();
+}
+
+Report list(HistoryOptions const& options, std::string const& pattern, std::vector<PastEntry> entries)
+{
+    for (auto const& [name, text] : {std::pair("--since", &options.since), std::pair("--until", &options.until)}) {
+        auto const time = timeOf(*text);
+        if (!text->empty() && !time)
+            return failure(exitUsage, *text,
+                           std::string(name) + " takes a time: 2026-11-22T10:11, a date, or \"10 minutes ago\"");
+        bool const isSince = text == &options.since;
+        std::erase_if(entries,
+                      [&](PastEntry const& entry) { return time && (isSince ? entry.time < *time : entry.time > *time); });
     }
+    if (!pattern.empty() && !keepMatching(pattern, entries))
+        return failure(exitUnknownItem, pattern, "matches no item and no entry", namesNear(pattern));
+    auto const left = entries.size() - std::min(options.limit, entries.size());
+    entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(left));
+    Report report{exitOk, {sectionOf(entries)}};
+    bool const isAsked = !pattern.empty() || !options.since.empty() || !options.until.empty();
+    if (entries.empty() && left == 0)
+        report.notes.emplace_back(isAsked ? "No such change is known." : "Nothing was changed yet.");
+    else if (left > 0)
+        report.notes.push_back(std::to_string(left) + " older entries; --limit shows more.");
+    return report;
+}
+
+Report show(std::string const& number, std::vector<PastEntry> entries)
+{
+    auto const wanted = std::strtoll(number.c_str(), nullptr, 10);
+    std::erase_if(entries, [=](PastEntry const& each) { return !each.numbers.contains(wanted); });
+    return entries.empty() ? failure(exitUnknownItem, number, "no entry has this number")
+                           : Report{exitOk, {sectionOf(entries)}};
+}
+
+Report run(HistoryOptions const& options, Workbench& workbench)
+{
+    auto const& words = options.words;
+    auto const first = words.empty() ? std::string() : words.front();
+    bool const isOfTwo = first == "show" || first == "forget";
+    if (words.size() > (isOfTwo ? 2U : 1U) || (first == "show" && words.size() == 1))
+        return failure(exitUsage, first, "expected PATTERN, show NUMBER, or forget [ITEM]");
+    if (first == "forget")
+        return forget(workbench, words.size() > 1 ? std::optional(words[1]) : std::nullopt);
     std::string error;
-    auto entries = workbench.journal().entries(error);
-    std::erase_if(entries, [&](Json const& entry) {
-        auto const item = entry["item"].get<std::string>();
-        return !options.pattern.empty() && !names.contains(item) && item.find(options.pattern) == std::string::npos;
-    });
-    if (error.empty() && entries.empty() && !options.pattern.empty() && names.empty())
-        return failure(exitUnknownItem, options.pattern, "matches no item and no entry", namesNear(options.pattern));
-    auto const first = entries.size() - std::min(options.limit, entries.size());
-    Section section{"history", Layout::Table, {"time", "who", "item", "old", "new", "result", "reason"}, {}};
-    section.headings = 2;
-    for (auto index = first; index < entries.size(); ++index) {
-        auto const& entry = entries[index];
-        auto& row = section.rows.emplace_back();
-        row.emplace_back(timeText(entry["time"].get<std::int64_t>()));
-        for (std::size_t column = 1; column < section.columns.size(); ++column)
-            row.push_back(entry.value(section.columns[column], Json()));
-    }
-    Report report{exitOk, {std::move(section)}};
+    auto entries = pastEntries(workbench, error);
+    auto report = first == "show" ? show(words[1], std::move(entries))
+                                  : list(options, first.empty() ? options.item : first, std::move(entries));
     if (!error.empty())
         report.fail(exitStorage, {"", error});
-    else if (entries.empty())
-        report.notes.emplace_back(options.pattern.empty() ? "Nothing was changed yet."
-                                                          : "No change of such an item is known.");
-    else if (first > 0)
-        report.notes.push_back(std::to_string(first) + " older entries; --limit shows more.");
     return report;
 }
 
@@ -62,15 +119,32 @@ Report run(HistoryOptions const& options, Workbench& workbench)
 Verb historyVerb()
 {
     auto const options = std::make_shared<HistoryOptions>();
-    return {.name = "history",
-            .help = "Show who changed what, and when",
-            .arguments = {Arguments::pattern(&options->pattern),
-                          {.name = "--limit",
-                           .target = &options->limit,
-                           .help = "So many entries, the latest ones; otherwise 100",
-                           .value = "NUMBER",
-                           .range = {{0, 1000000}}}},
-            .action = onWorkbench(options)};
+    auto const time = "; 2026-11-22T10:11:12+01:00, 2026-11-22, \"10 minutes ago\"";
+    return {
+        .name = "history",
+        .help = "Show who changed what, and when",
+        .arguments = {{.name = "WHAT",
+                       .target = &options->words,
+                       .help =
+                           "Items by pattern; or show NUMBER: one entry; or forget [ITEM]: wipe what is known of the item, "
+                           "of a cell with its table, or everything",
+                       .offer = Offers::items},
+                      {.name = "--item",
+                       .target = &options->item,
+                       .help = "As a pattern",
+                       .value = "PATTERN",
+                       .offer = Offers::items},
+                      {.name = "--since",
+                       .target = &options->since,
+                       .help = std::string("Not before this time") + time,
+                       .value = "TIME"},
+                      {.name = "--until", .target = &options->until, .help = "Not after this time", .value = "TIME"},
+                      {.name = "--limit",
+                       .target = &options->limit,
+                       .help = "So many entries, the latest ones; otherwise 100",
+                       .value = "NUMBER",
+                       .range = {{0, 1000000}}}},
+        .action = onWorkbench(options)};
 }
 
 } // namespace Tool::Verbs

@@ -8,6 +8,7 @@
 #include "workbench/Import.h"
 #include "workbench/Workbench.h"
 
+#include "Author.h"
 #include "HostPlatform.h"
 
 #include <optional>
@@ -48,7 +49,7 @@ Report fill(Options const& place, std::optional<Document> const& document, bool 
     auto const take = [&] {
         return importDocument(*workbench, *document, {.dryRun = isRehearsal, .atomic = true, .all = all});
     };
-    auto report = document ? workbench->journal().record("init", take) : Report{};
+    auto report = document ? workbench->journal().record(ownAuthor("init"), take) : Report{};
     report.sections.insert(report.sections.begin(), std::move(made));
     return report;
 }

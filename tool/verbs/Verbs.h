@@ -28,6 +28,7 @@ Verb serveVerb();
 Verb setVerb();
 Verb shellVerb();
 Verb tableVerb();
+Verb undoVerb();
 Verb watchVerb();
 
 /// The hidden verb for the completion of command shells: `complete -- WORDS...`, of which the last is the one that is typed, or

@@ -1,137 +1,115 @@
+// All entries of one run of a verb have the same note, by which they are found again as one: when it began, the tags that it asked for
+// and the entries that it takes back.
 #include "workbench/Journal.h"
 
+#include "workbench/FlagFile.h"
 #include "workbench/Items.h"
 #include "workbench/Snapshot.h"
+#include "workbench/Values.h"
 #include "workbench/Workbench.h"
 
-#include "Tables/Tables.h"
-
-#include "Files.h"
+#include "Author.h"
 #include "HostPlatform.h"
+#include "store/Database.h"
 
-#include <algorithm>
+#include <fmt/format.h>
+
 #include <array>
+#include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <sstream>
 #include <utility>
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <pwd.h>
 #include <unistd.h>
 
 namespace Tool {
 
 using namespace Data;
 
-namespace {
-
-constexpr char const* fileName = "mediadata.history";
-constexpr char const* olderName = "mediadata.history.1";
-constexpr std::size_t longestJournal = 512UL * 1024;
-constexpr std::size_t longestValue = 200;
-
-Json stamped(std::string const& who, std::string const& item, Json const& before, Json const& after)
+std::string rangesOf(std::set<std::int64_t> const& numbers)
 {
-    auto const brief = [](Json const& value) {
-        bool const isLong = value.is_string() && value.get_ref<std::string const&>().size() > longestValue;
-        return isLong ? Json(value.get<std::string>().substr(0, longestValue) + "...") : value;
-    };
-    auto const now = std::chrono::system_clock::now().time_since_epoch();
-    return {{"time", std::chrono::duration_cast<std::chrono::milliseconds>(now).count()},
-            {"who", who},
-            {"item", item},
-            {"old", brief(before)},
-            {"new", brief(after)}};
-}
-
-std::string line(Json const& entry)
-{
-    return entry.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
-/// Appends whole lines. A line that a kill left torn is ended first, so that it spoils nothing but itself.
-bool append(Host::DataDirectory const& directory, std::string text, std::string& error)
-{
-    auto const open = [&] { return directory.openFile(fileName, O_RDWR | O_APPEND | O_CREAT, error); };
-    auto file = open();
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0)
-        return false;
-    if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > longestJournal) {
-        if (directory.look(olderName, error) == Host::DataDirectory::State::refused ||
-            !directory.rename(fileName, olderName, error))
-            return false;
-        file = open();
-        if (!file)
-            return false;
-        status.st_size = 0;
-    }
-    char last = '\n';
-    if (status.st_size > 0 && ::pread(file.get(), &last, 1, status.st_size - 1) == 1 && last != '\n')
-        text.insert(0, 1, '\n');
-    if (::write(file.get(), text.data(), text.size()) == static_cast<ssize_t>(text.size()))
-        return true;
-    error = directory.pathOf(fileName) + ": cannot be written";
-    return false;
-}
-
-/// An entry's values are no objects: one that nests, at worst without end, is none of ours.
-bool isFlat(int depth, Json::parse_event_t event, Json&)
-{
-    return depth == 0 || (event != Json::parse_event_t::object_start && event != Json::parse_event_t::array_start);
-}
-
-void readEntries(Host::DataDirectory const& directory, char const* name, std::vector<Json>& entries, std::string& error)
-{
-    if (directory.look(name, error) != Host::DataDirectory::State::present)
-        return;
-    auto const file = directory.openFile(name, O_RDONLY, error);
     std::string text;
-    std::array<char, 65536> piece;
-    for (ssize_t length = 0; file && (length = ::read(file.get(), piece.data(), piece.size())) > 0;)
-        text.append(piece.data(), static_cast<std::size_t>(length));
-    std::istringstream lines(text);
-    for (std::string each; std::getline(lines, each);) {
-        auto entry = Json::parse(each, isFlat, false);
-        auto const isDiscarded = [](Json const& value) { return value.is_discarded(); };
-        bool const isWhole = entry.is_object() && std::none_of(entry.begin(), entry.end(), isDiscarded) &&
-                             entry.value("time", Json()).is_number_integer() && entry.value("item", Json()).is_string() &&
-                             entry.value("who", Json()).is_string();
-        if (isWhole)
-            entries.push_back(std::move(entry));
+    for (auto each = numbers.begin(); each != numbers.end();) {
+        auto const first = *each;
+        auto last = first;
+        while (++each != numbers.end() && *each == last + 1)
+            last = *each;
+        text += fmt::format("{}{}", text.empty() ? "" : ",", first);
+        if (last != first)
+            text += fmt::format("-{}", last);
     }
+    return text;
 }
 
-} // namespace
-
-Journal::State Journal::state() const
+std::set<std::int64_t> numbersOf(std::string const& ranges)
 {
-    State state{Snapshot::values(), {}};
-    for (auto const& [name, value] : serviceValues(m_workbench)) {
-        auto const tag = findItem(name);
-        if (!tag || !isHeld(*tag))
-            state.others[name] = value;
+    constexpr std::int64_t most = 100'000; // of one range: the text may be damaged
+    std::set<std::int64_t> numbers;
+    std::istringstream parts(ranges);
+    for (std::string part; std::getline(parts, part, ',');) {
+        char* rest = nullptr;
+        auto const first = std::strtoll(part.c_str(), &rest, 10);
+        auto const last = *rest == '-' ? std::strtoll(rest + 1, nullptr, 10) : first;
+        for (auto number = first; number <= last && number - first < most; ++number)
+            numbers.insert(number);
     }
-    auto const profile = m_workbench.platform().deviceProfile();
-    state.others["device/model"] = Host::modelName(profile.model);
-    state.others["device/usb"] = profile.usb;
+    return numbers;
+}
+
+std::string userName(unsigned int user)
+{
+    std::array<char, 4096> room{};
+    passwd entry{};
+    passwd* found = nullptr;
+    bool const isKnown = ::getpwuid_r(user, &entry, room.data(), room.size(), &found) == 0 && found != nullptr;
+    return isKnown ? found->pw_name : std::to_string(user);
+}
+
+Host::Author ownAuthor(std::string verb)
+{
+    return {userName(::geteuid()), program_invocation_short_name, std::move(verb), "command"};
+}
+
+Journal::State Journal::state()
+{
+    State state;
+    readValue(eDataTagOpusTest); // applies the flag file, which may change items with lower tags
+    for (auto const tag : allTags()) {
+        bool const counts = isHeld(tag) && !isKept(tag) && typeOf(tag) != eDataItemTypeComplex;
+        if (counts && !Tables::flagWordOf(tag))
+            state[{"@unkept", nameOf(tag)}] = textOf(readValue(tag).value_or(""));
+    }
+    for (auto const& [word, value] : flagFileValues())
+        state[{"@flags", word}] = value;
     return state;
 }
 
-void Journal::note(std::string const& who, std::string const& item, Json const& before, Json const& after)
+std::vector<Host::HistoryChange> Journal::differences(State const& before, State const& after)
 {
-    auto entry = stamped(who, item, before, after);
-    entry["result"] = wordOf(Result::Stored);
-    m_lines += line(entry);
+    auto const textIn = [](State const& state, State::key_type const& key) {
+        auto const found = state.find(key);
+        return found == state.end() ? std::string(Host::notStored) : found->second;
+    };
+    State all = before;
+    all.insert(after.begin(), after.end());
+    std::vector<Host::HistoryChange> changes;
+    for (auto const& [key, text] : all) {
+        if (auto const [old, now] = std::pair(textIn(before, key), textIn(after, key)); old != now)
+            changes.push_back({key.first, key.second, old, now});
+    }
+    return changes;
 }
 
-void Journal::noteItems(State const& before, State const& after, std::function<std::string(eDataTag)> const& who)
+std::string Journal::note() const
 {
-    for (std::size_t index = 0; index < after.items.size(); ++index) {
-        auto const tag = allTags()[index];
-        if (before.items[index] != after.items[index] && !m_refused.contains(tag))
-            note(who(tag), nameOf(tag), shown(tag, before.items[index], false), shown(tag, after.items[index], false));
-    }
+    auto note = fmt::format("run={}", m_begun);
+    if (!m_asked.empty())
+        note += " asked=" + rangesOf({m_asked.begin(), m_asked.end()});
+    if (!m_undone.empty())
+        note += " undoes=" + rangesOf(m_undone);
+    return note;
 }
 
 void Journal::refuse(eDataTag tag, Json given, std::string reason, Result result)
@@ -139,76 +117,72 @@ void Journal::refuse(eDataTag tag, Json given, std::string reason, Result result
     m_refused[tag] = {std::move(given), std::move(reason), result};
 }
 
-void Journal::noteRefusals(std::string const& who, State const& before)
+void Journal::keepRefusals(Host::Author const& doer, std::string& error) const
 {
+    if (m_refused.empty())
+        return;
+    Json refused = Json::array();
     for (auto const& [tag, refusal] : m_refused) {
-        auto const& old = before.items[static_cast<std::size_t>(tag) - 1];
-        auto entry = stamped(who, nameOf(tag), shown(tag, old, false), shown(tag, refusal.given, false));
-        entry["result"] = wordOf(refusal.result);
         // A reason may quote the value.
-        entry["reason"] = isSecret(tag) ? Json() : Json(refusal.reason);
-        m_lines += line(entry);
+        refused.push_back({{"item", nameOf(tag)},
+                           {"old", shown(tag, readValue(tag).value_or(Json()), false)},
+                           {"new", shown(tag, refusal.given, false)},
+                           {"result", wordOf(refusal.result)},
+                           {"reason", isSecret(tag) ? Json() : Json(refusal.reason)}});
     }
+    Json const line{{"time", m_begun},   {"user", doer.user}, {"process", doer.process},      {"verb", doer.verb},
+                    {"door", doer.door}, {"note", note()},    {"refused", std::move(refused)}};
+    m_workbench.platform().database().historyFile().append(line.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n",
+                                                           error);
 }
 
 /// How many values are others than before, but for those that only the cache has.
-std::size_t Journal::countStored(State const& before, State const& after) const
+std::size_t Journal::countStored(std::vector<Json> const& before) const
 {
     std::size_t count = 0;
+    auto const after = Snapshot::values();
     auto const& lost = m_workbench.storage().lost();
-    for (std::size_t index = 0; index < after.items.size(); ++index)
-        count += before.items[index] != after.items[index] && !lost.contains(allTags()[index]) ? 1 : 0;
+    for (std::size_t index = 0; index < after.size(); ++index)
+        count += before[index] != after[index] && !lost.contains(allTags()[index]) ? 1 : 0;
     return count;
 }
 
-Report Journal::record(std::string const& who, std::function<Report()> const& action)
+Report Journal::record(Host::Author doer, std::function<Report()> const& action)
 {
-    auto const before = state();
-    m_lines.clear();
-    m_asked.clear();
-    m_refused.clear();
-    // Between two verbs of a process of the tool only the flag file can be edited.
-    auto const* const others = m_workbench.isAttached() ? "application" : "flag file";
+    auto& platform = m_workbench.platform();
+    auto& database = platform.database();
+    auto before = state();
+    auto const values = Snapshot::values();
+    // What was edited by hand since the last verb is nobody's.
     if (m_last)
-        noteItems(*m_last, before, [=](eDataTag tag) { return Tables::isHardwareFlag(tag) ? "hardware rule" : others; });
+        database.addToHistory(differences(*m_last, before));
+    database.completeHistory();
+    m_begun =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    m_asked.clear();
+    m_undone.clear();
+    m_refused.clear();
+    doer.note = [this] { return note(); };
+    platform.author(doer);
     m_workbench.storage().takeAny();
     auto report = action();
     auto after = state();
+    database.addToHistory(differences(before, after));
+    bool const isEntered = database.completeHistory();
+    platform.author({});
+    m_last = std::move(after);
     if (auto& storage = m_workbench.storage(); storage.takeAny()) {
-        auto const account = storage.account(countStored(before, after));
+        auto const account = storage.account(countStored(values));
         if (report.code == exitStorage && !report.problems.empty() && storage.lost().empty())
             report.problems.back().reason += ": " + account;
         else
             report.fail(exitStorage, {"", account});
     }
-    noteItems(before, after, [&](eDataTag tag) -> std::string {
-        return m_asked.contains(tag) ? who : Tables::isHardwareFlag(tag) ? "hardware rule" : ruleName;
-    });
-    for (auto const& [name, value] : after.others) {
-        auto const old = before.others.find(name);
-        if (old == before.others.end() || old->second != value)
-            note(who, name, old == before.others.end() ? Json() : old->second, value);
-    }
-    noteRefusals(who, before);
-    m_last = std::move(after);
-    keep(report);
+    std::string error = isEntered ? "" : "the database does not take it";
+    keepRefusals(doer, error);
+    if (!error.empty() && !std::exchange(m_failed, true))
+        report.fail(exitOk, {"", "the history could not be written: " + error});
     return report;
-}
-
-void Journal::keep(Report& report)
-{
-    std::string error;
-    if (m_lines.empty() || append(m_workbench.platform().files(), m_lines, error) || std::exchange(m_failed, true))
-        return;
-    report.fail(exitOk, {"", "the history could not be written: " + error});
-}
-
-std::vector<Json> Journal::entries(std::string& error) const
-{
-    std::vector<Json> entries;
-    for (auto const* const name : {olderName, fileName})
-        readEntries(m_workbench.platform().files(), name, entries, error);
-    return entries;
 }
 
 } // namespace Tool

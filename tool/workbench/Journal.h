@@ -1,11 +1,12 @@
-// The journal of changes in the data directory: when, who, which item, old, new, result. Two files of half a megabyte at most,
-// one JSON object a line; secrets are masked before they get there.
+// Who changes what: the running verb is named to the host, whose database enters every change, and gets an entry for what the
+// database does not keep. Refusals go to the history's file; secrets are masked before they get there.
 #pragma once
 
 #include "report/Result.h"
 
 #include "Data/DataTypes.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -13,9 +14,24 @@
 #include <string>
 #include <vector>
 
+namespace Host {
+struct Author;
+struct HistoryChange;
+} // namespace Host
+
 namespace Tool {
 
 class Workbench;
+
+/// Numbers as an entry notes them: "1,5-9".
+std::string rangesOf(std::set<std::int64_t> const& numbers);
+std::set<std::int64_t> numbersOf(std::string const& ranges);
+
+/// The name of a user, or the number of one without.
+std::string userName(unsigned int user);
+
+/// The user of this process, who gives a command.
+Host::Author ownAuthor(std::string verb);
 
 class Journal {
 public:
@@ -27,21 +43,19 @@ public:
     /// The running verb asks for a change of this item; what changes besides is the work of the library's rules.
     void ask(Data::eDataTag tag) { m_asked.insert(tag); }
 
+    /// The running verb takes back what these entries changed.
+    void undo(std::set<std::int64_t> entries) { m_undone = std::move(entries); }
+
     /// The running verb met a refusal; `result` is Refused or NotStored.
     void refuse(Data::eDataTag tag, Json given, std::string reason, Result result);
 
-    /// Runs a verb and keeps what it changed. A journal that cannot be written is told of once and stops nothing.
-    Report record(std::string const& who, std::function<Report()> const& action);
-
-    /// All entries, oldest first. `error` says what could not be read.
-    std::vector<Json> entries(std::string& error) const;
+    /// Runs a verb in its doer's name and keeps what it changed. A history that cannot be written is told of once and stops
+    /// nothing that was done.
+    Report record(Host::Author doer, std::function<Report()> const& action);
 
 private:
-    /// Everything that a verb can change.
-    struct State {
-        std::vector<Json> items; ///< in the order of allTags()
-        std::map<std::string, Json> others;
-    };
+    /// What a verb can change and the database does not keep, by schema and element of its entries.
+    using State = std::map<std::pair<std::string, std::string>, std::string>;
 
     struct Refusal {
         Json given;
@@ -49,17 +63,17 @@ private:
         Result result;
     };
 
-    State state() const;
-    std::size_t countStored(State const& before, State const& after) const;
-    void note(std::string const& who, std::string const& item, Json const& before, Json const& after);
-    void noteRefusals(std::string const& who, State const& before);
-    void noteItems(State const& before, State const& after, std::function<std::string(Data::eDataTag)> const& who);
-    void keep(Report& report);
+    std::size_t countStored(std::vector<Json> const& before) const;
+    static State state();
+    static std::vector<Host::HistoryChange> differences(State const& before, State const& after);
+    std::string note() const;
+    void keepRefusals(Host::Author const& doer, std::string& error) const;
 
     Workbench& m_workbench;
+    std::int64_t m_begun = 0; ///< when the running verb began
     std::set<Data::eDataTag> m_asked;
+    std::set<std::int64_t> m_undone;
     std::map<Data::eDataTag, Refusal> m_refused;
-    std::string m_lines; ///< not yet written
     std::optional<State> m_last;
     bool m_failed = false;
 };
