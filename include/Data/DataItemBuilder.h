@@ -70,7 +70,7 @@ public:
 
     /// False for an int or bool row with an empty default, which counts as absent everywhere.
     static bool isRecordValid(DataItemRecord const& record);
-    /// The valid record of a tag from 0 to 805, or null.
+    /// The valid record of a tag, or null.
     static DataItemRecord const* findDataRecord(eDataTag tag);
     /// False for null and for dataValidatorIntRangeNot: a step that names it is skipped, which is required.
     static bool isValidValidatorBuilder(ValidatorBuilder const& builder);

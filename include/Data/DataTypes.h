@@ -7,7 +7,7 @@
 
 namespace Data {
 
-/// The number of an item. 0 means no item, 1 to 805 are items, 806 ends the catalogue. The enumerators are the names of the
+/// The number of an item. 0 means no item; the numbers from 1 below eDataTagEnd are items. The enumerators are the names of the
 /// catalogue's rows, "eDataTag" before each.
 enum eDataTag : std::int32_t {
 #define SETTING_ROW(number, name, ...) eDataTag##name = number,

@@ -120,7 +120,7 @@ Report json()
     return report;
 }
 
-/// One section "catalogue" with the rows of all tags from 0 to 806.
+/// One section "catalogue" with the rows of all tags, with 0 and the end.
 Report run(CatalogueOptions const& options)
 {
     if (options.general.json || options.format == "json")

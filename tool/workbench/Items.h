@@ -13,7 +13,7 @@
 
 namespace Tool {
 
-/// The tags 1 to 805.
+/// All tags but 0 and the end.
 std::vector<Data::eDataTag> const& allTags();
 
 /// What an item is called in output: the management (sub-)item, else schema/element, else the row name.
