@@ -7,7 +7,9 @@
 
 #include "ClientUtils.h"
 #include "Data/DataItem.h"
+#include "DataItemBuilder/Settings.h"
 #include "Log.h"
+#include "Tables/SettingOptions.h"
 
 namespace Data {
 
@@ -16,6 +18,16 @@ namespace {
 using Builder = DataCache::DataItemBuilder;
 
 constexpr char const* unit = "./src/DataItemBuilder";
+
+constexpr auto isFlagRow = [](Settings::Setting const& row) { return row.flagWord != nullptr; };
+constexpr eDataTag firstFlag = std::ranges::find_if(Settings::all, isFlagRow)->tag;
+constexpr bool flagsAreLast = std::ranges::all_of(Settings::all + firstFlag, Settings::all + eDataTagEnd, isFlagRow);
+
+/// Asked of every item at a start: a comparison, as long as no settings stand behind the flags.
+bool isFlag(eDataTag tag)
+{
+    return tag >= firstFlag && (flagsAreLast || Tables::flagWordOf(tag) != nullptr);
+}
 
 bool areParameters(Builder::DataValue const* params, eDataItemType type)
 {
@@ -211,7 +223,7 @@ eDataSource Builder::sourceOf(eDataTag tag, bool observed)
 {
     if (observed)
         return eDataSourceNone;
-    if (tag >= eDataTagOpusTest)
+    if (isFlag(tag))
         return eDataSourceFile;
     return tag == eDataTagGroupPickup ? eDataSourceGroupPickup : eDataSourceDB;
 }
