@@ -10,7 +10,7 @@ FUZZ_RUNS ?= 1000000
 SOAK_SECONDS ?= 600
 
 .DEFAULT_GOAL := help
-.PHONY: help run test format lint sanitize fuzz coverage soak reliability symbols bench package cross-test install clean
+.PHONY: help run test format lint sanitize fuzz coverage soak reliability docs-test symbols bench package cross-test install clean
 .SECONDARY:
 
 help: ## say what can be made
@@ -43,6 +43,9 @@ reliability: build-dev ## fail every platform and system call, kill the process 
 	@MEDIADATA_FAULTS=all build/dev/library_tests --gtest_filter='*/FaultSweep.*' --gtest_brief=1
 	@MEDIADATA_IMAGES=12000 MEDIADATA_FAULT_STEP=1 \
 	    build/dev/reliability_tests --gtest_brief=1
+
+docs-test: install-build ## add what the documents on adding add, in a copy of the sources, build it and run their examples
+	@tests/docs/adding build/adding build docs/add-a-setting.md docs/add-a-verb.md
 
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so

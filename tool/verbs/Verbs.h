@@ -1,6 +1,6 @@
 // All verbs, each described and done in a file of its own.
 //
-// To add one: a file here with its options and what it does, a line below, and one in cli/Registry.cpp.
+// To add one: a file here with its options and what it does, a line below, and one in cli/Registry.cpp; docs/add-a-verb.md shows it.
 #pragma once
 
 #include "verbs/Verb.h"
