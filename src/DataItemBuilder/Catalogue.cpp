@@ -178,7 +178,7 @@ struct Rows {
     std::array<Row, Builder::recordCount> rows{};
     std::array<char, textsSize> texts{};
 };
-static_assert(textsSize <= UINT16_MAX);
+static_assert(textsSize <= UINT16_MAX, "the default texts are longer than a row can say");
 
 constexpr Rows condensed = [] {
     Rows result;

@@ -38,8 +38,9 @@ constexpr std::size_t verifiedRows = eDataTagEnd;
 /// The names of the schemas are the first ones; this is the first that is none.
 constexpr Name schemasEnd = Name::dasTableFull;
 
-#define SETTING_ELEMENT(number, name, schema, ...) static_assert(Name::das##schema##Schema < schemasEnd);
-#define SETTING_WHOLE_TABLE(number, name, schema) static_assert(Name::das##schema##Schema < schemasEnd);
+#define SETTING_ELEMENT(number, name, schema, ...) SETTING_WHOLE_TABLE(number, name, schema)
+#define SETTING_WHOLE_TABLE(number, name, schema)                                                                           \
+    static_assert(Name::das##schema##Schema < schemasEnd, "row " #name ": its schema does not stand with the schemas");
 #define SETTING_NO_ELEMENT(...)
 #define SETTING_NO_SCHEMA(...)
 #include "Data/settings.def"

@@ -39,7 +39,7 @@ template <class T> bool replace(T& remembered, T value)
 
 DoorOpenerTable::DataTableDoorOpenerTypeDependentTags() : DataTable(doorOpeners.tag, doorOpeners.last)
 {
-    static_assert(openerCount == doorOpeners.rows);
+    static_assert(openerCount == doorOpeners.rows, "openerCount is not the number of door openers");
     readOpeners(m_memory.directVideo, eDataTagDoorOpener1DirectVideo);
     readOpeners(m_memory.type, eDataTagDoorOpener1Type);
     readOpeners(m_memory.phoneNumber, eDataTagDoorOpener1PhoneNumber);

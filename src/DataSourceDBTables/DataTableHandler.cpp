@@ -46,7 +46,7 @@ constexpr std::array tableClasses{
     TableClass{eDataTagDoorOpeners, makeTable<Handler::DataTableDoorOpenerTypeDependentTags>},
 };
 
-static_assert(std::ranges::is_sorted(tableClasses, {}, &TableClass::tag));
+static_assert(std::ranges::is_sorted(tableClasses, {}, &TableClass::tag), "the classes are not in the order of tags");
 static_assert(std::ranges::all_of(Tables::all,
                                   [](Tables::Table const& table) {
                                       return table.tag == eDataTagNone ||
