@@ -4,6 +4,8 @@
 
 #include "cli/Registry.h"
 
+#include "Data/DataTypes.h"
+
 namespace ToolTest {
 
 namespace fs = std::filesystem;
@@ -61,7 +63,7 @@ TEST_F(ConfigurationVerbs, ExplainEveryItemByTheLayerThatWonAndWhatHidesIt)
 {
     changeALot();
     std::string questions;
-    for (int tag = 1; tag <= 805; ++tag)
+    for (int tag = 1; tag < Data::eDataTagEnd; ++tag)
         questions += "explain --json --show-secrets " + std::to_string(tag) + "\n";
     std::istringstream answers(run("shell", questions).out);
     auto const values = ask("list --show-secrets");
@@ -69,7 +71,7 @@ TEST_F(ConfigurationVerbs, ExplainEveryItemByTheLayerThatWonAndWhatHidesIt)
     std::map<std::string, json> explained;
     for (auto const& item : values["items"])
         listed[item["tag"]] = item["value"];
-    for (int tag = 1; tag <= 805; ++tag) {
+    for (int tag = 1; tag < Data::eDataTagEnd; ++tag) {
         json answer;
         answers >> answer;
         ASSERT_EQ(answer["item"]["tag"], tag);

@@ -1,6 +1,8 @@
 // The verbs about single settings, run as a user runs them.
 #include "ToolRunner.h"
 
+#include "Data/DataTypes.h"
+
 namespace ToolTest {
 
 using nlohmann::json;
@@ -19,7 +21,9 @@ TEST_F(SettingsVerbs, EndWithTheDocumentedStatus)
         {2,
          {"table codec --alert Emergency.Call", "table nonsense", "mobility some", "mobility unmanaged --from -",
           "mobility all --from /", file("bad.conf")}},
-        {3, {"get ringer-volumes", "get 0", "get 806", "describe Ringer-Volume", "list no*such"}},
+        {3,
+         {"get ringer-volumes", "get 0", "get " + std::to_string(Data::eDataTagEnd), "describe Ringer-Volume",
+          "list no*such"}},
         {3, {"set 61=5 no-such-item=1", "reset everything", "table ringing --alert Nobody.Calls"}},
         {4, {"set ringer-volume=9", "set 108=<Schema/>", "set codec[1]/type=0", "get 632", "mgmt changed ringer-volume=2"}},
         {5, {"get function-key-def-100"}},
