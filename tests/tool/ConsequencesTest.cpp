@@ -12,8 +12,6 @@
 
 #include "Tables/Tables.h"
 
-#include <pty.h>
-
 using namespace Data;
 using namespace Tool;
 
@@ -164,25 +162,10 @@ struct DoorOpener : ToolTest::ToolRunner {
     /// The tool at a terminal where this is typed: what it said, and its status.
     std::pair<std::string, int> atTerminal(std::string const& command, std::string const& typed) const
     {
-        auto words = ToolTest::wordsOf("mediadata --data-dir " + dataDirectory().string() + ' ' + command);
-        int terminal = -1;
-        auto const child = ::forkpty(&terminal, nullptr, nullptr, nullptr);
-        if (child == 0) {
-            std::vector<char*> arguments;
-            std::ranges::transform(words, std::back_inserter(arguments), [](auto& word) { return word.data(); });
-            arguments.push_back(nullptr);
-            ::execv(MEDIADATA_TOOL, arguments.data());
-            ::_exit(127);
-        }
-        std::string said;
-        char piece[4096];
-        [[maybe_unused]] auto const sent = ::write(terminal, typed.data(), typed.size());
-        for (ssize_t got = 0; (got = ::read(terminal, piece, sizeof piece)) > 0;)
-            said.append(piece, static_cast<std::size_t>(got));
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ::close(terminal);
-        return {said, WEXITSTATUS(status)};
+        ToolTest::Terminal terminal(dataDirectory(), command);
+        terminal.type(typed);
+        auto const status = terminal.end();
+        return {terminal.said(), status};
     }
 };
 

@@ -5,6 +5,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <poll.h>
+#include <pty.h>
+
 namespace ToolTest {
 
 using Words = std::vector<std::string>;
@@ -116,6 +119,75 @@ private:
 
     std::filesystem::path m_streams;
     pid_t m_child = 0;
+};
+
+/// The tool at a terminal of its own; ended at the latest with this object, when the terminal goes away.
+class Terminal {
+public:
+    Terminal(std::filesystem::path const& dataDirectory, std::string const& command)
+    {
+        auto words = wordsOf("mediadata --data-dir " + dataDirectory.string() + ' ' + command);
+        m_child = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_child != 0)
+            return;
+        std::vector<char*> arguments;
+        std::ranges::transform(words, std::back_inserter(arguments), [](auto& word) { return word.data(); });
+        arguments.push_back(nullptr);
+        ::execv(MEDIADATA_TOOL, arguments.data());
+        ::_exit(127);
+    }
+    ~Terminal() { end(); }
+    Terminal(Terminal const&) = delete;
+    Terminal& operator=(Terminal const&) = delete;
+
+    void type(std::string const& keys) const
+    {
+        [[maybe_unused]] auto const sent = ::write(m_terminal, keys.data(), keys.size());
+    }
+
+    /// Waits until this has been said behind what was waited for before, or the tool has ended.
+    bool says(std::string const& text)
+    {
+        auto at = m_said.find(text, m_heard);
+        for (; at == std::string::npos && hear(); at = m_said.find(text, m_heard)) {
+        }
+        m_heard = std::min(at, m_said.size());
+        m_heard += at == std::string::npos ? 0 : text.size();
+        return at != std::string::npos;
+    }
+
+    std::string const& said() const { return m_said; }
+
+    /// Waits for the tool to end, and answers its exit status.
+    int end()
+    {
+        if (m_child <= 0)
+            return -1;
+        while (hear()) {
+        }
+        int status = 0;
+        ::waitpid(std::exchange(m_child, 0), &status, 0);
+        ::close(m_terminal);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    bool hear()
+    {
+        char piece[4096];
+        pollfd waiting{m_terminal, POLLIN, 0};
+        auto const got = ::poll(&waiting, 1, 20000) == 1 ? ::read(m_terminal, piece, sizeof piece) : 0;
+        if (got > 0)
+            m_said.append(piece, static_cast<std::size_t>(got));
+        else if (got == 0)
+            ::kill(m_child, SIGKILL);
+        return got > 0;
+    }
+
+    pid_t m_child = 0;
+    int m_terminal = -1;
+    std::string m_said;
+    std::size_t m_heard = 0;
 };
 
 struct ToolRunner : ::testing::Test {

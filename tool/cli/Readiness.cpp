@@ -1,5 +1,7 @@
 #include "cli/Readiness.h"
 
+#include "report/Text.h"
+
 #include "Files.h"
 
 #include <cerrno>
@@ -60,7 +62,8 @@ void Readiness::tell()
 {
     if (!m_lasting || std::exchange(m_told, true))
         return;
-    m_console.err << "mediadata: " << m_lasting->doing << ' ' << m_directory << " as process " << ::getpid() << std::endl;
+    m_console.err << "mediadata: " << m_lasting->doing << ' ' << escaped(m_directory) << " as process " << ::getpid()
+                  << std::endl;
     if (m_lasting->descriptor) {
         Host::FileDescriptor const descriptor(*m_lasting->descriptor);
         Host::writeAll(descriptor.get(), "ready\n");

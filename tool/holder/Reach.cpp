@@ -2,6 +2,7 @@
 
 #include "holder/Remote.h"
 #include "report/Console.h"
+#include "report/Text.h"
 
 #include "HostPlatform.h"
 
@@ -54,7 +55,7 @@ void tell(Workbench& workbench, Console& console)
     auto const& platform = workbench.platform();
     auto const say = [&](std::string const& text) {
         console.quiet();
-        console.err << "mediadata: " << text << std::endl;
+        console.err << "mediadata: " << escaped(text) << std::endl;
     };
     if (workbench.isNew())
         say("made a new telephone in " + platform.directory());
@@ -88,7 +89,7 @@ Reached reach(Options const& options, Console& console, std::vector<std::string>
             return here;
         }
         if (!std::exchange(told, told || now - begin > silence) && told)
-            console.err << "mediadata: " << here.failure << "; waiting" << std::endl;
+            console.err << "mediadata: " << escaped(here.failure) << "; waiting" << std::endl;
         std::this_thread::sleep_for(pause);
     }
 }

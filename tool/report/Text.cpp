@@ -8,9 +8,76 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <ctime>
+#include <cwchar>
+#include <utility>
 
 namespace Tool {
+
+namespace {
+
+/// What a text begins with: a character in UTF-8, or a byte that belongs to none.
+struct Character {
+    char32_t code;
+    std::size_t bytes;
+    bool isValid;
+};
+
+Character firstOf(std::string_view text)
+{
+    auto const lead = static_cast<unsigned char>(text.front());
+    if (lead < 0x80)
+        return {lead, 1, true};
+    Character const stray{lead, 1, false};
+    struct Form {
+        unsigned char first, last; ///< of the leading byte
+        std::size_t bytes;
+        char32_t least; ///< less is written shorter
+    };
+    constexpr std::array forms{Form{0xc2, 0xdf, 2, 0x80}, Form{0xe0, 0xef, 3, 0x800}, Form{0xf0, 0xf4, 4, 0x10000}};
+    auto const form = std::ranges::find_if(forms, [=](Form const& each) { return lead >= each.first && lead <= each.last; });
+    if (form == forms.end() || text.size() < form->bytes)
+        return stray;
+    char32_t code = lead & (0x7fU >> form->bytes);
+    for (std::size_t at = 1; at < form->bytes; ++at) {
+        auto const byte = static_cast<unsigned char>(text[at]);
+        if ((byte & 0xc0) != 0x80)
+            return stray;
+        code = code << 6 | (byte & 0x3fU);
+    }
+    bool const isSurrogate = code >= 0xd800 && code < 0xe000;
+    return code < form->least || code > 0x10ffff || isSurrogate ? stray : Character{code, form->bytes, true};
+}
+
+/// Characters that a terminal obeys, or that a reader cannot see: they could make a value look like another one.
+bool isUnseen(char32_t code)
+{
+    constexpr std::array<std::pair<char32_t, char32_t>, 9> ranges{{{0, 0x1f},
+                                                                   {0x7f, 0x9f},     // more control characters
+                                                                   {0x61c, 0x61c},   // a mark of direction
+                                                                   {0x200b, 0x200f}, // without width; marks of direction
+                                                                   {0x2028, 0x202e}, // separators; directions
+                                                                   {0x2060, 0x206f}, // without width; directions
+                                                                   {0xfeff, 0xfeff}, // the byte order mark
+                                                                   {0xfff9, 0xfffb}, // annotations
+                                                                   {0xe0000, 0xe007f}} /* tags */};
+    return std::ranges::any_of(ranges, [=](auto const& range) { return code >= range.first && code <= range.second; });
+}
+
+/// What a terminal takes for it: two columns for a wide one, none for an accent behind its letter.
+std::size_t columnsOf(Character const& character)
+{
+    if (character.code < 0x80 || !character.isValid)
+        return 1;
+    static locale_t const unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    auto const before = ::uselocale(unicode);
+    int const columns = ::wcwidth(static_cast<wchar_t>(character.code));
+    ::uselocale(before);
+    return columns < 0 ? 1 : static_cast<std::size_t>(columns);
+}
+
+} // namespace
 
 std::string cellText(Json const& cell)
 {
@@ -38,27 +105,47 @@ std::string cellText(Json const& cell)
 std::string escaped(std::string const& text, std::string_view kept)
 {
     std::string line;
-    unsigned char previous = 0;
-    for (char const c : text) {
-        auto const byte = static_cast<unsigned char>(c);
-        // Behind 0xc2 stands one of the control characters above 0x7f, which terminals obey as well.
-        bool const isControl = byte < 0x20 || byte == 0x7f || (previous == 0xc2 && byte < 0xa0);
-        if (!isControl || kept.find(c) != std::string_view::npos)
-            line += c;
-        else if (c == '\n')
+    for (std::string_view rest = text; !rest.empty();) {
+        auto const character = firstOf(rest);
+        auto const bytes = rest.substr(0, character.bytes);
+        rest.remove_prefix(character.bytes);
+        if ((character.isValid && !isUnseen(character.code)) || kept.find(bytes) != std::string_view::npos)
+            line += bytes;
+        else if (bytes == "\n")
             line += "\\n";
-        else if (c == '\t')
+        else if (bytes == "\t")
             line += "\\t";
+        else if (character.isValid && character.bytes > 1)
+            line += fmt::format("\\u{{{:x}}}", std::uint32_t{character.code});
         else
-            line += fmt::format("\\x{:02x}", byte);
-        previous = byte;
+            line += fmt::format("\\x{:02x}", std::uint32_t{character.code});
     }
     return line;
 }
 
 std::size_t width(std::string const& text)
 {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xc0) != 0x80; }));
+    std::size_t columns = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        auto const character = firstOf(rest);
+        columns += columnsOf(character);
+        rest.remove_prefix(character.bytes);
+    }
+    return columns;
+}
+
+std::string beginning(std::string const& text, std::size_t columns)
+{
+    std::string_view rest = text;
+    for (std::size_t room = columns; !rest.empty();) {
+        auto const character = firstOf(rest);
+        auto const wide = columnsOf(character);
+        if (wide > room)
+            break;
+        room -= wide;
+        rest.remove_prefix(character.bytes);
+    }
+    return text.substr(0, text.size() - rest.size());
 }
 
 std::vector<std::string> wrapped(std::string const& text, std::size_t columns)

@@ -19,11 +19,15 @@ inline constexpr std::size_t lineWidth = 80;
 /// the members of an object one behind the other.
 std::string cellText(Json const& cell);
 
-/// Control characters written out, but for those to be kept.
+/// What a terminal obeys or nobody sees written out, but for the characters to be kept: control characters (\n, \x1b), those
+/// without width and those that turn the direction of writing (\u{202e}), and bytes that are no UTF-8 (\xff).
 std::string escaped(std::string const& text, std::string_view kept = "");
 
-/// The number of characters, not bytes, so that columns stay aligned for texts in UTF-8.
+/// The columns that a terminal takes for a text in UTF-8.
 std::size_t width(std::string const& text);
+
+/// As much of the text as has room in so many columns.
+std::string beginning(std::string const& text, std::size_t columns);
 
 /// The text in lines of at most so many columns, cut at blanks; a longer word has a line of its own.
 std::vector<std::string> wrapped(std::string const& text, std::size_t columns);

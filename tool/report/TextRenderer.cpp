@@ -52,14 +52,9 @@ std::string padded(std::string text, std::size_t columns)
     return text;
 }
 
-std::string cut(std::string text, std::size_t columns)
+std::string cut(std::string const& text, std::size_t columns)
 {
-    if (width(text) <= columns)
-        return text;
-    std::size_t end = 0;
-    for (std::size_t kept = 0; kept + 3 < columns || (text[end] & 0xc0) == 0x80; ++end)
-        kept += (text[end] & 0xc0) != 0x80;
-    return text.substr(0, end) + "...";
+    return width(text) <= columns ? text : beginning(text, columns - 3) + "...";
 }
 
 Look lookOf(std::string_view word)
@@ -276,7 +271,7 @@ void writeValues(Section const& section, std::ostream& out, bool toTerminal)
         return;
     }
     for (auto const& row : section.rows)
-        out << rawText(row.front()) << " = " << cellText(row.back()) << '\n';
+        out << cellText(row.front()) << " = " << cellText(row.back()) << '\n';
 }
 
 } // namespace
@@ -289,7 +284,7 @@ void renderText(Report const& report, Console& console)
     Room const room{console.columns, console.outIsTerminal && !console.showsAll};
     for (auto const& section : report.sections) {
         if (!section.title.empty())
-            out << section.title << '\n';
+            out << escaped(section.title, "\n") << '\n';
         switch (section.layout) {
         case Layout::Table:
             writeTable(section, out, room, console.colourOut);
@@ -313,12 +308,12 @@ void renderText(Report const& report, Console& console)
         }
     }
     for (auto const& note : report.notes)
-        out << note << '\n';
+        out << escaped(note, "\n") << '\n';
     out.flush();
     for (auto const& problem : report.problems) {
         err << title << ' ' << (problem.item.empty() ? "" : escaped(problem.item) + ": ") << escaped(problem.reason) << '\n';
         for (auto const& suggestion : problem.suggestions)
-            err << "  did you mean  " << suggestion << '\n';
+            err << "  did you mean  " << escaped(suggestion) << '\n';
     }
     err.flush();
 }

@@ -1,0 +1,52 @@
+// What a person at a terminal sees and types.
+#include "ToolRunner.h"
+
+#include "report/Text.h"
+
+namespace ToolTest {
+
+TEST(Text, ShowsWhatATerminalObeysAndWhatNobodySees)
+{
+    struct {
+        std::string text, shown;
+        std::size_t columns;
+    } const cases[]{{"Müller", "Müller", 6},
+                    {"\x1b[2J\r\n\t\x7f", R"(\x1b[2J\x0d\n\t\x7f)", 19},
+                    {"a\xc2\x9b"
+                     "b",
+                     R"(a\u{9b}b)", 8},
+                    {"\u202egnp\u2066\u200f\u061c", R"(\u{202e}gnp\u{2066}\u{200f}\u{61c})", 34},
+                    {"a\u200b\u200d\u2060\ufeff", R"(a\u{200b}\u{200d}\u{2060}\u{feff})", 33},
+                    {"\xff\xc3", R"(\xff\xc3)", 8},
+                    {"\xc0\xaf\xed\xa0\x80\xf4\x90\x80\x80", R"(\xc0\xaf\xed\xa0\x80\xf4\x90\x80\x80)", 36}, // no UTF-8
+                    {"電話 e\u0301", "電話 e\u0301", 6}};
+    for (auto const& [text, shown, columns] : cases) {
+        EXPECT_EQ(Tool::escaped(text), shown);
+        EXPECT_EQ(Tool::width(shown), columns) << shown;
+    }
+    EXPECT_EQ(Tool::escaped("a\n\u202e", "\n"), "a\n\\u{202e}");
+    EXPECT_EQ(Tool::beginning("電話e\u0301x", 5), "電話e\u0301");
+    EXPECT_EQ(Tool::beginning("電話", 3), "電");
+}
+
+/// Of every verb, whatever it says about a value.
+struct TerminalOf : ToolRunner {};
+
+TEST_F(TerminalOf, AnyVerbShowsNoValueThatTheTerminalObeys)
+{
+    std::string const value = "a\u202eb\u200b\xff\x1b[31m";
+    for (auto const* const item : {"camera-url-1", "camera-username-1"})
+        ASSERT_EQ(tool({"set", item + ("=" + value)}).status, 0);
+    for (std::string const command : {"list camera", "get camera-url-1 camera-username-1", "describe camera-url-1",
+                                      "explain camera-url-1", "diff", "history", "table cameras", "mgmt get camera-url-1",
+                                      "export", "diff --commands", "reset --dry-run camera-url-1"}) {
+        Terminal terminal(dataDirectory(), command + " --color never");
+        EXPECT_EQ(terminal.end(), 0) << terminal.said();
+        EXPECT_EQ(terminal.said().find_first_of("\x1b\xff\xe2"), std::string::npos) << terminal.said();
+    }
+    auto const refusal = tool({"get", value}).err + tool({value}).err + tool({"set", "ringer-volume=" + value}).out;
+    EXPECT_EQ(refusal.find_first_of("\x1b\xff\xe2"), std::string::npos) << refusal;
+    EXPECT_EQ(out("get camera-url-1"), value + '\n');
+}
+
+} // namespace ToolTest
