@@ -49,4 +49,54 @@ TEST_F(TerminalOf, AnyVerbShowsNoValueThatTheTerminalObeys)
     EXPECT_EQ(out("get camera-url-1"), value + '\n');
 }
 
+TEST_F(TerminalOf, AShellLosesOnlyTheLineByABreak)
+{
+    ASSERT_EQ(status("get 61"), 0);
+    for (bool const isHeld : {false, true}) {
+        std::optional<Process> holder;
+        if (isHeld) {
+            holder.emplace(root() / "holder", Words{"--data-dir", dataDirectory().string(), "serve"});
+            ASSERT_TRUE(holder->says("serving "));
+        }
+        std::string const prompt = isHeld ? "mediadata (process " + holder->number() + ")> " : "mediadata> ";
+        Terminal terminal(dataDirectory(), "shell");
+        ASSERT_TRUE(terminal.says(prompt)) << terminal.said();
+        terminal.type("set ringer-volume=6");
+        ASSERT_TRUE(terminal.says("volume=6")) << terminal.said();
+        terminal.type("\x03");
+        ASSERT_TRUE(terminal.says("^C\r\n")) << terminal.said();
+        ASSERT_TRUE(terminal.says(prompt)) << terminal.said();
+        terminal.type("get ringer-volume\n");
+        EXPECT_TRUE(terminal.says("\n3\r\n")) << terminal.said();
+        terminal.type("exit\n");
+        EXPECT_EQ(terminal.end(), 0) << terminal.said();
+    }
+}
+
+TEST_F(TerminalOf, AShellWorksThroughAHolderAndWithoutItWhenItIsGone)
+{
+    write("values", "headset-volume=3\n");
+    ASSERT_EQ(status("get 61"), 0);
+    Process holder(root() / "holder", {"--data-dir", dataDirectory().string(), "serve"});
+    ASSERT_TRUE(holder.says("serving "));
+    auto const answer = run("shell", "set --file " + (root() / "values").string() +
+                                         "\nset --file -\nring-no-such=1\n\nset --ask ice-server-pwd-0\nZebra\n"
+                                         "watch\nserve\nget headset-volume --json\n");
+    EXPECT_EQ(answer.status, 3) << answer.out << answer.err;
+    EXPECT_NE(answer.err.find("watch: another process has the telephone"), std::string::npos) << answer.err;
+    EXPECT_NE(answer.out.find("\"value\": 3"), std::string::npos) << answer.out;
+
+    auto shell = start("shell", {"shell", "--show-secrets", "--json"}, "get ice-server-pwd-0\nset ringer-volume=7\n");
+    EXPECT_EQ(shell.end(), 0) << shell.err();
+    EXPECT_NE(shell.out().find("\"Zebra\""), std::string::npos) << shell.out();
+
+    Terminal terminal(dataDirectory(), "shell");
+    ASSERT_TRUE(terminal.says("> "));
+    EXPECT_EQ(holder.end(SIGTERM), 0);
+    terminal.type("set ringer-volume=6\n");
+    EXPECT_TRUE(terminal.says("no longer holds the data directory; each line now opens it")) << terminal.said();
+    EXPECT_TRUE(terminal.says("\nmediadata> ")) << terminal.said();
+    EXPECT_EQ(out("get ringer-volume"), "6\n");
+}
+
 } // namespace ToolTest

@@ -7,6 +7,7 @@
 #include "cli/Serving.h"
 #include "holder/EndSignals.h"
 #include "holder/Reach.h"
+#include "holder/Remote.h"
 #include "holder/Watcher.h"
 #include "report/ProgressLine.h"
 #include "report/Renderers.h"
@@ -78,6 +79,19 @@ Host::Author authorOf(Call const& call)
     return author;
 }
 
+/// What a line of a shell says to another process: with what was given with the shell.
+Words wordsOf(Call const& call)
+{
+    auto words = call.words;
+    auto const give = [&](bool isGiven, char const* option) {
+        if (isGiven && !call.isOfThisProcess() && std::find(words.begin(), words.end(), option) == words.end())
+            words.insert(words.begin(), option);
+    };
+    give(call.general.json, "--json");
+    give(call.general.showSecrets, "--show-secrets");
+    return words;
+}
+
 /// Makes sure that this process has the telephone; else says what there is instead.
 std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
 {
@@ -85,7 +99,7 @@ std::optional<Elsewhere> reachTelephone(Call const& call, Wish wish)
     if (!invocation.workbench) {
         invocation.options.missing = missingFor(call.verb);
         auto reached =
-            reach(invocation.options, *invocation.console, call.words, wish, std::chrono::seconds(call.general.timeout));
+            reach(invocation.options, *invocation.console, wordsOf(call), wish, std::chrono::seconds(call.general.timeout));
         if (!reached.workbench)
             return Elsewhere{reached.status, std::move(reached.failure)};
         invocation.workbench = std::move(reached.workbench);
@@ -150,6 +164,8 @@ int run(Call const& call, WhileHolding const& action)
 {
     seclude(call);
     EndSignals const signals;
+    if (call.verb.whileHeld && Remote::find(call.general.dataDirectory))
+        return call.verb.whileHeld(call.invocation, signals.descriptor());
     if (auto const elsewhere = reachTelephone(call, Wish::Hold))
         return end(call, *elsewhere);
     Serving const serving(call.invocation);
@@ -199,7 +215,7 @@ int run(Call const& call)
     }
     if (call.verb.gather) {
         auto& console = *call.invocation.console;
-        console.gathersAhead = call.isOfThisProcess();
+        console.gathersAhead = call.invocation.workbench == nullptr;
         auto const report = call.verb.gather(console);
         console.gathersAhead = false;
         if (console.lacksInput())

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,7 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 namespace Tool {
@@ -49,16 +51,24 @@ char** LineEditor::complete(char const* text, int start, int)
     return rl_completion_matches(text, nextOffer);
 }
 
-/// Waits for a key. The library calls it until there is one, and gives the line up when it is taken away.
+/// Waits for a key. The library calls it until there is one.
 int LineEditor::awaitKeyOrNews()
 {
     std::array<pollfd, 3> waiting{
         {{STDIN_FILENO, POLLIN, 0}, {editor->m_event.get(), POLLIN, 0}, {editor->m_end, POLLIN, 0}}};
     ::poll(waiting.data(), waiting.size(), -1);
     if (waiting[2].revents != 0)
-        rl_event_hook = nullptr;
+        editor->takeSignal();
     editor->printNews();
     return 0;
+}
+
+/// The library gives the line up when nobody waits for keys.
+void LineEditor::takeSignal()
+{
+    signalfd_siginfo signal{};
+    m_isBroken = ::read(m_end, &signal, sizeof signal) == sizeof signal && signal.ssi_signo == SIGINT;
+    rl_event_hook = nullptr;
 }
 
 LineEditor::LineEditor(int end)
@@ -71,7 +81,6 @@ LineEditor::LineEditor(int end)
     rl_basic_word_break_characters = blanks;
     rl_completer_word_break_characters = blanks;
     rl_attempted_completion_function = complete;
-    rl_event_hook = awaitKeyOrNews;
     rl_initialize();
     using_history();
     std::cout << "All verbs of mediadata; also watch [PATTERN | off], help, exit. The tabulator key completes.\n";
@@ -83,11 +92,18 @@ LineEditor::~LineEditor()
     editor = nullptr;
 }
 
-bool LineEditor::read(std::string& line) const
+bool LineEditor::read(std::string& line, std::string const& prompt)
 {
     if (!m_isTerminal)
         return readFromPipe(line);
-    std::unique_ptr<char, decltype(&std::free)> const text(::readline("mediadata> "), &std::free);
+    std::unique_ptr<char, decltype(&std::free)> text(nullptr, &std::free);
+    do {
+        m_isBroken = false;
+        rl_event_hook = awaitKeyOrNews;
+        text.reset(::readline(prompt.c_str()));
+        if (m_isBroken && !text)
+            std::cout << "^C\n" << std::flush;
+    } while (m_isBroken && !text);
     if (text)
         line = text.get();
     return text != nullptr;

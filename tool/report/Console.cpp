@@ -162,6 +162,13 @@ bool Console::confirm(std::string const& question)
     return answer == "y" || answer == "Y" || answer == "yes";
 }
 
+void Console::forget()
+{
+    m_files.clear();
+    m_directories.clear();
+    m_passphrases.clear();
+}
+
 void Console::quiet()
 {
     if (m_progress)

@@ -46,6 +46,9 @@ public:
     /// The answers above were not the true ones: the command's sender has to be asked first, and the command begins anew.
     virtual bool lacksInput() const { return false; }
 
+    /// What was gathered for one command is not for the next.
+    void forget();
+
     /// Other things are about to be written: no progress is shown from now on.
     void quiet();
 

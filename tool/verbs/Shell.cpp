@@ -4,6 +4,7 @@
 #include "cli/CommandLine.h"
 #include "cli/LineEditor.h"
 #include "cli/SplitWords.h"
+#include "holder/Remote.h"
 #include "holder/Server.h"
 #include "holder/Watcher.h"
 #include "report/Renderers.h"
@@ -12,8 +13,11 @@
 #include "workbench/Values.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
+#include <ostream>
 #include <set>
+#include <string>
 #include <utility>
 
 namespace Tool::Verbs {
@@ -69,20 +73,17 @@ bool namesASecret(Words const& words)
     });
 }
 
-/// Reads commands until "exit" or the end of the input. Answers the gravest exit status of the commands.
-int runLines(Holding const& holding)
+/// How a shell works the lines off that it reads.
+struct Lines {
+    std::function<std::string()> prompt;
+    std::function<int(Words const&)> run;
+};
+
+/// Until "exit" or the end of the input. Answers the gravest exit status of the commands.
+int runLines(Invocation const& invocation, LineEditor& editor, Lines const& lines)
 {
-    auto& [invocation, server, end, readiness] = holding;
-    LineEditor editor(end);
-    Filter watch;
-    auto const options = invocation.options;
-    invocation.place = Place::Shell;
-    {
-        Threads::Lock const turn(server.turn());
-        invocation.feed->tell([&](std::vector<Change> const& changes) { editor.tell(linesOf(watch, changes, options)); });
-    }
     int gravest = exitOk;
-    for (std::string line; editor.read(line);) {
+    for (std::string line; editor.read(line, lines.prompt());) {
         Words words;
         if (!splitWords(line, words)) {
             gravest = std::max(gravest, refuse(invocation, exitUsage, "", "a quote is not closed"));
@@ -94,13 +95,63 @@ int runLines(Holding const& holding)
             break;
         if (!namesASecret(words))
             editor.remember(line);
-        Threads::Lock const turn(server.turn());
-        bool const isWatch = words.front() == "watch";
-        gravest = std::max(gravest, isWatch ? applyWatch(invocation, watch, words) : runCommand(invocation, words));
+        gravest = std::max(gravest, lines.run(words));
     }
+    return gravest;
+}
+
+/// In the process that holds the telephone.
+int runHere(Holding const& holding)
+{
+    auto& [invocation, server, end, readiness] = holding;
+    LineEditor editor(end);
+    Filter watch;
+    auto const options = invocation.options;
+    invocation.place = Place::Shell;
+    {
+        Threads::Lock const turn(server.turn());
+        invocation.feed->tell([&](std::vector<Change> const& changes) { editor.tell(linesOf(watch, changes, options)); });
+    }
+    auto const run = [&](Words const& words) {
+        Threads::Lock const turn(server.turn());
+        return words.front() == "watch" ? applyWatch(invocation, watch, words) : runCommand(invocation, words);
+    };
+    int const gravest = runLines(invocation, editor, {[] { return "mediadata> "; }, run});
     Threads::Lock const turn(server.turn());
     invocation.feed->tell(nullptr);
     return gravest;
+}
+
+/// Each line is a command of its own: through the process that serves the telephone, and on it itself when none does any more.
+int runThere(Invocation& invocation, int end)
+{
+    LineEditor editor(end);
+    invocation.place = Place::Shell;
+    pid_t holder = 0;
+    auto const look = [&] {
+        auto const found = Remote::find(invocation.options.dataDirectory);
+        auto const now = found ? found->process() : 0;
+        if (now != holder && holder != 0)
+            invocation.console->err << "mediadata: process " << holder << " no longer holds the data directory; "
+                                    << (now == 0 ? "each line now opens it" : "process " + std::to_string(now) + " does")
+                                    << std::endl;
+        holder = now;
+    };
+    auto const prompt = [&] {
+        look();
+        return holder == 0 ? "mediadata> " : "mediadata (process " + std::to_string(holder) + ")> ";
+    };
+    auto const run = [&](Words const& words) -> int {
+        look();
+        if (words.front() == "watch")
+            return refuse(invocation, exitUsage, "watch",
+                          "another process has the telephone: run it in a process of its own");
+        int const status = runCommand(invocation, words);
+        invocation.workbench.reset();
+        invocation.console->forget();
+        return status;
+    };
+    return runLines(invocation, editor, {prompt, run});
 }
 
 } // namespace
@@ -110,7 +161,8 @@ Verb shellVerb()
     return {.name = "shell",
             .help = "Run lines of commands; others are served meanwhile",
             .places = {Place::Process},
-            .action = WhileHolding(runLines)};
+            .action = WhileHolding(runHere),
+            .whileHeld = runThere};
 }
 
 } // namespace Tool::Verbs

@@ -107,10 +107,11 @@ struct Verb {
     std::function<Report(Console&)> gather = {};
 
     std::function<bool()> onlyReads = {}; ///< of a verb that changes things: not with these options
-    General* general = nullptr;       ///< where it wants to be told what was given beside its own options
-    Lasting const* lasting = nullptr; ///< it tells that it is ready
-    bool* yes = nullptr;              ///< set for a second run, when somebody says yes to what its report asks
-    bool const* dryRun = nullptr;     ///< whether nothing is to be written: not even a missing data directory is made then
+    General* general = nullptr;           ///< where it wants to be told what was given beside its own options
+    Lasting const* lasting = nullptr;     ///< it tells that it is ready
+    std::function<int(Invocation&, int end)> whileHeld = {}; ///< instead of WhileHolding, while another process serves
+    bool* yes = nullptr;          ///< set for a second run, when somebody says yes to what its report asks
+    bool const* dryRun = nullptr; ///< whether nothing is to be written: not even a missing data directory is made then
 
     bool runsAt(Place place) const;
 };
