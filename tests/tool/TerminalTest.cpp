@@ -1,6 +1,7 @@
 // What a person at a terminal sees and types.
 #include "ToolRunner.h"
 
+#include "cli/Registry.h"
 #include "report/Text.h"
 
 namespace ToolTest {
@@ -97,6 +98,38 @@ TEST_F(TerminalOf, AShellWorksThroughAHolderAndWithoutItWhenItIsGone)
     EXPECT_TRUE(terminal.says("no longer holds the data directory; each line now opens it")) << terminal.said();
     EXPECT_TRUE(terminal.says("\nmediadata> ")) << terminal.said();
     EXPECT_EQ(out("get ringer-volume"), "6\n");
+}
+
+/// In a directory such as the examples are for.
+TEST_F(TerminalOf, TheHelpOfEachVerbShowsExamplesThatWork)
+{
+    telephone = "phones/one";
+    write("template.json", R"({"format": "mediadata export", "version": 1, "settings": {"ringer-melody": 2}})");
+    ::setenv("MEDIADATA_DIR", dataDirectory().c_str(), 1);
+    auto const path = std::filesystem::path(MEDIADATA_TOOL).parent_path().string() + ":" + ::getenv("PATH");
+    Tool::Registry const registry(Tool::Place::Process);
+    for (auto const& verb : registry.verbs) {
+        if (std::holds_alternative<Tool::Group>(verb.action))
+            continue;
+        std::filesystem::remove_all(root() / "phones");
+        std::filesystem::create_directory(root() / "phones");
+        ASSERT_EQ(status("get 61"), 0);
+        auto const help = out(verb.name + " --help");
+        std::size_t count = 0;
+        for (auto const& line : split(help.substr(0, help.find("With --json")), '\n')) {
+            if (line.find(" mediadata ") == std::string::npos || line.starts_with("Usage"))
+                continue;
+            ++count;
+            auto const* const command = "cd \"$1\" && PATH=$2 && eval \"exec $3\"";
+            Process process(root() / "example", {"-ec", command, "", root().string(), path, line}, "", "/bin/sh");
+            bool const lasts = verb.lasting && line.find("--until") == std::string::npos;
+            EXPECT_TRUE(!lasts || process.says(verb.lasting->doing)) << line;
+            EXPECT_EQ(process.end(lasts ? SIGTERM : 0), 0) << line << process.out() << process.err();
+        }
+        EXPECT_GE(count, 2U) << help;
+        EXPECT_EQ(help.find("Exit status"), std::string::npos) << "the same for all verbs";
+    }
+    ::unsetenv("MEDIADATA_DIR");
 }
 
 } // namespace ToolTest

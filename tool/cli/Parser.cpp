@@ -1,5 +1,6 @@
 #include "cli/Parser.h"
 
+#include "cli/Examples.h"
 #include "report/Text.h"
 #include "workbench/Items.h"
 
@@ -25,6 +26,9 @@ constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answ
                                   "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
                                   "schema/element (AudioSettings/RingerVolume).";
 
+constexpr char const* elsewhere = "With --json it answers with one JSON object. \"mediadata --help\" lists what is the\n"
+                                  "same for all verbs: more options, the exit status, and how an ITEM is named.";
+
 constexpr std::size_t nameWidth = 28;
 
 /// A name that is too long for its column has a line of its own.
@@ -37,6 +41,15 @@ std::string entry(std::string name, std::string const& description)
     for (auto const& line : wrapped(description, room))
         lines += (lines.empty() ? "" : gap) + line + '\n';
     return name + (name.size() + 2 > nameWidth ? '\n' + gap : gap.substr(name.size())) + lines;
+}
+
+/// What stands below a verb's options.
+std::string footerOf(Verb const& verb)
+{
+    std::string lines;
+    for (auto const example : examplesOf(verb.name))
+        lines += fmt::format("{}  {}\n", lines.empty() ? "Examples:\n" : "", example);
+    return lines + (lines.empty() ? "" : "\n") + elsewhere;
 }
 
 /// The parser's own layout in 80 columns.
@@ -126,6 +139,7 @@ private:
         auto& group = blank == std::string::npos ? m_app : *m_groups.at(verb.name.substr(0, blank));
         auto* const app =
             group.add_subcommand(blank == std::string::npos ? verb.name : verb.name.substr(blank + 1), verb.help);
+        app->footer(footerOf(verb));
         for (auto const& argument : verb.arguments)
             add(*app, argument);
         if (std::holds_alternative<Group>(verb.action)) {
