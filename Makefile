@@ -10,7 +10,7 @@ FUZZ_RUNS ?= 1000000
 SOAK_SECONDS ?= 600
 
 .DEFAULT_GOAL := help
-.PHONY: help run test format lint sanitize fuzz coverage soak reliability docs-test symbols bench package cross-test install clean
+.PHONY: help run test format lint sanitize fuzz coverage soak reliability docs-test symbols picture bench package cross-test install clean
 .SECONDARY:
 
 help: ## say what can be made
@@ -49,6 +49,9 @@ docs-test: install-build ## add what the documents on adding add, in a copy of t
 
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so
+
+picture: build-dev ## draw the picture of the README anew
+	@scripts/picture build/dev/mediadata >docs/picture.svg
 
 bench: install-bench build-bench ## compare with other stores and write docs/performance.md; takes six minutes
 	@bench/run build/bench
