@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +34,7 @@ struct Section {
     std::string title = {};              ///< a line above the text; not in JSON
     std::size_t headings = 0; ///< so many columns of a table stand once, above the rows that share them; not in JSON
     std::string nested = {};  ///< in JSON rows that share the headings are one object, with the other columns under this key
+    std::map<std::string, std::string> called = {}; ///< what the text calls columns instead of their names; not in JSON
 };
 
 /// Something that went wrong, said on the error stream in text and under "errors" in JSON.

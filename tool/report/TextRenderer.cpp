@@ -93,7 +93,8 @@ Column columnOf(Section const& section, std::size_t index)
     // True without rows as well: an empty table has no header.
     if (std::all_of(section.rows.begin(), section.rows.end(), isNull))
         return column;
-    auto& heading = column.cells.emplace_back(name);
+    auto const called = section.called.find(name);
+    auto& heading = column.cells.emplace_back(called == section.called.end() ? name : called->second);
     std::transform(heading.begin(), heading.end(), heading.begin(),
                    [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     if (isMark(name))

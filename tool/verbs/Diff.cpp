@@ -230,8 +230,11 @@ Report differencesFromAll(DiffOptions const& options, Workbench& workbench)
 
 Report differences(DiffOptions const& options, Workbench& workbench)
 {
-    if (options.others.empty())
-        return diff(workbench, defaultDocument(), "the defaults");
+    if (options.others.empty()) {
+        auto report = diff(workbench, defaultDocument(), "the defaults");
+        report.sections.front().called = {{"other", "default"}};
+        return report;
+    }
     return options.others.size() == 1 ? differencesFrom(options.others.front(), options.passphrase, workbench)
                                       : differencesFromAll(options, workbench);
 }
