@@ -229,6 +229,8 @@ TEST_F(SettingsVerbs, AccountForEachValueOfABulkSet)
         {wordsOf("set --dry-run MLPP-ringer=failure alert-identifier-9=failure ice-server-pwd-0=failure"),
          "refused would store refused "},
         {wordsOf("set MLPP-ringer=failure"), "refused "},
+        {{"set", "ice-server-username-0=" + std::string(16384, 'x'), "ice-server-username-1=" + std::string(16385, 'x')},
+         "stored refused "},
         {wordsOf("mgmt set MLPP-ringer=failure"), "refused "}};
     for (auto const& [command, expected] : cases) {
         Words asJson = command;

@@ -34,6 +34,9 @@ using Step = Builder::ValidatorAndParams;
 constexpr int mostValues = 20;
 constexpr std::size_t steps = 2;
 
+/// Of a text that the catalogue sets no limit to, in bytes.
+constexpr std::size_t longestText = 16384;
+
 struct NamedBuilder {
     Builder::ValidatorBuilder builder;
     char const* name;
@@ -193,13 +196,16 @@ std::string acceptedText(eDataTag tag)
         return withMeaning(tag, text);
     if (typeOf(tag) == eDataItemTypeInt)
         return "a whole number";
-    return isTextOfElement(tag) ? fmt::format("any text but \"{}\"", databaseFailure) : "any text";
+    auto const any = fmt::format("any text of at most {} bytes", longestText);
+    return isTextOfElement(tag) ? fmt::format("{} but \"{}\"", any, databaseFailure) : any;
 }
 
 std::string whyUnfit(eDataTag tag, std::string const& text)
 {
     if (text.find('\0') != std::string::npos)
         return "a text must not hold the character 0";
+    if (typeOf(tag) == eDataItemTypeString && text.size() > longestText)
+        return fmt::format("a text has at most {} bytes", longestText);
     if (typeOf(tag) == eDataItemTypeBool && !boolNamed(text))
         return "is neither true nor false";
     if (tag == eDataTagMobilityDataUpdate && !findMobilityType(text))
