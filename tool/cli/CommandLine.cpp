@@ -127,7 +127,7 @@ int run(Call const& call, OnWorkbench const& action)
 {
     std::optional<ProgressLine> progress;
     if (call.invocation.place != Place::Holder)
-        progress.emplace(*call.invocation.console);
+        progress.emplace(*call.invocation.console, call.verb.name);
     auto const elsewhere = reachTelephone(call, Wish::Answer);
     Report report;
     if (!elsewhere) {

@@ -7,7 +7,8 @@
 
 namespace Tool {
 
-ProgressLine::ProgressLine(Console& console) : m_console(console)
+ProgressLine::ProgressLine(Console& console, std::string const& doing)
+    : m_console(console), m_told(doing.empty() ? "" : doing + ", ")
 {
     if (!console.showsProgress)
         return;

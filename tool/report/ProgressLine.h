@@ -14,7 +14,8 @@ class Console;
 /// Shows it as long as it lives; nothing where the console shows none.
 class ProgressLine {
 public:
-    explicit ProgressLine(Console& console);
+    /// `doing` stands before the time.
+    explicit ProgressLine(Console& console, std::string const& doing = {});
     ~ProgressLine();
     ProgressLine(ProgressLine const&) = delete;
     ProgressLine& operator=(ProgressLine const&) = delete;
