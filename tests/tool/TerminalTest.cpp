@@ -120,9 +120,10 @@ TEST_F(TerminalOf, TheHelpOfEachVerbShowsExamplesThatWork)
             if (line.find(" mediadata ") == std::string::npos || line.starts_with("Usage"))
                 continue;
             ++count;
-            auto const* const command = "cd \"$1\" && PATH=$2 && eval \"exec $3\"";
-            Process process(root() / "example", {"-ec", command, "", root().string(), path, line}, "", "/bin/sh");
+            auto const* const command = "cd \"$1\" && PATH=$2 && eval \"$3\"";
             bool const lasts = verb.lasting && line.find("--until") == std::string::npos;
+            auto const typed = (lasts ? "exec " : "") + line;
+            Process process(root() / "example", {"-ec", command, "", root().string(), path, typed}, "", "/bin/sh");
             EXPECT_TRUE(!lasts || process.says(verb.lasting->doing)) << line;
             EXPECT_EQ(process.end(lasts ? SIGTERM : 0), 0) << line << process.out() << process.err();
         }

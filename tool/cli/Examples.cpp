@@ -9,14 +9,14 @@ namespace Tool {
 
 namespace {
 
-constexpr std::size_t most = 3;
+constexpr std::size_t mostExamples = 3;
 
-struct Row {
+struct VerbsExamples {
     std::string_view verb;
-    std::array<std::string_view, most> lines; ///< the last ones may be empty
+    std::array<std::string_view, mostExamples> lines; ///< the last ones may be empty
 };
 
-constexpr Row rows[]{
+constexpr VerbsExamples examples[]{
     {"list", {"mediadata list ringer", "mediadata list 'codec[?]/rank'", "mediadata list --changed --json"}},
     {"get", {"mediadata get ringer-volume", "mediadata get 61 AudioSettings/RingerMelody --json"}},
     {"set",
@@ -29,6 +29,7 @@ constexpr Row rows[]{
     {"import", {"mediadata import --dry-run template.json", "mediadata import --atomic template.json"}},
     {"reset", {"mediadata reset ringer-volume", "mediadata reset --dry-run audio", "mediadata reset --all"}},
     {"history", {"mediadata history", "mediadata history ringer --limit 10"}},
+    {"undo", {"mediadata set ringer-volume=6 && mediadata undo", "mediadata undo --dry-run --since '10 minutes ago'"}},
     {"catalogue", {"mediadata catalogue | grep Ringer", "mediadata catalogue --format markdown >settings.md"}},
     {"mgmt get", {"mediadata mgmt get ringer-volume", "mediadata mgmt get codecSettings --json"}},
     {"mgmt set", {"mediadata mgmt set ringer-volume=5", "mediadata mgmt set ringer-melody=1 handset-volume=6 --json"}},
@@ -55,8 +56,8 @@ constexpr Row rows[]{
 
 std::span<std::string_view const> examplesOf(std::string_view verb)
 {
-    auto const* const row = std::ranges::find(rows, verb, &Row::verb);
-    if (row == std::end(rows))
+    auto const* const row = std::ranges::find(examples, verb, &VerbsExamples::verb);
+    if (row == std::end(examples))
         return {};
     auto const end = std::ranges::find(row->lines, std::string_view());
     return {row->lines.begin(), end};

@@ -26,8 +26,8 @@ constexpr char const* exitCodes = "Exit status: 0 done, 1 internal error or answ
                                   "ITEM is a tag number (61), a management item (ringer-volume, codec[1]/type), or\n"
                                   "schema/element (AudioSettings/RingerVolume).";
 
-constexpr char const* elsewhere = "With --json it answers with one JSON object. \"mediadata --help\" lists what is the\n"
-                                  "same for all verbs: more options, the exit status, and how an ITEM is named.";
+constexpr char const* commonHelp = "With --json it answers with one JSON object. \"mediadata --help\" lists what is\n"
+                                   "the same for all verbs: more options, the exit status, and how an ITEM is named.";
 
 constexpr std::size_t nameWidth = 28;
 
@@ -49,7 +49,7 @@ std::string footerOf(Verb const& verb)
     std::string lines;
     for (auto const example : examplesOf(verb.name))
         lines += fmt::format("{}  {}\n", lines.empty() ? "Examples:\n" : "", example);
-    return lines + (lines.empty() ? "" : "\n") + elsewhere;
+    return lines + (lines.empty() ? "" : "\n") + commonHelp;
 }
 
 /// The parser's own layout in 80 columns.
