@@ -94,4 +94,39 @@ TEST_F(Secrets, ComeOutNowhere)
     }
 }
 
+TEST_F(Secrets, AreUnreadableWithoutTheirKeyUntilItIsBackOrTheyAreSetAgain)
+{
+    run("set ice-server-pwd-0=one ice-server-pwd-1=two door-opener-type-1=1 door-opener-pin-1=3"); // The PIN takes no cipher text.
+    auto const key = dataDirectory() / "secret.key";
+    std::filesystem::rename(key, root() / "kept");
+    run("set ice-server-pwd-1=new");
+    std::string shown;
+    auto const see = [&](std::string const& words, std::string const& input = {}) {
+        auto const answer = run(words, input);
+        shown += answer.out + answer.err;
+        return answer;
+    };
+    for (std::string const form : {" --show-secrets", " --json --show-secrets", " --json"})
+        for (std::string const words :
+             {"list *pwd*", "list --changed", "describe door-opener-pin-1", "explain ice-server-pwd-0", "diff",
+              "explain door-opener-pin-1", "table door-openers", "mgmt get ice-server-pwd-0", "export",
+              "watch --initial --until=door-opener-type-1=1 door-*-1", "history", "get ice-server-pwd-0",
+              "get door-opener-pin-1"}) {
+            auto const answer = see(words + form);
+            EXPECT_NE((answer.out + answer.err).find("unreadable"), std::string::npos) << words << form;
+            EXPECT_EQ(answer.status, words.starts_with("get") ? 5 : 0) << words << form;
+        }
+    EXPECT_EQ(out("get --show-secrets ice-server-pwd-1"), "new\n");
+    EXPECT_NE(see("diff --commands --show-secrets").out.find("# left out, unreadable: door-opener-pin-1"),
+              std::string::npos);
+    auto const box = see("export --secrets --passphrase-file -", "words\n").out;
+    std::filesystem::rename(root() / "kept", key);
+    write("words", "words\n");
+    EXPECT_EQ(see("import --secrets --passphrase-file " + (root() / "words").string() + " -", box).status, 0);
+    EXPECT_EQ(out("get --show-secrets ice-server-pwd-0 ice-server-pwd-1 door-opener-pin-1"),
+              "ice-server-pwd-0 = one\nice-server-pwd-1 = new\ndoor-opener-pin-1 = 3\n");
+    EXPECT_EQ(shown.find("x1:"), std::string::npos) << shown;
+    EXPECT_EQ(status("set ice-server-pwd-0=x1:" + std::string(56, 'A')), 4) << "cipher text taken for a secret";
+}
+
 } // namespace ToolTest

@@ -102,6 +102,8 @@ SetText setFor(Document const& document, bool showSecrets)
             continue;
         if (link != links.end())
             set.leftOut.push_back("the door openers decide: " + nameOf(tag));
+        else if (isUnreadable(tag, value))
+            set.leftOut.push_back("unreadable: " + nameOf(tag));
         else if (isSecret(tag) && !showSecrets)
             set.leftOut.push_back("a secret: " + nameOf(tag) + " (--show-secrets)");
         else

@@ -111,7 +111,10 @@ private:
     {
         auto const& row = rowOf(m_tag);
         auto const place = row.isTable ? *row.schema : *row.schema + "/" + *row.element;
-        if (auto const text = storedText(m_workbench.platform(), m_tag))
+        auto const text = storedText(m_workbench.platform(), m_tag);
+        if (text && isUnreadable(m_tag, *text))
+            add("database", *text, "stored as " + place + ", " + unreadableReason, true);
+        else if (text)
             addText("database", *text, "stored as " + place);
         else
             add("database", {}, "nothing is stored as " + place, false);

@@ -26,6 +26,8 @@ Report values(Words const& items, Workbench& workbench)
             report.fail(exitRefused, {name, "the catalogue has this item switched off"});
         else if (!value)
             report.fail(exitStorage, {name, "the management service has no value for it"});
+        else if (isUnreadable(*tag, *value))
+            report.fail(exitStorage, {name, std::string("unreadable: ") + unreadableReason});
         else
             section.rows.push_back({nameOf(*tag), static_cast<int>(*tag), typeName(typeOf(*tag)),
                                     shown(*tag, *value, workbench.options().showSecrets)});

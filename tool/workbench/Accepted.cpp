@@ -212,6 +212,8 @@ std::string whyUnfit(eDataTag tag, std::string const& text)
         return "is no mobility type";
     if (isSecret(tag) && text.size() > 2 && text.find_first_not_of('*') == std::string::npos)
         return "stars stand for a secret that is not shown: give the secret itself";
+    if (isUnreadable(tag, text))
+        return "is the stored form of a secret: give the secret itself";
     int number = 0;
     auto const* const end = text.data() + text.size();
     if (typeOf(tag) == eDataItemTypeInt && std::from_chars(text.data(), end, number).ec == std::errc::result_out_of_range)

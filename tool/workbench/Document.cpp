@@ -93,7 +93,9 @@ bool seal(Document& document, std::string const& passphrase)
 {
     Json secrets = Json::object();
     for (auto const& [tag, value] : document.settings) {
-        if (isSecret(tag) && value != Json(""))
+        if (isUnreadable(tag, value))
+            secrets[nameOf(tag)] = nullptr;
+        else if (isSecret(tag) && value != Json(""))
             secrets[nameOf(tag)] =
                 Json::binary({value.get_ref<std::string const&>().begin(), value.get_ref<std::string const&>().end()});
     }
@@ -117,8 +119,12 @@ Report unseal(Document& document, std::string const& passphrase)
     }
     for (auto const& [name, value] : secrets.items()) {
         auto const tag = findItem(name);
-        if (!value.is_binary() || !tag || !isSecret(*tag))
+        if (!(value.is_binary() || value.is_null()) || !tag || !isSecret(*tag))
             return failure(exitRefused, "secrets/" + name, "is no secret of this catalogue");
+        if (value.is_null()) {
+            document.settings.erase(*tag); // It was unreadable.
+            continue;
+        }
         document.settings[*tag] = std::string(value.get_binary().begin(), value.get_binary().end());
     }
     document.secrets.reset();
@@ -127,7 +133,12 @@ Report unseal(Document& document, std::string const& passphrase)
 
 std::size_t dropSecrets(Document& document)
 {
-    return static_cast<std::size_t>(std::erase_if(document.settings, [](auto const& each) { return isSecret(each.first); }));
+    std::size_t set = 0;
+    std::erase_if(document.settings, [&](auto const& each) {
+        set += isSecret(each.first) && each.second != Json("");
+        return isSecret(each.first);
+    });
+    return set;
 }
 
 } // namespace Tool

@@ -22,6 +22,7 @@
 
 #include <algorithm>
 #include <array>
+#include <ranges>
 #include <utility>
 
 namespace Tool {
@@ -39,6 +40,16 @@ struct Other {
     std::string accepted = {};
     std::string reason = {};
 };
+
+std::vector<eDataTag> unreadableOf(Document const& document)
+{
+    std::vector<eDataTag> tags;
+    for (auto const& [tag, value] : document.settings) {
+        if (isUnreadable(tag, value))
+            tags.push_back(tag);
+    }
+    return tags;
+}
 
 /// Everything that an import is about, first checked and then applied.
 class Import {
@@ -369,19 +380,22 @@ Report Import::report(ImportOptions const& options) const
 Report exportDocument(Workbench& workbench, std::optional<std::string> const& passphrase)
 {
     auto document = documentOf(workbench);
+    auto const lost = unreadableOf(document);
     Report report;
     if (workbench.options().showSecrets) {
-        // Everything in plain.
+        for (auto const tag : lost)
+            document.settings.erase(tag); // Everything else in plain.
     } else if (passphrase) {
         if (!seal(document, *passphrase))
             return failure(exitInternal, "", "the secrets could not be encrypted");
     } else {
-        auto const isSet = [](auto const& each) { return isSecret(each.first) && each.second != Json(""); };
-        auto const set = std::count_if(document.settings.begin(), document.settings.end(), isSet);
-        dropSecrets(document);
+        auto const set = dropSecrets(document) - lost.size();
         if (set != 0)
             report.fail(exitOk, {"", fmt::format("{} secrets are left out; --secrets encrypts them", set)});
     }
+    if (!lost.empty())
+        report.fail(exitOk, {"", fmt::format("{} left out, unreadable: {}", lost.size() == 1 ? "a secret is" : "secrets are",
+                                             fmt::join(lost | std::views::transform(nameOf), ", "))});
     report.sections.push_back({"export", Layout::Text, {"text"}, {{textOf(document)}}});
     return report;
 }

@@ -192,6 +192,9 @@ void settle(Outcome& outcome, bool taken, bool tableStored)
         outcome.result = Result::Failed;
         outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
                                              : "the management service did not take it";
+    } else if (isUnreadable(outcome.tag, after)) {
+        outcome.result = Result::Failed;
+        outcome.reason = "the library takes it for empty already: set another text first";
     } else {
         outcome.result = isFleeting(outcome.tag) ? Result::Taken : Result::Stored;
         if (after != outcome.toStore())

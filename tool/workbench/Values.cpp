@@ -8,11 +8,11 @@
 #include "Data/DataSourceDB.h"
 #include "Media/MediaDataCache.h"
 
-#include "ClientUtils.h"
 #include "DasCrypt.h"
 #include "DataStorage.h"
 #include "HostPlatform.h"
 #include "ManagementService.h"
+#include "secrets/SecretBox.h"
 
 #include <memory>
 #include <utility>
@@ -31,10 +31,27 @@ template <class T> std::optional<Json> readAs(eDataTag tag)
     return Json(std::move(value));
 }
 
+bool isUndeciphered(eDataTag tag)
+{
+    auto* const platform = isSecret(tag) ? Host::Platform::current() : nullptr;
+    auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
+    return platform && row.schema && platform->isUndeciphered(*row.schema, *row.element);
+}
+
 } // namespace
+
+bool isUnreadable(eDataTag tag, Json const& value)
+{
+    if (!isSecret(tag) || !value.is_string())
+        return false;
+    auto const& text = value.get_ref<std::string const&>();
+    return text == unreadable || Host::SecretBox::isEncrypted(text);
+}
 
 std::optional<Json> readValue(eDataTag tag)
 {
+    if (isUndeciphered(tag))
+        return Json(unreadable);
     switch (typeOf(tag)) {
     case eDataItemTypeInt:
         return readAs<int>(tag);
@@ -72,12 +89,10 @@ std::optional<std::string> storedText(Host::Platform& platform, eDataTag tag)
     auto text = storage.getDataItem(*row.element, row.isTable ? 0 : 1);
     if (text == databaseFailure)
         return std::nullopt;
-    // What does not decrypt is taken as it is.
     std::string plain;
-    if (!row.isTable && ClientUtils::isKnownPasswordDAS(*row.element) && DasCrypt::fromEncryptedText(text, plain) &&
-        !plain.empty())
-        return plain;
-    return text;
+    if (!isSecret(tag))
+        return text;
+    return DasCrypt::fromEncryptedText(text, plain) ? plain : unreadable;
 }
 
 Json validate(eDataTag tag, std::string const& text, std::string& reason)
@@ -122,6 +137,8 @@ std::string textOf(Json const& value)
 
 Json shown(eDataTag tag, Json value, bool showSecrets)
 {
+    if (isUnreadable(tag, value))
+        return "unreadable";
     if (!showSecrets && isSecret(tag) && value.is_string() && !value.get_ref<std::string const&>().empty())
         return masked;
     return value;

@@ -23,6 +23,15 @@ class Workbench;
 /// Values as texts, in the order in which they were given.
 using TagTexts = std::vector<std::pair<Data::eDataTag, std::string>>;
 
+/// The value of a secret that cannot be decrypted. No item takes it, nothing stores it and no other value is equal to it; it is
+/// shown as a word, as is the cipher text that the library has for such a secret.
+inline std::string const unreadable{"\0unreadable", 11};
+bool isUnreadable(Data::eDataTag tag, Json const& value);
+
+/// What to do about it.
+inline constexpr char const* unreadableReason =
+    "cannot be decrypted: set it again, or bring the secret.key back under which it was stored";
+
 /// The current value by the item's own type; nothing when it cannot be read. Reading a flag of the flag file applies the file.
 std::optional<Json> readValue(Data::eDataTag tag);
 
@@ -36,8 +45,8 @@ Json knownValue(Data::eDataTag tag, ServiceValues const& others);
 /// What the database answers for an element that it does not hold.
 inline constexpr char const* databaseFailure = "failure";
 
-/// What lies in the database for an item that has an element of its own, or a whole table's text, decrypted as the library
-/// decrypts it; nothing when nothing was stored.
+/// What lies in the database for an item that has an element of its own, or a whole table's text, secrets decrypted or
+/// unreadable; nothing when nothing was stored.
 std::optional<std::string> storedText(Host::Platform& platform, Data::eDataTag tag);
 
 /// The library's own check of a text, on an item of its own making; the typed value when it passes, else null.
@@ -55,7 +64,8 @@ Json defaultOf(Data::eDataTag tag);
 /// The value as the library reads and writes it.
 std::string textOf(Json const& value);
 
-/// The value, or stars in the place of a secret that is not to be shown. The empty secret is no secret.
+/// The value, or stars in the place of a secret that is not to be shown. The empty secret is no secret, and one that cannot be
+/// decrypted is said to be unreadable.
 Json shown(Data::eDataTag tag, Json value, bool showSecrets);
 
 } // namespace Tool

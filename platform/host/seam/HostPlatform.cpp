@@ -155,6 +155,13 @@ void Platform::readDeviceProfile()
     m_profile.usb = ClientUtils::stob(m_database->read(deviceSchema, "usb").value_or(ClientUtils::btos(m_profile.usb)));
 }
 
+bool Platform::isUndeciphered(std::string const& schema, std::string const& element)
+{
+    std::string ignored;
+    auto const stored = m_database->read(schema, element);
+    return stored && !m_secrets->decrypt(*stored, ignored);
+}
+
 DeviceProfile Platform::deviceProfile() const
 {
     Threads::Lock const lock(m_mutex);

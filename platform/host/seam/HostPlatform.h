@@ -72,6 +72,10 @@ public:
     /// Names who does what the calling thread changes from now on, for the history; nothing: this process, as an application.
     void author(std::optional<Author> author);
 
+    /// The database holds a text for this secret that the key does not open: it was altered, or another key encrypted it. The
+    /// library then has that text for its value, or its default where the item does not take the text. For any thread.
+    bool isUndeciphered(std::string const& schema, std::string const& element);
+
     DeviceProfile deviceProfile() const;
 
     /// The profile of the process's platform. Without one: an ordinary model without USB.

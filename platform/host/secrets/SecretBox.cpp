@@ -79,6 +79,12 @@ std::string SecretBox::encrypt(std::string const& plain) const
     return plain.empty() ? "" : std::string(prefix) + toBase64(seal(plain, prefix, m_key));
 }
 
+bool SecretBox::isEncrypted(std::string_view text)
+{
+    Bytes sealed;
+    return text.starts_with(prefix) && fromBase64(text.substr(prefix.size()), sealed) && sealed.size() >= sealingSize;
+}
+
 bool SecretBox::decrypt(std::string const& stored, std::string& plain) const
 {
     plain.clear();

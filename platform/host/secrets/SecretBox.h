@@ -28,6 +28,9 @@ public:
     /// False, and `plain` empty, unless encrypt() made the text under this key and nobody altered it since.
     bool decrypt(std::string const& stored, std::string& plain) const;
 
+    /// The text has the form of what encrypt() makes, under whatever key.
+    static bool isEncrypted(std::string_view text);
+
 private:
     SecretBox() = default;
 
