@@ -9,9 +9,11 @@
 #include "Tables/SettingOptions.h"
 #include "Tables/Tables.h"
 
+#include "DasCrypt.h"
 #include "HostPlatform.h"
 #include "ManagementService.h"
 #include "XmlParser.h"
+#include "secrets/SecretBox.h"
 #include "store/Database.h"
 
 #include <algorithm>
@@ -85,6 +87,9 @@ Json shownText(std::optional<eDataTag> tag, bool isSecretText, std::string const
         return text == "true";
     if (text == Host::notStored)
         return tag ? shown(*tag, defaultOf(*tag), false) : Json();
+    std::string plain;
+    if (isSecretText && Host::SecretBox::isEncrypted(text) && !DasCrypt::fromEncryptedText(text, plain))
+        return unreadableWord;
     if (isSecretText)
         return text.empty() ? Json("") : Json(masked);
     std::string ignored;

@@ -138,7 +138,7 @@ std::string textOf(Json const& value)
 Json shown(eDataTag tag, Json value, bool showSecrets)
 {
     if (isUnreadable(tag, value))
-        return "unreadable";
+        return unreadableWord;
     if (!showSecrets && isSecret(tag) && value.is_string() && !value.get_ref<std::string const&>().empty())
         return masked;
     return value;

@@ -28,6 +28,8 @@ using TagTexts = std::vector<std::pair<Data::eDataTag, std::string>>;
 inline std::string const unreadable{"\0unreadable", 11};
 bool isUnreadable(Data::eDataTag tag, Json const& value);
 
+inline constexpr char const* unreadableWord = "unreadable";
+
 /// What to do about it.
 inline constexpr char const* unreadableReason =
     "cannot be decrypted: set it again, or bring the secret.key back under which it was stored";
