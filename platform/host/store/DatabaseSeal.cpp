@@ -9,8 +9,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace Host {
@@ -79,9 +81,10 @@ bool DatabaseSeal::takeOff(std::string& error)
         if (std::string const file = describeFile(); !file.empty())
             m_verdict = m_text == file ? Verdict::fits : Verdict::differs;
     m_directory.remove(sealName);
+    int const code = errno;
     if (m_directory.look(sealName, error) == State::absent)
         return true;
-    error = m_directory.pathOf(sealName) + " cannot be removed";
+    error = m_directory.pathOf(sealName) + ": cannot be removed: " + std::generic_category().message(code);
     return false;
 }
 
