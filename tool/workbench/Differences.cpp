@@ -55,8 +55,8 @@ Report diff(Workbench& workbench, Document const& other, std::string const& othe
         compareTexts(section, "flags/", *other.flags, *here.flags);
     compareTexts(section, "", other.service, here.service);
     Report report{exitOk, {std::move(section)}};
-    for (auto const& [name, reason, near] : other.unknown)
-        report.fail(exitUnknownItem, {name, reason, near});
+    for (auto const& each : other.unknown)
+        report.fail(exitUnknownItem, problemOf(each));
     return report;
 }
 

@@ -22,6 +22,7 @@ struct Document {
         std::string name;
         std::string reason;
         std::vector<std::string> near = {}; ///< names that may have been meant
+        std::string place = {};             ///< the file's name, line and column
     };
 
     std::map<Data::eDataTag, Json> settings;    ///< single settings, cells of tables, secrets
@@ -32,6 +33,8 @@ struct Document {
     std::optional<Host::PassphraseBox> secrets; ///< the secrets when they are sealed, and then not among the settings
     std::vector<Unknown> unknown;
 };
+
+Problem problemOf(Document::Unknown const& unknown);
 
 /// What this telephone keeps, as its next start will read it: the rows of ranked tables in the order of their ranks, the cells
 /// of ringing rows without an identifier left out, since they follow the general ringer. Secrets in plain.

@@ -13,7 +13,11 @@
 #include <algorithm>
 #include <climits>
 #include <exception>
+#include <functional>
+#include <map>
 #include <set>
+#include <sstream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -131,9 +135,9 @@ void readSettings(std::string const& where, Json const& values, Document& docume
         auto const place = fmt::format("{}/{}", where, name);
         auto const tag = findItem(name);
         if (!tag)
-            document.unknown.push_back({name, "no item has this name", namesNear(name)});
+            document.unknown.push_back({name, "no item has this name", namesNear(name), place});
         else if (table && storedTableOf(*tag) != table->tag)
-            document.unknown.push_back({place, "is no cell of this table"});
+            document.unknown.push_back({place, "is no cell of this table", {}, place});
         else if (!document.settings.emplace(*tag, valueAt(place, value, typeOf(*tag))).second)
             throw Fault{place, "this item is there already, by another of its names"};
     }
@@ -173,7 +177,7 @@ void readDevice(Json const& device, Document& document)
             document.usb = valueAt("device/usb", value, eDataItemTypeBool).get<bool>();
         else
             document.unknown.push_back(
-                {"device/" + name, "no such property of the device", nearest(name, {"model", "usb"})});
+                {"device/" + name, "no such property of the device", nearest(name, {"model", "usb"}), "device/" + name});
     }
 }
 
@@ -185,7 +189,8 @@ void readFlags(Json const& values, Document& document)
     std::erase_if(flags, [&](auto const& flag) {
         bool const isFlag = std::find(words.begin(), words.end(), flag.first) != words.end();
         if (!isFlag)
-            document.unknown.push_back({"flags/" + flag.first, "no such flag", nearest(flag.first, words)});
+            document.unknown.push_back(
+                {"flags/" + flag.first, "no such flag", nearest(flag.first, words), "flags/" + flag.first});
         return !isFlag;
     });
 }
@@ -197,7 +202,8 @@ void readService(Json const& values, Document& document)
         auto const tag = findItem(item.first);
         bool const isItem = tag && DataSourceOCMS::dataOCMSDescriptionTable[*tag].item;
         if (!isItem)
-            document.unknown.push_back({item.first, "the management service has no such item", namesNear(item.first)});
+            document.unknown.push_back(
+                {item.first, "the management service has no such item", namesNear(item.first), "service/" + item.first});
         return !isItem;
     });
 }
@@ -211,7 +217,8 @@ void readTables(Json const& tables, Document& document)
         if (table != known.end())
             readSettings("tables/" + name, cells, document, *table);
         else
-            document.unknown.push_back({"tables/" + name, "no such table: codec, srtp, headset or ringing"});
+            document.unknown.push_back(
+                {"tables/" + name, "no such table: codec, srtp, headset or ringing", {}, "tables/" + name});
     }
 }
 
@@ -247,9 +254,27 @@ void readMembers(Json const& root, Document& document)
     }
 }
 
-/// Notices what the JSON library lets pass while it reads: names given twice and deep nesting.
+/// Notices what the JSON library lets pass while it reads: names given twice, deep nesting, and where each name stands.
 class Watcher {
 public:
+    Watcher(std::string fileName, std::string const& text) : m_fileName(std::move(fileName)), m_text(text), m_stream(text) {}
+
+    std::istream& stream() { return m_stream; }
+
+    /// The file's name, with line and column where something of that path begins.
+    std::string placeOf(std::string const& path) const
+    {
+        auto const found = m_starts.find(path);
+        return found == m_starts.end() ? m_fileName : placeAt(found->second);
+    }
+
+    std::string placeAt(std::size_t offset) const
+    {
+        auto const before = std::string_view(m_text).substr(0, std::min(offset, m_text.size()));
+        auto const line = std::count(before.begin(), before.end(), '\n') + 1;
+        return fmt::format("{}:{}:{}", m_fileName, line, before.size() - (before.rfind('\n') + 1) + 1);
+    }
+
     bool operator()(int depth, Json::parse_event_t event, Json& parsed)
     {
         if (depth > deepest)
@@ -269,9 +294,23 @@ private:
         std::string last;
     };
 
+    /// The parser has just read the name's closing quote. A quote within the name has an odd number of backslashes before it.
+    std::size_t startOfName()
+    {
+        auto const end = m_stream.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
+        auto start = static_cast<std::size_t>(end) - 1;
+        std::size_t other = 0;
+        do {
+            start = m_text.rfind('"', start - 1);
+            other = m_text.find_last_not_of('\\', start - 1);
+        } while ((start - other) % 2 == 0);
+        return start;
+    }
+
     void see(std::string name)
     {
         m_open.back().last = name;
+        m_starts[path()] = startOfName();
         if (!m_open.back().names.insert(std::move(name)).second)
             throw Fault{path(), "given twice"};
     }
@@ -284,8 +323,20 @@ private:
         return text;
     }
 
+    std::string m_fileName;
+    std::string const& m_text;
+    std::istringstream m_stream;
     std::vector<Level> m_open;
+    std::map<std::string, std::size_t> m_starts; ///< by path
 };
+
+/// What the JSON library has to say, without what it quotes from the document: that may be a secret, and long.
+std::string saidBehind(char const* head, Json::exception const& error)
+{
+    std::string words = error.what();
+    words.erase(std::min(words.find("; last read"), words.size()));
+    return words.substr(words.find(head) + 2);
+}
 
 } // namespace
 
@@ -316,24 +367,30 @@ std::string textOf(Document const& document)
     return root.dump(2) + "\n";
 }
 
+Problem problemOf(Document::Unknown const& unknown)
+{
+    return {unknown.place, unknown.name + ": " + unknown.reason, unknown.near};
+}
+
 Report parseDocument(std::string const& text, std::string const& fileName, Document& document)
 {
     if (text.size() > longestDocument)
         return failure(exitUsage, fileName, fmt::format("is longer than {} bytes", longestDocument));
+    Watcher watcher(fileName, text);
     try {
         // By reference: the parser copies what it is given.
-        Watcher watcher;
-        auto const root = Json::parse(text, std::ref(watcher));
+        auto const root = Json::parse(watcher.stream(), std::ref(watcher));
         readMembers(root, document);
+        for (auto& each : document.unknown)
+            each.place = watcher.placeOf(each.place);
         return {};
     } catch (Fault const& fault) {
-        return failure(exitUsage, fault.place.empty() ? fileName : fileName + ": " + fault.place, fault.reason);
+        auto const place = watcher.placeOf(fault.place);
+        return failure(exitUsage, fault.place.empty() ? place : place + ": " + fault.place, fault.reason);
+    } catch (Json::parse_error const& error) {
+        return failure(exitUsage, watcher.placeAt(error.byte - 1), saidBehind(": ", error));
     } catch (Json::exception const& error) {
-        // What it quotes from the document may be a secret, and long.
-        std::string words = error.what();
-        words.erase(std::min(words.find("; last read"), words.size()));
-        auto const bracket = words.find("] ");
-        return failure(exitUsage, fileName, bracket == std::string::npos ? words : words.substr(bracket + 2));
+        return failure(exitUsage, fileName, saidBehind("] ", error));
     }
 }
 

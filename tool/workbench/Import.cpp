@@ -68,9 +68,9 @@ public:
             addFlags(m_flags = *document.flags);
         for (auto const& [name, value] : document.service)
             addService(name, service, value);
-        for (auto const& [name, reason, near] : document.unknown) {
+        for (auto const& [name, reason, near, place] : document.unknown) {
             auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
-            m_others.push_back({name, {}, {}, Result::Unknown, {}, reason + hint});
+            m_others.push_back({name, {}, {}, Result::Unknown, {}, place + ": " + reason + hint});
         }
     }
 
@@ -369,7 +369,9 @@ Report Import::report(ImportOptions const& options) const
     if (numbers[Result::Refused] != 0)
         report.fail(exitRefused, {"", fmt::format("{} values refused", numbers[Result::Refused])});
     if (numbers[Result::Unknown] != 0)
-        report.fail(exitUnknownItem, {"", fmt::format("{} items unknown", numbers[Result::Unknown])});
+        report.fail(exitUnknownItem,
+                    {"", fmt::format("{} items unknown: nothing was stored{}", numbers[Result::Unknown],
+                                     numbers[Result::Stored] + numbers[Result::Failed] == 0 ? "" : " of them")});
     if (numbers[Result::Failed] != 0)
         report.raise(exitStorage); // The history says why and how many.
     return report;

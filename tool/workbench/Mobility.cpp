@@ -104,8 +104,8 @@ Report announce(Workbench& workbench, MobilityType const& type)
 Report arrive(Workbench& workbench, Document const& document, MobilityType const& type)
 {
     Report report;
-    for (auto const& [name, reason, near] : document.unknown)
-        report.fail(exitUnknownItem, {name, reason, near});
+    for (auto const& each : document.unknown)
+        report.fail(exitUnknownItem, problemOf(each));
     std::vector<Outcome> outcomes;
     for (auto const& [tag, value] : document.settings) {
         if (!DataCache::DataItemBuilder::isUserData(tag))
