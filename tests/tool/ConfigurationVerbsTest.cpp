@@ -165,6 +165,14 @@ TEST_F(ConfigurationVerbs, BringEverythingBackAfterExportWipeAndImport)
     auto const again = wordsOf(column(ask("import " + pathOf("without"))["items"], "result"));
     EXPECT_EQ(std::set(again.begin(), again.end()), std::set<std::string>{"unchanged"});
     EXPECT_EQ(exported(), whole);
+    std::set<std::string> missing;
+    auto const compared = ask("diff " + pathOf("without") + " " + pathOf("without"));
+    for (auto const& each : compared["missingSecrets"])
+        missing.insert(each["here"].get<std::string>() + " " + each["item"].get<std::string>());
+    EXPECT_EQ(missing.size(), 14U);
+    EXPECT_TRUE(missing.contains("set door-opener-pin-2"));
+    EXPECT_TRUE(missing.contains("empty door-opener-pin-1"));
+    EXPECT_NE(out("import " + pathOf("without")).find("does not have:\nITEM "), std::string::npos);
     JsonSchema const schema(json::parse(contentOf(MEDIADATA_SOURCE_DIR "/docs/json/export.json")));
     for (auto const* const name : {"export", "without"})
         EXPECT_EQ(schema.fault(json::parse(contentOf(pathOf(name)))), "");
@@ -212,7 +220,11 @@ TEST_F(ConfigurationVerbs, AccountForWhatAnImportDoesNotTake)
                        "ForceEtsi refused; device/model refused; flags/force_etsi refused; country would store; "
                        "ringer-volume refused; flags/no_flag unknown; contry unknown; ringer-volumes unknown; "
                        "tables/codec/click-keys unknown; tables/codecs unknown; ");
-    EXPECT_EQ(ask("diff " + pathOf("bad"))["errors"][1]["suggestions"][1], "country");
+    auto const unknown = ask("diff " + pathOf("bad"))["errors"][1];
+    EXPECT_EQ(unknown["suggestions"][1], "country");
+    EXPECT_EQ(unknown["item"], pathOf("bad") + ":2:89");
+    EXPECT_EQ(dry["items"][12]["reason"].get<std::string>().find(pathOf("bad") + ":3:84: no item has this name"), 0U);
+    EXPECT_EQ(dry["errors"][1]["reason"], "5 items unknown: nothing was stored");
     EXPECT_EQ(status("import --atomic " + pathOf("bad")), 4);
     EXPECT_EQ(out("export"), at("new", "export").out);
     EXPECT_EQ(status("import " + pathOf("bad")), 4);
@@ -233,11 +245,11 @@ TEST_F(ConfigurationVerbs, TakeBackAnAtomicImportThatFailsAtItsEnd)
 TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
 {
     std::pair<std::string, char const*> const cases[]{
-        {"", "parse error at line 1"},
+        {"", "standard input:1:1: syntax error"},
         {"{}", "format"},
         {R"({"format": "mediadata export", "version": 2})", "version: expected 1, found 2"},
-        {with("") + "x", "parse error at line 1, column 45"},
-        {with(R"(, "settings": {"61": 1, "61": 2})"), "settings/61: given twice"},
+        {with("") + "x", "standard input:1:45: syntax error"},
+        {with(R"(, "settings": {"61": 1, "61": 2})"), "standard input:1:68: settings/61: given twice"},
         {with(R"(, "settings": {"61": 1, "ringer-volume": 2})"), "settings/ringer-volume: this item is there already"},
         {with(R"(, "settings": {"61": "5"})"), "settings/61: expected a whole number"},
         {with(R"(, "settings": {"61": 4294967297})"), "settings/61: expected a whole number"},
@@ -245,7 +257,7 @@ TEST_F(ConfigurationVerbs, RefuseMalformedDocumentsAndNameThePlace)
         {with(R"(, "settings": {"59": 2})"), "settings/59: expected true or false"},
         {with(R"(, "settings": {"63": "a\u0000b"})"), "settings/63: a text must not hold the character 0"},
         {with(R"(, "settings": {"DoorOpener1Pin": 424242})"), "DoorOpener1Pin: expected a text, found number"},
-        {with(R"(, "settings": {"DoorOpener1Pin": "424242)"), "parse error at line 1"},
+        {with(R"(, "settings": {"DoorOpener1Pin": "424242)"), "standard input:1:"},
         {with(R"(, "settings": {"63": {"hex": "0g"}})"), "settings/63: expected"},
         {with(R"(, "settings": {"63": ")"
               "\xff\"}"),

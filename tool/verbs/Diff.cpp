@@ -205,19 +205,30 @@ Report differencesFrom(Other const& other, PassphraseOptions const& passphrase, 
     return differences;
 }
 
-/// All of them in one section, each below its name.
+/// A section of several others has the name of each as its first column.
+void addFrom(std::string const& name, Section const& section, Section& all)
+{
+    for (auto row : section.rows) {
+        row.insert(row.begin(), Json(name));
+        all.rows.push_back(std::move(row));
+    }
+}
+
+/// All of them in one section of a kind, each below its name.
 Report differencesFromAll(DiffOptions const& options, Workbench& workbench)
 {
     Report all;
     Section section{"differences", Layout::Table, {"from", "item", "other", "here"}, {}};
-    section.headings = 1;
+    Section missing{"missingSecrets", Layout::Table, {"from", "item", "here"}, {}};
+    section.headings = missing.headings = 1;
     for (auto const& other : options.others) {
         auto report = differencesFrom(other, options.passphrase, workbench);
         if (report.sections.empty())
             return report;
-        for (auto& row : report.sections.front().rows) {
-            row.insert(row.begin(), Json(other.name));
-            section.rows.push_back(std::move(row));
+        addFrom(other.name, report.sections.front(), section);
+        if (report.sections.size() > 1) {
+            missing.title = report.sections[1].title;
+            addFrom(other.name, report.sections[1], missing);
         }
         if (report.sections.front().rows.empty())
             all.notes.push_back("Nothing differs from " + other.name + ".");
@@ -227,6 +238,8 @@ Report differencesFromAll(DiffOptions const& options, Workbench& workbench)
             all.fail(report.code, std::move(problem));
     }
     all.sections.push_back(std::move(section));
+    if (!missing.rows.empty())
+        all.sections.push_back(std::move(missing));
     return all;
 }
 

@@ -55,6 +55,7 @@ Report diff(Workbench& workbench, Document const& other, std::string const& othe
         compareTexts(section, "flags/", *other.flags, *here.flags);
     compareTexts(section, "", other.service, here.service);
     Report report{exitOk, {std::move(section)}};
+    addMissingSecrets(report, other);
     for (auto const& each : other.unknown)
         report.fail(exitUnknownItem, problemOf(each));
     return report;

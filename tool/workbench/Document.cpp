@@ -12,6 +12,7 @@
 
 #include "HostPlatform.h"
 
+#include <set>
 #include <utility>
 
 namespace Tool {
@@ -139,6 +140,25 @@ std::size_t dropSecrets(Document& document)
         return isSecret(each.first);
     });
     return set;
+}
+
+void addMissingSecrets(Report& report, Document const& document)
+{
+    auto const schemaOf = [](eDataTag tag) { return DataSourceDB::dataDbDescriptionTable[tag].schema; };
+    std::set<std::string const*> schemas;
+    for (auto const& [tag, value] : document.settings)
+        schemas.insert(schemaOf(tag));
+    Section section{"missingSecrets", Layout::Table, {"item", "here"}, {}, "\nSecrets that the document does not have:"};
+    for (auto const tag : allTags()) {
+        if (!isKept(tag) || !isSecret(tag) || document.settings.contains(tag) || !schemas.contains(schemaOf(tag)))
+            continue;
+        auto const value = readValue(tag).value_or(Json(""));
+        section.rows.push_back({nameOf(tag), isUnreadable(tag, value) ? unreadableWord
+                                             : value == Json("")      ? "empty"
+                                                                      : "set"});
+    }
+    if (!section.rows.empty())
+        report.sections.push_back(std::move(section));
 }
 
 } // namespace Tool

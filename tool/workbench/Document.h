@@ -52,6 +52,10 @@ Report unseal(Document& document, std::string const& passphrase);
 /// Takes the secrets out; says how many had a value.
 std::size_t dropSecrets(Document& document);
 
+/// The section "missingSecrets": those that the document does not have although it has others of their schema, and what they
+/// are here. Added when there is anything of it.
+void addMissingSecrets(Report& report, Document const& document);
+
 /// The text of the document, indented, with a line end.
 std::string textOf(Document const& document);
 

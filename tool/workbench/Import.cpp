@@ -422,6 +422,7 @@ Report importDocument(Workbench& workbench, Document const& document, ImportOpti
     auto report = import.report(options);
     report.sections.push_back(options.dryRun ? std::move(foretold) : alsoChanged(before, asked));
     addWiped(workbench, report, losses);
+    addMissingSecrets(report, document);
     if (asks)
         askToWipe(report, losses);
     return report;
