@@ -9,7 +9,7 @@ public:
         : Console(forAnswers, forErrors), m_text(std::move(text))
     {}
 
-    std::optional<std::string> read(std::string const&) override { return m_text; }
+    Tool::FileContent read(std::string const&) override { return {m_text}; }
     std::optional<std::string> passphrase(std::string const&) override { return m_text; }
 
 private:
