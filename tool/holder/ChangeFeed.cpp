@@ -3,6 +3,11 @@
 #include "workbench/Items.h"
 #include "workbench/Snapshot.h"
 
+#include "Data/DataSourceDB.h"
+
+#include "HostPlatform.h"
+#include "store/Database.h"
+
 #include <algorithm>
 #include <chrono>
 #include <iterator>
@@ -16,6 +21,14 @@ namespace Tool {
 namespace {
 
 constexpr std::size_t mostWaiting = 1000;
+
+/// The entry of the change that has just been made.
+std::optional<std::int64_t> entryOf(Host::Database& database, Data::eDataTag tag)
+{
+    auto const table = storedTableOf(tag);
+    auto const& row = Data::DataSourceDB::dataDbDescriptionTable[table != Data::eDataTagNone ? table : tag];
+    return row.schema ? database.entryOf(*row.schema, *row.element) : std::nullopt;
+}
 
 } // namespace
 
@@ -107,8 +120,11 @@ void ChangeFeed::tell(Listener listener)
     m_listener = std::move(listener);
 }
 
-void ChangeFeed::publish(std::vector<HeardChange> const& heard)
+void ChangeFeed::publish(Host::Platform& platform, std::vector<HeardChange> const& heard)
 {
+    auto& database = platform.database();
+    auto author = database.author();
+    author.note = {};
     auto const now = std::chrono::system_clock::now().time_since_epoch();
     auto const time = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
     Threads::Lock const held(m_mutex);
@@ -118,7 +134,7 @@ void ChangeFeed::publish(std::vector<HeardChange> const& heard)
         auto& known = at->second;
         // What was read between a change and its announcement is known already.
         if (std::exchange(known.isAnnounced, true) || isNew || known.value != value)
-            changes.push_back({time, tag, known.value, value});
+            changes.push_back({time, tag, known.value, value, author, entryOf(database, tag)});
         known.value = value;
     }
     for (auto const& each : m_subscriptions) {

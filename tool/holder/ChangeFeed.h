@@ -6,6 +6,7 @@
 
 #include "AnnotatedMutex.h"
 #include "Files.h"
+#include "seam/Author.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,6 +18,10 @@
 #include <set>
 #include <vector>
 
+namespace Host {
+class Platform;
+}
+
 namespace Tool {
 
 struct Change {
@@ -24,6 +29,8 @@ struct Change {
     Data::eDataTag tag;
     Json old; ///< null: not known
     Json value;
+    Host::Author author = {};
+    std::optional<std::int64_t> number = {}; ///< of the history's entry; nothing: the database does not keep the value
 };
 
 class Subscription {
@@ -75,7 +82,8 @@ public:
     /// Tells one listener at once, on the thread that publishes; null ends that, and it is not called any more on return.
     void tell(Listener listener) MEDIADATA_EXCLUDES(m_mutex);
 
-    void publish(std::vector<HeardChange> const& heard) MEDIADATA_EXCLUDES(m_mutex);
+    /// What the calling thread has changed on this platform.
+    void publish(Host::Platform& platform, std::vector<HeardChange> const& heard) MEDIADATA_EXCLUDES(m_mutex);
     void close() MEDIADATA_EXCLUDES(m_mutex);
 
 private:

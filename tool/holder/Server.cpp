@@ -71,7 +71,7 @@ std::unique_ptr<Server> Server::start(Workbench& workbench, ChangeFeed& feed, An
     std::unique_ptr<Server> server(new Server(workbench, feed, std::move(answer)));
     if (!server->listen(error))
         return nullptr;
-    server->m_listening.emplace([&feed](auto const& changes) { feed.publish(changes); });
+    server->m_listening.emplace([&feed, &workbench](auto const& changes) { feed.publish(workbench.platform(), changes); });
     SignalsElsewhere const signals;
     server->m_acceptor = std::thread([self = server.get()] { self->acceptAll(); });
     return server;

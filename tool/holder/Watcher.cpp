@@ -30,10 +30,20 @@ std::string changeLine(Change const& change, bool json, bool showSecrets)
     auto const value = shown(change.tag, change.value, showSecrets);
     auto const time = change.time ? Json(isoTime(*change.time)) : Json();
     if (json)
-        return Json{{"time", time}, {"item", name}, {"old", old}, {"new", value}}.dump(-1, ' ', false,
-                                                                                       Json::error_handler_t::replace) +
+        return Json{{"number", change.number ? Json(*change.number) : Json()},
+                    {"time", time},
+                    {"user", change.author.user},
+                    {"verb", change.author.verb},
+                    {"door", change.author.door},
+                    {"item", name},
+                    {"old", old},
+                    {"new", value}}
+                   .dump(-1, ' ', false, Json::error_handler_t::replace) +
                '\n';
-    auto const was = change.time ? fmt::format(" (was {})", cellText(old)) : "";
+    auto const& [user, process, verb, door, ignored] = change.author;
+    auto const number = change.number ? fmt::format("#{} ", *change.number) : "";
+    auto const was =
+        change.time ? fmt::format(" (was {}; {}{} by {})", cellText(old), number, verb.empty() ? door : verb, user) : "";
     return fmt::format("{}{} = {}{}\n", change.time ? time.get<std::string>() + ' ' : "", name, cellText(value), was);
 }
 

@@ -316,6 +316,18 @@ void Database::author(std::optional<Author> author)
     m_history.author(std::this_thread::get_id(), std::move(author));
 }
 
+Author Database::author()
+{
+    Threads::Lock const lock(m_mutex);
+    return m_history.author();
+}
+
+std::optional<std::int64_t> Database::entryOf(std::string const& schema, std::string const& element)
+{
+    Threads::Lock const lock(m_mutex);
+    return m_history.entryOf(schema, element);
+}
+
 void Database::addToHistory(std::vector<HistoryChange> changes)
 {
     Threads::Lock const lock(m_mutex);

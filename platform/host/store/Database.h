@@ -77,6 +77,10 @@ public:
 
     /// Who makes the changes of the calling thread from now on; nothing: this process, as an application.
     void author(std::optional<Author> author);
+    Author author();
+
+    /// The number of the entry that changed this value, when it is one of the last few of this process.
+    std::optional<std::int64_t> entryOf(std::string const& schema, std::string const& element);
 
     /// Adds what is not in the database to the next entry of the history.
     void addToHistory(std::vector<HistoryChange> changes);

@@ -44,6 +44,12 @@ void History::author(std::thread::id thread, std::optional<Author> author)
         m_authors.emplace_back(thread, *std::move(author));
 }
 
+Author const& History::author() const
+{
+    auto const named = std::ranges::find(m_authors, std::this_thread::get_id(), &decltype(m_authors)::value_type::first);
+    return named != m_authors.end() ? named->second : thisProcess();
+}
+
 void History::addToNext(std::vector<HistoryChange> changes)
 {
     m_waiting.insert(m_waiting.end(), std::make_move_iterator(changes.begin()), std::make_move_iterator(changes.end()));
@@ -65,8 +71,7 @@ bool History::begin(Connection& connection)
 {
     if (m_entry || !know(connection))
         return m_entry.has_value();
-    auto const named = std::ranges::find(m_authors, std::this_thread::get_id(), &decltype(m_authors)::value_type::first);
-    Author const& author = named != m_authors.end() ? named->second : thisProcess();
+    Author const& author = this->author();
     auto const now = std::chrono::system_clock::now().time_since_epoch();
     m_entry.emplace(HistoryEntry{m_present.last + 1,
                                  std::chrono::duration_cast<std::chrono::milliseconds>(now).count(),
@@ -106,10 +111,27 @@ bool History::write(Connection& connection, HistoryRow const& row)
 
 void History::settle(bool isCommitted)
 {
-    m_entry.reset();
-    if (isCommitted)
+    if (isCommitted) {
         m_waiting.clear();
+        if (m_entry)
+            m_latest.push_front(*std::move(m_entry));
+        if (m_latest.size() > remembered)
+            m_latest.pop_back();
+    }
+    m_entry.reset();
     (isCommitted ? m_committed : m_present) = isCommitted ? m_present : m_committed;
+}
+
+std::optional<std::int64_t> History::entryOf(std::string_view schema, std::string_view element) const
+{
+    std::vector<ChangedText> changes;
+    for (HistoryRow const& row : m_latest) {
+        changes.clear();
+        auto const isMeant = [&](ChangedText const& each) { return each.schema == schema && each.element == element; };
+        if (row.readChanges(changes) && std::ranges::any_of(changes, isMeant))
+            return row.numberOf();
+    }
+    return std::nullopt;
 }
 
 /// Appends the next rows, a few at a time; none when there are no more.

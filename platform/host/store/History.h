@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <span>
 #include <thread>
@@ -27,6 +28,7 @@ public:
 
     /// Who makes the changes of this thread from now on; nothing: this process, as an application.
     void author(std::thread::id thread, std::optional<Author> author);
+    Author const& author() const;
 
     /// Adds changes of something else to the next entry.
     void addToNext(std::vector<HistoryChange> changes);
@@ -54,7 +56,12 @@ public:
     /// The number of the last entry that was committed, 0 when there is none or it cannot be read.
     std::int64_t last(Connection& connection) { return know(connection) ? m_committed.last : 0; }
 
+    /// The number of the entry that changed this value, when it is one of the last few of this process.
+    std::optional<std::int64_t> entryOf(std::string_view schema, std::string_view element) const;
+
 private:
+    static constexpr std::size_t remembered = 4;
+
     struct Extent {
         std::int64_t last = 0;
         std::size_t size = 0;
@@ -71,6 +78,7 @@ private:
     Extent m_committed;                ///< when it is known
     Extent m_present;                  ///< of the transaction
     std::optional<HistoryRow> m_entry; ///< of the transaction
+    std::deque<HistoryRow> m_latest;   ///< committed, the newest first
 };
 
 } // namespace Host
