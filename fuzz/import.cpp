@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     ImportOptions const options{.dryRun = !has("import"), .atomic = has("atomic"), .all = true};
     PassphraseOptions passphrase{.secrets = has("secrets"), .typed = "passphrase"};
     Document document;
-    auto const report = readDocument("input", input.substr(begin), passphrase, document);
+    auto const report = readDocument("input", {input.substr(begin)}, passphrase, document);
     EXPECT_EQ(report.code == exitOk, report.problems.empty());
     if (report.code != exitOk)
         return 0;
