@@ -31,7 +31,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
             EXPECT_TRUE(toMessage(same) == toMessage(request));
         }
         auto& tool = Fuzz::ToolUnderFuzz::ready();
-        auto const reply = answer(tool.invocation, message);
+        auto const reply = answer(tool.invocation, message, {});
         std::string said;
         for (auto const& each : reply.messages)
             said += each.back();
