@@ -304,7 +304,7 @@ TEST_F(Holder, CanBeAnApplication)
     EXPECT_TRUE(watcher.says("watching "));
     EXPECT_EQ(out("get ringer-volume"), "6\n");
     EXPECT_EQ(status("set ringer-volume=7"), 0);
-    EXPECT_TRUE(watcher.says("ringer-volume = 7 (was 6; #2 set by "));
+    EXPECT_TRUE(watcher.says("ringer-volume = 7 (was 6; #3 set by "));
     EXPECT_TRUE(application.says("ringer volume is now 7\n"));
     EXPECT_EQ(status("set ringer-volume=9"), 4);
     EXPECT_EQ(status("mgmt set ringer-volume=4"), 0);
