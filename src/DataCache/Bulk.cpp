@@ -123,8 +123,8 @@ bool DataCache::setDataBulk(BulkData& bulk, std::vector<Media::Refusal>* refused
     accepted = span.end(&lost) && accepted;
     if (refused && !accepted)
         addTablesAndLost(
-            values, failed, lost, [this](eDataTag tag) { return m_sourceDB && m_sourceDB->isCellOfChangedTable(tag); },
-            *refused);
+            values, failed, lost,
+            [source = m_sourceDB.get()](eDataTag tag) { return source && source->isCellOfChangedTable(tag); }, *refused);
     failed.merge(lost);
     if (!accepted) {
         for (auto const& entry : failed)

@@ -103,8 +103,9 @@ int runLines(Invocation const& invocation, LineEditor& editor, Lines const& line
 /// In the process that holds the telephone.
 int runHere(Holding const& holding)
 {
-    auto& [invocation, server, end, readiness] = holding;
-    LineEditor editor(end);
+    auto& invocation = holding.invocation;
+    auto& server = holding.server;
+    LineEditor editor(holding.end);
     Filter watch;
     auto const options = invocation.options;
     invocation.place = Place::Shell;

@@ -22,7 +22,7 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
+#include <iterator>
 #include <utility>
 
 namespace Tool {
@@ -395,9 +395,11 @@ Report exportDocument(Workbench& workbench, std::optional<std::string> const& pa
         if (set != 0)
             report.fail(exitOk, {"", fmt::format("{} secrets are left out; --secrets encrypts them", set)});
     }
+    std::vector<std::string> names;
+    std::ranges::transform(lost, std::back_inserter(names), nameOf);
     if (!lost.empty())
         report.fail(exitOk, {"", fmt::format("{} left out, unreadable: {}", lost.size() == 1 ? "a secret is" : "secrets are",
-                                             fmt::join(lost | std::views::transform(nameOf), ", "))});
+                                             fmt::join(names, ", "))});
     report.sections.push_back({"export", Layout::Text, {"text"}, {{textOf(document)}}});
     return report;
 }

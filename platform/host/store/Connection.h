@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 struct sqlite3;
@@ -59,8 +60,8 @@ public:
     /// False is logged. The result's rows are appended to `rows`, when given. What only reads is tried three times.
     bool run(Statement, std::span<std::string const> parameters = {}, std::vector<Row>* rows = nullptr);
 
-    /// Whether the last writeItem replaced a value, and which.
-    std::optional<std::string> const& replaced() const { return m_replaced; }
+    /// Whether the last writeItem replaced a value, and which. The caller's: the next statement knows nothing of it.
+    std::optional<std::string> takeReplaced() { return std::exchange(m_replaced, std::nullopt); }
 
     /// Nothing that was deleted or replaced is left in the log.
     bool emptyLog();

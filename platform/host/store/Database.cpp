@@ -116,7 +116,7 @@ bool Database::runItems(std::span<StoredItem const> items, bool isEntered)
     for (StoredItem const& each : items) {
         if (!m_connection->run(Connection::writeItem, std::array{each.schema, each.element, each.value}))
             return false;
-        auto const& replaced = m_connection->replaced();
+        auto const replaced = m_connection->takeReplaced();
         if (!isEntered || replaced == each.value)
             continue;
         if (replaced && each.element.empty()) {
