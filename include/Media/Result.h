@@ -11,8 +11,8 @@ namespace Media {
 class [[nodiscard]] Result {
 public:
     enum Kind {
-        Ok,        ///< it is the setting's value, and as durable as MediaDataCache::setData says
-        Refused,   ///< by its validator or by the check of its table; the old value stands
+        Ok,      ///< it is the setting's value, and as durable as MediaDataCache::setData says
+        Refused, ///< by its validator or by the check of its table; the old value stands
         NotStored, ///< the database did not take it, and the old value stands; or the management service did not, and it stays;
                    ///< or its table waits for the next change, with which it is stored
         Absent     ///< there is no cache

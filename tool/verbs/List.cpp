@@ -93,7 +93,7 @@ Report run(ListOptions const& options, Workbench& workbench)
         report.notes.push_back(options.changedOnly ? "Nothing differs from the defaults."
                                                    : "The catalogue has what matches switched off: " + switchedOff);
     report.sections.push_back(options.byFamily ? counted(found.tags)
-                                              : listed(found, others, options, workbench.options().showSecrets));
+                                               : listed(found, others, options, workbench.options().showSecrets));
     return report;
 }
 
@@ -112,20 +112,21 @@ Verb listVerb()
     auto const options = std::make_shared<ListOptions>();
     auto pattern = Arguments::pattern(&options->pattern);
     pattern.help += ", or a word of what items mean";
-    return {
-        .name = "list",
-        .help = "List items with their values",
-        .arguments =
-            {std::move(pattern),
-             {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"},
-             {.name = "--long", .target = &options->isLong, .help = "With default, unit, family and what each means"},
-             {.name = "--family",
-              .target = &options->family,
-              .help = "Only the items of this family",
-              .value = "FAMILY",
-              .choices = familyNames()},
-             {.name = "--groups", .target = &options->byFamily, .help = "Only the families, with the number of their items"}},
-        .action = onWorkbench(options)};
+    return {.name = "list",
+            .help = "List items with their values",
+            .arguments =
+                {std::move(pattern),
+                 {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"},
+                 {.name = "--long", .target = &options->isLong, .help = "With default, unit, family and what each means"},
+                 {.name = "--family",
+                  .target = &options->family,
+                  .help = "Only the items of this family",
+                  .value = "FAMILY",
+                  .choices = familyNames()},
+                 {.name = "--groups",
+                  .target = &options->byFamily,
+                  .help = "Only the families, with the number of their items"}},
+            .action = onWorkbench(options)};
 }
 
 } // namespace Tool::Verbs
