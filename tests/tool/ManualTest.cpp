@@ -31,7 +31,7 @@ TEST(Manual, SaysOfEachVerbWhatTheRegistrySays)
     for (auto verb : registry.verbs) {
         if (std::holds_alternative<Tool::Group>(verb.action))
             continue;
-        std::ranges::stable_partition(verb.arguments, std::not_fn(&Tool::Argument::isOption));
+        std::stable_partition(verb.arguments.begin(), verb.arguments.end(), std::not_fn(&Tool::Argument::isOption));
         auto& texts = expected[seen(verb.name)] = {seen(verb.name)};
         std::ranges::transform(verb.arguments, std::back_inserter(texts), written);
     }
