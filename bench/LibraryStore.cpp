@@ -226,6 +226,14 @@ public:
     {
         Media::Setting<Data::eDataTagRingerVolume> const volume;
         runner.operation("get of a setting", 0.1, [&](std::size_t) { keep(volume.get()); });
+        Media::Setting<Data::eDataTagCamera1Url> const address;
+        std::string text;
+        runner.operation("get of a text", 0.1, [&](std::size_t) {
+            address.get(text);
+            if (text.size() != textLength)
+                std::abort();
+            keep(text);
+        });
     }
 
     std::unique_ptr<TypedStore> another() { return std::unique_ptr<TypedStore>(new TypedStore); }
