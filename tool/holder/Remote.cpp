@@ -5,6 +5,7 @@
 #include <charconv>
 #include <ostream>
 #include <utility>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -28,6 +29,29 @@ std::size_t numberIn(std::string const& text)
     std::from_chars(text.data(), text.data() + text.size(), number);
     return number;
 }
+
+/// What a holder's command has written, in its order; shown at the latest when it goes.
+class Written {
+public:
+    explicit Written(Console& console) : m_console(console) {}
+    ~Written() { show(); }
+    Written(Written const&) = delete;
+    Written& operator=(Written const&) = delete;
+
+    void add(Message piece) { m_pieces.push_back(std::move(piece)); }
+
+    void show()
+    {
+        if (!m_pieces.empty())
+            m_console.quiet();
+        for (auto const& piece : std::exchange(m_pieces, {}))
+            (piece[0] == "out" ? m_console.out : m_console.err) << piece[1] << std::flush;
+    }
+
+private:
+    Console& m_console;
+    std::vector<Message> m_pieces;
+};
 
 Channel::Milliseconds timeTo(Remote::Deadline deadline)
 {
@@ -117,6 +141,8 @@ bool Remote::supply(Request& request, std::string const& asked, Console& console
 
 std::optional<int> Remote::run(Request request, Console& console, bool untilRead, Deadline begun, std::string& failure)
 {
+    // Whoever pages through an answer is to keep nobody else from the holder: all of it is taken before any is written.
+    Written written(console);
     for (bool toSend = true;;) {
         if (toSend && encode(toMessage(request)).size() > longestMessage) {
             failure = "more than 8 MiB cannot be given to the process that holds the data directory";
@@ -141,12 +167,10 @@ std::optional<int> Remote::run(Request request, Console& console, bool untilRead
             m_begun = true;
         } else if (kind == "ready" && console.whenReady) {
             console.whenReady();
-        } else if (kind == "out" && message.size() == 2) {
-            console.quiet();
-            console.out << message[1] << std::flush;
-        } else if (kind == "err" && message.size() == 2) {
-            console.quiet();
-            console.err << message[1] << std::flush;
+        } else if ((kind == "out" || kind == "err") && message.size() == 2) {
+            written.add(std::move(message));
+            if (untilRead)
+                written.show();
         } else if (kind == "end" && message.size() == 2) {
             return static_cast<int>(numberIn(message[1]));
         } else if (kind == "refuse" && message.size() == 2) {

@@ -32,7 +32,7 @@ constexpr std::size_t mostConnections = 64; ///< at once, watchers among them
 constexpr std::size_t mostWatchers = 48;
 constexpr int longestBacklog = 1024; ///< of those who wait for one
 constexpr auto firstRequestWithin = 10s;
-constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase
+constexpr auto answersWithin = 10min; ///< a person may have to type a passphrase, or reads slowly
 constexpr auto longestStall = 1s;     ///< of who reads nothing while the server ends
 constexpr auto acceptPause = 50ms;
 
@@ -187,18 +187,20 @@ void Server::serve(Connection& connection)
         auto const fault = versionFault(event == Channel::Event::Received ? message : Message());
         if (!fault.empty()) {
             channel.post({"refuse", fault});
-            sendAll(channel);
+            sendAll(channel, answersWithin);
         }
         if (!fault.empty() || !serveOne(connection, message))
             return;
     }
 }
 
-/// Waits for a slow reader as long as the server lives: who pages through an answer reads on when it likes. False when it is gone.
-bool Server::sendAll(Channel& channel) const
+/// Waits for a slow reader: one that follows the changes reads on when it likes as long as the server lives, another within
+/// `limit`. False when it is gone.
+bool Server::sendAll(Channel& channel, std::chrono::steady_clock::duration limit) const
 {
+    auto const begun = std::chrono::steady_clock::now();
     for (bool isLast = m_ending; !channel.flush(longestStall); isLast = m_ending) {
-        if (isLast || channel.isGone())
+        if (isLast || channel.isGone() || std::chrono::steady_clock::now() - begun > limit)
             return false;
     }
     return true;
@@ -222,11 +224,11 @@ bool Server::serveOne(Connection& connection, Message const& message)
         channel.post(each);
     if (reply.watcher)
         channel.post({"ready"});
-    if (!sendAll(channel) || !reply.watcher)
+    if (!sendAll(channel, answersWithin) || !reply.watcher)
         return reply.asks;
     auto const write = [&](std::string const& lines) {
         channel.post({"out", lines});
-        return sendAll(channel);
+        return sendAll(channel, std::chrono::steady_clock::duration::max());
     };
     auto const report = reply.watcher->follow(write, {channel.descriptor()});
     std::ostringstream out;
@@ -235,7 +237,7 @@ bool Server::serveOne(Connection& connection, Message const& message)
     channel.post({"out", out.str()});
     channel.post({"err", err.str()});
     channel.post({"end", std::to_string(status)});
-    sendAll(channel);
+    sendAll(channel, answersWithin);
     return false;
 }
 

@@ -10,6 +10,7 @@
 #include "AnnotatedMutex.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <list>
 #include <memory>
@@ -60,7 +61,7 @@ private:
     void wake() const;
     void admit(Host::FileDescriptor socket);
     void serve(Connection& connection);
-    bool sendAll(Channel& channel) const;
+    bool sendAll(Channel& channel, std::chrono::steady_clock::duration limit) const;
     bool serveOne(Connection& connection, Message const& message);
 
     Workbench& m_workbench;
