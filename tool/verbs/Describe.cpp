@@ -43,14 +43,6 @@ Json nameOrNull(std::string const* name)
     return name ? Json(*name) : Json();
 }
 
-Json namesByNumber(eDataTag tag)
-{
-    Json names;
-    for (auto const& [number, name] : namedNumbersOf(tag))
-        names[std::to_string(number)] = name;
-    return names;
-}
-
 Report describe(Workbench& workbench, eDataTag tag)
 {
     auto const& record = DataCache::DataItemBuilder::dataItemDefaultTable[tag];

@@ -2,10 +2,14 @@
 #include "verbs/Verbs.h"
 
 #include "verbs/Arguments.h"
+#include "workbench/Accepted.h"
 #include "workbench/Items.h"
 #include "workbench/Meanings.h"
 #include "workbench/Outcomes.h"
 #include "workbench/Workbench.h"
+
+#include "Tables/Labels.h"
+#include "Tables/SettingOptions.h"
 
 #include <algorithm>
 #include <iterator>
@@ -22,7 +26,8 @@ struct ListOptions {
     std::string family;  ///< only this one's items; empty: every one's
     bool changedOnly = false;
     bool isLong = false;
-    bool byFamily = false; ///< no items, but how many each family has
+    bool isDetailed = false; ///< more than that, for who makes an editor of it
+    bool byFamily = false;   ///< no items, but how many each family has
 };
 
 struct Found {
@@ -53,6 +58,23 @@ Section counted(std::vector<eDataTag> const& tags)
     return section;
 }
 
+/// Which verb sets it; null when none does.
+Json setterOf(eDataTag tag)
+{
+    bool const isNone = !exists(tag) || typeOf(tag) == eDataItemTypeComplex;
+    return isNone ? Json() : Json(Tables::flagWordOf(tag) ? "flags" : "set");
+}
+
+void addDetails(eDataTag tag, std::vector<Json>& row)
+{
+    auto const orNull = [](std::optional<int> const& number) { return number ? Json(*number) : Json(); };
+    auto const limits = limitsOf(tag);
+    auto const table = storedTableOf(tag);
+    row.insert(row.end(), {namesByNumber(tag), acceptedText(tag), orNull(limits.least), orNull(limits.most),
+                           orNull(limits.longest), limits.words.empty() ? Json() : Json(limits.words), isSecret(tag),
+                           setterOf(tag), table == eDataTagNone ? Json() : Json(Tables::shortNameOf(*Tables::find(table)))});
+}
+
 Section listed(Found const& found, ServiceValues const& others, ListOptions const& options, bool showSecrets)
 {
     Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
@@ -61,6 +83,9 @@ Section listed(Found const& found, ServiceValues const& others, ListOptions cons
     bool const hasHelp = options.isLong || found.isByMeaning;
     if (hasHelp)
         section.columns.emplace_back("help");
+    if (options.isDetailed)
+        section.columns.insert(section.columns.end(),
+                               {"names", "accepted", "least", "most", "longest", "words", "secret", "set by", "table"});
     for (auto const tag : found.tags) {
         auto const value = knownValue(tag, others);
         auto& row = section.rows.emplace_back(
@@ -69,12 +94,15 @@ Section listed(Found const& found, ServiceValues const& others, ListOptions cons
             row.insert(row.end(), {nameOfValue(tag, value), defaultOf(tag), unitOf(tag), familyOf(tag).name});
         if (hasHelp)
             row.emplace_back(helpOf(tag));
+        if (options.isDetailed)
+            addDetails(tag, row);
     }
     return section;
 }
 
-Report run(ListOptions const& options, Workbench& workbench)
+Report run(ListOptions options, Workbench& workbench)
 {
+    options.isLong = options.isLong || options.isDetailed;
     auto found = find(options);
     if (found.tags.empty())
         return failure(exitUnknownItem, options.pattern.empty() ? options.family : options.pattern, "matches no item",
@@ -118,6 +146,7 @@ Verb listVerb()
                 {std::move(pattern),
                  {.name = "--changed", .target = &options->changedOnly, .help = "Only what differs from its default"},
                  {.name = "--long", .target = &options->isLong, .help = "With default, unit, family and what each means"},
+                 {.name = "--details", .target = &options->isDetailed, .help = "With all that an editor of them needs"},
                  {.name = "--family",
                   .target = &options->family,
                   .help = "Only the items of this family",

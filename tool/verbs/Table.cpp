@@ -150,7 +150,7 @@ std::vector<std::string> tableNames()
     return names;
 }
 
-Report run(TableOptions const& options, Workbench& workbench)
+Report table(TableOptions const& options, Workbench& workbench)
 {
     auto const& name = options.name;
     auto const& alert = options.alert;
@@ -175,23 +175,39 @@ Report run(TableOptions const& options, Workbench& workbench)
     return {exitOk, {groupPickup(workbench)}};
 }
 
+/// One table or, without a name, all of them one below the other.
+Report run(TableOptions const& options, Workbench& workbench)
+{
+    if (!options.name.empty() || !options.alert.empty())
+        return table(options, workbench);
+    Report all;
+    for (auto const& name : tableNames()) {
+        auto section = table({name, {}}, workbench).sections.front();
+        section.title = (all.sections.empty() ? "" : "\n") + name + ":";
+        all.sections.push_back(std::move(section));
+    }
+    return all;
+}
+
 } // namespace
 
 Verb tableVerb()
 {
     auto const options = std::make_shared<TableOptions>();
-    return {.name = "table",
-            .help = "Show a table as people read it",
-            .arguments = {{.name = "TABLE",
-                           .target = &options->name,
-                           .help = "A table or group: codec, srtp, headset, ringing, door-openers, cameras or group-pickup",
-                           .isRequired = true,
-                           .choices = tableNames()},
-                          {.name = "--alert",
-                           .target = &options->alert,
-                           .help = "Of the ringing table, the row of this alert identifier",
-                           .value = "IDENTIFIER"}},
-            .action = onWorkbench(options)};
+    return {
+        .name = "table",
+        .help = "Show tables as people read them",
+        .arguments = {{.name = "TABLE",
+                       .target = &options->name,
+                       .help =
+                           "A table or group: codec, srtp, headset, ringing, door-openers, cameras or group-pickup; all of "
+                           "them without it",
+                       .choices = tableNames()},
+                      {.name = "--alert",
+                       .target = &options->alert,
+                       .help = "Of the ringing table, the row of this alert identifier",
+                       .value = "IDENTIFIER"}},
+        .action = onWorkbench(options)};
 }
 
 } // namespace Tool::Verbs

@@ -168,6 +168,28 @@ std::vector<std::string> legalValues(eDataTag tag)
     return values;
 }
 
+Limits limitsOf(eDataTag tag)
+{
+    Limits limits;
+    if (typeOf(tag) == eDataItemTypeString)
+        limits.longest = static_cast<int>(longestText);
+    auto const& record = Builder::dataItemDefaultTable[tag];
+    for (Step const* const chain : {record.valueChain, record.stringChain}) {
+        for (std::size_t step = 0; chain && step < steps; ++step) {
+            auto const& [builder, params] = chain[step];
+            if (builder == &Builder::dataValidatorIntRange || builder == &Builder::dataValidatorBasePort) {
+                limits.least = std::stoi(params[0].text);
+                limits.most = std::stoi(params[1].text);
+            } else if (builder == &Builder::dataValidatorStringLength) {
+                limits.longest = std::stoi(params[1].text);
+            } else if (builder == &Builder::dataValidatorStringsAllowed) {
+                limits.words = listed(chain[step]);
+            }
+        }
+    }
+    return limits;
+}
+
 std::string acceptedText(eDataTag tag)
 {
     switch (typeOf(tag)) {

@@ -16,6 +16,15 @@ std::string chainText(Data::DataCache::DataItemBuilder::ValidatorAndParams const
 /// The legal values when there are few enough to choose from, else none.
 std::vector<std::string> legalValues(Data::eDataTag tag);
 
+/// The same for who makes an editor of it; what the catalogue does not limit is missing, but a text has a longest length.
+struct Limits {
+    std::optional<int> least = {};
+    std::optional<int> most = {};
+    std::optional<int> longest = {};     ///< in bytes
+    std::vector<std::string> words = {}; ///< the only ones
+};
+Limits limitsOf(Data::eDataTag tag);
+
 /// "1..8", "0 silent, 1 tone", "a text without blanks": what a value of the item must be.
 std::string acceptedText(Data::eDataTag tag);
 

@@ -139,6 +139,14 @@ std::vector<NamedNumber> namedNumbersOf(eDataTag tag)
     return result;
 }
 
+Json namesByNumber(eDataTag tag)
+{
+    Json names;
+    for (auto const& [number, name] : namedNumbersOf(tag))
+        names[std::to_string(number)] = name;
+    return names;
+}
+
 Json nameOfValue(eDataTag tag, Json const& value)
 {
     for (auto const& [number, name] : namedNumbersOf(tag)) {

@@ -25,6 +25,9 @@ struct NamedNumber {
 /// The names of an item's numbers, in ascending order; of some numbers, of all or of none.
 std::vector<NamedNumber> namedNumbersOf(Data::eDataTag tag);
 
+/// The same as an object, by number; null when there are none.
+Json namesByNumber(Data::eDataTag tag);
+
 /// The name of one value of an item, null when it has none.
 Json nameOfValue(Data::eDataTag tag, Json const& value);
 
