@@ -388,6 +388,17 @@ TEST_F(ConfigurationVerbs, BringATemplateToManyTelephones)
     EXPECT_EQ(second.json()["telephones"][0]["stored"], 0);
     EXPECT_GT(second.json()["telephones"][1]["stored"], 10);
     EXPECT_EQ(second.status, 0);
+    // Told to end while the second stores: what is done was compared.
+    auto const new1 = (root() / "new1").string();
+    write("child", "#!/bin/sh\necho \"$6\" >>" + (root() / "children").string() + "\n[ \"$6 $2\" != 'import " + new1 +
+                       "' ] || kill $PPID\nexec " MEDIADATA_TOOL " \"$@\"\n");
+    fs::permissions(root() / "child", fs::perms::owner_all);
+    ::setenv("MEDIADATA_PROGRAM", (root() / "child").c_str(), 1);
+    auto const stopped = run("fleet import --jobs 1 --json --template " + file + ' ' + (root() / "new0").string() + ' ' +
+                             new1 + ' ' + (root() / "new2").string());
+    ::unsetenv("MEDIADATA_PROGRAM");
+    EXPECT_EQ(column(stopped.json()["telephones"], "result"), "done done not begun ");
+    EXPECT_EQ(contentOf(root() / "children"), "import\ndiff\nimport\ndiff\n");
     EXPECT_EQ(status("fleet diff phone phone/"), 2);
     EXPECT_EQ(status("fleet import phone"), 2) << "without a template";
 }

@@ -74,13 +74,14 @@ void runChildren(Children const& children)
 {
     std::vector<Running> running;
     bool isStopped = false;
+    auto const begin = [&](std::size_t index) {
+        std::string error;
+        if (!start(children, index, running, error))
+            children.ended(index, {-1, {}, "it could not be started: " + error});
+    };
     for (std::size_t next = 0; next < children.count || !running.empty();) {
-        while (!isStopped && next < children.count && running.size() < children.most) {
-            std::string error;
-            if (!start(children, next, running, error))
-                children.ended(next, {-1, {}, "it could not be started: " + error});
-            ++next;
-        }
+        while (!isStopped && next < children.count && running.size() < children.most)
+            begin(next++);
         if (running.empty()) {
             if (isStopped)
                 return;
@@ -98,8 +99,11 @@ void runChildren(Children const& children)
             auto& each = running[place];
             if (waiting[place].revents == 0 || readSome(each.out.get(), each.text))
                 continue;
-            children.ended(each.index, endOf(each));
+            auto const index = each.index;
+            auto end = endOf(each);
             running.erase(running.begin() + static_cast<std::ptrdiff_t>(place));
+            if (children.ended(index, std::move(end)))
+                begin(index);
         }
     }
 }

@@ -1,4 +1,4 @@
-// One command for each of many telephones: the tool runs itself for each, a few at a time.
+// Commands for each of many telephones: the tool runs itself for each, a few at a time.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,8 @@ struct Children {
     std::function<std::vector<std::string>(std::size_t index)> words;
     std::string input = {}; ///< the file that each has as its standard input; empty: none
 
-    std::function<void(std::size_t index, ChildEnd end)> ended = {};
+    /// True: a further command for the same one begins at once, even after `stop`.
+    std::function<bool(std::size_t index, ChildEnd end)> ended = {};
 };
 
 /// Returns when the last has ended. `ended` is called in this thread, for each that began, in the order of their ends.

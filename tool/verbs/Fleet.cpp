@@ -37,7 +37,7 @@ struct FleetOptions {
     std::string list;         ///< the file with more of them
     std::string templateFile; ///< empty: the defaults
     PassphraseOptions passphrase;
-    std::size_t jobs = std::max(1U, std::thread::hardware_concurrency());
+    std::size_t jobs = 2 * std::max<std::size_t>(1, std::thread::hardware_concurrency()); ///< each waits for the disk, too
     bool dryRun = false;
     bool atomic = false;
     bool yes = false;
@@ -94,7 +94,7 @@ Report findTelephones(FleetOptions const& options, std::vector<Telephone>& telep
 
 enum class Pass { Compare, Import, Check };
 
-/// An import that left nothing is looked at again: the next pass says whether the telephone is as the document says.
+/// An import that stored all is looked at again: the check says whether the telephone is as the document says.
 void readImport(Json const& answer, Telephone& telephone)
 {
     telephone.result = "done";
@@ -163,13 +163,18 @@ Words wordsFor(FleetOptions const& options, Pass pass, std::string const& direct
     return words;
 }
 
-/// Runs a command for each; what an order to end kept from its turn stays as it was.
-void visit(FleetOptions const& options, Pass pass, int stop, ProgressLine& progress,
-           std::vector<Telephone*> const& telephones)
+/// Runs the commands for each: what has stored something is compared at once. What an order to end kept from its turn stays as
+/// it was.
+void visit(FleetOptions const& options, bool isImport, Console& console, std::vector<Telephone>& telephones)
 {
+    EndSignals const signals;
+    ProgressLine progress(console);
+    if (auto const passphrase = passphraseOf(options.passphrase))
+        ::setenv("MEDIADATA_PASSPHRASE", passphrase->c_str(), 1);
+    std::vector<Pass> passes(telephones.size(), isImport ? Pass::Import : Pass::Compare);
+    Children children{telephones.size(), options.jobs, signals.descriptor(),
+                      [&](std::size_t index) { return wordsFor(options, passes[index], telephones[index].directory); }};
     Host::FileDescriptor document;
-    Children children{telephones.size(), options.jobs, stop,
-                      [&](std::size_t index) { return wordsFor(options, pass, telephones[index]->directory); }};
     if (options.templateFile == "-") {
         document = Host::FileDescriptor(::memfd_create("template", MFD_CLOEXEC));
         if (document && Host::writeAll(document.get(), *options.content.text))
@@ -178,27 +183,17 @@ void visit(FleetOptions const& options, Pass pass, int stop, ProgressLine& progr
     std::size_t ended = 0;
     std::size_t bad = 0;
     children.ended = [&](std::size_t index, ChildEnd const& end) {
-        read(end, pass, *telephones[index]);
-        bad += telephones[index]->code != exitOk ? 1 : 0;
-        progress.tell(pass == Pass::Check ? "checking " : "", ++ended, telephones.size(),
-                      bad == 0 ? "" : fmt::format(", {} not done", bad));
+        auto& telephone = telephones[index];
+        read(end, passes[index], telephone);
+        if (passes[index] == Pass::Import && !options.dryRun && telephone.result == "done" && telephone.done != 0) {
+            passes[index] = Pass::Check;
+            return true;
+        }
+        bad += telephone.code != exitOk ? 1 : 0;
+        progress.tell("", ++ended, telephones.size(), bad == 0 ? "" : fmt::format(", {} not done", bad));
+        return false;
     };
     runChildren(children);
-}
-
-void visit(FleetOptions const& options, bool isImport, Console& console, std::vector<Telephone>& telephones)
-{
-    EndSignals const signals;
-    ProgressLine progress(console);
-    if (auto const passphrase = passphraseOf(options.passphrase))
-        ::setenv("MEDIADATA_PASSPHRASE", passphrase->c_str(), 1);
-    std::vector<Telephone*> all;
-    for (auto& each : telephones)
-        all.push_back(&each);
-    visit(options, isImport ? Pass::Import : Pass::Compare, signals.descriptor(), progress, all);
-    std::erase_if(all, [](Telephone const* each) { return each->result != "done" || each->done == 0; });
-    if (isImport && !options.dryRun)
-        visit(options, Pass::Check, signals.descriptor(), progress, all);
 }
 
 Report run(FleetOptions const& options, bool isImport, Console& console)
@@ -253,7 +248,7 @@ Verb fleetOf(bool isImport)
          .offer = Offers::files},
         {.name = "--jobs",
          .target = &options->jobs,
-         .help = "So many at a time; otherwise as many as there are processors",
+         .help = "So many at a time; otherwise two for each processor",
          .value = "NUMBER",
          .range = {{1, 256}}}};
     if (isImport) {
