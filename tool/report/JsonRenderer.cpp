@@ -25,9 +25,17 @@ std::string keyOf(std::string const& name)
     return key;
 }
 
+/// With room for its members: one that grows copies them, since their keys are constant.
+Json objectFor(std::size_t members)
+{
+    auto result = Json::object();
+    result.get_ref<Json::object_t&>().reserve(members);
+    return result;
+}
+
 Json object(Section const& section, std::vector<Json> const& row)
 {
-    Json result = Json::object();
+    auto result = objectFor(row.size());
     for (std::size_t column = 0; column < row.size(); ++column)
         result[keyOf(section.columns[column])] = row[column];
     return result;
@@ -67,7 +75,7 @@ Json sectionJson(Section const& section)
 
 void renderJson(Report const& report, std::ostream& out, JsonLayout layout)
 {
-    Json result = Json::object();
+    auto result = objectFor(report.sections.size() + 2);
     for (auto const& section : report.sections)
         result[keyOf(section.name)] = sectionJson(section);
     if (!report.problems.empty()) {
