@@ -1,0 +1,258 @@
+// The shell: views by #hash, the connection, the events, what all views use. `app`, as a view gets it:
+//   app.store        all settings (store.js); rows are there when a view is shown
+//   app.session      {user, directory, readOnly, version}
+//   app.search       the search field in the bar
+//   app.on(target, type, listener)   listens until the view leaves
+//   app.live(listener)               told each change of the event stream, until the view leaves
+//   app.go(hash)                     '#history?item=ringer-volume'
+//   app.aside(...nodes)              what stands under the navigation while the view is shown
+//   app.toast(text, {isError, action: {text, run}})
+//   app.ask({title, body, yes, danger})   a dialog; resolves with whether it was wanted
+//   app.change(request, options)          a change with preview and question (change.js)
+import {api, unauthorized} from './api.js';
+import {change} from './change.js';
+import {h, newId, refreshTimes} from './dom.js';
+import {follow} from './events.js';
+import {Store} from './store.js';
+import {views} from './views.js';
+
+const find = id => document.getElementById(id);
+const main = find('main');
+const live = new Set();
+const isTyping = element => element.matches?.('input:not([type=range], [type=checkbox]), textarea, select');
+
+const app = {store: new Store(), session: {}, search: find('search'), go, toast, ask};
+app.change = (request, options) => change(app, request, options);
+
+// ---- Views ----
+
+const kept = new Map();
+let shown = {};
+
+function go(hash) {
+  location.hash = hash;
+}
+
+function parsed(hash) {
+  const [, path = '', words = ''] = /^#?([^?]*)\??(.*)$/.exec(hash);
+  const [name, ...rest] = path.split('/');
+  let parts = rest;
+  try {
+    parts = rest.map(decodeURIComponent);
+  } catch {
+    // Taken as it stands.
+  }
+  return {view: views.find(view => view.name === name) ?? views[0], params: {path: parts, query: new URLSearchParams(words)}};
+}
+
+async function route() {
+  const {view, params} = parsed(location.hash);
+  if (shown.view === view && shown.handle?.update)
+    return shown.handle.update(params);
+  leave();
+  mark(view);
+  const page = kept.get(view) ?? {view, element: h('div.view', {id: `view-${view.name}`}), ends: new AbortController()};
+  shown = page;
+  main.replaceChildren(page.element);
+  find('aside').replaceChildren(...page.aside ?? []);
+  scrollTo(0, page.scroll ?? 0);
+  if (page.handle)
+    return page.handle.update?.(params);
+  if (view.keeps)
+    kept.set(view, page);
+  try {
+    const module = await view.load();
+    page.handle = await module.show(page.element, params, forView(page)) ?? {};
+  } catch (error) {
+    page.element.replaceChildren(h('h1', {}, view.title), h('p.note.error', {role: 'alert'}, error.message));
+    kept.delete(view);
+    console.error(error);
+  }
+  if (shown === page && hasMoved)
+    focusHeading();
+  hasMoved = true;
+}
+
+let hasMoved = false; // The first view leaves the focus where the browser puts it.
+
+function focusHeading() {
+  const heading = main.querySelector('h1');
+  if (heading && document.activeElement !== app.search) {
+    heading.tabIndex = -1;
+    heading.focus({preventScroll: true});
+  }
+}
+
+function leave() {
+  if (!shown.view)
+    return;
+  if (shown.view.keeps && kept.has(shown.view)) {
+    shown.scroll = scrollY;
+    return;
+  }
+  shown.handle?.leave?.();
+  shown.ends.abort();
+}
+
+function forView(page) {
+  return Object.assign(Object.create(app), {
+    on: (target, type, listener) => target.addEventListener(type, listener, {signal: page.ends.signal}),
+    live: listener => {
+      live.add(listener);
+      page.ends.signal.addEventListener('abort', () => live.delete(listener));
+    },
+    aside: (...nodes) => {
+      page.aside = nodes;
+      if (shown === page)
+        find('aside').replaceChildren(...nodes);
+    },
+  });
+}
+
+function mark(view) {
+  document.title = `${view.title} · Telephone`;
+  for (const link of find('views').children)
+    link.ariaCurrent = link.hash === `#${view.name}` ? 'page' : null;
+}
+
+find('views').append(...views.filter(view => !view.isHidden).map(view => h('a', {href: `#${view.name}`}, view.title)));
+
+// ---- What views show besides themselves ----
+
+function toast(text, {isError = false, action} = {}) {
+  const close = () => element.remove();
+  const element = h(`div.toast${isError ? '.error' : ''}`, {}, h('span', {}, text),
+    action && h('button.quiet', {type: 'button', onclick: () => (close(), action.run())}, action.text),
+    h('button.quiet.close', {type: 'button', ariaLabel: 'Close', onclick: close}, '×'));
+  const others = [...find('toasts').children];
+  others.slice(0, Math.max(0, others.length - 2)).forEach(other => other.remove());
+  find('toasts').append(element);
+  setTimeout(close, isError ? 15000 : 6000);
+}
+
+function ask({title, body, yes = 'Yes', danger = false}) {
+  const id = newId('dialog');
+  const from = document.activeElement;
+  const dialog = h('dialog', {'aria-labelledby': id}, h('form', {method: 'dialog'},
+    h('h2', {id}, title), body,
+    h('div.buttons', {}, h('button', {value: '', autofocus: danger}, 'Cancel'),
+      h(`button.primary${danger ? '.danger' : ''}`, {value: 'yes', autofocus: !danger}, yes))));
+  document.body.append(dialog);
+  dialog.showModal();
+  return new Promise(resolve => dialog.addEventListener('close', () => {
+    dialog.remove();
+    from?.focus?.();
+    resolve(dialog.returnValue === 'yes');
+  }));
+}
+
+// ---- The connection ----
+
+const words = {
+  connecting: 'connecting',
+  live: 'live',
+  lost: 'Connection lost. Trying again …',
+  refused: 'signed out',
+};
+let tryNow = () => {};
+
+function connected({state, again}) {
+  const place = find('connection');
+  place.dataset.state = state;
+  place.textContent = words[state];
+  document.body.classList.toggle('offline', state === 'lost');
+  if (state === 'refused')
+    signedOut();
+  if (state !== 'live' || !again)
+    return;
+  place.textContent = 'Connection found again';
+  setTimeout(() => place.textContent = words[place.dataset.state], 4000);
+  app.store.load().catch(() => {}); // What the history does not keep is not told again.
+}
+
+function heard({kind, data, ...message}) {
+  if (kind === 'state')
+    connected(message);
+  else if (kind === 'hello')
+    said(data);
+  else if (kind === 'missed')
+    app.store.load().catch(() => {});
+  else if (kind === 'change') {
+    app.store.apply(data);
+    live.forEach(listener => listener(data));
+  }
+}
+
+function said({directory, model, readOnly}) {
+  Object.assign(app.session, {directory, model, readOnly});
+  find('place').textContent = [directory?.split('/').filter(Boolean).pop(), model && model !== 'other' && `${model} model`,
+    readOnly && 'read only'].filter(Boolean).join(' · ');
+  find('place').title = directory ?? '';
+  document.body.classList.toggle('read-only', Boolean(readOnly));
+}
+
+addEventListener('online', () => tryNow());
+addEventListener('pageshow', event => event.persisted && app.store.load().catch(() => {}));
+document.addEventListener('visibilitychange', () => document.hidden || tryNow());
+setInterval(refreshTimes, 10000);
+
+function signedOut() {
+  leave();
+  shown = {};
+  kept.clear();
+  const field = h('input', {id: 'token', type: 'text', autocomplete: 'off', spellcheck: false});
+  const enter = event => {
+    event.preventDefault();
+    const token = /token=([^&\s]+)/.exec(field.value)?.[1] ?? encodeURIComponent(field.value.trim());
+    location.href = `./?token=${token}`;
+  };
+  document.body.classList.add('signed-out');
+  main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'A token is needed'),
+    h('p', {}, 'Whoever starts ', h('code', {}, 'mediadata web'), ' is told an address with a token that can be used once. Open that ' +
+      'address, or enter it here. A new one is made each time the page is started.'),
+    h('form.line', {onsubmit: enter}, h('label', {htmlFor: 'token'}, 'Address or token'), field,
+      h('button.primary', {}, 'Open'))));
+}
+
+// ---- Keys ----
+
+const keys = [['/', 'search'], ['↑ ↓', 'from setting to setting'], ['Home End', 'the first, the last'], ['← →', 'within a setting'],
+  ['Enter', 'edit, or store what was entered'], ['Esc', 'leave without storing'], ['Space', 'switch on or off'],
+  ['Delete', 'back to the default'], ['e', 'explain'], ['?', 'these keys']];
+
+document.addEventListener('keydown', event => {
+  if (event.ctrlKey || event.metaKey || event.altKey || isTyping(event.target) || document.querySelector('dialog'))
+    return;
+  if (event.key === '/') {
+    event.preventDefault();
+    app.search.focus();
+    app.search.select();
+  } else if (event.key === '?')
+    ask({title: 'Keys', yes: 'Close', body: h('dl.keys', {}, keys.map(([key, what]) =>
+      [h('dt', {}, key.split(' ').map(one => h('kbd', {}, one))), h('dd', {}, what)]))});
+});
+
+app.search.addEventListener('input', () => {
+  if (shown.view !== views[0])
+    go(`#${views[0].name}?q=${encodeURIComponent(app.search.value)}`);
+});
+
+find('skip').addEventListener('click', event => {
+  event.preventDefault();
+  main.focus();
+});
+
+// ---- Beginning ----
+
+unauthorized.tell = signedOut;
+tryNow = follow(heard);
+try {
+  const [session] = await Promise.all([api('GET', 'session'), app.store.load()]);
+  said({...session, ...app.session});
+  addEventListener('hashchange', route);
+  await route();
+} catch (problem) {
+  if (problem.status !== 401)
+    main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'No answer'), h('p', {role: 'alert'}, problem.message),
+      h('p', {}, h('button.primary', {onclick: () => location.reload()}, 'Try again'))));
+}

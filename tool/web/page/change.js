@@ -1,0 +1,80 @@
+// A change in two steps, as every view makes it: first what it would do, then it. `request` is {method, path, query, body} for api().
+import {api, Problem} from './api.js';
+import {count, h, valueText} from './dom.js';
+
+/// What an answer, or the report of a refusal, says of a change: {refused: [{item, reason, accepted}], also: [{item, old, new}],
+/// wiped: [{item, old}], items: [...], problem}. `problem` is there when the telephone did not take the request.
+export function account(report, problem) {
+  const items = report.items ?? [];
+  const refused = items.filter(({result}) => ['refused', 'unknown', 'failed'].includes(result));
+  return {items, refused, also: report.alsoChanged ?? [], wiped: report.wouldWipe ?? [], problem, report};
+}
+
+async function attempt(request, query) {
+  try {
+    return account(await api(request.method, request.path, {...request, query: {...request.query, ...query}}));
+  } catch (error) {
+    if (!(error instanceof Problem))
+      throw error;
+    return account(error.report, error);
+  }
+}
+
+/// What the change would do; nothing is changed. A request `isWithoutRehearsal` when its route has none: nothing else is known.
+export const rehearse = async (request, signal) =>
+  (request.isWithoutRehearsal ? account({}) : attempt({...request, signal}, {dryRun: 1}));
+
+/// Makes the change. `yes` answers for everything that is wiped, after people were asked.
+export async function make(app, request, {yes = false} = {}) {
+  return app.store.own(() => attempt(request, yes ? {yes: 1} : {}));
+}
+
+/// Why a change is not made, in the library's words; null when it is.
+export function refusal(result, item) {
+  const own = result.refused.find(refused => !item || refused.item === item) ?? result.refused[0];
+  if (own)
+    return `${own.reason ?? 'not taken'}${own.item === item || !item ? '' : ` (${own.item})`}`;
+  if (!result.problem || result.wiped.length)
+    return null;
+  const [first] = result.report.errors ?? [];
+  return first?.reason ?? result.problem.message;
+}
+
+/// A list of changes: item, old and new value.
+export function changesList(app, changes) {
+  return h('ul.changes', {}, changes.map(({item, old, new: value}) => {
+    const row = app.store.row(item);
+    return h('li', {}, h('code', {}, item), ' ', h('s', {}, valueText(old, row)),
+      value === undefined ? ' is wiped' : [' → ', h('b', {}, valueText(value, row))]);
+  }));
+}
+
+/// What else a change does, as an element; null when nothing.
+export function consequences(app, {also, wiped}) {
+  if (!also.length && !wiped.length)
+    return null;
+  const others = also.filter(({item}) => !wiped.some(text => text.item === item));
+  return h('div.consequences', {},
+    wiped.length > 0 && [h('p.danger', {}, `This wipes ${count(wiped.length, 'text')}:`), changesList(app, wiped)],
+    others.length > 0 && [h('p', {}, `This also changes ${count(others.length, 'other setting')}:`), changesList(app, others)]);
+}
+
+/// The whole way for a view without an inline preview: rehearses, shows in a dialog what else happens and asks, makes it. Resolves
+/// with the account of what was made, or null when it was refused (told by a toast) or not wanted.
+export async function change(app, request, {title = 'Change this?', yes = 'Change', always = false, danger = false} = {}) {
+  const plan = await rehearse(request);
+  const why = refusal(plan);
+  if (why) {
+    app.toast(why, {isError: true});
+    return null;
+  }
+  const more = consequences(app, plan);
+  const isDangerous = danger || plan.wiped.length > 0;
+  if ((more || always) && !await app.ask({title, body: more, yes, danger: isDangerous}))
+    return null;
+  const made = await make(app, request, {yes: plan.wiped.length > 0});
+  const whyNot = refusal(made);
+  if (whyNot)
+    app.toast(whyNot, {isError: true});
+  return whyNot ? null : made;
+}

@@ -1,0 +1,86 @@
+// The telephone's stream of events over one connection that is made again when it is lost. Runs in the shared worker, or in
+// the page where there is none. Events carry the number of the history's entry; the last one is where a new connection goes on.
+
+const silence = 40000; // The server sends a comment each 15 s.
+const longestPause = 5000;
+
+export class Stream {
+  #tell;
+  #last = '';
+  #wake = () => {};
+
+  /// tell(message): {kind: 'state', state: 'live' | 'lost' | 'refused', again}, {kind: 'hello' | 'change' | 'missed', data}.
+  constructor(tell) {
+    this.#tell = tell;
+    this.#run();
+  }
+
+  /// Does not wait any longer before the next try.
+  now() {
+    this.#wake();
+  }
+
+  async #run() {
+    let state = '';
+    const become = (next, again) => {
+      if (next !== state)
+        this.#tell({kind: 'state', state: state = next, again});
+    };
+    let wasLive = false;
+    for (let pause = 250;; pause = Math.min(2 * pause, longestPause)) {
+      const abort = new AbortController();
+      try {
+        const headers = this.#last ? {'Last-Event-ID': this.#last} : {};
+        const response = await fetch('api/v1/events', {headers, cache: 'no-store', signal: abort.signal});
+        if (response.status === 401)
+          become('refused', wasLive);
+        else if (response.ok) {
+          become('live', wasLive);
+          wasLive = true;
+          pause = 250;
+          await this.#read(response.body.getReader(), abort);
+        }
+      } catch {
+        // Lost: said below, and tried again.
+      }
+      abort.abort();
+      if (state !== 'refused')
+        become('lost', wasLive);
+      await new Promise(resolve => {
+        this.#wake = resolve;
+        setTimeout(resolve, pause);
+      });
+    }
+  }
+
+  async #read(reader, abort) {
+    const decoder = new TextDecoder();
+    for (let rest = '';;) {
+      const timer = setTimeout(() => abort.abort(), silence);
+      const {done, value} = await reader.read();
+      clearTimeout(timer);
+      if (done)
+        return;
+      const blocks = (rest + decoder.decode(value, {stream: true})).split('\n\n');
+      rest = blocks.pop();
+      blocks.forEach(block => this.#take(block));
+    }
+  }
+
+  #take(block) {
+    const event = {event: 'message', data: ''};
+    for (const line of block.split('\n')) {
+      const [, field, value] = /^(\w+): ?(.*)$/.exec(line) ?? [];
+      if (field)
+        event[field] = value;
+    }
+    if (event.id)
+      this.#last = event.id;
+    if (!event.data)
+      return;
+    const data = JSON.parse(event.data);
+    if (event.event === 'hello' && !this.#last && data.number != null)
+      this.#last = `${data.number}`;
+    this.#tell({kind: 'missed' in data ? 'missed' : event.event, data});
+  }
+}
