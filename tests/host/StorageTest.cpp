@@ -205,6 +205,22 @@ TEST_F(HostStorage, ASealThatFitsSparesTheCheckAndNothingElseDoes)
     }
 }
 
+TEST_F(HostStorage, ASealIsOfEveryByte)
+{
+    m_table.reset();
+    close();
+    Host::DataDirectory directory;
+    ASSERT_TRUE(directory.open(m_directory, m_error)) << m_error;
+    auto const database = pathOf("mediadata.db");
+    for (std::size_t place = 0; place < contentOf(database).size(); place += 1009) { // all places within a block
+        Host::DatabaseSeal(directory, "mediadata.db").putOn(true);
+        damage(database, static_cast<std::int64_t>(place), {static_cast<char>(contentOf(database)[place] ^ '\x80')});
+        Host::DatabaseSeal seal(directory, "mediadata.db");
+        EXPECT_TRUE(seal.takeOff(m_error)) << m_error;
+        EXPECT_EQ(seal.verdict(), Host::DatabaseSeal::Verdict::differs) << place;
+    }
+}
+
 TEST_F(HostStorage, ALogWithoutItsDatabaseIsNotMixedIntoANewOne)
 {
     ASSERT_TRUE(write("AudioSettings", "RingerVolume", "3"));
