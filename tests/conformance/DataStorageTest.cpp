@@ -114,21 +114,26 @@ TEST_P(DatabaseTable, RefusesAMalformedRowAndTheTableItBelongsTo)
     std::string deep = "x"; // 17 levels with the two around the row: only the whole shows it
     for (int level = 0; level < 14; ++level)
         deep = TableCase::element("e", deep);
-    for (auto const& [front, text] : {std::pair<std::string, std::string>{"", "<"},
-                                      {"", "a & b"},
-                                      {"", "&unknown;"},
-                                      {"", "</Entry>"},
-                                      {"", "<open>"},
-                                      {"", "\xff"},
-                                      {"", deep},
-                                      {"text", "new"},
-                                      {"\xEF\xBB\xBF", "new"},
-                                      {"<?xml version=\"1.0\"?>", "new"}})
+    struct Case {
+        std::string front, text, others = "new"; // rows that are right, or nearly like the bad one
+    };
+    for (auto const& [front, text, others] : {Case{"", "<"},
+                                              {"", "a & b"},
+                                              {"", "&unknown;"},
+                                              {"", "</Entry>"},
+                                              {"", "<open>"},
+                                              {"", "\xff"},
+                                              {"", deep},
+                                              {"", "<!--<b>--</b>-->", "<!--<b>-</b>-->"},
+                                              {"", "<b c='>'d'></b>", "<b c='>d'></b>"},
+                                              {"text", "new"},
+                                              {"\xEF\xBB\xBF", "new"},
+                                              {"<?xml version=\"1.0\"?>", "new"}})
         for (int bad : {0, 1, table.rows - 1}) {
             auto storage = platform->storage(table.schema);
             bool last = true;
             for (int row = 0; row < table.rows; ++row) {
-                last = storage->setDataItems(row == bad ? front + table.fragment(row, text) : table.fragment(row, "new"));
+                last = storage->setDataItems(row == bad ? front + table.fragment(row, text) : table.fragment(row, others));
                 EXPECT_FALSE(row == bad && text != deep ? last : false) << front << text;
             }
             EXPECT_FALSE(last) << "row " << bad << " was refused, so that the table is not whole";

@@ -39,6 +39,46 @@ bool standsAt(std::size_t position, std::string_view number, std::string const& 
     return fragment.find(mark) != std::string::npos;
 }
 
+/// Nothing in the text but elements without attributes, each with a start and an end tag, and characters.
+bool hasPlainTags(std::string_view text)
+{
+    return text.find_first_of("!?=") == text.npos && text.find("/>") == text.npos;
+}
+
+/// The text up to the next tag, taken from the front.
+std::string_view takeCharacters(std::string_view& rest)
+{
+    auto const characters = rest.substr(0, rest.find('<'));
+    rest.remove_prefix(characters.size());
+    return characters;
+}
+
+bool arePlain(std::string_view characters)
+{
+    return std::ranges::all_of(characters,
+                               [](char each) { return each >= ' ' && each <= '~' && each != '&' && each != '>'; });
+}
+
+/// Whether `row` is `known` with other characters behind start tags, where any are allowed: as well-formed as that is, which has
+/// plain tags.
+bool differsInCharactersOnly(std::string_view known, std::string_view row)
+{
+    for (auto end = known.find('>'); end != known.npos; end = known.find('>')) {
+        auto const tag = known.substr(0, end + 1);
+        if (!row.starts_with(tag))
+            return false;
+        known.remove_prefix(tag.size());
+        row.remove_prefix(tag.size());
+        if (!tag.starts_with('<') || tag.starts_with("</"))
+            continue;
+        auto const old = takeCharacters(known);
+        auto const characters = takeCharacters(row);
+        if (characters != old && !arePlain(characters))
+            return false;
+    }
+    return known == row;
+}
+
 } // namespace
 
 /// Tells whether a fragment is one row. A reader takes a table in again as a whole, which is not parsed here: rows that are each
@@ -48,6 +88,19 @@ public:
     enum class Result { refused, withEntry, withoutEntry };
 
     Result check(std::string const& fragment)
+    {
+        if (!m_known.empty() && fragment.size() < maximumLength && differsInCharactersOnly(m_known, fragment))
+            return m_knownResult;
+        Result const result = parse(fragment);
+        if (result != Result::refused && hasPlainTags(fragment)) {
+            m_known = fragment;
+            m_knownResult = result;
+        }
+        return result;
+    }
+
+private:
+    Result parse(std::string const& fragment)
     {
         m_depth = m_deepest = m_topElements = m_topEntries = m_inner = 0;
         // Behind a blank neither an XML declaration nor a byte order mark is one.
@@ -63,7 +116,6 @@ public:
         return m_topElements == 1 && m_inner > 0 ? Result::withEntry : Result::refused;
     }
 
-private:
     static void onStart(void* self, char const* name, char const** /*attributes*/)
     {
         RowCheck& my = *static_cast<RowCheck*>(self);
@@ -84,6 +136,8 @@ private:
     int m_topElements = 0;
     int m_topEntries = 0;
     int m_inner = 0;
+    std::string m_known; ///< a row that was parsed and has plain tags; rows that are like it need not be parsed
+    Result m_knownResult = Result::refused;
 };
 
 TableWrite::TableWrite(std::string schema) : m_schema(std::move(schema)), m_shape(shapeOf(m_schema)) {}
