@@ -130,7 +130,7 @@ std::array<char const*, Connection::statements> const Connection::m_texts{
     "SELECT coalesce(max(number), 0), coalesce(sum(length(CAST(who || schema || element || old || new AS BLOB)) + 20), 0) "
     "FROM history",
     "SELECT number, who, time, schema, element, old, new FROM history WHERE number > CAST(?1 AS INTEGER) "
-    "ORDER BY number LIMIT 16",
+    "ORDER BY number LIMIT CAST(?2 AS INTEGER)",
     "INSERT OR REPLACE INTO history (number, who, time, schema, element, old, new) VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7)",
     "DELETE FROM history WHERE number <= CAST(?1 AS INTEGER)", "BEGIN IMMEDIATE", "COMMIT", "ROLLBACK"};
 

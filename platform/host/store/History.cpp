@@ -134,11 +134,11 @@ std::optional<std::int64_t> History::entryOf(std::string_view schema, std::strin
     return std::nullopt;
 }
 
-/// Appends the next rows, a few at a time; none when there are no more.
-bool History::readSome(Connection& connection, std::int64_t after, std::vector<HistoryRow>& rows)
+/// Appends the next rows; none when there are no more.
+bool History::readSome(Connection& connection, std::int64_t after, int count, std::vector<HistoryRow>& rows)
 {
     std::vector<Connection::Row> found;
-    if (!connection.run(Connection::readHistory, std::array{std::to_string(after)}, &found))
+    if (!connection.run(Connection::readHistory, std::array{std::to_string(after), std::to_string(count)}, &found))
         return false;
     for (Connection::Row& each : found)
         rows.emplace_back(std::move(each));
@@ -151,7 +151,7 @@ bool History::read(Connection& connection, std::vector<HistoryEntry>& entries)
     std::int64_t last = 0;
     do {
         rows.clear();
-        if (!readSome(connection, last, rows))
+        if (!readSome(connection, last, 16, rows))
             return false;
         for (HistoryRow const& each : rows) {
             last = each.numberOf();
@@ -172,7 +172,7 @@ bool History::makeRoom(Connection& connection, HistoryFile const* file)
     std::size_t size = m_present.size;
     std::vector<HistoryRow> rows;
     while (size > (moved + 1 < m_present.last ? keptWhenFull : limit)) {
-        if (rows.empty() && (!readSome(connection, moved, rows) || rows.empty()))
+        if (rows.empty() && (!readSome(connection, moved, 4, rows) || rows.empty()))
             return false;
         appendLine(lines, rows.front());
         moved = rows.front().numberOf();

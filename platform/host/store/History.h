@@ -69,7 +69,7 @@ private:
 
     bool know(Connection& connection);
     bool write(Connection& connection, HistoryRow const& row);
-    bool readSome(Connection& connection, std::int64_t after, std::vector<HistoryRow>& rows);
+    bool readSome(Connection& connection, std::int64_t after, int count, std::vector<HistoryRow>& rows);
     bool makeRoom(Connection& connection, HistoryFile const* file);
 
     std::vector<std::pair<std::thread::id, Author>> m_authors;
