@@ -240,7 +240,7 @@ class Editor {
       } else if (this.#kind === kinds.number && /^Arrow(Up|Down)$/.test(event.key))
         this.#step(event);
     });
-    control.closest('[role=gridcell]').addEventListener('focusout', event => {
+    control.closest('.value').addEventListener('focusout', event => {
       if (!event.currentTarget.contains(event.relatedTarget) && document.hasFocus() && !this.#isBusy && !this.#isDraft())
         this.cancel();
     }, {signal});

@@ -1,0 +1,85 @@
+// What surrounds the settings: device profile, flag file, country, the user's data, and the way back to the defaults.
+import {api} from './api.js';
+import {make, refusal} from './change.js';
+import {h, valueText} from './dom.js';
+import {toggle} from './fields.js';
+import {itemLink, preview} from './outcomes.js';
+
+const models = [['other', 'Another model'], ['entry', 'Entry model'], ['top', 'Top model']];
+const resets = [
+  ['Audio settings', 'The audio settings of the user', {what: 'audio'}],
+  ['User data', 'Everything that follows the user', {what: 'user-data'}],
+  ['Everything', 'Every setting that the telephone keeps', {all: true}],
+];
+
+export async function show(main, params, app) {
+  const cards = h('div.cards', {});
+  main.append(h('div.head', {}, h('h1', {}, 'Telephone')), cards);
+
+  /// A labelled control that stores what it is set to; afterwards all is shown anew.
+  function control(label, element, request, note) {
+    element.id = `telephone-${label.replace(/\W/g, '-')}`;
+    element.disabled = Boolean(app.session.readOnly);
+    element.addEventListener(element.role === 'switch' ? 'click' : 'change', async () => {
+      const why = refusal(await make(app, request()));
+      app.toast(why ?? `${label} is stored.`, {isError: Boolean(why)});
+      await load();
+      document.getElementById(element.id)?.focus();
+    });
+    return h('div.field', {}, h('label', {htmlFor: element.id}, label, note && h('small', {}, note)), element);
+  }
+
+  const select = (options, current) =>
+    h('select', {}, options.map(([value, text]) => h('option', {value, selected: value === current}, text)));
+
+  function device({model, usb}) {
+    const kind = select(models, model);
+    let hasUsb = usb;
+    const port = toggle({}, usb, isOn => hasUsb = isOn);
+    return card('Device profile',
+      control('Model', kind, () => ({method: 'PUT', path: 'device', body: {model: kind.value}})),
+      control('USB', port, () => ({method: 'PUT', path: 'device', body: {usb: hasUsb}})),
+      h('p.dim', {}, 'What the hardware can do: it hides rows of the tables.'));
+  }
+
+  function country({code, number, region}) {
+    const field = h('input', {type: 'text', value: number === null ? '' : code, maxLength: 2, size: 4, autocapitalize: 'characters', spellcheck: false});
+    return card('Country',
+      control('Code', field, () => ({method: 'PUT', path: 'country', body: {code: field.value.toUpperCase()}}), 'two letters, as of ISO 3166-1'),
+      h('p.dim', {}, `Region ${region}`));
+  }
+
+  function flags(list) {
+    return card('Flag file', list.map(({flag, tag, value, line}) => {
+      const choice = select([['', `no line (${valueText(value)})`], ['true', 'on'], ['false', 'off']], line === null ? '' : `${value}`);
+      const help = app.store.rows.find(row => row.tag === tag)?.help;
+      return control(flag, choice, () => ({method: 'PATCH', path: 'flags', body: {[flag]: choice.value ? choice.value === 'true' : null}}), help);
+    }));
+  }
+
+  function mobility({mobility: {announced}, types, waiting}) {
+    const kind = select(types.map(({type}) => [type, type || 'nothing']), announced ?? '');
+    return card('The user’s data',
+      control('Announced', kind, () => ({method: 'POST', path: 'mobility', body: {type: kind.value}}),
+        types.find(({type}) => type === (announced ?? '')).meaning),
+      waiting.length > 0 && h('p', {}, 'Waits to be pushed: ', waiting.flatMap(({item}) => [itemLink(item), ' '])));
+  }
+
+  function reset() {
+    const place = h('div', {});
+    const element = card('Back to the defaults', resets.map(([title, what, body]) =>
+      h('div.field', {}, h('span', {}, title, h('small', {}, what)),
+        h('button', {type: 'button', disabled: app.session.readOnly, ariaLabel: `Reset: ${title}`,
+          onclick: () => preview(place, app, {method: 'POST', path: 'reset', body}, {title: 'Reset'})}, 'Reset …'))), place);
+    return element;
+  }
+
+  const kept = reset();    // So that its preview stays when a flag is changed.
+  async function load() {
+    const [one, two, three, four] = await Promise.all(['device', 'country', 'mobility', 'flags'].map(what => api('GET', what)));
+    cards.replaceChildren(device(one.device), country(two.country), mobility(three), flags(four.flags), kept);
+  }
+  await load();
+}
+
+const card = (title, ...content) => h('section.card', {ariaLabel: title}, h('h2', {}, title), ...content);
