@@ -71,6 +71,7 @@ async function route() {
   if (shown === page && hasMoved)
     focusHeading();
   hasMoved = true;
+  requestAnimationFrame(() => setTimeout(() => performance.mark('view-shown')));
 }
 
 let hasMoved = false; // The first view leaves the focus where the browser puts it.

@@ -81,6 +81,15 @@ const kinds = {
 
 // ---- Faces ----
 
+const plainFace = h('button.face', {type: 'button', tabIndex: -1});
+
+function namedFace({tag}) {
+  const face = plainFace.cloneNode();
+  face.id = `face-${tag}`;
+  face.setAttribute('aria-labelledby', `name-${tag} face-${tag}`);
+  return face;
+}
+
 /// How the row's value looks while it is not edited.
 export function faceFor(row, app) {
   const kind = kindOf(row);
@@ -92,7 +101,7 @@ export function faceFor(row, app) {
   else if (app.session.readOnly)
     face = h('span.fixed', {});
   else
-    face = h('button.face', {type: 'button', tabIndex: -1, id: `face-${row.tag}`, 'aria-labelledby': `name-${row.tag} face-${row.tag}`});
+    face = namedFace(row);
   showFace(face, row, app);
   return face;
 }
@@ -189,7 +198,7 @@ class Editor {
       const request = await this.#request(draft);
       const plan = await rehearse(request);
       if (same(this.#draft(), draft) && await this.#mayGo(plan, draft, isSure))
-        this.#told(await make(this.#app, request, {yes: plan.wiped.length > 0}));
+        this.#told(await make(this.#app, request, {yes: plan.wiped.length > 0}), draft);
     } finally {
       this.#isBusy = false;
     }
@@ -351,11 +360,11 @@ class Editor {
     return !plan.wiped.length || this.#app.ask({title: `Change ${this.#row.name}?`, body: more, yes: 'Change and wipe', danger: true});
   }
 
-  #told(made) {
+  #told(made, draft) {
     const why = refusal(made, this.#row.name);
     if (why)
       return this.#say({why});
-    const [{old, new: value, reason} = {}] = [...made.items, ...made.report.changed ?? []];
+    const {old, new: value = draft, reason} = made.items[0] ?? {};
     const row = this.#row;
     this.cancel();
     const undo = {method: 'PUT', path: path`settings/${row.name}`, body: {value: old}};

@@ -71,7 +71,7 @@ class SettingsView {
     const grid = h('div', {role: 'grid', 'aria-labelledby': id});
     const element = h('section.group', {}, h('h2', {id}, family.title, tally), grid);
     const rows = this.#app.store.rows.filter(row => row.family === family.family);
-    const section = {family, element, tally, lines: rows.map(row => this.#buildLine(row, family))};
+    const section = {family, element, grid, tally, lines: rows.map(row => this.#buildLine(row, family))};
     grid.append(...section.lines.map(line => line.element));
     this.#sections.push(section);
     this.list.append(element);
@@ -154,6 +154,7 @@ class SettingsView {
       }
       total += matching;
       section.element.hidden = !visible;
+      section.grid.style.containIntrinsicBlockSize = `auto ${4 * visible}rem`;
       section.tally.textContent = visible;
       this.#tally(section.family.family, matching);
     }
@@ -219,7 +220,12 @@ class SettingsView {
       showFace(line.value.firstChild, row, this.#app);
     line.kind = kindOf(row);
     const {mark} = row;
-    line.more.replaceChildren(...[
+    if (row.isChanged || mark || line.more.firstChild)
+      this.#tellMore(line, row, mark);
+  }
+
+  #tellMore({more}, row, mark) {
+    more.replaceChildren(...[
       row.isChanged && !row.secret && h('span.default', {}, `default ${valueText(row.default, row)}`),
       row.isChanged && !this.#app.session.readOnly && h('button.quiet.reset', {type: 'button', tabIndex: -1,
         'aria-label': `Reset ${row.name}`, title: 'Back to the default'}, 'Reset'),
