@@ -310,7 +310,8 @@ class Editor {
     if (type !== 'string' || !this.#counter || this.#row.words)
       return;
     const length = bytes(this.#draft());
-    this.#counter.textContent = `${length} of ${longest} bytes${shortest > 0 ? `, at least ${shortest}` : ''}`;
+    this.#counter.textContent = longest > 999 && length < longest / 2 ? '' // Nobody gets near the limit by typing.
+      : `${length} of ${longest} bytes${shortest > 0 ? `, at least ${shortest}` : ''}`;
     this.#counter.classList.toggle('over', length > longest || (length < shortest && this.#isDraft()));
   }
 

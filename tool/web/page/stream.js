@@ -1,8 +1,8 @@
 // The telephone's stream of events over one connection that is made again when it is lost. Runs in the shared worker, or in
 // the page where there is none. Events carry the number of the history's entry; the last one is where a new connection goes on.
 
-const silence = 40000; // The server sends a comment each 15 s.
-const longestPause = 5000;
+const silence = 40000; // ms; the server sends a comment each 15 s.
+const longestPause = 2000;
 
 export class Stream {
   #tell;
@@ -29,6 +29,7 @@ export class Stream {
     let wasLive = false;
     for (let pause = 250;; pause = Math.min(2 * pause, longestPause)) {
       const abort = new AbortController();
+      let timer = setTimeout(() => abort.abort(), silence / 4);
       try {
         const headers = this.#last ? {'Last-Event-ID': this.#last} : {};
         const response = await fetch('api/v1/events', {headers, cache: 'no-store', signal: abort.signal});
@@ -38,11 +39,15 @@ export class Stream {
           become('live', wasLive);
           wasLive = true;
           pause = 250;
-          await this.#read(response.body.getReader(), abort);
+          await this.#read(response.body.getReader(), () => {
+            clearTimeout(timer);
+            timer = setTimeout(() => abort.abort(), silence);
+          });
         }
       } catch {
         // Lost: said below, and tried again.
       }
+      clearTimeout(timer);
       abort.abort();
       if (state !== 'refused')
         become('lost', wasLive);
@@ -53,12 +58,11 @@ export class Stream {
     }
   }
 
-  async #read(reader, abort) {
+  async #read(reader, isAlive) {
     const decoder = new TextDecoder();
     for (let rest = '';;) {
-      const timer = setTimeout(() => abort.abort(), silence);
+      isAlive();
       const {done, value} = await reader.read();
-      clearTimeout(timer);
       if (done)
         return;
       const blocks = (rest + decoder.decode(value, {stream: true})).split('\n\n');
