@@ -72,6 +72,13 @@ export function who({user, verb, door}) {
   return `${user ?? 'somebody'} ${way ?? (verb ? `with ${verb}` : '')}`.trim();
 }
 
+/// Shows that somebody else has changed what the element shows.
+export function flash(element) {
+  element.classList.remove('fresh');
+  void element.offsetWidth; // The animation begins anew.
+  element.classList.add('fresh');
+}
+
 /// The bytes of a text as it is stored.
 export const bytes = text => new TextEncoder().encode(text).length;
 

@@ -1,59 +1,22 @@
 // Settings as labelled fields of a form, with the faces and editors that they have in the list.
-import {h, newId} from './dom.js';
-import {editorFor, faceFor, showFace} from './editors.js';
+import {flash, h, newId} from './dom.js';
+import {ValueCell} from './values.js';
 
 /// The field of a setting, without its label: it needs an element with the id `name-TAG`.
 export function fieldOf(app, name) {
   const row = app.store.row(name);
-  const cell = h('div.value', {});
-  const control = () => cell.querySelector('.face, .direct > *');
-  let editor = null;
-
-  function showValue() {
-    cell.replaceChildren(faceFor(row, app));
-    if (control())
-      control().tabIndex = 0;
-  }
-
-  function edit() {
-    editor ??= editorFor(row, cell, app, () => {
-      const hadFocus = cell.contains(document.activeElement);
-      editor = null;
-      showValue();
-      if (hadFocus || document.activeElement === document.body)
-        control()?.focus();
-    });
-    return editor;
-  }
-
-  cell.addEventListener('click', ({target}) => {
-    if (target.closest('.face'))
-      edit().focus();
-    else if (target.closest('.of-switch > .switch'))
-      edit().toggle();
-  });
-  cell.addEventListener('input', ({target}) => !editor && target.type === 'range' && edit().moved());
-  cell.addEventListener('keydown', event => {
-    if (event.key !== 'Escape' || !editor)
-      return;
-    event.preventDefault();
-    editor.cancel();
-  });
+  const element = h('div.value', {});
+  const cell = new ValueCell(row, element, app, {done: hadFocus => hadFocus && cell.control?.focus()});
+  for (const type of ['click', 'input', 'keydown'])
+    element.addEventListener(type, cell);
   app.on(app.store, 'change', ({detail}) => {
     if (detail.row !== row)
       return;
-    if (!editor)
-      showFace(cell.firstChild, row, app);
-    else if (detail.mark && !detail.mark.isOwn)
-      editor.conflict(detail.mark);
-    if (detail.mark && !detail.mark.isOwn) {
-      cell.classList.remove('fresh');
-      void cell.offsetWidth; // The animation begins anew.
-      cell.classList.add('fresh');
-    }
+    cell.changed(detail.mark);
+    if (detail.mark && !detail.mark.isOwn)
+      flash(element);
   });
-  showValue();
-  return cell;
+  return element;
 }
 
 const labelled = (app, name, label) =>

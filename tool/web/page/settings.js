@@ -1,8 +1,7 @@
 // All settings at once: search, groups, editors in their rows, marks of what others change. Each row's elements are made once;
 // searching hides rows and makes none.
-import {count, h, timeElement, valueText, who} from './dom.js';
-import {editorFor, faceFor, kindOf, showFace} from './editors.js';
-import {change} from './change.js';
+import {count, flash, h, timeElement, valueText, who} from './dom.js';
+import {ValueCell} from './values.js';
 import {path} from './api.js';
 
 export function show(main, params, app) {
@@ -16,7 +15,7 @@ const template = h('div.row', {role: 'row', tabIndex: -1},
 
 class SettingsView {
   #app;
-  #lines = [];            // one for each setting: {row, element, cells, text, isShown, editor}
+  #lines = [];            // one for each setting: {row, element, cell, more, name, words, groupWords, valueWords, isShown}
   #byRow = new Map();
   #byElement = new WeakMap();
   #shown = [];            // the lines that are not hidden, from top to bottom
@@ -33,7 +32,7 @@ class SettingsView {
     app.on(app.search, 'keydown', event => this.#searchKey(event));
     app.on(this.list, 'keydown', event => this.#key(event));
     app.on(this.list, 'click', event => this.#click(event));
-    app.on(this.list, 'input', event => this.#slide(event));
+    app.on(this.list, 'input', event => this.#lineOf(event.target)?.cell.handleEvent(event));
     app.on(this.list, 'focusin', event => this.#enter(this.#lineOf(event.target)));
     this.update(params);
   }
@@ -87,7 +86,13 @@ class SettingsView {
     help.textContent = row.help;
     const words = [row.name, row.help, row.unit, ...Object.values(row.names ?? {})].join('\n').toLowerCase();
     const groupWords = `${family.title}\n${family.family}`.toLowerCase();
-    const line = {row, element, value, more, name, words, groupWords, isShown: true, editor: null};
+    const line = {row, element, more, name, words, groupWords, isShown: true};
+    line.cell = new ValueCell(row, value, this.#app, {tabIndex: -1, done: hadFocus => {
+      this.#refresh(line);
+      this.#enter(this.#current);
+      if (hadFocus)
+        element.focus();
+    }});
     this.#byRow.set(row, line);
     this.#byElement.set(element, line);
     this.#lines.push(line);
@@ -121,7 +126,7 @@ class SettingsView {
   }
 
   #matches(line, words) {
-    if (this.#state.changed && !line.row.isChanged && !line.editor)
+    if (this.#state.changed && !line.row.isChanged && !line.cell.editor)
       return false;
     return words.every(({word, inGroup}) => line.words.includes(word) || line.valueWords.includes(word) ||
       (inGroup && line.groupWords.includes(word)));
@@ -214,11 +219,6 @@ class SettingsView {
     const {row} = line;
     line.valueWords = `${row.value ?? ''}\n${valueText(row.value, row)}`.toLowerCase();
     line.element.classList.toggle('changed', row.isChanged);
-    if (!line.editor && line.kind !== kindOf(row))
-      line.value.replaceChildren(faceFor(row, this.#app));
-    else if (!line.editor)
-      showFace(line.value.firstChild, row, this.#app);
-    line.kind = kindOf(row);
     const {mark} = row;
     if (row.isChanged || mark || line.more.firstChild)
       this.#tellMore(line, row, mark);
@@ -237,13 +237,10 @@ class SettingsView {
     const line = this.#byRow.get(row);
     if (!line)
       return;
-    if (line.editor && mark && !mark.isOwn)
-      line.editor.conflict(mark);
+    line.cell.changed(mark);
     this.#refresh(line);
     if (mark && !mark.isOwn) {
-      line.element.classList.remove('fresh');
-      void line.element.offsetWidth; // The animation begins anew.
-      line.element.classList.add('fresh');
+      flash(line.element);
       this.news.textContent = `${row.name} is ${valueText(row.value, row)} now, ${who(mark)}`;
     }
     this.#filter();
@@ -273,25 +270,9 @@ class SettingsView {
     line.element.focus();
   }
 
-  #edit(line, begin = editor => editor.focus()) {
-    if (this.#app.session.readOnly || line.row.isTable)
-      return;
-    if (!line.editor)
-      line.editor = editorFor(line.row, line.value, this.#app, () => {
-        const hadFocus = line.element.contains(document.activeElement);
-        line.editor = null;
-        line.value.replaceChildren(faceFor(line.row, this.#app));
-        this.#refresh(line);
-        this.#enter(line);
-        if (hadFocus || document.activeElement === document.body)
-          line.element.focus();
-      });
-    begin(line.editor);
-  }
-
   #reset(line) {
     if (line?.row.isChanged && !this.#app.session.readOnly)
-      change(this.#app, {method: 'DELETE', path: path`settings/${line.row.name}`}, {title: `Reset ${line.row.name}?`, yes: 'Reset'});
+      this.#app.change({method: 'DELETE', path: path`settings/${line.row.name}`}, {title: `Reset ${line.row.name}?`, yes: 'Reset'});
   }
 
   // ---- Hands ----
@@ -302,17 +283,8 @@ class SettingsView {
       return;
     if (event.target.closest('.reset'))
       this.#reset(line);
-    else if (event.target.closest('.face'))
-      this.#edit(line);
-    else if (event.target.closest('.of-switch > .switch'))
-      this.#edit(line, editor => editor.toggle());
-  }
-
-  /// A slider that is moved becomes an editor, which then hears of its moves itself.
-  #slide({target}) {
-    const line = this.#lineOf(target);
-    if (line && !line.editor && target.type === 'range')
-      this.#edit(line, editor => editor.moved());
+    else
+      line.cell.handleEvent(event);
   }
 
   #searchKey(event) {
@@ -333,7 +305,7 @@ class SettingsView {
     if (!line || event.ctrlKey || event.metaKey || event.altKey)
       return;
     if (event.key === 'Escape' && event.target !== line.element) {
-      line.editor?.cancel();
+      line.cell.handleEvent(event);
       line.element.focus();
       return event.preventDefault();
     }
@@ -356,8 +328,8 @@ class SettingsView {
       PageUp: to(at - 10), Home: to(0), End: to(Infinity), ArrowRight: within(1), ArrowLeft: within(-1),
     };
     if (target === line.element)
-      Object.assign(actions, {Enter: () => this.#edit(line), F2: () => this.#edit(line), Delete: () => this.#reset(line),
-        e: () => line.name.click(), ' ': () => line.value.querySelector('[role=switch]')?.click()});
+      Object.assign(actions, {Enter: () => line.cell.edit(), F2: () => line.cell.edit(), Delete: () => this.#reset(line),
+        e: () => line.name.click(), ' ': () => line.element.querySelector('[role=switch]')?.click()});
     return actions;
   }
 }
