@@ -7,7 +7,7 @@
 //   app.go(hash)                     '#history?item=ringer-volume'
 //   app.aside(...nodes)              what stands under the navigation while the view is shown
 //   app.toast(text, {isError, action: {text, run}})
-//   app.ask({title, body, yes, danger})   a dialog; resolves with whether it was wanted
+//   app.ask({title, body, yes, no, danger})   a dialog; resolves with whether it was wanted
 //   app.change(request, options)          a change with preview and question (change.js)
 import {api, unauthorized} from './api.js';
 import {change} from './change.js';
@@ -131,12 +131,12 @@ function toast(text, {isError = false, action} = {}) {
   setTimeout(close, isError ? 15000 : 6000);
 }
 
-function ask({title, body, yes = 'Yes', danger = false}) {
+function ask({title, body, yes = 'Yes', no = 'Cancel', danger = false}) {
   const id = newId('dialog');
   const from = document.activeElement;
   const dialog = h('dialog', {'aria-labelledby': id}, h('form', {method: 'dialog'},
     h('h2', {id}, title), body,
-    h('div.buttons', {}, h('button', {value: '', autofocus: danger}, 'Cancel'),
+    h('div.buttons', {}, no && h('button', {value: '', autofocus: danger}, no),
       h(`button.primary${danger ? '.danger' : ''}`, {value: 'yes', autofocus: !danger}, yes))));
   document.body.append(dialog);
   dialog.showModal();
@@ -229,7 +229,7 @@ document.addEventListener('keydown', event => {
     app.search.focus();
     app.search.select();
   } else if (event.key === '?')
-    ask({title: 'Keys', yes: 'Close', body: h('dl.keys', {}, keys.map(([key, what]) =>
+    ask({title: 'Keys', yes: 'Close', no: '', body: h('dl.keys', {}, keys.map(([key, what]) =>
       [h('dt', {}, key.split(' ').map(one => h('kbd', {}, one))), h('dd', {}, what)]))});
 });
 

@@ -17,7 +17,7 @@ export function h(name, properties, ...children) {
     else
       element.setAttribute(key, value);
   }
-  element.append(...children.flat().filter(child => child != null && child !== false));
+  element.append(...children.flat(Infinity).filter(child => child != null && child !== false));
   return element;
 }
 

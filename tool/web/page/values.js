@@ -43,7 +43,10 @@ const kinds = {
   },
   text,
   secret: {...text, make: () => input({type: 'password', autocomplete: 'new-password', placeholder: 'new value'})},
-  table: {},
+  table: {
+    face: ({family}) => h('a', {href: family === 'doors' ? '#doors' : '#tables'}, 'a table'),
+    show: () => {},
+  },
 };
 
 function kindOf(row) {
@@ -130,8 +133,8 @@ export class ValueCell {
 
   #make(kind) {
     const {row} = this;
-    const fixed = kind === 'table' || this.app.session.readOnly;
-    this.element.replaceChildren(kinds[kind].face ? h('div.direct', {}, kinds[kind].face(row)) : fixed ? h('span.fixed') : buttonFace(row));
+    this.element.replaceChildren(kinds[kind].face ? h('div.direct', {}, kinds[kind].face(row))
+      : this.app.session.readOnly ? h('span.fixed') : buttonFace(row));
     if (this.control)
       this.control.tabIndex = this.tabIndex;
   }
