@@ -28,7 +28,7 @@ class SettingsView {
     this.#build(main);
     this.#buildGroups();
     app.on(app.store, 'change', ({detail}) => this.#changed(detail));
-    app.on(app.search, 'input', () => this.#set({q: app.search.value}));
+    app.on(app.search, 'input', () => this.list.isConnected && this.#set({q: app.search.value}));
     app.on(app.search, 'keydown', event => this.#searchKey(event));
     app.on(this.list, 'keydown', event => this.#key(event));
     app.on(this.list, 'click', event => this.#click(event));
@@ -47,21 +47,22 @@ class SettingsView {
     if (line) {
       this.#focus(line);
       line.element.scrollIntoView({block: 'center'});
-    }
+    } else if (document.activeElement === document.body) // Back from a view that is gone.
+      this.#current?.element.focus({preventScroll: true});
   }
 
   // ---- Elements ----
 
   #build(main) {
-    this.changedOnly = h('button.switch.with-text', {type: 'button', role: 'switch', ariaChecked: 'false',
-      onclick: () => this.#set({changed: !this.#state.changed})}, 'Changed only');
-    this.summary = h('p.summary', {role: 'status'});
+    this.changedOnly = h('button.switch', {type: 'button', role: 'switch', onclick: () => this.#set({changed: !this.#state.changed})});
+    this.summary = h('p', {role: 'status'});
     this.news = h('p.unseen', {role: 'status'});
     this.nothing = h('p.note', {hidden: true});
     this.list = h('div.settings', {});
     for (const family of this.#app.store.families)
       this.#buildSection(family);
-    main.append(h('div.head', {}, h('h1', {}, 'Settings'), this.summary, this.changedOnly), this.list, this.nothing, this.news);
+    main.append(h('div.head', {}, h('h1', {}, 'Settings'), this.summary,
+      h('label.line', {}, this.changedOnly, 'Changed only')), this.list, this.nothing, this.news);
   }
 
   #buildSection(family) {
