@@ -5,15 +5,14 @@
 
 #include <fcntl.h>
 
+#define XXH_INLINE_ALL // no library to load
+#include <xxhash.h>
+
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cerrno>
-#include <charconv>
-#include <cstdint>
-#include <cstring>
+#include <cstdio>
 #include <optional>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -25,48 +24,7 @@ using State = DataDirectory::State;
 
 constexpr char const* sealName = "mediadata.seal";
 constexpr std::array<char const*, 2> logs{"-wal", "-journal"};
-constexpr std::string_view beforeSum = " bytes, sum ";
-
-/// A sum of blocks, far cheaper than a cryptographic hash. Four chains of 64 bits, in which each step can be reversed: whatever
-/// changes in one word of a chain changes its end, and what changes in several leaves the end as it was once in 2^64.
-class CheckSum {
-public:
-    using Block = std::array<char, 4096>;
-
-    void add(Block const& block)
-    {
-        auto [first, second, third, fourth] = m_chains;
-        for (std::size_t place = 0; place < block.size(); place += sizeof m_chains) {
-            char const* const words = block.data() + place;
-            first = link(first, words);
-            second = link(second, words + 8);
-            third = link(third, words + 16);
-            fourth = link(fourth, words + 24);
-        }
-        m_chains = {first, second, third, fourth};
-    }
-
-    std::string text() const
-    {
-        std::array<char, 16> digits{};
-        std::string text;
-        for (std::uint64_t const chain : m_chains) {
-            auto const end = std::to_chars(digits.data(), digits.data() + digits.size(), chain, 16).ptr;
-            text.append(1, '-').append(digits.data(), end);
-        }
-        return text.substr(1);
-    }
-
-private:
-    static std::uint64_t link(std::uint64_t chain, char const* word)
-    {
-        std::uint64_t value = 0;
-        std::memcpy(&value, word, sizeof value);
-        return std::rotl(chain + value * 0xc2b2ae3d27d4eb4f, 31) * 0x9e3779b185ebca87;
-    }
-
-    std::array<std::uint64_t, 4> m_chains{};
-};
+constexpr char const* beforeHash = " bytes, XXH64 "; ///< a seal with another is none
 
 std::string contentOf(DataDirectory const& directory)
 {
@@ -94,16 +52,21 @@ std::string DatabaseSeal::describeFile() const
     FileDescriptor const file = m_directory.openFile(m_databaseName, O_RDONLY, ignored);
     if (!file)
         return "";
-    CheckSum sum;
-    CheckSum::Block block{};
+    XXH64_state_t state;
+    XXH64_reset(&state, 0);
+    std::array<char, 4096> block{};
     std::size_t total = 0;
     std::optional<std::size_t> size;
     while ((size = readUpTo(file.get(), block.data(), block.size())) && *size > 0) {
-        std::fill(block.data() + *size, block.data() + block.size(), '\0');
-        sum.add(block);
+        XXH64_update(&state, block.data(), *size);
         total += *size;
     }
-    return size ? std::to_string(total).append(beforeSum).append(sum.text()).append("\n") : "";
+    if (!size)
+        return "";
+    std::array<char, 128> text{};
+    std::snprintf(text.data(), text.size(), "%zu%s%016llx\n", total, beforeHash,
+                  static_cast<unsigned long long>(XXH64_digest(&state)));
+    return text.data();
 }
 
 bool DatabaseSeal::takeOff(std::string& error)
@@ -115,7 +78,7 @@ bool DatabaseSeal::takeOff(std::string& error)
     std::string ignored;
     if (m_directory.look(m_databaseName, ignored) == State::absent)
         m_verdict = Verdict::orphaned;
-    else if (m_text.ends_with('\n') && m_text.find(beforeSum) != m_text.npos && isWhole())
+    else if (m_text.ends_with('\n') && m_text.find(beforeHash) != m_text.npos && isWhole())
         if (std::string const file = describeFile(); !file.empty())
             m_verdict = m_text == file ? Verdict::fits : Verdict::differs;
     m_directory.remove(sealName);
