@@ -304,7 +304,7 @@ bool isOf(Host::HistoryChange const& change, std::set<Names> const& names, std::
 
 } // namespace
 
-std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error)
+std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error, std::int64_t behind)
 {
     auto& database = workbench.platform().database();
     auto stored = database.history();
@@ -312,6 +312,7 @@ std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error)
         error = "the database's part of the history cannot be read";
         stored.emplace();
     }
+    std::erase_if(*stored, [=](auto const& each) { return each.number <= behind; });
     std::vector<Line> lines;
     std::set<std::int64_t> known;
     for (auto const& each : *stored)
@@ -321,7 +322,7 @@ std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error)
     for (std::string text; std::getline(texts, text);) {
         auto line = lineOf(text);
         // An entry that was just being moved is in both places.
-        if (line && line->refused.empty() && known.insert(line->entry.number).second)
+        if (line && line->refused.empty() && line->entry.number > behind && known.insert(line->entry.number).second)
             addStored(entries, line->entry, false);
         else if (line && !line->refused.empty())
             lines.push_back(*std::move(line));

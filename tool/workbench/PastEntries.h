@@ -47,8 +47,8 @@ struct PastEntry {
     std::vector<PastChange> changes = {};
 };
 
-/// Oldest first. `error` says what could not be read.
-std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error);
+/// Oldest first, those with numbers behind `behind`. `error` says what could not be read.
+std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error, std::int64_t behind = 0);
 
 /// Wipes what the history knows of these items, of a cell with all of its table; without any item everything. The report says what
 /// could not be done.
