@@ -106,9 +106,10 @@ std::string nameOf(Peer const& peer)
     return name;
 }
 
-/// Runs the request's command and answers its exit status.
-int run(Invocation const& holder, SendersConsole& console, Request const& request, Peer const& sender,
-        std::shared_ptr<Watcher>& watcher)
+} // namespace
+
+int runFor(Invocation const& holder, Sender const& sender, Console& console, Words const& words,
+           std::shared_ptr<Watcher>& watcher)
 {
     Invocation invocation;
     invocation.console = &console;
@@ -116,16 +117,17 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
     invocation.workbench = holder.workbench;
     invocation.feed = holder.feed;
     invocation.place = Place::Holder;
-    invocation.user = userName(sender.user);
-    invocation.process = nameOf(sender);
+    invocation.user = sender.user;
+    invocation.process = sender.process;
+    invocation.door = sender.door;
     // The library's errors reach the command that caused them, when it wants them.
-    bool const isWanted = std::find(request.words.begin(), request.words.end(), "--verbose") != request.words.end();
+    bool const isWanted = std::find(words.begin(), words.end(), "--verbose") != words.end();
     LogTap::Echo const echo(holder.workbench->log(), [&console, isWanted](std::string const& line) {
         if (isWanted)
             console.err << line;
     });
     try {
-        int const status = runCommand(invocation, request.words);
+        int const status = runCommand(invocation, words);
         watcher = std::move(invocation.watcher);
         return status;
     } catch (std::exception const& fault) {
@@ -135,8 +137,6 @@ int run(Invocation const& holder, SendersConsole& console, Request const& reques
     }
     return exitInternal;
 }
-
-} // namespace
 
 Reply answer(Invocation const& holder, Message const& message, Peer const& sender)
 {
@@ -150,7 +150,7 @@ Reply answer(Invocation const& holder, Message const& message, Peer const& sende
     int status = exitUsage;
     if (parseRequest(message, request, error)) {
         SendersConsole console(request, out, err);
-        status = run(holder, console, request, sender, reply.watcher);
+        status = runFor(holder, {userName(sender.user), nameOf(sender)}, console, request.words, reply.watcher);
         if (console.lacksInput())
             return {{{"ask", console.lacking()}}, nullptr, true};
     } else {
