@@ -1,5 +1,6 @@
 #include "cli/CommandLine.h"
 
+#include "cli/OtherProgram.h"
 #include "cli/Parser.h"
 #include "cli/Readiness.h"
 #include "cli/Registry.h"
@@ -74,6 +75,7 @@ Host::Author authorOf(Call const& call)
         author.process = invocation.process;
     }
     author.door = call.verb.changesAs == "management" ? "management"
+                  : !invocation.door.empty()          ? invocation.door
                   : invocation.place == Place::Shell  ? "shell"
                                                       : "command";
     return author;
@@ -209,6 +211,8 @@ int run(Call const& call)
 {
     if (!call.verb.runsAt(call.invocation.place))
         return call.fail(exitUsage, "this verb runs in a process of its own");
+    if (!call.verb.program.empty() && !call.invocation.page)
+        return call.fail(exitInternal, becomeProgram(call.verb.program, call.words));
     if (call.verb.lasting && call.isOfThisProcess()) {
         if (auto fault = Readiness::fault(*call.verb.lasting); !fault.empty())
             return call.fail(exitUsage, std::move(fault));

@@ -35,7 +35,7 @@ std::vector<Verb> allVerbs()
     verbs.insert(verbs.begin(), {listVerb(), getVerb(), setVerb(), describeVerb(), explainVerb(), diffVerb(), exportVerb(),
                                  importVerb(), resetVerb(), historyVerb(), undoVerb(), catalogueVerb()});
     verbs.insert(verbs.end(), {tableVerb(), countryVerb(), mobilityVerb(), flagsVerb(), deviceVerb(), initVerb(),
-                               shellVerb(), serveVerb(), watchVerb()});
+                               shellVerb(), serveVerb(), watchVerb(), webVerb()});
     return verbs;
 }
 

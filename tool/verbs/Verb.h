@@ -110,6 +110,7 @@ struct Verb {
     General* general = nullptr;           ///< where it wants to be told what was given beside its own options
     Lasting const* lasting = nullptr;     ///< it tells that it is ready
     std::function<int(Invocation&, int end)> whileHeld = {}; ///< instead of WhileHolding, while another process serves
+    std::string program = {};     ///< the name of another program that does it, with the same words
     bool* yes = nullptr;          ///< set for a second run, when somebody says yes to what its report asks
     bool const* dryRun = nullptr; ///< whether nothing is to be written: not even a missing data directory is made then
 
