@@ -30,6 +30,7 @@ Verb shellVerb();
 Verb tableVerb();
 Verb undoVerb();
 Verb watchVerb();
+Verb webVerb();
 
 /// The hidden verb for the completion of command shells: `complete -- WORDS...`, of which the last is the one that is typed, or
 /// `complete --line LINE`, cut as the shell cuts it. It takes its words as they are, before anything else looks at them, and

@@ -1,0 +1,291 @@
+#include "web/Routes.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+#include <sstream>
+
+namespace Tool::Web {
+
+namespace {
+
+/// How what is given for a name becomes words.
+enum class Kind {
+    Flag,   ///< the option, when it is 1 or true
+    Option, ///< the option with its value
+    Word,   ///< words among those without option, as many as are given
+    YesNo   ///< the option with yes or no
+};
+
+struct Input {
+    std::string_view name;
+    std::string_view option = {};
+    Kind kind = Kind::Option;
+};
+
+/// What a body becomes.
+enum class Body {
+    None,
+    Value,       ///< {"value": V}: the path's item is set to it
+    Assignments, ///< {"ITEM": V, ...}
+    Lines,       ///< the same, where null takes away
+    Members,     ///< those that the route names
+    Document     ///< the file that the verb reads
+};
+
+struct Route {
+    std::string_view method;
+    std::string_view path;  ///< {} stands for a word
+    std::string_view words; ///< the verb; behind " -- " what stands before the path's words
+    std::vector<Input> query = {};
+    Body body = Body::None;
+    std::vector<Input> members = {};
+    bool changes = false;
+    int refused = 422;
+};
+
+Input const dryRun{"dryRun", "--dry-run", Kind::Flag};
+Input const yes{"yes", "--yes", Kind::Flag};
+Input const atomic{"atomic", "--atomic", Kind::Flag};
+
+std::vector<Route> const& routes()
+{
+    static std::vector<Route> const all{
+        {"GET",
+         "settings",
+         "list --details",
+         {{"pattern", "", Kind::Word}, {"changed", "--changed", Kind::Flag}, {"family", "--family"}}},
+        {"PATCH", "settings", "set", {dryRun, yes, atomic}, Body::Assignments, {}, true},
+        {"GET", "settings/{}", "get"},
+        {"PUT", "settings/{}", "set", {dryRun, yes}, Body::Value, {}, true},
+        {"DELETE", "settings/{}", "reset", {dryRun}, Body::None, {}, true},
+        {"GET", "settings/{}/description", "describe"},
+        {"GET", "settings/{}/explanation", "explain"},
+        {"GET", "groups", "list --groups"},
+        {"GET", "tables", "table"},
+        {"GET", "tables/{}", "table"},
+        {"GET",
+         "history",
+         "history",
+         {{"item", "--item"}, {"since", "--since"}, {"until", "--until"}, {"limit", "--limit"}}},
+        {"GET", "history/{}", "history -- show"},
+        {"POST",
+         "undo",
+         "undo",
+         {dryRun, yes, {"force", "--force", Kind::Flag}},
+         Body::Members,
+         {{"number", "", Kind::Word}, {"since", "--since"}},
+         true,
+         409},
+        {"GET", "diff", "diff"},
+        {"POST", "diff", "diff -- -", {}, Body::Document},
+        {"GET", "export", "export"},
+        {"POST", "import", "import -- -", {dryRun, yes, atomic}, Body::Document, {}, true},
+        {"POST", "reset", "reset", {dryRun}, Body::Members, {{"what", "", Kind::Word}, {"all", "--all", Kind::Flag}}, true},
+        {"GET", "flags", "flags"},
+        {"PATCH", "flags", "flags", {}, Body::Lines, {}, true},
+        {"GET", "device", "device"},
+        {"PUT", "device", "device", {}, Body::Members, {{"model", "--model"}, {"usb", "--usb", Kind::YesNo}}, true},
+        {"GET", "country", "country"},
+        {"PUT", "country", "country", {}, Body::Members, {{"code", "", Kind::Word}}, true},
+        {"GET", "mobility", "mobility"},
+        {"POST", "mobility", "mobility", {}, Body::Members, {{"type", "", Kind::Word}}, true},
+        {"GET", "management", "mgmt get", {{"item", "", Kind::Word}}},
+        {"PATCH", "management", "mgmt set", {}, Body::Assignments, {}, true},
+        {"POST", "management/changed", "mgmt changed", {}, Body::Assignments, {}, true},
+        {"POST", "management/reset", "mgmt reset-user-data", {}, Body::Members, {}, true},
+        {"GET", "management/journal", "mgmt journal"},
+    };
+    return all;
+}
+
+std::vector<std::string> partsOf(std::string_view path)
+{
+    std::istringstream text{std::string(path)};
+    std::vector<std::string> parts;
+    for (std::string part; std::getline(text, part, '/');)
+        parts.push_back(part);
+    return parts;
+}
+
+/// The words in the places of {}; nothing when the path is another one.
+std::optional<Words> wordsIn(Route const& route, std::span<std::string const> segments)
+{
+    auto const parts = partsOf(route.path);
+    Words words;
+    bool const fits = std::ranges::equal(parts, segments, [&](std::string const& part, std::string const& segment) {
+        if (part == "{}" && !segment.empty())
+            words.push_back(segment);
+        return part == "{}" ? !segment.empty() : part == segment;
+    });
+    return fits ? std::optional(words) : std::nullopt;
+}
+
+/// The words of a command while they come together. Nothing that is given can be taken for an option: its own stand with their values
+/// in one word, all others behind "--".
+class Gathering {
+public:
+    explicit Gathering(Route const& route)
+    {
+        std::istringstream words{std::string(route.words)};
+        auto* place = &m_options;
+        for (std::string word; words >> word;) {
+            if (word == "--")
+                place = &m_plain;
+            else
+                place->push_back(word);
+        }
+    }
+
+    void addPlain(std::string word) { m_plain.push_back(std::move(word)); }
+
+    /// False when the value is none for the input.
+    bool add(Input const& input, std::string const& value)
+    {
+        bool const isTrue = value == "true" || (value == "1" && input.kind == Kind::Flag);
+        bool const isFalse = value == "false" || (value == "0" && input.kind == Kind::Flag);
+        bool const isOption = input.kind != Kind::Word;
+        std::string const option(input.option);
+        if (input.kind == Kind::Flag && isTrue)
+            m_options.push_back(option);
+        else if (input.kind == Kind::YesNo)
+            m_options.push_back(option + (isTrue ? "=yes" : "=no"));
+        else if (input.kind != Kind::Flag)
+            isOption ? m_options.push_back(option + '=' + value) : m_plain.push_back(value);
+        return !isOption || input.kind == Kind::Option || isTrue || isFalse;
+    }
+
+    Words words() const
+    {
+        Words all{"--json"};
+        all.insert(all.end(), m_options.begin(), m_options.end());
+        if (!m_plain.empty())
+            all.emplace_back("--");
+        all.insert(all.end(), m_plain.begin(), m_plain.end());
+        return all;
+    }
+
+private:
+    Words m_options;
+    Words m_plain;
+};
+
+/// A member as text; nothing for what is neither text nor number nor truth.
+std::optional<std::string> textOf(Json const& value)
+{
+    if (value.is_string())
+        return value.get<std::string>();
+    return value.is_primitive() && !value.is_null() ? std::optional(value.dump()) : std::nullopt;
+}
+
+using Fault = std::string; ///< empty: none
+
+Fault takeQuery(Route const& route, Target const& target, Gathering& words, bool& isDry)
+{
+    for (auto const& [name, value] : target.query) {
+        auto const input = std::ranges::find(route.query, name, &Input::name);
+        if (input == route.query.end())
+            return "the query's parameter is not known here: " + name;
+        if (!words.add(*input, value))
+            return "the query's parameter is neither 1 nor 0: " + name;
+        isDry = isDry || (input->name == dryRun.name && (value == "1" || value == "true"));
+    }
+    return {};
+}
+
+/// An assignment's item must not bring a part of the value along.
+Fault assign(std::string const& item, std::optional<std::string> const& text, Gathering& words)
+{
+    if (item.empty() || item.find('=') != std::string::npos)
+        return "no item has such a name: " + item;
+    if (!text)
+        return "a value is a text, a number, true or false: " + item;
+    words.addPlain(item + '=' + *text);
+    return {};
+}
+
+Fault takeMembers(Route const& route, Json const& body, Gathering& words)
+{
+    for (auto const& [name, value] : body.items()) {
+        auto const input = std::ranges::find(route.members, name, &Input::name);
+        if (input == route.members.end())
+            return "the body's member is not known here: " + name;
+        bool const isList = value.is_array() && input->kind == Kind::Word;
+        for (auto const& each : isList ? value : Json::array({value})) {
+            auto const text = textOf(each);
+            if (!text || !words.add(*input, *text))
+                return "the body's member is of another type: " + name;
+        }
+    }
+    return {};
+}
+
+Fault takeBody(Route const& route, Request const& request, Words const& inPath, Gathering& words)
+{
+    if (route.body == Body::None || route.body == Body::Document)
+        return {};
+    constexpr int deepest = 4;
+    auto const isFlat = [](int depth, Json::parse_event_t, Json&) { return depth < deepest; };
+    auto const body = Json::parse(request.body, isFlat, false);
+    if (!body.is_object())
+        return "the body is no JSON object";
+    if (route.body == Body::Members)
+        return takeMembers(route, body, words);
+    if (route.body == Body::Value)
+        return body.size() == 1 && body.contains("value") ? assign(inPath.front(), textOf(body["value"]), words)
+                                                          : "the body is to be {\"value\": ...}";
+    for (auto const& [item, value] : body.items()) {
+        bool const takesAway = route.body == Body::Lines && value.is_null();
+        if (auto fault = assign(item, takesAway ? "" : textOf(value), words); !fault.empty())
+            return fault;
+    }
+    return {};
+}
+
+std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Request const& request, Target const& target)
+{
+    Gathering words(route);
+    bool isDry = false;
+    auto fault = takeQuery(route, target, words, isDry);
+    if (fault.empty())
+        fault = takeBody(route, request, inPath, words);
+    if (!fault.empty())
+        return problem(400, fault);
+    for (auto& word : inPath) {
+        if (route.body != Body::Value)
+            words.addPlain(std::move(word));
+    }
+    return Command{words.words(), route.body == Body::Document ? request.body : "",
+                   std::string(request.header("Passphrase")), route.refused, route.changes && !isDry};
+}
+
+} // namespace
+
+std::variant<Command, Answer> commandFor(Request const& request, Target const& target)
+{
+    auto const segments = std::span(target.segments).subspan(2); // behind "api" and "v1"
+    std::string allowed;
+    for (auto const& route : routes()) {
+        auto words = wordsIn(route, segments);
+        if (!words)
+            continue;
+        if (route.method == request.method)
+            return commandOf(route, std::move(*words), request, target);
+        allowed += (allowed.empty() ? "" : ", ") + std::string(route.method);
+    }
+    if (allowed.empty())
+        return problem(404, "nothing is at " + target.path);
+    auto answer = problem(405, "at " + target.path + " there is " + allowed);
+    answer.headers.emplace_back("Allow", allowed);
+    return answer;
+}
+
+std::vector<std::string> routeNames()
+{
+    std::vector<std::string> names;
+    for (auto const& route : routes())
+        names.push_back(std::string(route.method) + ' ' + std::string(apiPrefix) + std::string(route.path));
+    return names;
+}
+
+} // namespace Tool::Web
