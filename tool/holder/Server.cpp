@@ -1,6 +1,7 @@
 #include "holder/Server.h"
 
 #include "holder/Watcher.h"
+#include "workbench/SignalBlock.h"
 
 #include "HostPlatform.h"
 
@@ -8,7 +9,6 @@
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstdint>
 #include <sstream>
 #include <system_error>
@@ -41,25 +41,6 @@ std::string reason(int code)
     return std::generic_category().message(code);
 }
 
-/// Threads that are made while it lives take no signals but for faults of their own: those are for the process that serves.
-class SignalsElsewhere {
-public:
-    SignalsElsewhere()
-    {
-        sigset_t blocked;
-        sigfillset(&blocked);
-        for (int const fault : {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGTRAP, SIGSYS})
-            sigdelset(&blocked, fault);
-        ::pthread_sigmask(SIG_SETMASK, &blocked, &m_before);
-    }
-    ~SignalsElsewhere() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsElsewhere(SignalsElsewhere const&) = delete;
-    SignalsElsewhere& operator=(SignalsElsewhere const&) = delete;
-
-private:
-    sigset_t m_before{};
-};
-
 } // namespace
 
 Server::Server(Workbench& workbench, ChangeFeed& feed, Answer answer)
@@ -72,7 +53,7 @@ std::unique_ptr<Server> Server::start(Workbench& workbench, ChangeFeed& feed, An
     if (!server->listen(error))
         return nullptr;
     server->m_listening.emplace([&feed, &workbench](auto const& changes) { feed.publish(workbench.platform(), changes); });
-    SignalsElsewhere const signals;
+    SignalBlock const block; // They are for the process that serves.
     server->m_acceptor = std::thread([self = server.get()] { self->acceptAll(); });
     return server;
 }

@@ -5,10 +5,10 @@
 #include "report/Report.h"
 #include "workbench/Child.h"
 #include "workbench/ScratchDirectory.h"
+#include "workbench/SignalBlock.h"
 
 #include "Files.h"
 
-#include <csignal>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -26,25 +26,6 @@ namespace fs = std::filesystem;
 
 constexpr char const* lockFile = "mediadata.lock";
 constexpr char const* databaseFile = "mediadata.db";
-
-/// What orders this process to end waits until the object has gone.
-class EndsLater {
-public:
-    EndsLater()
-    {
-        sigset_t ends;
-        sigemptyset(&ends);
-        for (int const signal : {SIGINT, SIGTERM, SIGHUP})
-            sigaddset(&ends, signal);
-        ::pthread_sigmask(SIG_BLOCK, &ends, &m_before);
-    }
-    ~EndsLater() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    EndsLater(EndsLater const&) = delete;
-    EndsLater& operator=(EndsLater const&) = delete;
-
-private:
-    sigset_t m_before{};
-};
 
 /// Everything in it but links; the lock that the caller holds keeps others out meanwhile.
 std::error_code copyFiles(fs::path const& from, fs::path const& to)
@@ -103,7 +84,7 @@ OtherTelephone readDirectory(fs::path const& directory)
         return {exitStorage, error.message()};
     if (!isThere)
         return {exitUsage, "is no data directory: it holds no " + std::string(databaseFile)};
-    EndsLater const later; // The copy holds secrets: it goes first.
+    SignalBlock const block; // The copy holds secrets: it goes before the process does.
     ScratchDirectory const scratch;
     Host::FileDescriptor const lock(::open((directory / lockFile).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     bool const isFree = lock && ::flock(lock.get(), LOCK_EX | LOCK_NB) == 0;
