@@ -93,6 +93,16 @@ Argument Arguments::assignments(Words* target, std::string help)
     return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = Offers::assignments};
 }
 
+Argument Arguments::dryRun(bool* target, std::string help)
+{
+    return {.name = "--dry-run", .target = target, .help = std::move(help)};
+}
+
+Argument Arguments::atomic(bool* target, std::string help)
+{
+    return {.name = "--atomic", .target = target, .help = std::move(help)};
+}
+
 Argument Arguments::yes(bool* target)
 {
     return {.name = "--yes", .target = target, .help = "Do not ask before texts are wiped that somebody has set"};

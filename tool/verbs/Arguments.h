@@ -32,6 +32,10 @@ Argument items(Target target, std::string help = "Names, or tag numbers");
 /// PATTERN: what matchItems() takes; all items without it.
 Argument pattern(std::string* target);
 
+/// --dry-run, and --atomic; the help is the whole sentence.
+Argument dryRun(bool* target, std::string help = "Show what would change and write nothing");
+Argument atomic(bool* target, std::string help);
+
 /// --yes, in the place of the question whether texts are to be wiped.
 Argument yes(bool* target);
 

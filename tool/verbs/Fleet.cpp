@@ -252,11 +252,9 @@ Verb fleetOf(bool isImport)
          .value = "NUMBER",
          .range = {{1, 256}}}};
     if (isImport) {
+        arguments.push_back(Arguments::dryRun(&options->dryRun, "Check the template and write nothing"));
         arguments.push_back(
-            {.name = "--dry-run", .target = &options->dryRun, .help = "Check the template and write nothing"});
-        arguments.push_back({.name = "--atomic",
-                             .target = &options->atomic,
-                             .help = "Store nothing in a telephone that refuses an item or does not know it"});
+            Arguments::atomic(&options->atomic, "Store nothing in a telephone that refuses an item or does not know it"));
         arguments.push_back(Arguments::yes(&options->yes));
     }
     return {.name = isImport ? "fleet import" : "fleet diff",

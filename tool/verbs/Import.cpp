@@ -50,25 +50,24 @@ Report run(ImportOptions const& options, Workbench& workbench)
 Verb importVerb()
 {
     auto const options = std::make_shared<ImportOptions>();
-    return {
-        .name = "import",
-        .help = "Take over an exported configuration, each item accounted for",
-        .arguments = withPassphrase(
-            {{.name = "FILE",
-              .target = &options->file,
-              .help = "The document, - for standard input",
-              .isRequired = true,
-              .offer = Offers::files},
-             {.name = "--dry-run", .target = &options->dryRun, .help = "Check the document and write nothing"},
-             {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one item is refused or unknown"},
-             Arguments::yes(&options->yes)},
-            options->passphrase, "Open the encrypted secrets and store them"),
-        .changesAs = "import",
-        .action = onWorkbench(options),
-        .gather = gathering(options),
-        .general = &options->general,
-        .yes = &options->yes,
-        .dryRun = &options->dryRun};
+    return {.name = "import",
+            .help = "Take over an exported configuration, each item accounted for",
+            .arguments =
+                withPassphrase({{.name = "FILE",
+                                 .target = &options->file,
+                                 .help = "The document, - for standard input",
+                                 .isRequired = true,
+                                 .offer = Offers::files},
+                                Arguments::dryRun(&options->dryRun, "Check the document and write nothing"),
+                                Arguments::atomic(&options->atomic, "Store nothing when one item is refused or unknown"),
+                                Arguments::yes(&options->yes)},
+                               options->passphrase, "Open the encrypted secrets and store them"),
+            .changesAs = "import",
+            .action = onWorkbench(options),
+            .gather = gathering(options),
+            .general = &options->general,
+            .yes = &options->yes,
+            .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs

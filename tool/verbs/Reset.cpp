@@ -142,19 +142,18 @@ Report run(ResetOptions const& options, Workbench& workbench)
 Verb resetVerb()
 {
     auto const options = std::make_shared<ResetOptions>();
-    return {
-        .name = "reset",
-        .help = "Go back to the defaults",
-        .arguments = {{.name = "WHAT",
-                       .target = &options->what,
-                       .help = "audio: the user's audio settings; user-data: everything that follows the user; or "
-                               "items, where a table or group stands for its cells",
-                       .offer = Offers::words({"audio", "user-data"})},
-                      {.name = "--all", .target = &options->all, .help = "Every setting that the telephone keeps"},
-                      {.name = "--dry-run", .target = &options->dryRun, .help = "Show what would change and write nothing"}},
-        .changesAs = "reset",
-        .action = onWorkbench(options),
-        .dryRun = &options->dryRun};
+    return {.name = "reset",
+            .help = "Go back to the defaults",
+            .arguments = {{.name = "WHAT",
+                           .target = &options->what,
+                           .help = "audio: the user's audio settings; user-data: everything that follows the user; or "
+                                   "items, where a table or group stands for its cells",
+                           .offer = Offers::words({"audio", "user-data"})},
+                          {.name = "--all", .target = &options->all, .help = "Every setting that the telephone keeps"},
+                          Arguments::dryRun(&options->dryRun)},
+            .changesAs = "reset",
+            .action = onWorkbench(options),
+            .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs

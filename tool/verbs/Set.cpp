@@ -64,30 +64,29 @@ Report run(SetOptions const& options, Workbench& workbench)
 Verb setVerb()
 {
     auto const options = std::make_shared<SetOptions>();
-    return {
-        .name = "set",
-        .help = "Set values, all in one bulk set",
-        .arguments = {Arguments::assignments(&options->assignments, "A value may be empty"),
-                      {.name = "--file",
-                       .target = &options->file,
-                       .help = "Read ITEM=VALUE lines from a file, - for standard input",
-                       .value = "FILE",
-                       .offer = Offers::files},
-                      {.name = "--ask",
-                       .target = &options->asked,
-                       .help = "Ask for the item's value without showing it, or take a line of the standard input; may "
-                               "be given several times",
-                       .value = "ITEM",
-                       .offer = Offers::items},
-                      {.name = "--dry-run", .target = &options->dryRun, .help = "Check the values and write nothing"},
-                      {.name = "--atomic", .target = &options->atomic, .help = "Store nothing when one value is refused"},
-                      Arguments::yes(&options->yes),
-                      {.name = "--watch", .target = &options->watch, .help = "Show what a registered callback heard"}},
-        .changesAs = "set",
-        .action = onWorkbench(options),
-        .gather = gathering(options),
-        .yes = &options->yes,
-        .dryRun = &options->dryRun};
+    return {.name = "set",
+            .help = "Set values, all in one bulk set",
+            .arguments = {Arguments::assignments(&options->assignments, "A value may be empty"),
+                          {.name = "--file",
+                           .target = &options->file,
+                           .help = "Read ITEM=VALUE lines from a file, - for standard input",
+                           .value = "FILE",
+                           .offer = Offers::files},
+                          {.name = "--ask",
+                           .target = &options->asked,
+                           .help = "Ask for the item's value without showing it, or take a line of the standard input; may "
+                                   "be given several times",
+                           .value = "ITEM",
+                           .offer = Offers::items},
+                          Arguments::dryRun(&options->dryRun, "Check the values and write nothing"),
+                          Arguments::atomic(&options->atomic, "Store nothing when one value is refused"),
+                          Arguments::yes(&options->yes),
+                          {.name = "--watch", .target = &options->watch, .help = "Show what a registered callback heard"}},
+            .changesAs = "set",
+            .action = onWorkbench(options),
+            .gather = gathering(options),
+            .yes = &options->yes,
+            .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs

@@ -43,26 +43,25 @@ Report run(UndoVerbOptions const& options, Workbench& workbench)
 Verb undoVerb()
 {
     auto const options = std::make_shared<UndoVerbOptions>();
-    return {
-        .name = "undo",
-        .help = "Take changes back, as far as the database has them: its last 64 kB of history",
-        .arguments = {{.name = "NUMBER",
-                       .target = &options->number,
-                       .help = "An entry of the history; otherwise the last one that is neither an undo nor undone. The "
-                               "undo of an undo does again what it took back"},
-                      {.name = "--since",
-                       .target = &options->since,
-                       .help = "Everything from this time on, as in history",
-                       .value = "TIME"},
-                      {.name = "--dry-run", .target = &options->dryRun, .help = "Show what would change and write nothing"},
-                      {.name = "--force",
-                       .target = &options->force,
-                       .help = "Also what was changed meanwhile, and the rest when something cannot be taken back"},
-                      Arguments::yes(&options->yes)},
-        .changesAs = "undo",
-        .action = onWorkbench(options),
-        .yes = &options->yes,
-        .dryRun = &options->dryRun};
+    return {.name = "undo",
+            .help = "Take changes back, as far as the database has them: its last 64 kB of history",
+            .arguments = {{.name = "NUMBER",
+                           .target = &options->number,
+                           .help = "An entry of the history; otherwise the last one that is neither an undo nor undone. The "
+                                   "undo of an undo does again what it took back"},
+                          {.name = "--since",
+                           .target = &options->since,
+                           .help = "Everything from this time on, as in history",
+                           .value = "TIME"},
+                          Arguments::dryRun(&options->dryRun),
+                          {.name = "--force",
+                           .target = &options->force,
+                           .help = "Also what was changed meanwhile, and the rest when something cannot be taken back"},
+                          Arguments::yes(&options->yes)},
+            .changesAs = "undo",
+            .action = onWorkbench(options),
+            .yes = &options->yes,
+            .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs
