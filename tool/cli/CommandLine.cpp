@@ -187,7 +187,10 @@ int run(Call const& call, Following const& action)
     seclude(call);
     // Whoever holds the directory: to be told to end is the usual end.
     for (int const ending : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(ending, [](int) { ::_exit(exitOk); });
+        std::signal(ending, [](int) {
+            Readiness::endBySignal();
+            ::_exit(exitOk);
+        });
     Readiness readiness(*invocation.console, call.verb.lasting, call.general.dataDirectory);
     invocation.console->whenReady = [&readiness] { readiness.tell(); };
     if (auto const elsewhere = reachTelephone(call, Wish::Changes))

@@ -5,6 +5,7 @@
 #include "Files.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <ostream>
@@ -38,6 +39,8 @@ void notify(std::string_view state)
                  static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length));
 }
 
+volatile std::sig_atomic_t isServiceReady = 0;
+
 } // namespace
 
 Readiness::Readiness(Console& console, Lasting const* lasting, std::string const& directory)
@@ -69,6 +72,13 @@ void Readiness::tell()
         Host::writeAll(descriptor.get(), "ready\n");
     }
     notify("READY=1");
+    isServiceReady = 1;
+}
+
+void Readiness::endBySignal()
+{
+    if (isServiceReady != 0)
+        notify("STOPPING=1");
 }
 
 } // namespace Tool

@@ -24,6 +24,9 @@ public:
     /// To be called once.
     void tell();
 
+    /// For a handler of signals that ends the process: tells the service manager, if it was told that one is ready.
+    static void endBySignal();
+
 private:
     Console& m_console;
     Lasting const* m_lasting;
