@@ -135,6 +135,10 @@ int run(Call const& call, OnWorkbench const& action)
     if (!elsewhere) {
         auto& workbench = *call.invocation.workbench;
         auto const& who = call.verb.changesAs;
+        workbench.progress = [&](std::size_t done, std::size_t all) {
+            if (progress)
+                progress->tell(call.verb.name + ", ", done, all, " stored");
+        };
         auto const act = [&] {
             return who.empty() ? action(workbench)
                                : workbench.journal().record(authorOf(call), [&] { return action(workbench); });
@@ -150,6 +154,8 @@ int run(Call const& call, OnWorkbench const& action)
                 report = act();
         }
     }
+    if (call.invocation.workbench)
+        call.invocation.workbench->progress = {};
     progress.reset();
     return elsewhere ? end(call, *elsewhere) : call.answer(report);
 }

@@ -130,10 +130,17 @@ public:
     void apply(bool atomic)
     {
         auto const earlier = Snapshot::values();
+        auto const all = toStore();
+        auto const tell = [&] {
+            if (m_workbench.progress)
+                m_workbench.progress(all - toStore(), all);
+        };
+        tell();
         storeTogether(m_workbench, m_settings);
         // The flags after the tables: a start reads the tables before it looks at the flag file, too.
         for (auto const step : {&Import::applyDevice, &Import::applyFlags, &Import::applyService}) {
             // The check of a table may still refuse what its rehearsal took, as may the disk.
+            tell();
             if (!atomic || !isAnyBad())
                 (this->*step)();
         }
@@ -279,6 +286,13 @@ private:
         else if (!reason.empty() || (exists(tag) && validate(tag, wanted, reason).is_null()))
             refuse(other, {}, reason);
         m_workbench.journal().ask(tag);
+    }
+
+    /// How much is still to be stored.
+    std::size_t toStore() const
+    {
+        auto const counts = [](auto const& each) { return each.result == Result::WouldStore; };
+        return static_cast<std::size_t>(std::ranges::count_if(m_settings, counts) + std::ranges::count_if(m_others, counts));
     }
 
     std::vector<Other*> toStore(std::string const& prefix)

@@ -6,7 +6,9 @@
 #include "workbench/StorageFailures.h"
 #include "workbench/Values.h"
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +70,9 @@ public:
 
     LogTap& log() { return *m_log; }
     StorageFailures& storage() { return m_storage; }
+
+    /// Whom a long change tells how many of its values are stored; empty: nobody.
+    std::function<void(std::size_t done, std::size_t all)> progress = {};
 
     /// The journal of changes.
     Journal& journal() { return m_journal; }
