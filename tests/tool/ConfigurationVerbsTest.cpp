@@ -108,6 +108,7 @@ TEST_F(ConfigurationVerbs, ExplainEveryItemByTheLayerThatWonAndWhatHidesIt)
 TEST_F(ConfigurationVerbs, MakeTheTelephoneAnewWithTheCommandsOfDiff)
 {
     changeALot();
+    EXPECT_NE(column(ask("diff --commands")["leftOut"], "item").find("ice-server-pwd-0 "), std::string::npos);
     EXPECT_NE(out("diff --commands").find("# left out, the door openers decide: camera-phone-number-3\n"),
               std::string::npos);
     write("cameras", with(R"(, "settings": {"camera-door-opener-1": 0, "camera-phone-number-3": "77"})"));

@@ -50,6 +50,29 @@ TEST_F(TerminalOf, AnyVerbShowsNoValueThatTheTerminalObeys)
     EXPECT_EQ(out("get camera-url-1"), value + '\n');
 }
 
+TEST_F(TerminalOf, ThisWidthATableIsMadeFor)
+{
+    std::string const value(50, 'x');
+    ASSERT_EQ(tool({"set", "camera-url-1=" + value}).status, 0);
+    struct {
+        char const* columns;
+        std::string command;
+        bool isWhole, hasDefault;
+    } const cases[]{{"60", "list camera-url-1", false, false},
+                    {"60", "list camera-url-1 --full", true, false},
+                    {"160", "list camera-url-1", true, true},
+                    {"160", "list camera-url-1 --full", true, true}};
+    for (auto const& [columns, command, isWhole, hasDefault] : cases) {
+        ::setenv("COLUMNS", columns, 1);
+        Terminal terminal(dataDirectory(), command);
+        EXPECT_EQ(terminal.end(), 0);
+        EXPECT_EQ(terminal.said().find(value) != std::string::npos, isWhole) << terminal.said();
+        EXPECT_EQ(terminal.said().find("DEFAULT") != std::string::npos, hasDefault) << terminal.said();
+        EXPECT_EQ(out(command).find("DEFAULT"), std::string::npos);
+    }
+    ::unsetenv("COLUMNS");
+}
+
 TEST_F(TerminalOf, AShellLosesOnlyTheLineByABreak)
 {
     ASSERT_EQ(status("get 61"), 0);

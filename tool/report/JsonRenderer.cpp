@@ -35,8 +35,9 @@ Json objectFor(std::size_t members)
 
 Json object(Section const& section, std::vector<Json> const& row)
 {
-    auto result = objectFor(row.size());
-    for (std::size_t column = 0; column < row.size(); ++column)
+    auto const members = row.size() - section.spare;
+    auto result = objectFor(members);
+    for (std::size_t column = 0; column < members; ++column)
         result[keyOf(section.columns[column])] = row[column];
     return result;
 }

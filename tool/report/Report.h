@@ -35,6 +35,9 @@ struct Section {
     std::size_t headings = 0; ///< so many columns of a table stand once, above the rows that share them; not in JSON
     std::string nested = {};  ///< in JSON rows that share the headings are one object, with the other columns under this key
     std::map<std::string, std::string> called = {}; ///< what the text calls columns instead of their names; not in JSON
+    std::map<std::string, std::string> said = {};   ///< what pairs say in text instead of columns' values; not in JSON
+    std::string brief = {};                         ///< in text instead of the title and the rows; not in JSON
+    std::size_t spare = 0; ///< so many columns at the end only fill the room that a table leaves at a terminal; not in JSON
 };
 
 /// Something that went wrong, said on the error stream in text and under "errors" in JSON.

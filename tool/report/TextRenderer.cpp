@@ -24,6 +24,7 @@ constexpr std::size_t widestCell = 44;
 /// The room that a text has.
 struct Room {
     std::size_t columns;
+    bool isTerminal;
     bool cuts;
 };
 
@@ -193,14 +194,27 @@ std::string headingOf(Section const& section, std::vector<Json> const& row)
     return heading;
 }
 
+/// Those below the headings that have values, of the spare ones what there is room for.
+Columns columnsOf(Section const& section, std::size_t indent, Room room)
+{
+    Columns columns;
+    auto const cell = room.cuts ? widestCell : std::string::npos;
+    for (auto index = section.headings; index < section.columns.size(); ++index) {
+        auto column = columnOf(section, index);
+        if (column.cells.empty())
+            continue;
+        columns.push_back(std::move(column));
+        bool const isSpare = index >= section.columns.size() - section.spare;
+        if (isSpare && (!room.isTerminal || widthOf(columns, cell) + indent > room.columns))
+            columns.pop_back();
+    }
+    return columns;
+}
+
 void writeTable(Section const& section, std::ostream& out, Room room, bool coloured)
 {
     std::string const indent(section.headings == 0 ? 0 : 2, ' ');
-    Columns columns;
-    for (auto index = section.headings; index < section.columns.size(); ++index) {
-        if (auto column = columnOf(section, index); !column.cells.empty())
-            columns.push_back(std::move(column));
-    }
+    auto columns = columnsOf(section, indent.size(), room);
     Columns remarks;
     if (widthOf(columns, widestCell) + indent.size() > room.columns) {
         std::copy_if(columns.begin(), columns.end(), std::back_inserter(remarks),
@@ -247,7 +261,8 @@ void writePairs(Section const& section, std::ostream& out, std::size_t width)
             if (row[column].is_null())
                 continue;
             auto const& name = section.columns[column];
-            auto const text = cellText(row[column]);
+            auto const said = section.said.find(name);
+            auto const text = said == section.said.end() ? cellText(row[column]) : said->second;
             auto lead = padded(name + ":", indent);
             for (auto const& line :
                  name == "value" ? std::vector{text} : wrapped(text, std::max(width, indent + narrowestCell) - indent)) {
@@ -282,8 +297,12 @@ void renderText(Report const& report, Console& console)
     auto& out = console.out;
     auto& err = console.err;
     auto const title = dressed("mediadata:", console.colourErr ? Look::Bad : Look::Plain);
-    Room const room{console.columns, console.outIsTerminal && !console.showsAll};
+    Room const room{console.columns, console.outIsTerminal, console.outIsTerminal && !console.showsAll};
     for (auto const& section : report.sections) {
+        if (!section.brief.empty()) {
+            out << escaped(section.brief, "\n") << '\n';
+            continue;
+        }
         if (!section.title.empty())
             out << escaped(section.title, "\n") << '\n';
         switch (section.layout) {

@@ -78,11 +78,18 @@ struct CommandText {
     }
 };
 
+/// What no command sets.
+struct LeftOut {
+    std::string item;
+    std::string reason;
+    std::string remedy = {};
+};
+
 /// What one bulk set has to name. The group-pickup tone type brings its flags along, and the door openers write into the
 /// cameras, which cannot be set to anything else.
 struct SetText {
     CommandText command{{"set"}, {}};
-    std::vector<std::string> leftOut; ///< and why
+    std::vector<LeftOut> leftOut = {};
 };
 
 SetText setFor(Document const& document, bool showSecrets)
@@ -101,11 +108,11 @@ SetText setFor(Document const& document, bool showSecrets)
         if (value == given || (isFlag && typeChanges))
             continue;
         if (link != links.end())
-            set.leftOut.push_back("the door openers decide: " + nameOf(tag));
+            set.leftOut.push_back({nameOf(tag), "the door openers decide"});
         else if (isUnreadable(tag, value))
-            set.leftOut.push_back("unreadable: " + nameOf(tag));
+            set.leftOut.push_back({nameOf(tag), unreadableWord});
         else if (isSecret(tag) && !showSecrets)
-            set.leftOut.push_back("a secret: " + nameOf(tag) + " (--show-secrets)");
+            set.leftOut.push_back({nameOf(tag), "a secret", " (--show-secrets)"});
         else
             set.command.arguments.push_back(nameOf(tag) + "=" + textOf(value));
     }
@@ -142,11 +149,16 @@ Report commandsReport(Workbench& workbench, bool asRows)
         rows.rows.push_back({command.text()});
         text += command.text() + "\n";
     }
-    for (auto const& each : leftOut)
-        text += "# left out, " + each + "\n";
+    Section without{"leftOut", Layout::Table, {"item", "reason"}, {}};
+    for (auto const& [item, reason, remedy] : leftOut) {
+        text += fmt::format("# left out, {}: {}{}\n", reason, item, remedy);
+        without.rows.push_back({item, reason + remedy});
+    }
     if (text.empty())
         text = "# nothing differs from the defaults\n";
-    return {exitOk, {asRows ? rows : Section{"commands", Layout::Text, {"text"}, {{text}}}}};
+    if (asRows)
+        return {exitOk, {std::move(rows), std::move(without)}};
+    return {exitOk, {{"commands", Layout::Text, {"text"}, {{text}}}}};
 }
 
 /// What the other's name stands for; this telephone's own directory needs no reading.
@@ -227,7 +239,10 @@ Report differencesFromAll(DiffOptions const& options, Workbench& workbench)
             return report;
         addFrom(other.name, report.sections.front(), section);
         if (report.sections.size() > 1) {
-            missing.title = report.sections[1].title;
+            auto const& its = report.sections[1];
+            bool const isBrief = !its.brief.empty() && (missing.rows.empty() || !missing.brief.empty());
+            missing.title = its.title;
+            missing.brief = isBrief ? its.title + " all empty here" : "";
             addFrom(other.name, report.sections[1], missing);
         }
         if (report.sections.front().rows.empty())

@@ -317,6 +317,14 @@ Json lastChange(Workbench& workbench, std::vector<eDataTag> const& tags)
     return {};
 }
 
+/// A sentence about lastChange().
+std::string told(Json const& change, eDataTag tag)
+{
+    auto const text = [&](char const* key) { return change[key].get<std::string>(); };
+    auto const who = text("who") == Journal::ruleName ? "a rule" : text("who");
+    return fmt::format("{} changed {} at {}", who, text("item") == nameOf(tag) ? "it" : text("item"), text("time"));
+}
+
 Report Explanation::report() const
 {
     bool const secrets = m_workbench.options().showSecrets;
@@ -335,6 +343,8 @@ Report Explanation::report() const
                  Layout::Pairs,
                  {"item", "tag", "help", "value", "means", "from", "why", "caused by", "last change", "kept in", "hidden"},
                  {{}}};
+    if (!change.is_null())
+        item.said["last change"] = told(change, m_tag);
     item.rows.front() = {nameOf(m_tag),
                          static_cast<int>(m_tag),
                          helpOf(m_tag),

@@ -78,11 +78,14 @@ void addDetails(eDataTag tag, std::vector<Json>& row)
 Section listed(Found const& found, ServiceValues const& others, ListOptions const& options, bool showSecrets)
 {
     Section section{"items", Layout::Table, {"tag", "item", "type", "value"}, {}};
+    bool const hasHelp = options.isLong || found.isByMeaning;
     if (options.isLong)
         section.columns.insert(section.columns.end(), {"means", "default", "unit", "family"});
-    bool const hasHelp = options.isLong || found.isByMeaning;
     if (hasHelp)
         section.columns.emplace_back("help");
+    else
+        section.columns.insert(section.columns.end(), {"default", "family"});
+    section.spare = hasHelp ? 0 : 2;
     if (options.isDetailed)
         section.columns.insert(section.columns.end(),
                                {"names", "accepted", "least", "most", "longest", "words", "secret", "set by", "table"});
@@ -94,6 +97,8 @@ Section listed(Found const& found, ServiceValues const& others, ListOptions cons
             row.insert(row.end(), {nameOfValue(tag, value), defaultOf(tag), unitOf(tag), familyOf(tag).name});
         if (hasHelp)
             row.emplace_back(helpOf(tag));
+        else
+            row.insert(row.end(), {defaultOf(tag), familyOf(tag).name});
         if (options.isDetailed)
             addDetails(tag, row);
     }

@@ -12,6 +12,7 @@
 
 #include "HostPlatform.h"
 
+#include <algorithm>
 #include <set>
 #include <utility>
 
@@ -157,6 +158,9 @@ void addMissingSecrets(Report& report, Document const& document)
                                              : value == Json("")      ? "empty"
                                                                       : "set"});
     }
+    bool const isAnySet = std::ranges::any_of(section.rows, [](auto const& row) { return row.back() != Json("empty"); });
+    if (!isAnySet)
+        section.brief = fmt::format("\nSecrets that the document does not have: {}, all empty here", section.rows.size());
     if (!section.rows.empty())
         report.sections.push_back(std::move(section));
 }
