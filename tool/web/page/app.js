@@ -163,29 +163,33 @@ function connected({state, again}) {
   place.textContent = words[state];
   document.body.classList.toggle('offline', state === 'lost');
   if (state === 'refused')
-    signedOut();
+    api('GET', 'session').catch(() => {}); // Whether it still is so: it tells unauthorized.
+  if (state === 'live' && !isStarted)
+    start();
   if (state !== 'live' || !again)
     return;
   place.textContent = 'Connection found again';
   setTimeout(() => place.textContent = words[place.dataset.state], 4000);
-  app.store.load().catch(() => {}); // What the history does not keep is not told again.
+  reload(); // What the history does not keep is not told again.
 }
+
+const reload = () => isStarted && app.store.load().catch(() => {});
 
 function heard({kind, data, ...message}) {
   if (kind === 'state')
     connected(message);
   else if (kind === 'hello')
     said(data);
-  else if (kind === 'missed')
-    app.store.load().catch(() => {});
+  if (kind === 'missed' || data?.resumed === false)
+    reload();
   else if (kind === 'change') {
     app.store.apply(data);
     live.forEach(listener => listener(data));
   }
 }
 
-function said({directory, model, readOnly}) {
-  Object.assign(app.session, {directory, model, readOnly});
+function said(session) {
+  const {directory, model, readOnly} = Object.assign(app.session, session);
   find('place').textContent = [directory?.split('/').filter(Boolean).pop(), model && model !== 'other' && `${model} model`,
     readOnly && 'read only'].filter(Boolean).join(' · ');
   find('place').title = directory ?? '';
@@ -193,7 +197,7 @@ function said({directory, model, readOnly}) {
 }
 
 addEventListener('online', () => tryNow());
-addEventListener('pageshow', event => event.persisted && app.store.load().catch(() => {}));
+addEventListener('pageshow', event => event.persisted && reload());
 document.addEventListener('visibilitychange', () => document.hidden || tryNow());
 setInterval(refreshTimes, 10000);
 
@@ -201,11 +205,12 @@ function signedOut() {
   leave();
   shown = {};
   kept.clear();
+  isStarted = false;
   const field = h('input', {id: 'token', type: 'text', autocomplete: 'off', spellcheck: false});
   const enter = event => {
     event.preventDefault();
     const token = /token=([^&\s]+)/.exec(field.value)?.[1] ?? encodeURIComponent(field.value.trim());
-    location.href = `./?token=${token}`;
+    location.href = `./?token=${token}${location.hash}`;
   };
   document.body.classList.add('signed-out');
   main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'A token is needed'),
@@ -245,15 +250,23 @@ find('skip').addEventListener('click', event => {
 
 // ---- Beginning ----
 
+let isStarted = false;
+
+async function start() {
+  isStarted = true;
+  try {
+    const [session] = await Promise.all([api('GET', 'session'), app.store.load()]);
+    said({...session, ...app.session});
+    document.body.classList.remove('signed-out');
+    await route();
+  } catch (problem) {
+    isStarted = false;
+    if (problem.status !== 401)
+      main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'No answer'), h('p', {role: 'alert'}, problem.message)));
+  }
+}
+
+addEventListener('hashchange', () => isStarted && route());
 unauthorized.tell = signedOut;
 tryNow = follow(heard);
-try {
-  const [session] = await Promise.all([api('GET', 'session'), app.store.load()]);
-  said({...session, ...app.session});
-  addEventListener('hashchange', route);
-  await route();
-} catch (problem) {
-  if (problem.status !== 401)
-    main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'No answer'), h('p', {role: 'alert'}, problem.message),
-      h('p', {}, h('button.primary', {onclick: () => location.reload()}, 'Try again'))));
-}
+start();

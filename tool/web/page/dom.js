@@ -68,7 +68,7 @@ export function refreshTimes(root = document) {
 
 /// "root by set": who made a change, of an entry of the history or a line of the event stream.
 export function who({user, verb, door}) {
-  const way = {page: 'on this page', management: 'by the management service', application: 'by an application'}[door];
+  const way = {page: 'on the page', management: 'by the management service', application: 'by an application'}[door];
   return `${user ?? 'somebody'} ${way ?? (verb ? `with ${verb}` : '')}`.trim();
 }
 

@@ -15,7 +15,7 @@ const template = h('div.row', {role: 'row', tabIndex: -1},
 
 class SettingsView {
   #app;
-  #lines = [];            // one for each setting: {row, element, cell, more, name, words, groupWords, valueWords, isShown}
+  #lines = [];            // one for each setting: {row, element, cell, more, name, words, groupWords, valueWords, isShown, isChanged}
   #byRow = new Map();
   #byElement = new WeakMap();
   #shown = [];            // the lines that are not hidden, from top to bottom
@@ -87,7 +87,7 @@ class SettingsView {
     help.textContent = row.help;
     const words = [row.name, row.help, row.unit, ...Object.values(row.names ?? {})].join('\n').toLowerCase();
     const groupWords = `${family.title}\n${family.family}`.toLowerCase();
-    const line = {row, element, more, name, words, groupWords, isShown: true};
+    const line = {row, element, more, name, words, groupWords, isShown: true, isChanged: false};
     line.cell = new ValueCell(row, value, this.#app, {tabIndex: -1, done: hadFocus => {
       this.#refresh(line);
       this.#enter(this.#current);
@@ -219,7 +219,8 @@ class SettingsView {
   #refresh(line) {
     const {row} = line;
     line.valueWords = `${row.value ?? ''}\n${valueText(row.value, row)}`.toLowerCase();
-    line.element.classList.toggle('changed', row.isChanged);
+    if (line.isChanged !== row.isChanged)
+      line.element.classList.toggle('changed', line.isChanged = row.isChanged);
     const {mark} = row;
     if (row.isChanged || mark || line.more.firstChild)
       this.#tellMore(line, row, mark);

@@ -17,6 +17,8 @@ self.onconnect = ({ports: [port]}) => {
       if (latest[kind])
         port.postMessage(latest[kind]);
     }
+    if (latest.state?.state !== 'live')
+      stream.now();
   };
   port.onmessage = ({data}) => {
     if (data === 'leave')

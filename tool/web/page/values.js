@@ -97,7 +97,8 @@ export class ValueCell {
     } else {
       const face = this.element.firstChild;
       face.textContent = valueText(row.value, row);
-      face.classList.toggle('dim', row.value === '' || row.value === null);
+      if (face.classList.contains('dim') !== (row.value === '' || row.value === null))
+        face.classList.toggle('dim');
     }
   }
 
