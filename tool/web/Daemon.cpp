@@ -20,12 +20,12 @@ using Clock = Daemon::Clock;
 constexpr unsigned int mostConnections = 64;
 constexpr std::size_t mostStreams = 56; ///< the others leave room for commands
 constexpr std::size_t mostInBodies = std::size_t{64} << 20U;
-constexpr std::size_t longestHead = 32768;
+constexpr std::size_t longestHead = 16384;
 constexpr auto headWithin = 10s; ///< from the connection's begin, or the end of the request before
 constexpr auto bodyWithin = 60s;
 constexpr auto answerWithin = 60s;          ///< until its reader has it
 constexpr unsigned int longestSilence = 75; ///< seconds, of who reads events; there is a comment more often
-constexpr std::size_t blockSize = 16384;
+constexpr std::size_t blockSize = 4096;
 
 /// What browsers may do with any answer: run and show what comes from here, and nothing else.
 constexpr std::pair<char const*, char const*> protection[]{
@@ -173,10 +173,13 @@ private:
         request.method = method;
         request.peer = peer.address;
         ::MHD_get_connection_values(peer.connection, MHD_HEADER_KIND, addHeader, &request.headers);
-        if (auto const early = daemon.m_site.answerAtHead(request))
-            return send(peer, *early);
-        phase = Phase::Body;
         peer.deadline = Clock::now() + bodyWithin;
+        auto early = daemon.m_site.answerAtHead(request);
+        if (early && request.hasBody())
+            return send(peer, *early); // The connection does not outlive it.
+        phase = early ? Phase::Ready : Phase::Body;
+        if (early)
+            answer = *std::move(early);
         return MHD_YES;
     }
 
