@@ -107,21 +107,24 @@ bool HistoryFile::append(std::string text, std::string& error) const
     if (!file || ::fstat(file.get(), &status) != 0)
         return false;
     if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > longest) {
-        if (m_directory.look(older, error) == DataDirectory::State::refused || !m_directory.rename(present, older, error))
+        if (m_directory.look(older, error) == DataDirectory::State::refused ||
+            !m_directory.rename(present, older, error) || !m_directory.sync(error))
             return false;
         file = open();
         if (!file)
             return false;
         status.st_size = 0;
     }
+    // A file in which something stands has its name for good.
+    if (status.st_size == 0 && !m_directory.sync(error))
+        return false;
     // A line that a kill left torn is ended first, so that it spoils nothing but itself.
     char last = '\n';
     if (status.st_size > 0 && ::pread(file.get(), &last, 1, status.st_size - 1) == 1 && last != '\n')
         text.insert(0, 1, '\n');
-    if (writeAll(file.get(), text) && ::fdatasync(file.get()) == 0 && (status.st_size > 0 || m_directory.sync(error)))
+    if (writeAll(file.get(), text) && ::fdatasync(file.get()) == 0)
         return true;
-    if (error.empty())
-        error = m_directory.pathOf(present) + ": cannot be written: " + std::strerror(errno);
+    error = m_directory.pathOf(present) + ": cannot be written: " + std::strerror(errno);
     return false;
 }
 
