@@ -11,27 +11,32 @@ using namespace Telephone;
 namespace {
 
 constexpr char const* telephone = "/home/phone"; // neither is there before
-constexpr std::size_t writes = 200;
+constexpr int writes = 200;
 constexpr int writesUntilRestart = 50; // the log is carried over into the database by itself before that
 constexpr Disk::Rest rests[]{{0, false, false},  {100, false, false}, {50, false, false}, {50, true, false},
                              {90, false, false}, {90, true, false},   {50, false, true},  {80, true, true}};
 
-/// Writes of all kinds in turn, with a restart, hence a clean close, now and then. Each is marked when it was begun and when
-/// it was acknowledged.
+/// The next kind of write, marked when it was begun and when it was acknowledged.
+void write(Writer& writer, int number)
+{
+    auto const kind = static_cast<std::size_t>(number - 1) % kinds.size();
+    Disk::calls.push_back({Disk::Call::mark, kind, "begun", "", number});
+    EXPECT_TRUE(writer.write(kind, number)) << kinds[kind].name;
+    Disk::calls.push_back({Disk::Call::mark, kind, "acknowledged", "", number});
+}
+
+/// Writes of all kinds in turn, with a restart, hence a clean close, now and then.
 void runWorkload(bool relaxed)
 {
     TemporaryDirectory const place;
     Disk::watch(place.path());
     std::unique_ptr<Writer> writer;
-    for (int write = 0; write < static_cast<int>(writes); ++write) {
-        if (write % writesUntilRestart == 0) {
+    for (int number = 1; number <= writes; ++number) {
+        if (number % writesUntilRestart == 1) {
             writer.reset();
             writer = std::make_unique<Writer>(place.path() + telephone, relaxed);
         }
-        auto const kind = static_cast<std::size_t>(write) % kinds.size();
-        Disk::calls.push_back({Disk::Call::mark, kind, "begun", "", write + 1});
-        EXPECT_TRUE(writer->write(kind, write + 1)) << kinds[kind].name;
-        Disk::calls.push_back({Disk::Call::mark, kind, "acknowledged", "", write + 1});
+        write(*writer, number);
     }
     writer.reset();
     Disk::watchNothing();
@@ -77,7 +82,7 @@ Findings cutAtEveryCall(int wanted, std::size_t first = 0, Ledger ledger = {}, b
         }
     }
     std::cout << "power loss: " << made << " images at " << Disk::calls.size() - first - marks << " I/O calls of "
-              << (mayBeMended ? "mending" : std::to_string(writes) + " writes") << ": " << findings.text() << "\n";
+              << (mayBeMended ? "mending" : std::to_string(marks / 2) + " writes") << ": " << findings.text() << "\n";
     return findings;
 }
 
@@ -97,6 +102,21 @@ TEST(PowerLoss, IsSeenToTakeValuesWhenWritesDoNotWaitForTheDisk)
     std::cout << "with synchronous=NORMAL, ";
     runWorkload(true);
     EXPECT_GT(cutAtEveryCall(images / 8).lost, 0);
+}
+
+TEST(PowerLoss, DoesNotTakeADirectoryThatSomebodyElseJustMade)
+{
+    TemporaryDirectory const place;
+    fs::create_directory(place.path() + "/home");
+    Disk::watch(place.path());
+    fs::create_directory(place.path() + telephone);
+    {
+        Writer writer(place.path() + telephone, false);
+        write(writer, 1);
+        Disk::watchNothing();
+    }
+    Findings const findings = cutAtEveryCall(images);
+    EXPECT_EQ(findings.text(), nothingFound) << findings.examples;
 }
 
 TEST(PowerLoss, WhileADamagedDatabaseIsMendedTakesNothing)

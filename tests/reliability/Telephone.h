@@ -118,16 +118,18 @@ using Ledger = std::array<LedgerLine, std::tuple_size_v<decltype(kinds)>>;
 struct Findings {
     int lost = 0;    // values of another write than the last acknowledged or one under way, or in part
     int torn = 0;    // tables and operations with parts of several writes
+    int untrue = 0;  // histories that do not tell how the values came about
     int damaged = 0; // directories that could not be opened, or not without mending
     std::string examples;
 
     std::string text() const
     {
         return std::to_string(lost) + " acknowledged values lost, " + std::to_string(torn) + " tables or records torn, " +
-               std::to_string(damaged) + " databases damaged";
+               std::to_string(untrue) + " histories untrue, " + std::to_string(damaged) + " databases damaged";
     }
 };
-inline constexpr char const* nothingFound = "0 acknowledged values lost, 0 tables or records torn, 0 databases damaged";
+inline constexpr char const* nothingFound =
+    "0 acknowledged values lost, 0 tables or records torn, 0 histories untrue, 0 databases damaged";
 
 inline std::vector<int> marksIn(std::string const& text)
 {
@@ -159,6 +161,35 @@ inline std::vector<Host::StoredItem> manyItems()
     return items;
 }
 
+/// What is wrong with the history; empty when each value was changed from what the entry before it says to what is stored, and no
+/// number is missing.
+inline std::string untruthOf(Host::Platform& platform)
+{
+    std::string error;
+    auto const entries = platform.database().history().value_or(std::vector<Host::HistoryEntry>());
+    std::string const older = platform.database().historyFile().read(error);
+    std::int64_t number = entries.empty() ? 0 : entries.front().number - 1;
+    if (number > 0 && older.find("{\"number\":" + std::to_string(number) + ",") == std::string::npos)
+        return "entry " + std::to_string(number) + " is nowhere";
+    std::map<std::pair<std::string, std::string>, std::string> latest;
+    for (Host::HistoryEntry const& entry : entries) {
+        if (entry.number != ++number)
+            return "entry " + std::to_string(number) + " is missing";
+        for (Host::HistoryChange const& each : entry.changes) {
+            auto const [place, isFirst] = latest.try_emplace({each.schema, each.element}, each.before);
+            if (!isFirst && place->second != each.before)
+                return each.schema + "/" + each.element + " changed before entry " + std::to_string(number);
+            place->second = each.after;
+        }
+    }
+    for (Host::StoredItem const& each : platform.database().list("")) {
+        auto const place = latest.find({each.schema, each.element});
+        if (place != latest.end() ? place->second != each.value : older.empty())
+            return each.schema + "/" + each.element + " has another value";
+    }
+    return error;
+}
+
 /// Opens the data directory as a start does and compares its values with the ledger, which afterwards tells what was found.
 inline void check(std::string const& directory, Ledger& ledger, Findings& findings, bool mayBeMended = false)
 {
@@ -172,6 +203,9 @@ inline void check(std::string const& directory, Ledger& ledger, Findings& findin
         find(findings.damaged, platform != nullptr ? platform->notices().front() : error);
     if (platform != nullptr && mayBeMended && platform->database().list("Many").size() != manyItems().size())
         find(findings.lost, "some of many");
+    if (platform != nullptr)
+        if (auto const untruth = untruthOf(*platform); !untruth.empty())
+            find(findings.untrue, untruth);
     for (std::size_t i = 0; platform != nullptr && i < kinds.size(); ++i) {
         std::set<int> writes;
         for (std::size_t place = 0; place < kinds[i].places.size(); ++place) {
