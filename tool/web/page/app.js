@@ -12,7 +12,7 @@
 import {api, unauthorized} from './api.js';
 import {change} from './change.js';
 import {h, newId, refreshTimes} from './dom.js';
-import {follow} from './events.js';
+import {follow} from './stream.js';
 import {Store} from './store.js';
 import {views} from './views.js';
 
@@ -161,7 +161,6 @@ function connected({state, again}) {
   const place = find('connection');
   place.dataset.state = state;
   place.textContent = words[state];
-  document.body.classList.toggle('offline', state === 'lost');
   if (state === 'refused')
     api('GET', 'session').catch(() => {}); // Whether it still is so: it tells unauthorized.
   if (state === 'live' && !isStarted)
@@ -193,7 +192,6 @@ function said(session) {
   find('place').textContent = [directory?.split('/').filter(Boolean).pop(), model && model !== 'other' && `${model} model`,
     readOnly && 'read only'].filter(Boolean).join(' · ');
   find('place').title = directory ?? '';
-  document.body.classList.toggle('read-only', Boolean(readOnly));
 }
 
 addEventListener('online', () => tryNow());
@@ -214,8 +212,8 @@ function signedOut() {
   };
   document.body.classList.add('signed-out');
   main.replaceChildren(h('div.view.narrow', {}, h('h1', {}, 'A token is needed'),
-    h('p', {}, 'Whoever starts ', h('code', {}, 'mediadata web'), ' is told an address with a token that can be used once. Open that ' +
-      'address, or enter it here. A new one is made each time the page is started.'),
+    h('p', {}, h('code', {}, 'mediadata web'),
+      ' prints an address with a token that can be used once, each time it is started. Open that address, or enter it here.'),
     h('form.line', {onsubmit: enter}, h('label', {htmlFor: 'token'}, 'Address or token'), field,
       h('button.primary', {}, 'Open'))));
 }

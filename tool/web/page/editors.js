@@ -7,6 +7,8 @@ import {same} from './store.js';
 
 const pause = 150; // ms without a key press before a draft is rehearsed
 
+const button = (name, text, onclick) => h(name, {type: 'button', onclick}, text);
+
 export class Editor {
   #row;
   #kind;
@@ -42,11 +44,6 @@ export class Editor {
   toggle() {
     this.#kind.show(this.#control, !this.#draft());
     this.store();
-  }
-
-  /// Of a slider: it was moved before its editor was there.
-  moved() {
-    this.#input();
   }
 
   /// Somebody else changed the setting: a draft stays, and people decide.
@@ -90,7 +87,6 @@ export class Editor {
 
   #build(cell) {
     const {tag, names, unit, least, most, longest, secret, value} = this.#row;
-    const button = (name, text, onclick) => h(name, {type: 'button', onclick}, text);
     this.#notes = h('div.notes', {id: newId(), 'aria-live': 'polite'});
     this.#limits = h('span.limits', {id: newId()}, least != null && !names ? `${least} to ${most}${unit ? ` ${unit}` : ''}` : '');
     this.#buttons = h('span.buttons', {}, button('button.primary', 'Store', () => this.store()),
@@ -111,7 +107,7 @@ export class Editor {
   #listen(cell) {
     const {signal} = this.#ends;
     const on = (type, listener) => this.#control.addEventListener(type, listener, {signal});
-    on('input', () => this.#input());
+    on('input', () => this.moved());
     on('pointerdown', () => this.#lastKey = '');
     on('keydown', event => this.#key(event));
     on('change', ({target}) => { // Chosen by hand it is meant; the keys pass over what is not.
@@ -140,7 +136,7 @@ export class Editor {
     if (number < this.#row.least || number > this.#row.most || typeof number !== 'number')
       return;
     this.#control.value = `${number}`;
-    this.#input();
+    this.moved();
   }
 
   // ---- The draft ----
@@ -165,7 +161,8 @@ export class Editor {
     this.store();
   }
 
-  #input() {
+  /// The draft has become another. Called from outside for a slider that was moved before its editor was there.
+  moved() {
     this.#isRemoval = false;
     this.#kind.show?.(this.#control, this.#draft());
     this.#count();
@@ -207,7 +204,6 @@ export class Editor {
   }
 
   #conflictNote() {
-    const button = (name, text, onclick) => h(name, {type: 'button', onclick}, text);
     return h('div.conflict', {role: 'alert'},
       h('p', {}, 'Changed meanwhile to ', h('b', {}, valueText(this.#row.value, this.#row)), `: ${who(this.#others)}, `,
         timeElement(this.#others.time)),

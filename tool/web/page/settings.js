@@ -13,6 +13,8 @@ const template = h('div.row', {role: 'row', tabIndex: -1},
   h('div.value', {role: 'gridcell'}),
   h('div.more', {role: 'gridcell'}));
 
+const everything = {family: '', title: 'All settings'};
+
 class SettingsView {
   #app;
   #lines = [];            // one for each setting: {row, element, cell, more, name, words, groupWords, valueWords, isShown, isChanged}
@@ -20,6 +22,7 @@ class SettingsView {
   #byElement = new WeakMap();
   #shown = [];            // the lines that are not hidden, from top to bottom
   #sections = [];
+  #links = new Map();     // at the side, by group
   #current;
   #state = {q: '', group: '', changed: false};
 
@@ -102,16 +105,13 @@ class SettingsView {
   }
 
   #buildGroups() {
-    this.groups = [{family: '', title: 'All settings'}, ...this.#app.store.families].map(family => {
-      const tally = h('span.count', {});
-      const link = h('a', {href: '#settings', onclick: event => {
+    for (const {family, title} of [everything, ...this.#app.store.families])
+      this.#links.set(family, h('a', {href: '#settings', onclick: event => {
         event.preventDefault();
-        this.#set({group: family.family});
+        this.#set({group: family});
         scrollTo(0, 0);
-      }}, h('span', {}, family.title), tally);
-      return {family, link, tally};
-    });
-    this.#app.aside(h('nav.groups', {ariaLabel: 'Groups'}, this.groups.map(({link}) => link)));
+      }}, h('span', {}, title), h('span.count', {})));
+    this.#app.aside(h('nav.groups', {ariaLabel: 'Groups'}, [...this.#links.values()]));
   }
 
   // ---- What is shown ----
@@ -162,20 +162,18 @@ class SettingsView {
       section.element.hidden = !visible;
       section.grid.style.containIntrinsicBlockSize = `auto ${4 * visible}rem`;
       section.tally.textContent = visible;
-      this.#tally(section.family.family, matching);
+      this.#tally(section.family, matching);
     }
-    this.#tally('', total);
+    this.#tally(everything, total);
     this.changedOnly.ariaChecked = `${changed}`;
     this.#summarise(words);
   }
 
-  #tally(family, number) {
-    const group = this.groups?.find(known => known.family.family === family);
-    if (!group)
-      return;
-    group.tally.textContent = number;
-    group.link.classList.toggle('none', !number);
-    group.link.ariaCurrent = this.#state.group === family ? 'true' : null;
+  #tally({family}, number) {
+    const link = this.#links.get(family);
+    link.lastChild.textContent = number;
+    link.classList.toggle('none', !number);
+    link.ariaCurrent = this.#state.group === family ? 'true' : null;
   }
 
   #summarise(words) {

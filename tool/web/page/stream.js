@@ -88,3 +88,24 @@ export class Stream {
     this.#tell({kind: 'missed' in data ? 'missed' : event.event, data});
   }
 }
+
+/// Follows the stream of the browser's shared worker, or one of this page where there are no such workers. `tell` is as above. Returns
+/// a function that asks for a new try at once.
+export function follow(tell) {
+  const alone = () => {
+    const stream = new Stream(tell);
+    post = () => stream.now();
+  };
+  let post;
+  try {
+    const worker = new SharedWorker('stream-worker.js', {type: 'module', name: 'events'});
+    post = what => worker.port.postMessage(what);
+    worker.onerror = alone;
+    worker.port.onmessage = ({data}) => tell(data);
+  } catch {
+    alone();
+  }
+  addEventListener('pagehide', () => post('leave'));
+  addEventListener('pageshow', event => event.persisted && post('join'));
+  return () => post('now');
+}
