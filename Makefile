@@ -10,7 +10,7 @@ FUZZ_RUNS ?= 1000000
 SOAK_SECONDS ?= 600
 
 .DEFAULT_GOAL := help
-.PHONY: help run test format lint sanitize fuzz coverage soak reliability docs-test symbols picture bench package cross-test install clean
+.PHONY: help run test format lint sanitize fuzz coverage soak reliability docs-test web-test web-figures web-pictures symbols picture bench package cross-test install clean
 .SECONDARY:
 
 help: ## say what can be made
@@ -46,6 +46,15 @@ reliability: build-dev ## fail every platform and system call, kill the process 
 
 docs-test: install-build ## add what the documents on adding add, in a copy of the sources, build it and run their examples
 	@tests/docs/adding build/adding build docs/add-a-setting.md docs/add-a-verb.md
+
+web-test: install-web-test build-release ## build, and run whole stories on the telephone's page in a real browser
+	@tests/web/run build/release
+
+web-figures: install-web-test build-release ## measure the page in that browser
+	@tests/web/run build/release figures
+
+web-pictures: install-web-test build-release ## make the pictures of docs/page.md anew
+	@tests/web/run build/release pictures
 
 symbols: build-dev ## write the lists of exported and undefined symbols anew
 	@tests/symbols/symbols write build/dev/libmediadata.so
