@@ -33,7 +33,7 @@ export class RankedTable {
       if (!item.startsWith(`${table.cells}[`) && app.store.row(item)?.family !== 'flags')
         return;
       clearTimeout(timer);
-      timer = setTimeout(() => this.#heard(), 50);
+      timer = setTimeout(() => this.#heard().catch(() => {}), 50); // Without a connection the next change tells.
     });
   }
 
@@ -134,7 +134,7 @@ export class RankedTable {
     const why = refusal(made);
     if (why)
       return this.#plan.replaceChildren(h('p.refusal', {role: 'alert'}, why));
-    await this.load();
+    await this.load().catch(() => {}); // It is stored all the same.
     this.#say(`${this.#table.title}: stored`);
     this.#list.querySelector('.handle').focus();
   }
