@@ -75,7 +75,7 @@ def change(page, tabs, what):
     for _ in range(tabs):
         browser.switch_to.new_window("tab")
         page.open(page.origin + "/#settings?q=ringer-melody")
-        page.until(lambda: page.shown() == ["ringer-melody"] and page.text("#connection") == "live")
+        page.until(lambda: page.shown()[:1] == ["ringer-melody"] and page.text("#connection") == "live")
         page.script(HEAR)
         handles.append(browser.current_window_handle)
     for number in range(ROUNDS):
@@ -135,7 +135,7 @@ def main():
         change(page, 1, f"change to another tab beside {WATCHERS} programs that follow")
         used = memory(telephone.server.pid)
         for connection in connections:
-            connection.close()
+            connection.shutdown(socket.SHUT_RDWR)
         change(page, TABS, f"change to each of {TABS} other tabs")
         print("\n| process | in memory | of it anonymous |\n|---|---|---|")
         for what, sizes in (("serve", alone), ("web, just started", fresh), (f"web, after all this with {WATCHERS} programs", used)):
