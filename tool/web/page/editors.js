@@ -225,6 +225,8 @@ export class Editor {
     const more = consequences(this.#app, plan);
     if (why || (more && !same(this.#shown, draft) && !plan.wiped.length)) {
       this.#preview(plan, draft);
+      if (!why && this.#control.type === 'button') // Its own keys would switch it back.
+        this.#buttons.firstChild.focus();
       return false;
     }
     return !plan.wiped.length || this.#app.ask({title: `Change ${this.#row.name}?`, body: more, yes: 'Change and wipe', danger: true});

@@ -304,7 +304,7 @@ class SettingsView {
     const line = this.#lineOf(event.target);
     if (!line || event.ctrlKey || event.metaKey || event.altKey)
       return;
-    if (event.key === 'Escape' && event.target !== line.element) {
+    if (event.key === 'Escape' && (line.cell.editor || event.target !== line.element)) {
       line.cell.handleEvent(event);
       line.element.focus();
       return event.preventDefault();
