@@ -358,4 +358,94 @@ TEST_F(Web, EventsGoOnWhereAReaderWas)
     EXPECT_NE(events("9999", "\n\n").find("\"resumed\":false"), std::string::npos);
 }
 
+/// One request that means harm, of the kind `which`.
+std::string hostile(std::mt19937& random, std::string const& known, int which)
+{
+    auto const any = [&](Words const& all) { return all[random() % all.size()]; };
+    auto const head = [&](std::string const& line, std::string const& more) {
+        return line + " HTTP/1.1\r\n" + known + "Content-Type: application/json\r\n" + more + "\r\n";
+    };
+    auto const put = "PUT /api/v1/settings/ringer-volume";
+    auto const sized = [&](std::string const& body) {
+        return head(put, "Content-Length: " + std::to_string(body.size()) + "\r\n") + body;
+    };
+    std::string const body = R"({"value": 0})";
+    switch (which) {
+    case 0:
+        return head(put, "Content-Length: " +
+                             any({"-1", "99999999999999999999", "0x9", "1 1", "+12", "12,12", "", "16777217"}) + "\r\n") +
+               body;
+    case 1:
+        return head(put, any({"Transfer-Encoding: chunked\r\nContent-Length: 4\r\n", "Transfer-Encoding: xchunked\r\n",
+                              "Transfer-Encoding : chunked\r\n", "Transfer-Encoding: chunked\r\n",
+                              "X: y\r\n Content-Length: 9\r\n"})) +
+               any({"0\r\n\r\n", "ffffffffffffffff\r\n", "-1\r\n", "5;" + std::string(20000, 'x') + "\r\n", "zz\r\n"}) +
+               "GET /api/v1/export HTTP/1.1\r\nHost: x\r\n\r\n";
+    case 2:
+        return head("GET " +
+                        any({"/../../../etc/passwd", "/%2e%2e/%2e%2e/etc/passwd", "/..%5c..%5cboot.ini", "/%c0%ae%c0%ae/x",
+                             "/api/v1/settings/%", "/api/v1/settings/%zz", "/api/v1/../session", "/api/v1//settings", "*",
+                             "/api/v1/history/%2d%2dshow-secrets", "\\\\x\\y", "/?token=" + std::string(9000, 'a')}),
+                    "");
+    case 3:
+        return any({"GET /" + std::string(60000, 'a') + " HTTP/1.1\r\n\r\n",
+                    head("GET /", "X: " + std::string(60000, 'b') + "\r\n"),
+                    head(put, "Transfer-Encoding: chunked\r\n") + "1000000\r\n" + std::string(100000, ' '),
+                    std::string(70000, '\r')});
+    case 4:
+        return sized(any({std::string(50000, '['), R"({"value": )" + std::string(9000, '[') + "}",
+                          "{\"value\": \"\xff\xfe\"}", R"({"value": 1e999})", R"({"value": 99999999999999999999})",
+                          R"({"value": "\u0000"})", "{", "\xef\xbb\xbf{}"}));
+    default:
+        auto text = sized(body);
+        for (auto count = random() % 8 + 1; count > 0; --count)
+            text[random() % text.size()] = static_cast<char>(random());
+        return text;
+    }
+}
+
+TEST_F(Web, AnswersWhileOthersMeanHarm)
+{
+    serve();
+    auto const* const wanted = std::getenv("MEDIADATA_HOSTILE");
+    auto const count = wanted ? std::atoi(wanted) : 600;
+    std::mt19937 random(1);
+    std::deque<int> held; // More half-open connections than are served.
+    std::chrono::duration<double, std::milli> slowest{};
+    auto const descriptors = [&] {
+        auto const all = std::filesystem::directory_iterator("/proc/" + m_server->number() + "/fd");
+        return std::distance(begin(all), end(all));
+    };
+    auto const before = descriptors();
+    for (int number = 0; number < count; ++number) {
+        auto text = hostile(random, number % 2 == 0 ? m_known : "Host: localhost\r\n", number % 6);
+        bool const isHalf = number % 7 == 0;
+        held.push_back(connect());
+        ::send(held.back(), text.data(), isHalf ? random() % text.size() : text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (!isHalf) {
+            timeval const limit{0, 20000}; // Some are waited for on purpose.
+            ::setsockopt(held.back(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+            char answer[16]{};
+            [[maybe_unused]] auto const got = ::read(held.back(), answer, 12);
+            EXPECT_NE(answer[9], '2') << text.substr(0, 300);
+        }
+        if (held.size() == 80) {
+            ::close(held.front());
+            held.pop_front();
+        }
+        if (number % 50 == 0) {
+            auto const begin = std::chrono::steady_clock::now();
+            EXPECT_EQ(api("GET /api/v1/settings/ringer-volume").json()["items"][0]["value"], 3);
+            slowest = std::max<decltype(slowest)>(slowest, std::chrono::steady_clock::now() - begin);
+        }
+    }
+    std::ranges::for_each(held, ::close);
+    EXPECT_EQ(out("get ringer-volume"), "3\n");
+    std::cout << count << " hostile requests: the slowest answer took " << slowest.count() << " ms\n";
+    for (int round = 0; round < 1000 && descriptors() > before; ++round)
+        ::usleep(10000);
+    EXPECT_LE(descriptors(), before);
+    EXPECT_EQ(m_server->end(SIGTERM), 0);
+}
+
 } // namespace ToolTest

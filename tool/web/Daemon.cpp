@@ -18,6 +18,7 @@ using namespace std::chrono_literals;
 using Clock = Daemon::Clock;
 
 constexpr unsigned int mostConnections = 64;
+constexpr std::size_t crowded = 60;     ///< from here on each new one takes the place of one whose request is not complete
 constexpr std::size_t mostStreams = 56; ///< the others leave room for commands
 constexpr std::size_t mostInBodies = std::size_t{64} << 20U;
 constexpr std::size_t longestHead = 16384;
@@ -76,6 +77,7 @@ struct Daemon::Peer {
     std::string address = {};
     Clock::time_point deadline = Clock::time_point::max();
     bool isSuspended = false;
+    bool isEnding = false;
     std::shared_ptr<Exchange> exchange = {};
 
     void suspend()
@@ -104,6 +106,8 @@ public:
             daemon.m_peers.remove_if([=](Peer const& each) { return &each == *context; });
             return;
         }
+        if (daemon.m_peers.size() >= crowded)
+            daemon.endOldestIncomplete();
         auto& peer = daemon.m_peers.emplace_back();
         peer.connection = connection;
         peer.socket = ::MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
@@ -345,14 +349,29 @@ int Daemon::descriptor() const
 }
 
 /// A deadline is kept by shutting the socket down: the library has its own only for those who are silent.
+void Daemon::end(Peer& peer)
+{
+    peer.deadline = Clock::time_point::max();
+    peer.isEnding = true;
+    ::shutdown(peer.socket, SHUT_RDWR);
+}
+
 void Daemon::endOverdue(Clock::time_point now)
 {
     for (auto& peer : m_peers) {
-        if (peer.deadline <= now) {
-            peer.deadline = Clock::time_point::max();
-            ::shutdown(peer.socket, SHUT_RDWR);
-        }
+        if (peer.deadline <= now)
+            end(peer);
     }
+}
+
+/// Who only holds connections open keeps out nobody.
+void Daemon::endOldestIncomplete()
+{
+    auto const isIncomplete = [](Peer const& peer) {
+        return !peer.isEnding && (!peer.exchange || peer.exchange->phase <= Exchange::Phase::Body);
+    };
+    if (auto const oldest = std::ranges::find_if(m_peers, isIncomplete); oldest != m_peers.end())
+        end(*oldest);
 }
 
 Daemon::Clock::time_point Daemon::run()

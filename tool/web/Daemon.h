@@ -47,7 +47,9 @@ private:
     struct Peer;
 
     Daemon(Site& site, Commands& commands, Events& events, Invocation const& holder);
+    static void end(Peer& peer);
     void endOverdue(Clock::time_point now);
+    void endOldestIncomplete();
 
     Site& m_site;
     Commands& m_commands;
