@@ -312,13 +312,15 @@ std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error, std
         error = "the database's part of the history cannot be read";
         stored.emplace();
     }
+    // Who knows the entry before the database's first, or a later one, misses nothing that is in the file.
+    bool const needsFile = behind == 0 || stored->empty() || stored->front().number > behind + 1;
     std::erase_if(*stored, [=](auto const& each) { return each.number <= behind; });
     std::vector<Line> lines;
     std::set<std::int64_t> known;
     for (auto const& each : *stored)
         known.insert(each.changes.empty() ? 0 : each.number);
     std::vector<PastEntry> entries;
-    std::istringstream texts(database.historyFile().read(error));
+    std::istringstream texts(needsFile ? database.historyFile().read(error) : "");
     for (std::string text; std::getline(texts, text);) {
         auto line = lineOf(text);
         // An entry that was just being moved is in both places.
