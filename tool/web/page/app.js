@@ -1,14 +1,13 @@
 // The shell: views by #hash, the connection, the events, what all views use. `app`, as a view gets it:
-//   app.store        all settings (store.js); rows are there when a view is shown
-//   app.session      {user, directory, readOnly, version}
-//   app.search       the search field in the bar
-//   app.on(target, type, listener)   listens until the view leaves
-//   app.live(listener)               told each change of the event stream, until the view leaves
-//   app.go(hash)                     '#history?item=ringer-volume'
-//   app.aside(...nodes)              what stands under the navigation while the view is shown
-//   app.toast(text, {isError, action: {text, run}})
-//   app.ask({title, body, yes, no, danger})   a dialog; resolves with whether it was wanted
-//   app.change(request, options)          a change with preview and question (change.js)
+//   store     all settings (store.js); they are there when a view is shown
+//   session   {user, directory, model, readOnly, version}
+//   search    the search field in the bar
+//   on(target, type, listener)    listens until the view leaves; live(listener) is told each change of the event stream
+//   go(hash)                      '#history?item=ringer-volume'
+//   aside(...nodes)               what stands under the navigation while the view is shown
+//   toast(text, {isError, action: {text, run}})
+//   ask({title, body, yes, no, danger})   a dialog; resolves with whether it was wanted
+//   change(request, options)      a change with preview and question (change.js)
 import {api, unauthorized} from './api.js';
 import {change} from './change.js';
 import {h, newId, refreshTimes} from './dom.js';
@@ -150,7 +149,6 @@ function ask({title, body, yes = 'Yes', no = 'Cancel', danger = false}) {
 // ---- The connection ----
 
 const words = {
-  connecting: 'connecting',
   live: 'live',
   lost: 'Connection lost. Trying again …',
   refused: 'signed out',

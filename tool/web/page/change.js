@@ -1,6 +1,14 @@
 // A change in two steps, as every view makes it: first what it would do, then it. `request` is {method, path, query, body} for api().
-import {api, Problem} from './api.js';
+import {api, path, Problem} from './api.js';
 import {count, h, valueText} from './dom.js';
+
+/// The request that sets a setting; without a value it goes back to its default.
+export async function settingRequest(app, row, value) {
+  if (row.setBy === 'flags') // Taking the line of a flag away is its default; there is no rehearsal.
+    return {method: 'PATCH', path: 'flags', body: {[await app.store.flagWord(row)]: value ?? null}, isWithoutRehearsal: true};
+  const at = path`settings/${row.name}`;
+  return value === undefined ? {method: 'DELETE', path: at} : {method: 'PUT', path: at, body: {value}};
+}
 
 /// What an answer, or the report of a refusal, says of a change: {refused: [{item, reason, accepted}], also: [{item, old, new}],
 /// wiped: [{item, old}], items: [...], problem}. `problem` is there when the telephone did not take the request.

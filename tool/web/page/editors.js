@@ -1,9 +1,7 @@
 // The editor of a value. It says what the telephone would say of the draft while it is entered, stores it in two steps when other
 // settings change with it, and keeps it when somebody else changes the setting.
-import {path} from './api.js';
-import {consequences, make, refusal, rehearse} from './change.js';
+import {consequences, make, refusal, rehearse, settingRequest} from './change.js';
 import {bytes, h, newId, timeElement, valueText, who} from './dom.js';
-import {same} from './store.js';
 
 const pause = 150; // ms without a key press before a draft is rehearsed
 
@@ -72,9 +70,9 @@ export class Editor {
     this.#isBusy = true;
     clearTimeout(this.#timer);
     try {
-      const request = await this.#request(draft);
+      const request = await settingRequest(this.#app, this.#row, draft);
       const plan = await rehearse(request);
-      if (same(this.#draft(), draft) && await this.#mayGo(plan, draft, isSure))
+      if (this.#draft() === draft && await this.#mayGo(plan, draft, isSure))
         this.#made(await make(this.#app, request, {yes: plan.wiped.length > 0}), draft);
     } catch (problem) {
       this.#say({why: problem.message});
@@ -146,13 +144,7 @@ export class Editor {
   }
 
   #isDraft() {
-    return this.#row.secret ? this.#isRemoval || this.#draft() !== '' : !same(this.#draft(), this.#row.value ?? '');
-  }
-
-  async #request(draft) {
-    if (this.#row.setBy === 'flags')
-      return {method: 'PATCH', path: 'flags', body: {[await this.#app.store.flagWord(this.#row)]: draft}, isWithoutRehearsal: true};
-    return {method: 'PUT', path: path`settings/${this.#row.name}`, body: {value: draft}};
+    return this.#row.secret ? this.#isRemoval || this.#draft() !== '' : this.#draft() !== (this.#row.value ?? '');
   }
 
   #remove() {
@@ -172,8 +164,8 @@ export class Editor {
       return;
     this.#timer = setTimeout(async () => {
       const draft = this.#draft();
-      const plan = await rehearse(await this.#request(draft), this.#ends.signal).catch(() => null);
-      if (plan && same(this.#draft(), draft) && !this.#isBusy)
+      const plan = await rehearse(await settingRequest(this.#app, this.#row, draft), this.#ends.signal).catch(() => null);
+      if (plan && this.#draft() === draft && !this.#isBusy)
         this.#preview(plan, draft);
     }, pause);
   }
@@ -216,14 +208,14 @@ export class Editor {
   /// Whether nothing is left to be shown or asked.
   async #mayGo(plan, draft, isSure) {
     const old = plan.items.find(({item}) => item === this.#row.name)?.old;
-    if (!isSure && !this.#row.secret && old !== undefined && !same(old, this.#base)) {
+    if (!isSure && !this.#row.secret && old !== undefined && old !== this.#base) {
       this.#row.value = old; // Its event is still on its way.
       this.conflict({user: 'somebody else', time: new Date().toISOString()});
       return false;
     }
     const why = refusal(plan, this.#row.name);
     const more = consequences(this.#app, plan);
-    if (why || (more && !same(this.#shown, draft) && !plan.wiped.length)) {
+    if (why || (more && this.#shown !== draft && !plan.wiped.length)) {
       this.#preview(plan, draft);
       if (!why && this.#control.type === 'button') // Its own keys would switch it back.
         this.#buttons.firstChild.focus();
@@ -239,9 +231,9 @@ export class Editor {
       return this.#say({why});
     const {old, new: value = draft, reason} = made.items[0] ?? {};
     this.cancel();
-    const undo = {method: 'PUT', path: path`settings/${row.name}`, body: {value: old}};
+    const undo = async () => this.#app.change(await settingRequest(this.#app, row, old), {title: `Undo ${row.name}?`, yes: 'Undo'});
     const canUndo = old != null && !row.secret && !made.wiped.length;
     this.#app.toast([row.name, 'is', row.secret ? 'stored.' : `${valueText(value, row)} now.`, reason].filter(Boolean).join(' '),
-      {action: canUndo && {text: 'Undo', run: () => this.#app.change(undo, {title: `Undo ${row.name}?`, yes: 'Undo'})}});
+      {action: canUndo && {text: 'Undo', run: undo}});
   }
 }

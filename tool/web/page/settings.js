@@ -2,7 +2,7 @@
 // searching hides rows and makes none.
 import {count, flash, h, timeElement, valueText, who} from './dom.js';
 import {ValueCell} from './values.js';
-import {path} from './api.js';
+import {settingRequest} from './change.js';
 
 export function show(main, params, app) {
   return new SettingsView(main, params, app);
@@ -270,9 +270,9 @@ class SettingsView {
     line.element.focus();
   }
 
-  #reset(line) {
-    if (line?.row.isChanged && !this.#app.session.readOnly)
-      this.#app.change({method: 'DELETE', path: path`settings/${line.row.name}`}, {title: `Reset ${line.row.name}?`, yes: 'Reset'});
+  async #reset({row}) {
+    if (row.isChanged && !this.#app.session.readOnly)
+      this.#app.change(await settingRequest(this.#app, row), {title: `Reset ${row.name}?`, yes: 'Reset'});
   }
 
   // ---- Hands ----

@@ -19,7 +19,7 @@ export class Store extends EventTarget {
       const row = this.#byName.get(item.item);
       if (!row)
         this.#add(item);
-      else if (!same(row.value, item.value))
+      else if (row.value !== item.value)
         this.#become(row, item.value, null);
     }
   }
@@ -64,7 +64,7 @@ export class Store extends EventTarget {
 
   #hear(change) {
     const row = this.#byName.get(change.item);
-    const isOwn = row?.mark?.isOwn && !('number' in row.mark) && same(row.value, change.new);
+    const isOwn = row?.mark?.isOwn && !('number' in row.mark) && row.value === change.new;
     if (!isOwn)
       this.#become(row, change.new, {...change, time: change.time ?? new Date().toISOString()});
     else
@@ -91,8 +91,6 @@ export class Store extends EventTarget {
     this.rows.push(row);
   }
 }
-
-export const same = (one, other) => one === other;
 
 const differs = row => !row.isTable && row.value !== null && row.value !== row.default;
 
