@@ -390,6 +390,8 @@ TEST_F(Holder, IsNotNeededForCompletion)
         {"mediadata set --dry", "--dry-run"},
         {"mediadata set --file /etc/os-relea", "/etc/os-release"},
         {"mediadata table nothi", ""},
+        {"mediadata watch --until ringer-vol", "ringer-volume="},
+        {"mediadata history sho", "show"},
         {"mediadata set group-pickup-tone-type=", "0 1 2 3"},
     };
     for (auto const& [line, expected] : cases) {

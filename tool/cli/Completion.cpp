@@ -18,16 +18,14 @@ struct Line {
 
 Line withoutOptions(Registry const& registry, Words const& words)
 {
-    auto const known = registry.optionNames(words);
     Line line;
     for (auto const& word : words) {
         if (!std::exchange(line.openOption, "").empty())
             continue;
-        auto const* const option = registry.findOption(word);
-        bool const isKnown = std::find(known.begin(), known.end(), word) != known.end();
+        auto const* const option = registry.findOption(word, words);
         if (!word.starts_with('-'))
             line.verbs.push_back(word);
-        else if (isKnown && option && option->takesValue())
+        else if (option && option->takesValue())
             line.openOption = word;
     }
     return line;
@@ -76,7 +74,7 @@ Words optionsLike(Registry const& registry, Words const& verbs, std::string cons
     auto const equals = word.find('=');
     if (equals == std::string::npos)
         return registry.optionNames(verbs);
-    auto values = offersFor(registry.findOption(word.substr(0, equals)), "");
+    auto values = offersFor(registry.findOption(word.substr(0, equals), verbs), "");
     for (auto& value : values) {
         if (!value.starts_with(':'))
             value.insert(0, word, 0, equals + 1);
@@ -96,7 +94,7 @@ Words allCandidates(Words const& words, std::string const& word, Place place)
     Registry const registry(place);
     auto const line = withoutOptions(registry, words);
     if (!line.openOption.empty())
-        return offersFor(registry.findOption(line.openOption), word);
+        return offersFor(registry.findOption(line.openOption, line.verbs), word);
     if (word.starts_with('-'))
         return optionsLike(registry, line.verbs, word);
     if (!line.verbs.empty()) {

@@ -105,40 +105,38 @@ Words Registry::verbsBelow(std::string const& group) const
     return names;
 }
 
-Words Registry::optionNames(Words const& words) const
+std::vector<Argument const*> Registry::optionsBehind(Words const& words) const
 {
-    Words names;
+    std::vector<Argument const*> options;
     auto const take = [&](std::vector<Argument> const& all) {
-        names.emplace_back(helpOption);
         for (auto const& argument : all) {
             if (argument.isOption())
-                names.push_back(argument.name);
+                options.push_back(&argument);
         }
     };
     take(arguments);
     std::string group;
     for (auto const& word : words) {
-        auto const* const verb = find(group + word);
-        if (!verb)
-            continue;
-        group = verb->name + ' ';
-        take(verb->arguments);
+        if (auto const* const verb = find(group + word)) {
+            group = verb->name + ' ';
+            take(verb->arguments);
+        }
     }
+    return options;
+}
+
+Words Registry::optionNames(Words const& words) const
+{
+    Words names{helpOption};
+    std::ranges::transform(optionsBehind(words), std::back_inserter(names), &Argument::name);
     return names;
 }
 
-Argument const* Registry::findOption(std::string const& name) const
+Argument const* Registry::findOption(std::string const& name, Words const& words) const
 {
-    auto const isMeant = [&](Argument const& argument) { return argument.isOption() && argument.name == name; };
-    auto const found = std::find_if(arguments.begin(), arguments.end(), isMeant);
-    if (found != arguments.end())
-        return &*found;
-    for (auto const& verb : verbs) {
-        auto const own = std::find_if(verb.arguments.begin(), verb.arguments.end(), isMeant);
-        if (own != verb.arguments.end())
-            return &*own;
-    }
-    return nullptr;
+    auto const options = optionsBehind(words);
+    auto const found = std::ranges::find(options.rbegin(), options.rend(), name, &Argument::name);
+    return found == options.rend() ? nullptr : *found;
 }
 
 } // namespace Tool

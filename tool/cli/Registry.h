@@ -26,12 +26,15 @@ public:
     /// The names of the options that may stand behind these words, some of which are verbs.
     Words optionNames(Words const& words) const;
 
-    /// The first option of that name, whichever verb has it: an option is typed the same way for all verbs. Null when there is none.
-    Argument const* findOption(std::string const& name) const;
+    /// The option of that name which may stand behind these words, a verb's own before one for all verbs. Null when there is none.
+    Argument const* findOption(std::string const& name, Words const& words) const;
 
     General general;
     std::vector<Argument> arguments; ///< for all verbs
     std::vector<Verb> verbs;
+
+private:
+    std::vector<Argument const*> optionsBehind(Words const& words) const;
 };
 
 } // namespace Tool

@@ -34,6 +34,15 @@ Words Offers::items(std::string const&)
     return namesFollowedBy("");
 }
 
+Offer Offers::itemsAnd(Words const& fixed)
+{
+    return [fixed](std::string const& word) {
+        auto words = items(word);
+        words.insert(words.begin(), fixed.begin(), fixed.end());
+        return words;
+    };
+}
+
 Words Offers::assignments(std::string const& word)
 {
     auto const equals = word.find('=');

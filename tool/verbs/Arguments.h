@@ -13,6 +13,9 @@ namespace Tool::Offers {
 /// Every name of every item.
 Words items(std::string const& word);
 
+/// These words, too.
+Offer itemsAnd(Words const& fixed);
+
 /// ITEM= of every item, and behind it the item's legal values where there are few enough to choose from.
 Words assignments(std::string const& word);
 

@@ -128,7 +128,7 @@ Verb historyVerb()
                        .help =
                            "Items by pattern; or show NUMBER: one entry; or forget [ITEM]: wipe what is known of the item, "
                            "of a cell with its table, or everything",
-                       .offer = Offers::items},
+                       .offer = Offers::itemsAnd({"show", "forget"})},
                       {.name = "--item",
                        .target = &options->item,
                        .help = "As a pattern",
