@@ -50,6 +50,7 @@ constexpr VerbsExamples examples[]{
     {"serve", {"mediadata serve", "mediadata serve --json"}},
     {"watch",
      {"mediadata watch ringer", "mediadata watch --count 3 --json", "mediadata watch --initial --until ringer-volume=3"}},
+    {"web", {"mediadata web --listen 127.0.0.1:0", "mediadata web --read-only --token-file token --listen [::1]:0"}},
 };
 
 } // namespace
