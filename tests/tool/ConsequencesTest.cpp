@@ -97,7 +97,13 @@ TEST_F(Consequences, AreForetoldByADryRunAndComeTrue)
             return imports ? importDocument(*bench, document, {.dryRun = dryRun, .yes = true})
                            : set(*bench, assignments, {.dryRun = dryRun, .follow = round % 3 == 1, .yes = true});
         };
-        auto const foretold = account(act(true));
+        auto const rehearsed = act(true);
+        for (auto const* const section : {"alsoChanged", "items"}) {
+            auto const old = rows(rehearsed, section, "old");
+            for (auto const& [item, value] : old.items())
+                ASSERT_EQ(readValue(*findItem(item)).value_or(Json()), value) << round << ' ' << item;
+        }
+        auto const foretold = account(rehearsed);
         auto const found = account(act(false));
         ASSERT_EQ(found, foretold) << round << (imports ? " import " : " set ") << document.settings.size();
         besides += found[1].size();
