@@ -27,6 +27,7 @@ app.change = (request, options) => change(app, request, options);
 
 const kept = new Map();
 let shown = {};
+let hasMoved = false; // The first view leaves the focus where the browser puts it.
 
 function go(hash) {
   location.hash = hash;
@@ -67,20 +68,12 @@ async function route() {
     kept.delete(view);
     console.error(error);
   }
-  if (shown === page && hasMoved)
-    focusHeading();
-  hasMoved = true;
-  requestAnimationFrame(() => setTimeout(() => performance.mark('view-shown')));
-}
-
-let hasMoved = false; // The first view leaves the focus where the browser puts it.
-
-function focusHeading() {
-  const heading = main.querySelector('h1');
-  if (heading && document.activeElement !== app.search) {
+  const heading = page.element.querySelector('h1');
+  if (shown === page && hasMoved && heading && document.activeElement !== app.search) {
     heading.tabIndex = -1;
     heading.focus({preventScroll: true});
   }
+  hasMoved = true;
 }
 
 function leave() {
@@ -115,7 +108,7 @@ function mark(view) {
     link.ariaCurrent = link.hash === `#${view.name}` ? 'page' : null;
 }
 
-find('views').append(...views.filter(view => !view.isHidden).map(view => h('a', {href: `#${view.name}`}, view.title)));
+find('views').append(...views.map(view => h('a', {href: `#${view.name}`}, view.title)));
 
 // ---- What views show besides themselves ----
 
@@ -124,9 +117,10 @@ function toast(text, {isError = false, action} = {}) {
   const element = h(`div.toast${isError ? '.error' : ''}`, {}, h('span', {}, text),
     action && h('button.quiet', {type: 'button', onclick: () => (close(), action.run())}, action.text),
     h('button.quiet.close', {type: 'button', ariaLabel: 'Close', onclick: close}, '×'));
-  const others = [...find('toasts').children];
-  others.slice(0, Math.max(0, others.length - 2)).forEach(other => other.remove());
-  find('toasts').append(element);
+  const toasts = find('toasts');
+  if (toasts.childElementCount > 2)
+    toasts.firstChild.remove();
+  toasts.append(element);
   setTimeout(close, isError ? 15000 : 6000);
 }
 

@@ -193,23 +193,19 @@ class SettingsView {
 
   /// Marks the words in the first rows that are shown, without touching their elements.
   #highlight(words) {
-    if (!window.CSS?.highlights)
-      return;
     const ranges = [];
-    for (const line of words.length ? this.#shown.slice(0, 80) : []) {
-      for (const node of [line.name.firstChild, line.name.nextSibling.firstChild]) {
-        const text = node?.data.toLowerCase() ?? '';
+    for (const {name} of words.length ? this.#shown.slice(0, 80) : [])
+      for (const {firstChild: text} of [name, name.nextSibling])
         for (const {word} of words) {
-          for (let at = text.indexOf(word); at >= 0; at = text.indexOf(word, at + word.length)) {
-            const range = new Range();
-            range.setStart(node, at);
-            range.setEnd(node, at + word.length);
-            ranges.push(range);
-          }
+          const at = text.data.toLowerCase().indexOf(word);
+          if (at < 0)
+            continue;
+          const range = new Range();
+          range.setStart(text, at);
+          range.setEnd(text, at + word.length);
+          ranges.push(range);
         }
-      }
-    }
-    CSS.highlights.set('found', new Highlight(...ranges));
+    CSS.highlights?.set('found', new Highlight(...ranges));
   }
 
   // ---- A line ----
