@@ -8,19 +8,19 @@ export class Store extends EventTarget {
   #byName = new Map();
   #asking = 0;        ///< changes of this page that are not answered yet
   #waiting = [];      ///< events that may be theirs
+  #loads = new Set(); ///< for each load that is not answered yet, what has changed meanwhile: its answer may be older
   #flags;
 
   /// Reads all settings; of those that are known already it takes the values. Tells 'change' for each that has become another.
   async load() {
-    const [list, groups] = await Promise.all([api('GET', 'settings'), this.families.length ? null : api('GET', 'groups')]);
-    if (groups)
-      this.families = groups.families;
-    for (const item of list.items) {
-      const row = this.#byName.get(item.item);
-      if (!row)
-        this.#add(item);
-      else if (row.value !== item.value)
-        this.#become(row, item.value, null);
+    const meanwhile = new Map();
+    this.#loads.add(meanwhile);
+    try {
+      const [list, groups] = await Promise.all([api('GET', 'settings'), this.families.length ? null : api('GET', 'groups')]);
+      this.families = groups?.families ?? this.families;
+      list.items.forEach(item => this.#learn(item, meanwhile.get(item.item)));
+    } finally {
+      this.#loads.delete(meanwhile);
     }
   }
 
@@ -36,6 +36,7 @@ export class Store extends EventTarget {
 
   /// A line of the event stream. What comes while this page waits for an answer may be its own doing, which the answer says.
   apply(change) {
+    this.#loads.forEach(meanwhile => meanwhile.set(change.item, change));
     if (this.#asking && change.door === 'page')
       this.#waiting.push(change);
     else
@@ -56,10 +57,22 @@ export class Store extends EventTarget {
     }
   }
 
+  #learn(item, change) {
+    const row = this.#byName.get(item.item);
+    if (!row) {
+      this.#add(item);
+      if (change)
+        this.#hear(change);
+    } else if (row.value !== item.value && !change)
+      this.#become(row, item.value, null);
+  }
+
   #take(answer) {
     const stored = (answer.items ?? []).filter(({result}) => !result || ['stored', 'taken'].includes(result));
-    for (const {item, new: value} of [...stored, ...answer.alsoChanged ?? [], ...answer.changed ?? []])
+    for (const {item, new: value} of [...stored, ...answer.alsoChanged ?? [], ...answer.changed ?? []]) {
+      this.#loads.forEach(meanwhile => meanwhile.set(item, {}));
       this.#become(this.#byName.get(item), value, {isOwn: true, time: new Date().toISOString()});
+    }
   }
 
   #hear(change) {
