@@ -1,5 +1,6 @@
-# What `cmake --install` lays where, in three components: library (what runs), development (what a client is built with:
-# headers, CMake package, pkg-config files), tool (the program, its man page and its completions). All of it may be moved.
+# What `cmake --install` lays where, in four components: library (what runs), development (what a client is built with:
+# headers, CMake package, pkg-config files), tool (the program, its man page and its completions), web (what serves the
+# page). All of it may be moved.
 include(CMakePackageConfigHelpers)
 set(zsh_completions ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING "Where zsh looks for completions")
 
@@ -47,6 +48,7 @@ endforeach()
 # The tool.
 set(completions tool/cli/completions)
 install(TARGETS mediadata_program RUNTIME COMPONENT tool)
+install(TARGETS mediadata_web_program RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR} COMPONENT web)
 install(FILES docs/mediadata.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
 install(FILES ${completions}/mediadata.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME mediadata
     COMPONENT tool)

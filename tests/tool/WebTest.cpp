@@ -385,7 +385,7 @@ std::string hostile(std::mt19937& random, std::string const& known, int which)
         return head("GET " +
                         any({"/../../../etc/passwd", "/%2e%2e/%2e%2e/etc/passwd", "/..%5c..%5cboot.ini", "/%c0%ae%c0%ae/x",
                              "/api/v1/settings/%", "/api/v1/settings/%zz", "/api/v1/../session", "/api/v1//settings", "*",
-                             "/api/v1/history/%2d%2dshow-secrets", "\\\\x\\y", "/?token=" + std::string(9000, 'a')}),
+                             "/api/v1/settings/%2d%2dshow-secrets", "\\\\x\\y", "/?token=" + std::string(9000, 'a')}),
                     "");
     case 3:
         return any({"GET /" + std::string(60000, 'a') + " HTTP/1.1\r\n\r\n",

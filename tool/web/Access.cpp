@@ -97,10 +97,9 @@ std::optional<Answer> Access::refuse(Request const& request) const
 
 bool Access::isForeign(Request const& request) const
 {
-    auto const own = std::string(m_options.isSecure ? "https://" : "http://") + std::string(request.header("Host"));
     auto const site = request.header("Sec-Fetch-Site");
     bool const isOwnSite = site.empty() || site == "same-origin" || site == "none";
-    return !isOwnSite || (request.count("Origin") != 0 && request.header("Origin") != own);
+    return !isOwnSite || (request.count("Origin") != 0 && request.header("Origin") != origin(request.header("Host")));
 }
 
 std::string_view Access::cookieOf(Request const& request) const
@@ -130,6 +129,16 @@ Access::Known Access::knows(Request const& request) const
 bool Access::hasTried(Request const& request)
 {
     return request.count("Authorization") != 0 || request.count("Cookie") != 0;
+}
+
+std::string Access::address(std::string_view host) const
+{
+    return origin(host) + "/?token=" + m_token;
+}
+
+std::string Access::origin(std::string_view host) const
+{
+    return (m_options.isSecure ? "https://" : "http://") + std::string(host);
 }
 
 bool Access::takeToken(std::string_view token)

@@ -33,8 +33,8 @@ public:
     /// It had a token or a cookie all the same.
     static bool hasTried(Request const& request);
 
-    /// The token that begins the next session; it is another one afterwards.
-    std::string const& token() const { return m_token; }
+    /// Where the next session begins; its token is another one afterwards. `host` may have a port.
+    std::string address(std::string_view host) const;
     bool takeToken(std::string_view token);
 
     /// Begins a session: the value of Set-Cookie.
@@ -43,6 +43,7 @@ public:
     std::string endSession(Request const& request);
 
 private:
+    std::string origin(std::string_view host) const;
     bool isOurHost(std::string_view host) const;
     std::string_view cookieOf(Request const& request) const;
 

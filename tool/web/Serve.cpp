@@ -166,23 +166,23 @@ private:
         return error.empty();
     }
 
-    std::string url(std::string const& token) const
+    std::string url(Access const& access) const
     {
         bool const isIpv6 = m_options.address.find(':') != std::string::npos;
-        return fmt::format("{}://{}:{}/?token={}", m_access.isSecure ? "https" : "http",
-                           isIpv6 ? "[" + m_options.address + "]" : m_options.address, m_access.port, token);
+        auto const host = isIpv6 ? "[" + m_options.address + "]" : m_options.address;
+        return access.address(host + ":" + std::to_string(m_access.port));
     }
 
     void tellAddress(Access const& access, bool isFirst) const
     {
         auto const& invocation = m_holding.invocation;
         if (invocation.options.json) {
-            Json line{{"address", url(access.token())}};
+            Json line{{"address", url(access)}};
             if (isFirst)
                 line.update({{"serving", directory()}, {"process", ::getpid()}});
             invocation.console->out << line.dump() << std::endl;
         } else {
-            invocation.console->out << (isFirst ? "" : "another browser: ") << url(access.token()) << std::endl;
+            invocation.console->out << (isFirst ? "" : "another browser: ") << url(access) << std::endl;
         }
     }
 
@@ -219,7 +219,7 @@ private:
         tellAddress(access, true);
         m_holding.readiness.tell();
         if (m_options.open)
-            launcher.open(url(access.token()));
+            launcher.open(url(access));
         loop(*daemon, *commands, events);
         commands.reset();
         events.end();

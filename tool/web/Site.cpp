@@ -116,21 +116,20 @@ Answer Site::page(Request const& request, Target const& target)
     return {303, "", "text/plain", {{"Location", "/"}, {"Set-Cookie", m_access.beginSession()}}};
 }
 
+/// What a session is, an address that begins one in a browser, or its end.
 Answer Site::session(Request const& request)
 {
-    auto const facts = json({{"user", m_facts.user},
-                             {"directory", m_facts.directory},
-                             {"readOnly", m_facts.isReadOnly},
-                             {"version", MEDIADATA_VERSION}});
     if (isRead(request))
-        return facts;
+        return json({{"user", m_facts.user},
+                     {"directory", m_facts.directory},
+                     {"readOnly", m_facts.isReadOnly},
+                     {"version", MEDIADATA_VERSION}});
+    if (request.method == "POST")
+        return json({{"address", m_access.address(request.header("Host"))}});
     if (request.method == "DELETE")
         return {204, "", "application/json", {{"Set-Cookie", m_access.endSession(request)}}};
-    auto answer = request.method == "POST" ? facts : problem(405, "there is DELETE, GET, POST");
-    answer.headers.emplace_back(request.method == "POST"
-                                    ? std::pair<std::string, std::string>("Set-Cookie", m_access.beginSession())
-                                    : std::pair<std::string, std::string>("Allow", "DELETE, GET, POST"));
-    return answer;
+    return {
+        405, problem(405, "there is DELETE, GET, POST").body, "application/problem+json", {{"Allow", "DELETE, GET, POST"}}};
 }
 
 /// At most one line a second, whoever asks how often.
