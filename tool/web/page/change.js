@@ -48,14 +48,14 @@ export function refusal(result, item) {
   return first?.reason ?? result.problem.message;
 }
 
-/// A list of changes: item, old and new value.
-export function changesList(app, changes) {
-  return h('ul.changes', {}, changes.map(({item, old, new: value}) => {
-    const row = app.store.row(item);
-    return h('li', {}, h('code', {}, item), ' ', h('s', {}, valueText(old, row)),
-      value === undefined ? ' is wiped' : [' → ', h('b', {}, valueText(value, row))]);
-  }));
+/// The old value and the new one.
+export function step(app, name, old, value) {
+  const row = app.store.row(name);
+  return [h('del', {}, valueText(old, row)), ' → ', h('ins', {}, valueText(value, row))];
 }
+
+const list = (app, changes) => h('ul.changes', {}, changes.map(({item, old, new: value = ''}) =>
+  h('li', {}, h('code', {}, item), ' ', step(app, item, old, value))));
 
 /// What else a change does, as an element; null when nothing.
 export function consequences(app, {also, wiped}) {
@@ -63,8 +63,8 @@ export function consequences(app, {also, wiped}) {
     return null;
   const others = also.filter(({item}) => !wiped.some(text => text.item === item));
   return h('div.consequences', {},
-    wiped.length > 0 && [h('p.danger', {}, `This wipes ${count(wiped.length, 'text')}:`), changesList(app, wiped)],
-    others.length > 0 && [h('p', {}, `This also changes ${count(others.length, 'other setting')}:`), changesList(app, others)]);
+    wiped.length > 0 && [h('p.danger', {}, `This wipes ${count(wiped.length, 'text')}:`), list(app, wiped)],
+    others.length > 0 && [h('p', {}, `This also changes ${count(others.length, 'other setting')}:`), list(app, others)]);
 }
 
 /// The whole way for a view without an inline preview: rehearses, shows in a dialog what else happens and asks, makes it. Resolves

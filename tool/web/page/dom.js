@@ -74,8 +74,10 @@ export function who({user, verb, door}) {
 
 /// Shows that somebody else has changed what the element shows.
 export function flash(element) {
-  element.classList.remove('fresh');
-  void element.offsetWidth; // The animation begins anew.
+  if (element.classList.contains('fresh')) {
+    element.classList.remove('fresh');
+    void element.offsetWidth; // The animation begins anew.
+  }
   element.classList.add('fresh');
 }
 

@@ -1,7 +1,8 @@
 // Who changed what, and when; everything in it can be taken back.
 import {api} from './api.js';
 import {count, h, timeElement, who} from './dom.js';
-import {badge, itemLink, preview, step} from './outcomes.js';
+import {step} from './change.js';
+import {badge, itemLink, preview} from './outcomes.js';
 
 const page = 50;     ///< so many entries more at a time
 const brief = 6;     ///< so many changes of an entry are seen at once

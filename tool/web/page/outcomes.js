@@ -1,18 +1,12 @@
 // What became of values, or would, as a table: the answers of set, reset, import and undo; and a preview within a view, with a button
 // that makes the change.
-import {make, refusal, rehearse} from './change.js';
-import {count, h, valueText} from './dom.js';
+import {make, refusal, rehearse, step} from './change.js';
+import {count, h} from './dom.js';
 
 const order = ['refused', 'failed', 'unknown', 'held back', 'wiped', 'would store', 'stored', 'taken', 'follows'];
 
 /// A link to where the value of an item comes from.
 export const itemLink = name => h('a', {href: `#explain/${encodeURIComponent(name)}`}, name);
-
-/// The old value and the new one.
-export function step(app, name, old, value) {
-  const row = app.store.row(name);
-  return [h('del', {}, valueText(old, row)), ' → ', h('ins', {}, valueText(value, row))];
-}
 
 export const badge = result => h(`span.result.${result.replace(' ', '-')}`, {}, result);
 

@@ -24,6 +24,7 @@ class SettingsView {
   #sections = [];
   #links = new Map();     // at the side, by group
   #current;
+  #frame;
   #state = {q: '', group: '', changed: false};
 
   constructor(main, params, app) {
@@ -143,13 +144,14 @@ class SettingsView {
   #filter() {
     const {group, changed} = this.#state;
     const words = this.#words();
+    const focused = this.#lineOf(document.activeElement); // Does not vanish under the hand that changes it.
     this.#shown = [];
     let total = 0;
     for (const section of this.#sections) {
       let matching = 0;
       let visible = 0;
       for (const line of section.lines) {
-        const isFound = this.#matches(line, words);
+        const isFound = line === focused || this.#matches(line, words);
         const isShown = isFound && (!group || group === section.family.family);
         matching += isFound;
         visible += isShown;
@@ -239,7 +241,10 @@ class SettingsView {
       flash(line.element);
       this.news.textContent = `${row.name} is ${valueText(row.value, row)} now, ${who(mark)}`;
     }
-    this.#filter();
+    this.#frame ??= requestAnimationFrame(() => { // Once for all that change together.
+      this.#frame = null;
+      this.#filter();
+    });
   }
 
   #lineOf(element) {
