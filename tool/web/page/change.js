@@ -61,9 +61,10 @@ const list = (app, changes) => h('ul.changes', {}, changes.map(({item, old, new:
 export function consequences(app, {also, wiped}) {
   if (!also.length && !wiped.length)
     return null;
-  const others = also.filter(({item}) => !wiped.some(text => text.item === item));
+  const lost = wiped.map(text => also.find(({item}) => item === text.item) ?? text);
+  const others = also.filter(line => !lost.includes(line));
   return h('div.consequences', {},
-    wiped.length > 0 && [h('p.danger', {}, `This wipes ${count(wiped.length, 'text')}:`), list(app, wiped)],
+    wiped.length > 0 && [h('p.danger', {}, `This wipes ${count(wiped.length, 'text')}:`), list(app, lost)],
     others.length > 0 && [h('p', {}, `This also changes ${count(others.length, 'other setting')}:`), list(app, others)]);
 }
 
