@@ -35,14 +35,10 @@ function go(hash) {
 
 function parsed(hash) {
   const [, path = '', words = ''] = /^#?([^?]*)\??(.*)$/.exec(hash);
-  const [name, ...rest] = path.split('/');
-  let parts = rest;
-  try {
-    parts = rest.map(decodeURIComponent);
-  } catch {
-    // Taken as it stands.
-  }
-  return {view: views.find(view => view.name === name) ?? views[0], params: {path: parts, query: new URLSearchParams(words)}};
+  const [name, ...parts] = path.split('/');
+  const decoded = part => new URLSearchParams(`part=${part.replaceAll('+', '%2B')}`).get('part'); // Never throws.
+  return {view: views.find(view => view.name === name) ?? views[0],
+    params: {path: parts.map(decoded), query: new URLSearchParams(words)}};
 }
 
 async function route() {
@@ -77,14 +73,11 @@ async function route() {
 }
 
 function leave() {
-  if (!shown.view)
+  shown.scroll = scrollY;
+  if (kept.has(shown.view))
     return;
-  if (shown.view.keeps && kept.has(shown.view)) {
-    shown.scroll = scrollY;
-    return;
-  }
   shown.handle?.leave?.();
-  shown.ends.abort();
+  shown.ends?.abort();
 }
 
 function forView(page) {
@@ -121,7 +114,8 @@ function toast(text, {isError = false, action} = {}) {
   if (toasts.childElementCount > 2)
     toasts.firstChild.remove();
   toasts.append(element);
-  setTimeout(close, isError ? 15000 : 6000);
+  const end = () => (element.matches(':hover, :focus-within') ? setTimeout(end, 2000) : close());
+  setTimeout(end, isError ? 15000 : 6000);
 }
 
 function ask({title, body, yes = 'Yes', no = 'Cancel', danger = false}) {

@@ -18,8 +18,7 @@ const everything = {family: '', title: 'All settings'};
 class SettingsView {
   #app;
   #lines = [];            // one for each setting: {row, element, cell, more, name, words, groupWords, valueWords, isShown, isChanged}
-  #byRow = new Map();
-  #byElement = new WeakMap();
+  #lineBy = new Map();    // its row, and its element
   #shown = [];            // the lines that are not hidden, from top to bottom
   #sections = [];
   #links = new Map();     // at the side, by group
@@ -47,7 +46,7 @@ class SettingsView {
     if (this.#app.search.value !== wanted.q)
       this.#app.search.value = wanted.q;
     this.#set(wanted, false);
-    const line = item && this.#byRow.get(this.#app.store.row(item));
+    const line = item && this.#lineBy.get(this.#app.store.row(item));
     if (line) {
       this.#focus(line);
       line.element.scrollIntoView({block: 'center'});
@@ -98,8 +97,7 @@ class SettingsView {
       if (hadFocus)
         element.focus();
     }});
-    this.#byRow.set(row, line);
-    this.#byElement.set(element, line);
+    this.#lineBy.set(row, line).set(element, line);
     this.#lines.push(line);
     this.#refresh(line);
     return line;
@@ -232,7 +230,7 @@ class SettingsView {
   }
 
   #changed({row, mark}) {
-    const line = this.#byRow.get(row);
+    const line = this.#lineBy.get(row);
     if (!line)
       return;
     line.cell.changed(mark);
@@ -248,7 +246,7 @@ class SettingsView {
   }
 
   #lineOf(element) {
-    return this.#byElement.get(element.closest?.('.row'));
+    return this.#lineBy.get(element.closest?.('.row'));
   }
 
   #enter(line) {
