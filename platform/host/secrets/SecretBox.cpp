@@ -76,7 +76,23 @@ std::unique_ptr<SecretBox> SecretBox::open(DataDirectory const& directory, bool&
 std::string SecretBox::encrypt(std::string const& plain) const
 {
     // Nothing is to be hidden, and the library takes a secret that decrypts to nothing for one that is not encrypted.
-    return plain.empty() ? "" : std::string(prefix) + toBase64(seal(plain, prefix, m_key));
+    if (plain.empty())
+        return "";
+    Threads::Lock const lock(m_mutex);
+    std::string said;
+    auto const found =
+        std::ranges::find_if(m_reused, [&](std::string const& stored) { return decrypt(stored, said) && said == plain; });
+    if (found == m_reused.end())
+        return std::string(prefix) + toBase64(seal(plain, prefix, m_key));
+    std::string stored = std::move(*found);
+    m_reused.erase(found);
+    return stored;
+}
+
+void SecretBox::reuse(std::vector<std::string> stored) const
+{
+    Threads::Lock const lock(m_mutex);
+    m_reused = std::move(stored);
 }
 
 bool SecretBox::isEncrypted(std::string_view text)

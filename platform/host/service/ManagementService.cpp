@@ -161,6 +161,18 @@ bool ManagementService::change(ManageableData& record)
     return true;
 }
 
+bool ManagementService::withdraw(ManageableData& record)
+{
+    std::vector<std::pair<std::string, std::string>> keys;
+    for (ManageableData::Entry const& each : record.entries())
+        keys.emplace_back(schemaPrefix + each.item, each.subItem);
+    if (!m_database.remove(keys))
+        return false;
+    if (MgmtAgentIfc* const library = agent())
+        library->manageableDataChanged(record);
+    return true;
+}
+
 void ManagementService::reportAll()
 {
     ManageableData record;

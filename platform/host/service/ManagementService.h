@@ -49,6 +49,10 @@ public:
     /// Other parts of the telephone changed these items: stores them, durable when true, and reports them to the library.
     bool change(ManageableData& record);
 
+    /// Other parts of the telephone have these items no longer: they are held no more, durable when true, and the library is told
+    /// what is in force without them.
+    bool withdraw(ManageableData& record);
+
     /// Reports every item held, as a telephone's service does after start-up. An announcement of how user data is handled was
     /// used up when it was made, but for "managed", which goes on.
     void reportAll();

@@ -120,6 +120,7 @@ std::array<char const*, Connection::statements> const Connection::m_texts{
     "SELECT value FROM item WHERE schema = ?1 AND element = ?2", "SELECT schema, element, value FROM item",
     "INSERT INTO item (schema, element, value) VALUES (?1, ?2, ?3) "
     "ON CONFLICT (schema, element) DO UPDATE SET value = excluded.value WHERE replaces(item.value)",
+    "DELETE FROM item WHERE schema = ?1 AND element = ?2",
     "SELECT schema, element, value FROM item WHERE schema >= ?1 AND (schema < ?2 OR ?1 = '') ORDER BY schema, element",
     "SELECT count(*) FROM item WHERE value >= ?1 AND value < ?2",
     // A row has the number of its last entry.

@@ -33,6 +33,7 @@ public:
         readItem,
         readItems,
         writeItem,
+        removeItem,
         listItems,
         countItems,
         addEntry,

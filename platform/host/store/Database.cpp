@@ -132,6 +132,15 @@ bool Database::runItems(std::span<StoredItem const> items, bool isEntered)
     return true;
 }
 
+bool Database::runRemoval(Key const& key)
+{
+    std::optional<std::string> before;
+    if (!fetch(key, before) || !before)
+        return !before;
+    return m_connection->run(Connection::removeItem, std::array{key.first, key.second}) &&
+           m_history.add(*m_connection, {key.first, key.second, *before, notStored});
+}
+
 bool Database::runJournal(std::span<JournalEntry const> journal)
 {
     for (std::size_t size = 0; !journal.empty(); journal = journal.subspan(size)) {
@@ -200,6 +209,17 @@ bool Database::write(std::span<StoredItem const> items, std::span<JournalEntry c
 {
     Threads::Lock const lock(m_mutex);
     return writeOrNote(items, journal);
+}
+
+bool Database::remove(std::span<Key const> keys)
+{
+    Threads::Lock const lock(m_mutex);
+    m_ahead.reset();
+    auto const removal = [this](Key const& key) MEDIADATA_REQUIRES(m_mutex) { return runRemoval(key); };
+    return transact([&]() MEDIADATA_REQUIRES(m_mutex) {
+        return std::ranges::all_of(keys, removal) &&
+               m_history.enter(*m_connection, m_historyFile ? &*m_historyFile : nullptr);
+    });
 }
 
 bool Database::writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal)

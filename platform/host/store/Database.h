@@ -53,6 +53,9 @@ public:
     bool write(StoredItem const& item) { return write({&item, 1}, {}); }
     bool write(std::span<StoredItem const> items, std::span<JournalEntry const> journal);
 
+    /// Removes what is stored under these schemas and elements, everything or nothing; durable when true.
+    bool remove(std::span<std::pair<std::string, std::string> const> keys);
+
     /// As platform/include/StorageGroup.h says: what waits is kept in memory, and endGroup() is one write.
     bool beginGroup();
     bool endGroup();
@@ -128,6 +131,7 @@ private:
     bool isInGroup() const MEDIADATA_REQUIRES(m_mutex);
     bool writeOrNote(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     void keepFailedWrite(FailedWrite failed) MEDIADATA_REQUIRES(m_mutex);
+    bool runRemoval(Key const& key) MEDIADATA_REQUIRES(m_mutex);
     bool runItems(std::span<StoredItem const> items, bool isEntered) MEDIADATA_REQUIRES(m_mutex);
     bool runJournal(std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
     bool runAll(std::span<StoredItem const> items, std::span<JournalEntry const> journal) MEDIADATA_REQUIRES(m_mutex);
