@@ -48,7 +48,7 @@ Verb undoVerb()
             .arguments = {{.name = "NUMBER",
                            .target = &options->number,
                            .help = "An entry of the history; otherwise the last one that is neither an undo nor undone. The "
-                                   "undo of an undo does again what it took back"},
+                                   "undo of an undo does again what it took back, and counts as done then"},
                           {.name = "--since",
                            .target = &options->since,
                            .help = "Everything from this time on, as in history",

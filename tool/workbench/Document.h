@@ -9,6 +9,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ struct Document {
 
     std::map<Data::eDataTag, Json> settings;    ///< single settings, cells of tables, secrets
     std::map<std::string, std::string> service; ///< what the management service holds for other components
+    std::set<std::string> withdrawn;            ///< what it is to hold no longer; an export never says so
     std::optional<std::map<std::string, std::string>> flags;
     std::optional<std::string> model;
     std::optional<bool> usb;

@@ -68,6 +68,11 @@ public:
             addFlags(m_flags = *document.flags);
         for (auto const& [name, value] : document.service)
             addService(name, service, value);
+        for (auto const& name : document.withdrawn) {
+            auto const held = service.find(name);
+            add(name, held == service.end() ? Json() : Json(held->second), {});
+            m_workbench.journal().ask(*findItem(name));
+        }
         for (auto const& [name, reason, near, place] : document.unknown) {
             auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
             m_others.push_back({name, {}, {}, Result::Unknown, {}, place + ": " + reason + hint});
@@ -341,14 +346,23 @@ private:
 
     void applyService()
     {
-        auto const changed = toStore("");
+        auto changed = toStore("");
+        auto const gone = std::ranges::stable_partition(changed, [](Other const* each) { return !each->wanted.is_null(); });
+        settleService({changed.begin(), gone.begin()}, changeService);
+        settleService({gone.begin(), gone.end()}, withdrawFromService);
+    }
+
+    void settleService(std::vector<Other*> const& others, bool (*action)(Workbench&, TagTexts const&))
+    {
         TagTexts values;
-        for (auto const* const other : changed)
-            values.emplace_back(*findItem(other->name), other->wanted.get<std::string>());
-        if (!changed.empty())
-            settle(changed, changeService(m_workbench, values)
-                                ? Report{}
-                                : failure(exitStorage, "", "the management service could not keep it"));
+        for (auto const* const other : others) {
+            auto const tag = *findItem(other->name);
+            values.emplace_back(tag, textOf(other->wanted.is_null() ? defaultOf(tag) : other->wanted));
+        }
+        if (!others.empty())
+            settle(others, action(m_workbench, values)
+                               ? Report{}
+                               : failure(exitStorage, "", "the management service could not keep it"));
     }
 
     Workbench& m_workbench;

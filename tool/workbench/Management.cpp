@@ -271,6 +271,12 @@ bool changeService(Workbench& workbench, TagTexts const& values)
     return workbench.service().change(record);
 }
 
+bool withdrawFromService(Workbench& workbench, TagTexts const& values)
+{
+    auto record = recordOf(values);
+    return workbench.service().withdraw(record);
+}
+
 bool resetUserData(Workbench& workbench)
 {
     TagTexts cells;

@@ -24,6 +24,9 @@ Report managementChanged(Workbench& workbench, std::vector<Assignment> const& as
 /// Hands values of other components to the service, which keeps them and tells the library. False when it could not keep them.
 bool changeService(Workbench& workbench, TagTexts const& values);
 
+/// The service holds these no longer, and the library what is in force without them.
+bool withdrawFromService(Workbench& workbench, TagTexts const& values);
+
 /// The library's reset of the user's data. False when there is no library.
 bool resetUserData(Workbench& workbench);
 

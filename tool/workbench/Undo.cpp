@@ -40,16 +40,39 @@ bool isUndoable(PastEntry const& entry)
     return entry.isInDatabase && std::ranges::any_of(entry.changes, [](PastChange const& each) { return isUndoable(each); });
 }
 
-/// The numbers of entries that an undo took back which was not taken back itself.
-std::set<std::int64_t> undoneIn(std::vector<PastEntry> const& entries)
-{
-    std::set<std::int64_t> undone;
-    for (auto each = entries.rbegin(); each != entries.rend(); ++each) {
-        if (!undone.contains(each->number))
-            undone.insert(each->undoes.begin(), each->undoes.end());
+/// By the number of an entry that stands: since which one it does, which is itself or the undo of its undo.
+class Standing {
+public:
+    explicit Standing(std::vector<PastEntry> const& entries)
+    {
+        for (auto const& each : entries)
+            m_undoes[each.number] = each.undoes;
+        for (auto const& each : entries)
+            settle(each.number, true, each.number);
     }
-    return undone;
-}
+
+    std::optional<std::int64_t> since(PastEntry const& entry) const
+    {
+        auto const found = m_since.find(entry.number);
+        return found == m_since.end() ? std::nullopt : std::optional(found->second);
+    }
+
+private:
+    void settle(std::int64_t number, bool stands, std::int64_t since)
+    {
+        auto const& undone = m_undoes[number];
+        for (auto const each : undone)
+            if (each < number)
+                settle(each, !stands, since);
+        if (undone.empty() && stands)
+            m_since[number] = since;
+        else
+            m_since.erase(number);
+    }
+
+    std::map<std::int64_t, std::set<std::int64_t>> m_undoes;
+    std::map<std::int64_t, std::int64_t> m_since;
+};
 
 /// The entries to take back, oldest first; the report says why there are none.
 Report choose(UndoOptions const& options, std::vector<PastEntry> const& entries, std::vector<PastEntry>& chosen)
@@ -66,14 +89,13 @@ Report choose(UndoOptions const& options, std::vector<PastEntry> const& entries,
         chosen = {*found};
         return {};
     }
-    auto const undone = undoneIn(entries);
+    Standing const standing(entries);
     auto const counts = [&](PastEntry const& each) {
-        return isUndoable(each) &&
-               (options.since ? each.time >= *options.since : each.undoes.empty() && !undone.contains(each.number));
+        return isUndoable(each) && (options.since ? each.time >= *options.since : standing.since(each).has_value());
     };
     std::ranges::copy_if(entries, std::back_inserter(chosen), counts);
-    if (!options.since && chosen.size() > 1)
-        chosen.erase(chosen.begin(), chosen.end() - 1);
+    if (!options.since && !chosen.empty())
+        chosen = {*std::ranges::max_element(chosen, {}, [&](PastEntry const& each) { return standing.since(each); })};
     return chosen.empty() ? failure(exitRefused, "", "nothing is left that can be taken back") : Report{};
 }
 
@@ -140,6 +162,7 @@ public:
     }
 
     Document document;
+    std::vector<std::string> ciphers; ///< the secrets of the document as they were stored
 
 private:
     std::string presentText(PastChange const& change)
@@ -178,6 +201,8 @@ private:
             text = textOf(defaultOf(tag));
         else if (isSecret(tag) && !text.empty() && !decrypt(std::string(text), text))
             return "is a secret that cannot be decrypted: its key is gone";
+        if (isSecret(tag))
+            ciphers.push_back(change.textBefore);
         std::string reason;
         if (auto value = validate(tag, text, reason); !value.is_null())
             document.settings[tag] = std::move(value);
@@ -187,13 +212,16 @@ private:
     std::string addService(PastChange const& change)
     {
         auto text = change.textBefore;
-        if (text == Host::notStored)
-            return "was not there before, and the management service forgets nothing";
         if (!change.tag)
             return "has no name among the items";
+        if (text == Host::notStored) {
+            document.withdrawn.insert(nameOf(*change.tag));
+            return "";
+        }
         if (Host::isSecretItem(change.element) && !text.empty() && !decrypt(std::string(text), text))
             return "is a secret that cannot be decrypted: its key is gone";
         document.service[nameOf(*change.tag)] = text;
+        ciphers.push_back(change.textBefore);
         return "";
     }
 
@@ -225,11 +253,17 @@ Report undo(Workbench& workbench, UndoOptions const& options)
         refusals.fail(exitRefused, {"", "nothing was taken back of " + names + "; --force takes back what can be"});
         return refusals;
     }
-    if (!options.dryRun)
+    auto const& secrets = workbench.platform().secrets();
+    if (!options.dryRun) {
         workbench.journal().undo(numbers);
+        secrets.reuse(std::move(undoing.ciphers));
+    }
     auto report = importDocument(workbench, undoing.document,
                                  {.dryRun = options.dryRun, .atomic = !options.force, .yes = options.yes});
-    std::erase_if(report.sections, [](Section const& section) { return section.name == "counts"; });
+    secrets.reuse({});
+    std::erase_if(report.sections, [](Section const& section) {
+        return section.name == "counts" || section.name == "missingSecrets"; // of a document that nobody gave
+    });
     for (auto& problem : refusals.problems)
         report.fail(exitRefused, std::move(problem));
     Section which{"undoes", Layout::Table, {"number"}, {}, "Taken back:"};

@@ -12,7 +12,7 @@ namespace Tool {
 class Workbench;
 
 struct UndoOptions {
-    std::optional<std::int64_t> number; ///< an entry; otherwise the last one that is neither an undo nor undone
+    std::optional<std::int64_t> number; ///< an entry; otherwise the last one that is in force and no undo
     std::optional<std::int64_t> since;  ///< everything from this time on, in milliseconds since 1970
     bool dryRun = false;
     bool force = false; ///< also what changed meanwhile, and the rest of an entry of which something cannot be taken back
