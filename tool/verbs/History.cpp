@@ -22,6 +22,7 @@ struct HistoryOptions {
     std::string since;
     std::string until;
     std::size_t limit = 100;
+    bool yes = false;
 };
 
 Section sectionOf(std::vector<PastEntry> const& entries)
@@ -104,7 +105,7 @@ Report run(HistoryOptions const& options, Workbench& workbench)
     if (words.size() > (isOfTwo ? 2U : 1U) || (first == "show" && words.size() == 1))
         return failure(exitUsage, first, "expected PATTERN, show NUMBER, or forget [ITEM]");
     if (first == "forget")
-        return forget(workbench, words.size() > 1 ? std::optional(words[1]) : std::nullopt);
+        return forget(workbench, words.size() > 1 ? std::optional(words[1]) : std::nullopt, options.yes);
     std::string error;
     auto entries = pastEntries(workbench, error);
     auto report = first == "show" ? show(words[1], std::move(entries))
@@ -127,7 +128,7 @@ Verb historyVerb()
                        .target = &options->words,
                        .help =
                            "Items by pattern; or show NUMBER: one entry; or forget [ITEM]: wipe what is known of the item, "
-                           "of a cell with its table, or everything",
+                           "or everything",
                        .offer = Offers::itemsAnd({"show", "forget"})},
                       {.name = "--item",
                        .target = &options->item,
@@ -143,8 +144,10 @@ Verb historyVerb()
                        .target = &options->limit,
                        .help = "So many entries, the latest ones; otherwise 100",
                        .value = "NUMBER",
-                       .range = {{0, 1000000}}}},
-        .action = onWorkbench(options)};
+                       .range = {{0, 1000000}}},
+                      {.name = "--yes", .target = &options->yes, .help = "Forgets without a question"}},
+        .action = onWorkbench(options),
+        .yes = &options->yes};
 }
 
 } // namespace Tool::Verbs

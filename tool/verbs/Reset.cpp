@@ -9,6 +9,7 @@
 #include "workbench/Items.h"
 #include "workbench/Management.h"
 #include "workbench/Outcomes.h"
+#include "workbench/PastEntries.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
@@ -85,13 +86,19 @@ Report resetSet(Workbench& workbench, std::vector<eDataTag> const& tags, bool (*
     return report;
 }
 
-/// All at once, as if a document said so: one after the other, rules would undo some.
+/// All at once, as if a document said so: one after the other, rules would undo some. Nothing of what was is kept.
 Report resetAll(Workbench& workbench, bool dryRun)
 {
     Document document;
     document.settings = defaultDocument().settings;
     auto report = importDocument(workbench, document, {.dryRun = dryRun, .yes = true});
     std::erase_if(report.sections, [](Section const& section) { return section.name == "counts"; });
+    if (dryRun || report.code != exitOk)
+        return report;
+    auto const forgotten = forget(workbench, std::nullopt, true);
+    report.notes.insert(report.notes.end(), forgotten.notes.begin(), forgotten.notes.end());
+    for (auto const& problem : forgotten.problems)
+        report.fail(forgotten.code, problem);
     return report;
 }
 
@@ -149,7 +156,9 @@ Verb resetVerb()
                            .help = "audio: the user's audio settings; user-data: everything that follows the user; or "
                                    "items, where a table or group stands for its cells",
                            .offer = Offers::words({"audio", "user-data"})},
-                          {.name = "--all", .target = &options->all, .help = "Every setting that the telephone keeps"},
+                          {.name = "--all",
+                           .target = &options->all,
+                           .help = "Every setting that the telephone keeps; wipes the history, too"},
                           Arguments::dryRun(&options->dryRun)},
             .changesAs = "reset",
             .action = onWorkbench(options),

@@ -296,10 +296,84 @@ void addRefused(std::vector<PastEntry>& entries, Line const& line)
     }
 }
 
-bool isOf(Host::HistoryChange const& change, std::set<Names> const& names, std::set<std::string> const& items)
+/// A table's text without what it says of a cell.
+void dropCell(std::string& text, int row, std::string_view element)
 {
-    return names.contains({change.schema, change.element}) ||
-           (change.schema.starts_with('@') && items.contains(change.element));
+    auto begin = text.find("<Entry");
+    for (; row > 0 && begin != text.npos; --row)
+        begin = text.find("<Entry", begin + 1);
+    auto const next = begin == text.npos ? text.npos : text.find("<Entry", begin + 1);
+    auto const from = text.find('<' + std::string(element) + '>', begin);
+    auto const to = text.find("</" + std::string(element) + '>', from);
+    if (to != text.npos && to < next)
+        text.erase(from, to + element.size() + 3 - from);
+}
+
+/// What is forgotten.
+class Forgotten {
+public:
+    explicit Forgotten(std::vector<eDataTag> const& tags)
+    {
+        for (auto const tag : tags) {
+            m_items.insert(nameOf(tag));
+            auto const stored = storedTableOf(tag) != eDataTagNone ? storedTableOf(tag) : tag;
+            auto const& row = DataSourceDB::dataDbDescriptionTable[stored];
+            if (!row.schema)
+                continue;
+            auto const* const column = stored == tag ? nullptr : Tables::columnOf(tag);
+            if (stored == tag)
+                m_values.insert({*row.schema, *row.element});
+            else if (column)
+                m_cells.emplace(Names{*row.schema, *row.element},
+                                std::pair{Tables::find(stored)->rowOf(tag), column->element});
+        }
+    }
+
+    bool isEmpty() const { return m_items.empty(); }
+    bool hasItem(std::string const& name) const { return m_items.contains(name); }
+
+    /// Takes cells out of a table's texts. True when nothing is left of the change.
+    bool takeFrom(Host::HistoryChange& change) const
+    {
+        auto const [first, last] = m_cells.equal_range({change.schema, change.element});
+        for (auto each = first; each != last; ++each)
+            for (auto* const text : {&change.before, &change.after})
+                dropCell(*text, each->second.first, each->second.second);
+        return (first != last && change.before == change.after) || m_values.contains({change.schema, change.element}) ||
+               (change.schema.starts_with('@') && m_items.contains(change.element));
+    }
+
+private:
+    std::set<Names> m_values;
+    std::multimap<Names, std::pair<int, std::string_view>> m_cells; ///< row and element, by table
+    std::set<std::string> m_items;
+};
+
+/// The lines of the history's files without it.
+std::string linesWithout(Forgotten const& forgotten, std::string const& lines)
+{
+    auto const isGone = [&](Json& each) {
+        Host::HistoryChange change{textIn(each, "schema"), textIn(each, "element"), textIn(each, "old"),
+                                   textIn(each, "new")};
+        bool const isWhole = forgotten.takeFrom(change) || forgotten.hasItem(textIn(each, "item"));
+        if (!change.schema.empty() && each.contains("old")) {
+            each["old"] = change.before;
+            each["new"] = change.after;
+        }
+        return isWhole;
+    };
+    std::string kept;
+    std::istringstream texts(lines);
+    for (std::string text; std::getline(texts, text);) {
+        auto json = Json::parse(text, isFlat, false);
+        if (!lineOf(text) || forgotten.hasItem(textIn(json, "item")))
+            continue;
+        for (auto const* const list : {"changes", "refused"})
+            if (json.contains(list) && json[list].is_array())
+                json[list].erase(std::remove_if(json[list].begin(), json[list].end(), isGone), json[list].end());
+        kept += json.dump() + "\n";
+    }
+    return kept;
 }
 
 } // namespace
@@ -337,44 +411,26 @@ std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error, std
     return entries;
 }
 
-Report forget(Workbench& workbench, std::optional<std::string> const& item)
+Report forget(Workbench& workbench, std::optional<std::string> const& item, bool yes)
 {
     auto& database = workbench.platform().database();
-    std::set<Names> names;
-    std::set<std::string> items;
-    for (auto const tag : item ? matchItems(*item) : std::vector<eDataTag>()) {
-        auto const stored = storedTableOf(tag) != eDataTagNone ? storedTableOf(tag) : tag;
-        if (auto const& row = DataSourceDB::dataDbDescriptionTable[stored]; row.schema)
-            names.insert({*row.schema, *row.element});
-        items.insert(nameOf(tag));
-    }
-    if (item && items.empty())
+    Forgotten const forgotten(item ? matchItems(*item) : std::vector<eDataTag>());
+    if (item && forgotten.isEmpty())
         return unknownItem(*item);
+    if (!yes) {
+        auto const what = "what the history knows" + (item ? " of " + *item : std::string());
+        auto report = failure(exitRefused, "", "would wipe " + what + "; --yes does it, nothing was wiped");
+        report.question = "wipes " + what + ": go on?";
+        return report;
+    }
     auto entries = database.history();
     if (!entries)
         return failure(exitStorage, "", "the history cannot be read");
     auto const last = entries->empty() ? 0 : entries->back().number;
     for (auto& each : *entries)
-        std::erase_if(each.changes, [&](auto const& change) { return isOf(change, names, items); });
+        std::erase_if(each.changes, [&](auto& change) { return forgotten.takeFrom(change); });
     std::string error;
-    std::string kept;
-    std::istringstream texts(item ? database.historyFile().read(error) : "");
-    for (std::string text; std::getline(texts, text);) {
-        auto json = Json::parse(text, isFlat, false);
-        auto const line = lineOf(text);
-        if (!line)
-            continue;
-        auto const isForgotten = [&](Json const& each) {
-            return isOf({textIn(each, "schema"), textIn(each, "element"), "", ""}, names, items) ||
-                   items.contains(textIn(each, "item"));
-        };
-        for (auto const* const list : {"changes", "refused"}) {
-            if (json.contains(list) && json[list].is_array())
-                json[list].erase(std::remove_if(json[list].begin(), json[list].end(), isForgotten), json[list].end());
-        }
-        if (!isForgotten(json))
-            kept += json.dump() + "\n";
-    }
+    auto const kept = item ? linesWithout(forgotten, database.historyFile().read(error)) : std::string();
     bool const isDone = database.replaceHistory(
         item ? std::span<Host::HistoryEntry const>(*entries) : std::span<Host::HistoryEntry const>(), last);
     if (!isDone)

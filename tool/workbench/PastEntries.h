@@ -50,8 +50,8 @@ struct PastEntry {
 /// Oldest first, those with numbers behind `behind`. `error` says what could not be read.
 std::vector<PastEntry> pastEntries(Workbench& workbench, std::string& error, std::int64_t behind = 0);
 
-/// Wipes what the history knows of these items, of a cell with all of its table; without any item everything. The report says what
-/// could not be done.
-Report forget(Workbench& workbench, std::optional<std::string> const& item);
+/// Wipes what the history knows of these items; without any item everything. Unless `yes` the report asks first; otherwise it says
+/// what could not be done.
+Report forget(Workbench& workbench, std::optional<std::string> const& item, bool yes);
 
 } // namespace Tool
