@@ -10,10 +10,14 @@
 #include "workbench/Workbench.h"
 
 #include "Data/BulkData.h"
+#include "Data/DataSourceDB.h"
 #include "Data/RankedTables.h"
 #include "Media/MediaDataCache.h"
 #include "Tables/Rules.h"
 #include "Tables/SettingOptions.h"
+
+#include "HostPlatform.h"
+#include "store/Database.h"
 
 #include <fmt/format.h>
 
@@ -179,6 +183,13 @@ void noteRefusals(Workbench& workbench, std::vector<Outcome> const& outcomes)
     }
 }
 
+/// The library takes a secret for empty that it cannot decipher, and so stores no empty text over it.
+bool emptyStored(eDataTag tag)
+{
+    auto const& row = DataSourceDB::dataDbDescriptionTable[tag];
+    return Host::Platform::current()->database().write({*row.schema, *row.element, ""});
+}
+
 void settle(Outcome& outcome, bool taken, bool tableStored)
 {
     auto const after = readValue(outcome.tag).value_or(Json());
@@ -192,12 +203,12 @@ void settle(Outcome& outcome, bool taken, bool tableStored)
         outcome.result = Result::Failed;
         outcome.reason = isKept(outcome.tag) ? "the database did not store it, the previous value stands"
                                              : "the management service did not take it";
-    } else if (isUnreadable(outcome.tag, after)) {
+    } else if (isUnreadable(outcome.tag, after) && !emptyStored(outcome.tag)) {
         outcome.result = Result::Failed;
-        outcome.reason = "the library takes it for empty already: set another text first";
+        outcome.reason = "the database did not store it";
     } else {
         outcome.result = isFleeting(outcome.tag) ? Result::Taken : Result::Stored;
-        if (after != outcome.toStore())
+        if (!isUnreadable(outcome.tag, after) && after != outcome.toStore())
             outcome.reason = "a dependent rule made it " + cellText(after);
     }
 }
