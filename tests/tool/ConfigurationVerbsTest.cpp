@@ -6,6 +6,10 @@
 
 #include "Data/DataTypes.h"
 
+#include "HostPlatform.h"
+#include "secrets/SecretBox.h"
+#include "store/Database.h"
+
 namespace ToolTest {
 
 namespace fs = std::filesystem;
@@ -409,6 +413,13 @@ TEST_F(ConfigurationVerbs, TakeChangesBack)
     auto const untouched = exported();
     ASSERT_EQ(status("set ringer-volume=5 camera-password-1=Zebra ringer-melody-3=4"), 0);
     auto const first = exported();
+    auto const stored = [&] {
+        std::string error;
+        auto const platform = Host::Platform::open({dataDirectory().string(), std::nullopt}, error);
+        return platform->database().read("DirectVideoSettings", "Camera1Password").value_or("");
+    };
+    auto const cipher = stored();
+    EXPECT_TRUE(Host::SecretBox::isEncrypted(cipher)) << cipher;
     ASSERT_EQ(status("set ringer-volume=6 camera-password-1=Horse ringer-melody=1"), 0);
     ASSERT_EQ(status("flags force_etsi"), 0);
     EXPECT_EQ(status("undo"), 0) << "the flag";
@@ -417,11 +428,15 @@ TEST_F(ConfigurationVerbs, TakeChangesBack)
     EXPECT_EQ(status("undo"), 0);
     EXPECT_EQ(exported(), first);
     EXPECT_EQ(out("get camera-password-1 --show-secrets"), "Zebra\n");
+    EXPECT_EQ(stored(), cipher);
     ASSERT_EQ(status("undo"), 0) << "the first set";
     EXPECT_EQ(exported(), untouched);
     EXPECT_EQ(status("undo"), 4) << "nothing is left";
-    auto const last = ask("history")["history"].back()["number"].dump();
-    EXPECT_EQ(status("undo " + last), 0) << "again";
+    auto const entries = ask("history")["history"];
+    EXPECT_EQ(status("undo " + entries[3]["number"].dump()), 0) << "the flag again";
+    EXPECT_EQ(status("undo " + entries.back()["number"].dump()), 0) << "the first set again";
+    EXPECT_EQ(column(ask("undo --dry-run")["undoes"], "number"), "1 ") << "what was done last";
+    EXPECT_EQ(status("flags force_etsi="), 0);
     EXPECT_EQ(exported(), first);
     ASSERT_EQ(status("set ringer-volume=7"), 0);
     EXPECT_NE(run("undo 1").err.find("ringer-volume: was changed meanwhile"), std::string::npos);
@@ -431,9 +446,23 @@ TEST_F(ConfigurationVerbs, TakeChangesBack)
     fs::remove(dataDirectory() / "secret.key");
     EXPECT_NE(run("undo --since 1970-01-02 --dry-run").out.find("Taken back"), std::string::npos) << "nothing in sum";
     EXPECT_NE(run("undo --force 2").err.find("camera-password-1: is a secret that cannot be decrypted"), std::string::npos);
-    EXPECT_EQ(status("history forget camera-password-1"), 0);
+    EXPECT_EQ(status("history forget camera-password-1"), 4) << "asks";
+    EXPECT_EQ(status("history forget camera-password-1 --yes"), 0);
     EXPECT_EQ(out("history").find("camera-password"), std::string::npos);
-    EXPECT_EQ(status("history forget"), 0);
+    EXPECT_NE(out("history ringer-melody-3").find("ringer-melody-3 "), std::string::npos);
+    EXPECT_EQ(status("history forget ringer-melody-3 --yes"), 0);
+    EXPECT_EQ(out("history ringer-melody-*").find("ringer-melody-3 "), std::string::npos);
+    EXPECT_NE(out("history ringer-melody-*").find("ringer-melody-14 "), std::string::npos) << "another cell of the table";
+    EXPECT_EQ(status("set camera-password-1="), 0) << "unreadable, and can be emptied";
+    EXPECT_EQ(out("get camera-password-1"), "\n");
+    auto const last = exported();
+    EXPECT_EQ(status("mgmt changed function-key-def-100=line"), 0);
+    EXPECT_NE(exported(), last);
+    EXPECT_EQ(status("undo"), 0);
+    EXPECT_EQ(exported(), last) << "the service holds it no longer";
+    EXPECT_EQ(status("reset --all"), 0);
+    EXPECT_EQ(ask("history")["history"].size(), 1U) << "who wiped it";
+    EXPECT_EQ(status("history forget --yes"), 0);
     EXPECT_EQ(status("history --since tomorrow"), 2);
 }
 

@@ -14,10 +14,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <sstream>
 #include <utility>
 
@@ -153,9 +155,15 @@ Report Journal::record(Host::Author doer, std::function<Report()> const& action)
     auto& database = platform.database();
     auto before = state();
     auto const values = Snapshot::values();
-    // What was edited by hand since the last verb is nobody's.
-    if (m_last)
-        database.addToHistory(differences(*m_last, before));
+    if (m_last) {
+        auto changes = differences(*m_last, before);
+        auto const isFlag = [](Host::HistoryChange const& each) { return each.schema == "@flags"; };
+        auto const byHand = std::ranges::stable_partition(changes, std::not_fn(isFlag));
+        database.addToHistory({changes.begin(), byHand.begin()});
+        database.completeHistory();
+        platform.author(Host::Author{"", "", "", "flag file"});
+        database.addToHistory({byHand.begin(), byHand.end()});
+    }
     database.completeHistory();
     m_begun =
         std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
