@@ -126,9 +126,9 @@ Access::Known Access::knows(Request const& request) const
     return isProgram ? Known::Program : Known::Nobody;
 }
 
-bool Access::hasTried(Request const& request)
+bool Access::hasTried(Request const& request) const
 {
-    return request.count("Authorization") != 0 || request.count("Cookie") != 0;
+    return request.count("Authorization") != 0 || !cookieOf(request).empty();
 }
 
 std::string Access::address(std::string_view host) const

@@ -30,8 +30,8 @@ public:
 
     enum class Known { Nobody, Session, Program };
     Known knows(Request const& request) const;
-    /// It had a token or a cookie all the same.
-    static bool hasTried(Request const& request);
+    /// It had a token or one of our cookies all the same.
+    bool hasTried(Request const& request) const;
 
     /// Where the next session begins; its token is another one afterwards. `host` may have a port.
     std::string address(std::string_view host) const;

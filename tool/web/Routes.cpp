@@ -137,6 +137,7 @@ public:
         }
     }
 
+    void addOption(std::string word) { m_options.push_back(std::move(word)); }
     void addPlain(std::string word) { m_plain.push_back(std::move(word)); }
 
     /// False when the value is none for the input.
@@ -251,12 +252,15 @@ std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Reques
         fault = takeBody(route, request, inPath, words);
     if (!fault.empty())
         return problem(400, fault);
+    std::string const passphrase(route.body == Body::Document ? request.header("Passphrase") : "");
+    if (!passphrase.empty())
+        words.addOption("--secrets");
     for (auto& word : inPath) {
         if (route.body != Body::Value)
             words.addPlain(std::move(word));
     }
-    return Command{words.words(), route.body == Body::Document ? request.body : "",
-                   std::string(request.header("Passphrase")), route.refused, route.changes && !isDry};
+    return Command{words.words(), route.body == Body::Document ? request.body : "", passphrase, route.refused,
+                   route.changes && !isDry};
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "cli/Readiness.h"
 #include "report/Renderers.h"
 #include "web/Daemon.h"
+#include "workbench/Child.h"
 #include "workbench/Journal.h"
 
 #include "HostPlatform.h"
@@ -25,7 +26,6 @@
 #include <fcntl.h>
 #include <netdb.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -121,10 +121,8 @@ public:
         remove();
         Host::FileDescriptor const file(::open(m_file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
         Host::writeAll(file.get(), "<!doctype html><meta http-equiv=\"refresh\" content=\"0;url=" + url + "\">\n");
-        std::string words[]{"xdg-open", m_file};
-        char* arguments[]{words[0].data(), words[1].data(), nullptr};
-        pid_t child = -1;
-        ::posix_spawnp(&child, arguments[0], nullptr, nullptr, arguments, ::environ);
+        Host::FileDescriptor const nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
+        startProgram({"xdg-open", m_file}, nothing.get());
     }
     void remove() const { ::unlink(m_file.c_str()); }
 

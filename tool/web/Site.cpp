@@ -59,7 +59,7 @@ std::optional<Answer> Site::answerAtHead(Request const& request)
     if (m_access.isForeign(request))
         return problem(403, "the request comes from another site");
     if (m_access.knows(request) == Access::Known::Nobody) {
-        if (Access::hasTried(request))
+        if (m_access.hasTried(request))
             tellRefused(request);
         return unknown();
     }

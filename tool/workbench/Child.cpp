@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <utility>
 
 #include <spawn.h>
 #include <sys/wait.h>
@@ -10,9 +11,10 @@
 
 namespace Tool {
 
-pid_t startChild(std::vector<std::string> words, int in, int out, int err)
+namespace {
+
+pid_t start(char const* program, std::vector<std::string> words, int in, int out, int err)
 {
-    words.insert(words.begin(), "mediadata");
     std::vector<char*> arguments;
     for (auto& word : words)
         arguments.push_back(word.data());
@@ -30,14 +32,27 @@ pid_t startChild(std::vector<std::string> words, int in, int out, int err)
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
     pid_t child = -1;
-    // Under an emulator the process's own file is the emulator.
-    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
-    int const fault = ::posix_spawn(&child, program && *program ? program : "/proc/self/exe", &streams, &attributes,
-                                    arguments.data(), ::environ);
+    int const fault = ::posix_spawnp(&child, program, &streams, &attributes, arguments.data(), ::environ);
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&streams);
     errno = fault;
     return fault == 0 ? child : -1;
+}
+
+} // namespace
+
+pid_t startChild(std::vector<std::string> words, int in, int out, int err)
+{
+    words.insert(words.begin(), "mediadata");
+    // Under an emulator the process's own file is the emulator.
+    auto const* const program = std::getenv("MEDIADATA_PROGRAM");
+    return start(program && *program ? program : "/proc/self/exe", std::move(words), in, out, err);
+}
+
+pid_t startProgram(std::vector<std::string> words, int streams)
+{
+    auto const program = words.front();
+    return start(program.c_str(), std::move(words), streams, streams, streams);
 }
 
 int endOfChild(pid_t child)
