@@ -118,6 +118,8 @@ def main():
     try:
         holder = telephone.serve_alone()
         alone = memory(holder)
+        telephone.run("list", "--details")
+        asked = memory(holder)
         telephone.stop()
         token_file = os.path.join(KEPT, "token")
         page.browser.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": WATCH})
@@ -131,6 +133,7 @@ def main():
         first_view(page)
         key_press(page)
         change(page, 1, "change to another tab")
+        seen = memory(telephone.server.pid)
         connections = watch(telephone, token, WATCHERS)
         change(page, 1, f"change to another tab beside {WATCHERS} programs that follow")
         used = memory(telephone.server.pid)
@@ -138,7 +141,8 @@ def main():
             connection.shutdown(socket.SHUT_RDWR)
         change(page, TABS, f"change to each of {TABS} other tabs")
         print("\n| process | in memory | of it anonymous |\n|---|---|---|")
-        for what, sizes in (("serve", alone), ("web, just started", fresh), (f"web, after all this with {WATCHERS} programs", used)):
+        for what, sizes in (("serve, just started", alone), ("serve, after a list of all settings", asked), ("web, just started", fresh),
+                            ("web, after all this in one browser", seen), (f"web, with {WATCHERS} programs besides", used)):
             print(f"| {what} | {sizes[0]} kB | {sizes[1]} kB |")
     finally:
         page.close()

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <utility>
 
+#include <malloc.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -43,6 +44,8 @@ public:
 private:
     Command const& m_command;
 };
+
+constexpr std::size_t longAnswer = 65536;
 
 /// In the order of the exit statuses.
 constexpr std::array statuses{200, 500, 400, 404, 422, 507};
@@ -124,8 +127,12 @@ Answer run(Invocation const& holder, Command const& command)
     std::shared_ptr<Watcher> watcher;
     Sender const sender{userName(::geteuid()), "mediadata-web", "page"};
     int const status = runFor(holder, sender, console, command.words, watcher);
-    if (status == exitOk)
-        return {200, std::move(out).str(), "application/json", {}};
+    if (status == exitOk) {
+        auto text = std::move(out).str();
+        if (text.size() > longAnswer)
+            ::malloc_trim(0); // What it was made of was a multiple of it, and this thread's arena would keep that.
+        return {200, std::move(text), "application/json", {}};
+    }
     auto report = Json::parse(out.str(), nullptr, false);
     if (!report.is_object())
         return problem(500, "the command gave no answer");
