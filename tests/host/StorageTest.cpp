@@ -234,6 +234,31 @@ TEST_F(HostStorage, ALogWithoutItsDatabaseIsNotMixedIntoANewOne)
     EXPECT_EQ(m_platform->notices().size(), 2U) << "it is gone, and its log was set aside";
 }
 
+TEST_F(HostStorage, AFrameThatACutToreInItsHeadIsNoDamage)
+{
+    m_table.reset();
+    auto const log = pathOf("mediadata.db-wal");
+    for (int i = 0; fs::file_size(log) < 32 + 39 * 4120; ++i)
+        ASSERT_TRUE(write("Many", "value", std::to_string(i)));
+    auto const last = read("Many", "value");
+    std::vector<Host::StoredItem> change;
+    for (int i = 100; i < 200; ++i)
+        change.push_back({"Many", std::to_string(i), std::string(200, 'v')});
+    ASSERT_TRUE(m_platform->database().write(change, {}));
+    for (auto const* const name : {"mediadata.db", "mediadata.db-wal"})
+        fs::copy_file(pathOf(name), m_parent + "/" + name);
+    close();
+    for (auto const* const name : {"mediadata.db", "mediadata.db-wal"})
+        fs::rename(m_parent + "/" + name, pathOf(name));
+    fs::remove(pathOf("mediadata.seal"));
+    damage(log, 32 + 41 * 4120,
+           {0, 0, 0, 1, 0, 0, 0, 9}); // the page and the mark of a change's end, a sector's last eight bytes
+    damage(log, 32 + 41 * 4120 + 500, "#");
+    ASSERT_TRUE(open()) << m_error;
+    EXPECT_EQ(testing::PrintToString(m_platform->notices()), "{}");
+    EXPECT_EQ(read("Many", "value"), last);
+}
+
 TEST_F(HostStorage, WhatWaitsForTheNextWriteIsKeptUntilOneSucceeds)
 {
     auto const add = [this](char const* item) { m_platform->database().addToNextWrite({{1, "get", item, ""}}); };

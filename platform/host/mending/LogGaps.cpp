@@ -27,13 +27,16 @@ constexpr std::uint32_t magic = 0x377f0682; // the lowest bit: checksums are of 
 constexpr std::uint32_t ownMagic = magic | (std::endian::native == std::endian::big ? 1 : 0);
 constexpr std::uint32_t formatVersion = 3'007'000;
 constexpr std::uint32_t pageSize = 4096;
+constexpr std::size_t sectorSize = 512; // of larger ones the ends are ends of these
 
 using Checksum = std::pair<std::uint32_t, std::uint32_t>;
 
 struct Frame {
     std::string bytes;
     bool isGood = false;
-    bool isCommit = false; ///< ends a change, whether it is good or not
+    /// Ends a change, whether it is good or not. Not known when a cut may have left the mark of an older log there: it lies in
+    /// another sector than what says which log a frame is of.
+    bool isCommit = false;
 };
 
 class Log {
@@ -133,7 +136,8 @@ private:
             Checksum const found = stored(frame.bytes, 16);
             frame.isGood = isOfThisLog && (checksumOf(before, frame.bytes) == found ||
                                            (m_frames.empty() && checksumOf(anew, frame.bytes) == found));
-            frame.isCommit = isOfThisLog && big(frame.bytes, 4) != 0;
+            bool const isTorn = !frame.isGood && at % sectorSize == sectorSize - 8;
+            frame.isCommit = isOfThisLog && big(frame.bytes, 4) != 0 && !isTorn;
             before = found;
             m_frames.push_back(std::move(frame));
         }
