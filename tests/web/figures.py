@@ -27,7 +27,12 @@ addEventListener('DOMContentLoaded', () => {
   watch.observe(document.querySelector('main'), {childList: true, subtree: true});
 });
 addEventListener('keydown', event => window.pressed = event.timeStamp, {capture: true});
-addEventListener('input', () => painted(now => (window.presses ??= []).push(now - window.pressed)));
+addEventListener('input', () => window.began = performance.now(), {capture: true});
+addEventListener('input', () => {
+  document.body.offsetHeight; // Has all laid out.
+  (window.works ??= []).push(performance.now() - window.began);
+  painted(now => (window.presses ??= []).push(now - window.pressed));
+});
 """
 # What the row of ringer-melody says, with the time since the epoch at which it came to say so.
 HEAR = """
@@ -66,6 +71,7 @@ def key_press(page):
             page.until(lambda: page.script("return window.presses?.length ?? 0") > before)
         field.clear()
     said("key press to list", page.script("return window.presses"))
+    said("of it the list's own work: script, style, layout", page.script("return window.works"))
 
 
 def change(page, tabs, what):
