@@ -24,6 +24,7 @@ class SettingsView {
   #links = new Map();     // at the side, by group
   #current;
   #frame;
+  #timer;
   #state = {q: '', group: '', changed: false};
 
   constructor(main, params, app) {
@@ -159,9 +160,12 @@ class SettingsView {
           line.element.hidden = !(line.isShown = isShown);
       }
       total += matching;
-      section.element.hidden = !visible;
-      section.grid.style.containIntrinsicBlockSize = `auto ${4 * visible}rem`;
-      section.tally.textContent = visible;
+      if (section.visible !== visible) {
+        section.visible = visible;
+        section.element.hidden = !visible;
+        section.grid.style.containIntrinsicBlockSize = `auto ${4 * visible}rem`;
+        section.tally.textContent = visible;
+      }
       this.#tally(section.family, matching);
     }
     this.#tally(everything, total);
@@ -188,7 +192,8 @@ class SettingsView {
           this.#set({q: '', group: '', changed: false});
           this.#app.search.focus();
         }}, 'Show all settings'));
-    requestAnimationFrame(() => this.#highlight(words));
+    clearTimeout(this.#timer);
+    this.#timer = setTimeout(() => this.#highlight(words), 50); // After the list is painted.
   }
 
   /// Marks the words in the first rows that are shown, without touching their elements.
