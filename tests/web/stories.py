@@ -269,6 +269,24 @@ class Everywhere(Story):
                 with self.subTest(view, dark=dark):
                     self.assertEqual(page.faults(), [])
 
+    def test_axe_finds_nothing_where_people_are_told_or_asked(self):
+        page = self.page
+        self.telephone.set("door-opener-type-1=2", "door-opener-name-1=Gate", "door-opener-directvideo-1=2")
+        page.view("settings?q=rtp-base-port")
+        page.click(".row:not([hidden]) .face")
+        page.find(".editor input").send_keys("5005")
+        page.find(".notes .error")
+        self.assertEqual(page.faults(), [])
+        page.view("doors")
+        page.click("#opener-1 select option[value='0']")
+        page.see("Gate", "dialog")
+        self.assertEqual(page.faults(), [])
+        page.button("Cancel", "dialog").click()
+        page.view("history")
+        page.click(".history li button")
+        page.see("Gate", ".preview")
+        self.assertEqual(page.faults(), [])
+
     def test_nothing_from_outside_and_little_of_all(self):
         page = self.page
         self.telephone.set("ringer-volume=5")
