@@ -43,6 +43,7 @@ reliability: build-dev ## fail every platform and system call, kill the process 
 	@MEDIADATA_FAULTS=all build/dev/library_tests --gtest_filter='*/FaultSweep.*' --gtest_brief=1
 	@MEDIADATA_IMAGES=12000 MEDIADATA_FAULT_STEP=1 \
 	    build/dev/reliability_tests --gtest_brief=1
+	@MEDIADATA_HOSTILE=10000 build/dev/tool_tests --gtest_filter='Web.*Harm' --gtest_brief=1
 
 docs-test: install-build ## add what the documents on adding add, in a copy of the sources, build it and run their examples
 	@tests/docs/adding build/adding build docs/add-a-setting.md docs/add-a-verb.md

@@ -2,6 +2,7 @@
 
 #include "cli/Invocation.h"
 #include "cli/Readiness.h"
+#include "holder/Server.h"
 #include "report/Renderers.h"
 #include "web/Daemon.h"
 #include "workbench/Child.h"

@@ -12,6 +12,8 @@
 
 #include "HostPlatform.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <set>
 #include <utility>
