@@ -71,8 +71,8 @@ void Readiness::tell()
         Host::FileDescriptor const descriptor(*m_lasting->descriptor);
         Host::writeAll(descriptor.get(), "ready\n");
     }
+    isServiceReady = 1; // A signal may come while the manager hears it.
     notify("READY=1");
-    isServiceReady = 1;
 }
 
 void Readiness::endBySignal()
