@@ -41,6 +41,7 @@ Report run(ImportOptions const& options, Workbench& workbench)
     auto account = importDocument(
         workbench, document,
         {.dryRun = options.dryRun, .atomic = options.atomic, .yes = options.yes, .all = options.general.json});
+    addMissingSecrets(account, document);
     account.notes = std::move(report.notes);
     return account;
 }

@@ -47,7 +47,9 @@ Report fill(Options const& place, std::optional<Document> const& document, bool 
     Section made{"telephone", Layout::Pairs, {"directory"}, {{workbench->platform().directory()}}};
     bool const isRehearsal = place.missing == Missing::Rehearse;
     auto const take = [&] {
-        return importDocument(*workbench, *document, {.dryRun = isRehearsal, .atomic = true, .all = all});
+        auto report = importDocument(*workbench, *document, {.dryRun = isRehearsal, .atomic = true, .all = all});
+        addMissingSecrets(report, *document);
+        return report;
     };
     auto report = document ? workbench->journal().record(ownAuthor("init"), take) : Report{};
     report.sections.insert(report.sections.begin(), std::move(made));

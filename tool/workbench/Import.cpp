@@ -452,7 +452,6 @@ Report importDocument(Workbench& workbench, Document const& document, ImportOpti
     auto report = import.report(options);
     report.sections.push_back(options.dryRun ? std::move(foretold) : alsoChanged(before, asked));
     addWiped(workbench, report, losses);
-    addMissingSecrets(report, document);
     if (asks)
         askToWipe(report, losses);
     return report;
