@@ -93,6 +93,8 @@ Report resetAll(Workbench& workbench, bool dryRun)
     document.settings = defaultDocument().settings;
     auto report = importDocument(workbench, document, {.dryRun = dryRun, .yes = true});
     std::erase_if(report.sections, [](Section const& section) { return section.name == "counts"; });
+    if (report.sections.front().rows.empty())
+        report.notes.emplace_back("Nothing differs from the defaults.");
     if (dryRun || report.code != exitOk)
         return report;
     auto const forgotten = forget(workbench, std::nullopt, true);

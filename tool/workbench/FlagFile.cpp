@@ -89,7 +89,7 @@ Report apply(std::vector<std::string> const& changes, std::vector<Line>& lines)
         auto const value = change.substr(equals + 1);
         auto const reason = value.empty() ? "" : refusal(flag->tag, value);
         if (!reason.empty())
-            report.fail(exitRefused, {word, reason});
+            report.fail(exitRefused, {word, reason + "; expected true or false"});
         else if (!value.empty())
             lines.push_back({word, fmt::format("{} {}", word, value)});
     }
