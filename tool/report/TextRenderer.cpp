@@ -216,10 +216,10 @@ void writeTable(Section const& section, std::ostream& out, Room room, bool colou
     std::string const indent(section.headings == 0 ? 0 : 2, ' ');
     auto columns = columnsOf(section, indent.size(), room);
     Columns remarks;
-    if (widthOf(columns, widestCell) + indent.size() > room.columns) {
-        std::copy_if(columns.begin(), columns.end(), std::back_inserter(remarks),
-                     [](Column const& column) { return isRemark(column.name); });
-        std::erase_if(columns, [](Column const& column) { return isRemark(column.name); });
+    auto const isBelow = [](Column const& column) { return isRemark(column.name); };
+    if (widthOf(columns, widestCell) + indent.size() > room.columns && !std::ranges::all_of(columns, isBelow)) {
+        std::ranges::copy_if(columns, std::back_inserter(remarks), isBelow);
+        std::erase_if(columns, isBelow);
     }
     if (room.cuts)
         fit(columns, room.columns - indent.size());

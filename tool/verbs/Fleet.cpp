@@ -76,6 +76,7 @@ Report findTelephones(FleetOptions const& options, std::vector<Telephone>& telep
     std::istringstream lines(options.listContent.text.value_or(""));
     for (std::string line; std::getline(lines, line);) {
         line.erase(line.find_last_not_of(" \t\r") + 1);
+        line.erase(0, line.find_first_not_of(" \t"));
         if (!line.empty() && !line.starts_with('#'))
             names.push_back(line);
     }
@@ -98,12 +99,15 @@ enum class Pass { Compare, Import, Check };
 void readImport(Json const& answer, Telephone& telephone)
 {
     telephone.result = "done";
+    auto const errors = answer.value("errors", Json::array()); // Why the whole was held back.
     for (auto const& each : answer["items"]) {
         auto const result = each.value("result", "");
         if (result == wordOf(Result::Stored) || result == wordOf(Result::WouldStore)) {
             ++telephone.done;
         } else if (result != wordOf(Result::Unchanged)) {
-            auto const reason = each.value("reason", Json());
+            auto reason = each.value("reason", Json());
+            if (result == wordOf(Result::HeldBack) && reason.is_null() && !errors.empty())
+                reason = errors.front().value("reason", Json());
             telephone.left.push_back({each.value("item", ""), reason.is_string() ? reason.get<std::string>() : result});
         }
     }
@@ -210,7 +214,7 @@ Report run(FleetOptions const& options, bool isImport, Console& console)
         return report;
     visit(options, isImport, console, telephones);
 
-    auto const* const count = isImport ? (options.dryRun ? "wouldStore" : "stored") : "differences";
+    auto const* const count = isImport ? (options.dryRun ? "would store" : "stored") : "differences";
     Section account{"telephones", Layout::Table, {"directory", "result", count, "left", "reason"}, {}};
     Section left{"left", Layout::Table, {"directory", "item", "reason"}, {}, "\nNot done:", 1};
     std::map<std::string, std::size_t> results;
