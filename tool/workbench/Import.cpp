@@ -347,9 +347,10 @@ private:
     void applyService()
     {
         auto changed = toStore("");
-        auto const gone = std::ranges::stable_partition(changed, [](Other const* each) { return !each->wanted.is_null(); });
-        settleService({changed.begin(), gone.begin()}, changeService);
-        settleService({gone.begin(), gone.end()}, withdrawFromService);
+        auto const gone =
+            std::stable_partition(changed.begin(), changed.end(), [](Other const* each) { return !each->wanted.is_null(); });
+        settleService({changed.begin(), gone}, changeService);
+        settleService({gone, changed.end()}, withdrawFromService);
     }
 
     void settleService(std::vector<Other*> const& others, bool (*action)(Workbench&, TagTexts const&))

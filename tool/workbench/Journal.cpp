@@ -158,11 +158,11 @@ Report Journal::record(Host::Author doer, std::function<Report()> const& action)
     if (m_last) {
         auto changes = differences(*m_last, before);
         auto const isFlag = [](Host::HistoryChange const& each) { return each.schema == "@flags"; };
-        auto const byHand = std::ranges::stable_partition(changes, std::not_fn(isFlag));
-        database.addToHistory({changes.begin(), byHand.begin()});
+        auto const byHand = std::stable_partition(changes.begin(), changes.end(), std::not_fn(isFlag));
+        database.addToHistory({changes.begin(), byHand});
         database.completeHistory();
         platform.author(Host::Author{"", "", "", "flag file"});
-        database.addToHistory({byHand.begin(), byHand.end()});
+        database.addToHistory({byHand, changes.end()});
     }
     database.completeHistory();
     m_begun =

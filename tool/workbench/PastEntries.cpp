@@ -300,12 +300,12 @@ void addRefused(std::vector<PastEntry>& entries, Line const& line)
 void dropCell(std::string& text, int row, std::string_view element)
 {
     auto begin = text.find("<Entry");
-    for (; row > 0 && begin != text.npos; --row)
+    for (; row > 0 && begin != std::string::npos; --row)
         begin = text.find("<Entry", begin + 1);
-    auto const next = begin == text.npos ? text.npos : text.find("<Entry", begin + 1);
+    auto const next = begin == std::string::npos ? std::string::npos : text.find("<Entry", begin + 1);
     auto const from = text.find('<' + std::string(element) + '>', begin);
     auto const to = text.find("</" + std::string(element) + '>', from);
-    if (to != text.npos && to < next)
+    if (to != std::string::npos && to < next)
         text.erase(from, to + element.size() + 3 - from);
 }
 

@@ -78,7 +78,7 @@ bool DatabaseSeal::takeOff(std::string& error)
     std::string ignored;
     if (m_directory.look(m_databaseName, ignored) == State::absent)
         m_verdict = Verdict::orphaned;
-    else if (m_text.ends_with('\n') && m_text.find(beforeHash) != m_text.npos && isWhole())
+    else if (m_text.ends_with('\n') && m_text.find(beforeHash) != std::string::npos && isWhole())
         if (std::string const file = describeFile(); !file.empty())
             m_verdict = m_text == file ? Verdict::fits : Verdict::differs;
     m_directory.remove(sealName);

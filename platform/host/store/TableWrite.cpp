@@ -42,7 +42,7 @@ bool standsAt(std::size_t position, std::string_view number, std::string const& 
 /// Nothing in the text but elements without attributes, each with a start and an end tag, and characters.
 bool hasPlainTags(std::string_view text)
 {
-    return text.find_first_of("!?=") == text.npos && text.find("/>") == text.npos;
+    return text.find_first_of("!?=") == std::string_view::npos && text.find("/>") == std::string_view::npos;
 }
 
 /// The text up to the next tag, taken from the front.
@@ -63,7 +63,7 @@ bool arePlain(std::string_view characters)
 /// plain tags.
 bool differsInCharactersOnly(std::string_view known, std::string_view row)
 {
-    for (auto end = known.find('>'); end != known.npos; end = known.find('>')) {
+    for (auto end = known.find('>'); end != std::string_view::npos; end = known.find('>')) {
         auto const tag = known.substr(0, end + 1);
         if (!row.starts_with(tag))
             return false;
