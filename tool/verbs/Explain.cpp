@@ -311,7 +311,7 @@ Json lastChange(Workbench& workbench, std::vector<eDataTag> const& tags)
             if (change.result != wordOf(Result::Stored) || std::ranges::none_of(tags, isOne))
                 continue;
             auto const who = change.cause == "rule" ? Journal::ruleName : !entry->verb.empty() ? entry->verb : entry->door;
-            return {{"item", change.item}, {"time", timeText(entry->time)}, {"who", who}};
+            return {{"item", change.item}, {"time", isoTime(entry->time)}, {"who", who}};
         }
     }
     return {};
@@ -322,7 +322,8 @@ std::string told(Json const& change, eDataTag tag)
 {
     auto const text = [&](char const* key) { return change[key].get<std::string>(); };
     auto const who = text("who") == Journal::ruleName ? "a rule" : text("who");
-    return fmt::format("{} changed {} at {}", who, text("item") == nameOf(tag) ? "it" : text("item"), text("time"));
+    return fmt::format("{} changed {} at {}", who, text("item") == nameOf(tag) ? "it" : text("item"),
+                       timeText(timeOf(text("time")).value_or(0)));
 }
 
 Report Explanation::report() const
