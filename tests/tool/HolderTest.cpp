@@ -44,19 +44,6 @@ struct Holder : ToolRunner {
         return failed == 0 ? socket : -1;
     }
 
-    /// What comes through the socket, up to a text or to the end.
-    static std::string read(int socket, std::string const& last = "\n\n\n")
-    {
-        std::string text;
-        char piece[65536];
-        for (ssize_t got = 1; got > 0 && text.find(last) == std::string::npos;) {
-            got = ::read(socket, piece, sizeof piece);
-            text.append(piece, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        }
-        ::close(socket);
-        return text;
-    }
-
     static std::string wire(Words const& texts)
     {
         std::string all;
@@ -202,7 +189,7 @@ TEST_F(Holder, SaysWhenItIsReady)
     ::setenv("NOTIFY_SOCKET", name.c_str(), 1);
     auto holder = start("serving", {"serve", "--ready-fd", std::to_string(ready[1])});
     ::close(ready[1]);
-    EXPECT_EQ(read(ready[0]), "ready\n");
+    EXPECT_EQ(readAll(ready[0]), "ready\n");
     EXPECT_EQ(told(), "READY=1");
     for (int const signal : {SIGTERM, 0}) { // of one that works through the first, and ends by itself
         auto watcher = start("watching", {"watch", "--timeout", signal == 0 ? "1" : "100"});
@@ -269,7 +256,7 @@ TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)
                               wire({"mediadata 2", "word", "serve"}), wire({"mediadata 3"}), wire(Words(70000, "x"))}) {
         auto const socket = send(bytes);
         ::shutdown(socket, SHUT_WR);
-        EXPECT_EQ(read(socket).find("3:out"), std::string::npos) << bytes.substr(0, 40);
+        EXPECT_EQ(readAll(socket).find("3:out"), std::string::npos) << bytes.substr(0, 40);
         EXPECT_EQ(out("get 61"), "3\n") << bytes.substr(0, 40);
     }
     for (int idle = 0; idle < 40; ++idle)
@@ -281,7 +268,7 @@ TEST_F(Holder, SurvivesWhateverComesThroughItsSocket)
 TEST_F(Holder, AnswersOtherVersionsInOneSentence)
 {
     hold();
-    EXPECT_EQ(read(send(wire({"mediadata 0", "verb", "get"}))),
+    EXPECT_EQ(readAll(send(wire({"mediadata 0", "verb", "get"}))),
               wire({"refuse", "it speaks mediadata 2, this command mediadata 0; both have to be of one version"}));
     m_holder->end(SIGTERM);
     auto const [socket, failed] = socketAfter(::bind);
@@ -349,13 +336,13 @@ TEST_F(Holder, IsNotHeldUpByWatchersThatDoNotRead)
         }
         EXPECT_EQ(tool(words).status, 0);
     }
-    EXPECT_NE(read(socket, " changes missed\n").find(" changes missed\n"), std::string::npos);
+    EXPECT_NE(readAll(socket, " changes missed\n").find(" changes missed\n"), std::string::npos);
     // A long answer that is being read when the holder is to end comes whole.
     auto const slow = send(wire({"mediadata 2", "word", "history", "word", "--limit", "word", "99999"}));
     ASSERT_EQ(::recv(slow, &first, 1, MSG_PEEK), 1);
     EXPECT_EQ(status("get 61"), 0); // which has its turn when the answer is on its way
     m_holder->signal(SIGTERM);
-    EXPECT_TRUE(read(slow).ends_with(wire({"end", "0"})));
+    EXPECT_TRUE(readAll(slow).ends_with(wire({"end", "0"})));
     EXPECT_EQ(m_holder->end(), 0);
 }
 
@@ -368,7 +355,7 @@ TEST_F(Holder, AnswersNobodyElsesCommands)
     if (child == 0) {
         // Another user for the holder, though the directory's own mode would keep that one out.
         bool const acts = ::seteuid(65534) == 0 && ::setfsuid(0) >= 0;
-        auto const answer = read(send(wire({"mediadata 2", "word", "get", "word", "61"})));
+        auto const answer = readAll(send(wire({"mediadata 2", "word", "get", "word", "61"})));
         ::_exit(acts && answer.find("another user") != std::string::npos ? 0 : 1);
     }
     int status = -1;

@@ -36,6 +36,19 @@ struct Answer {
     bool operator==(Answer const&) const = default;
 };
 
+/// What comes through the socket, up to a text or to the end; it is closed then.
+inline std::string readAll(int socket, std::string const& last = "\n\n\n")
+{
+    std::string text;
+    char piece[65536];
+    for (ssize_t got = 1; got > 0 && text.find(last) == std::string::npos;) {
+        got = ::read(socket, piece, sizeof piece);
+        text.append(piece, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+    }
+    ::close(socket);
+    return text;
+}
+
 inline void PrintTo(Answer const& answer, std::ostream* stream)
 {
     *stream << answer.status << '\n' << answer.out << answer.err;

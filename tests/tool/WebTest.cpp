@@ -54,14 +54,7 @@ struct Web : ToolRunner {
     {
         auto const socket = connect();
         [[maybe_unused]] auto const sent = ::send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        std::string text;
-        char piece[65536];
-        for (ssize_t got = 1; got > 0 && text.find(last) == std::string::npos;) {
-            got = ::read(socket, piece, sizeof piece);
-            text.append(piece, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        }
-        ::close(socket);
-        return text;
+        return readAll(socket, last);
     }
 
     Response raw(std::string const& bytes) const

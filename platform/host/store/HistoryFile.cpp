@@ -107,8 +107,8 @@ bool HistoryFile::append(std::string text, std::string& error) const
     if (!file || ::fstat(file.get(), &status) != 0)
         return false;
     if (status.st_size > 0 && static_cast<std::size_t>(status.st_size) + text.size() > longest) {
-        if (m_directory.look(older, error) == DataDirectory::State::refused ||
-            !m_directory.rename(present, older, error) || !m_directory.sync(error))
+        if (m_directory.look(older, error) == DataDirectory::State::refused || !m_directory.rename(present, older, error) ||
+            !m_directory.sync(error))
             return false;
         file = open();
         if (!file)
