@@ -1,5 +1,7 @@
 #include "workbench/SignalBlock.h"
 
+#include <initializer_list>
+
 namespace Tool {
 
 SignalBlock::SignalBlock()
