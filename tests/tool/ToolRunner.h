@@ -8,6 +8,9 @@
 #include <poll.h>
 #include <pty.h>
 
+#include <cerrno>
+#include <system_error>
+
 namespace ToolTest {
 
 using Words = std::vector<std::string>;
@@ -63,6 +66,14 @@ inline std::string column(nlohmann::json const& rows, char const* name)
     return text;
 }
 
+/// What a fork answered. Where it failed the test does: a signal to "process" -1 would go to all there are.
+inline pid_t made(pid_t child)
+{
+    if (child < 0)
+        throw std::system_error(errno, std::generic_category(), "no process was made");
+    return child;
+}
+
 /// A process, of the tool unless named, its standard streams in files; killed at the latest with this object.
 class Process {
 public:
@@ -75,7 +86,7 @@ public:
         for (auto& word : words)
             arguments.push_back(word.data());
         arguments.push_back(nullptr);
-        m_child = ::fork();
+        m_child = made(::fork());
         if (m_child != 0)
             return;
         if (s_longestFile != 0) {
@@ -140,7 +151,7 @@ public:
     Terminal(std::filesystem::path const& dataDirectory, std::string const& command)
     {
         auto words = wordsOf("mediadata --data-dir " + dataDirectory.string() + ' ' + command);
-        m_child = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        m_child = made(::forkpty(&m_terminal, nullptr, nullptr, nullptr));
         if (m_child != 0)
             return;
         std::vector<char*> arguments;
