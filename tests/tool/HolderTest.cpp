@@ -232,7 +232,7 @@ TEST_F(Holder, IsWaitedForInAQueueButNotForever)
         EXPECT_NE(refused.err.find("in use by process " + name + "; waited 2 s for it\n"), std::string::npos) << refused.err;
         std::list<Process> queue;
         for (int command = 0; command < 200; ++command)
-            queue.emplace_back(root() / "queued",
+            queue.emplace_back(root() / ("queued" + std::to_string(command)),
                                Words{"--data-dir", dataDirectory().string(), "--timeout", "300", "set", "61=5"});
         EXPECT_TRUE(queue.back().says("waiting"));
         letGo();

@@ -82,6 +82,8 @@ public:
         : m_streams(std::move(streams))
     {
         std::ofstream(stream(STDIN_FILENO), std::ios::binary) << input;
+        for (int const each : {STDOUT_FILENO, STDERR_FILENO})
+            std::filesystem::remove(stream(each)); // What one before has said is not this one's.
         std::vector<char*> arguments{tool.data()};
         for (auto& word : words)
             arguments.push_back(word.data());
