@@ -119,11 +119,11 @@ struct ApiDocument {
             described = root["components"]["responses"]["problem"];
         if (!described.contains("content"))
             return response.body;
-        auto const& [type, content] = *described["content"].items().begin();
-        if (response.head.find("Content-Type: " + type) == std::string::npos)
+        auto const content = described["content"].begin();
+        if (response.head.find("Content-Type: " + content.key()) == std::string::npos)
             return "another type: " + response.head;
         auto rules = root;
-        rules.update(content["schema"]);
+        rules.update((*content)["schema"]);
         return JsonSchema(rules).fault(response.json());
     }
 
