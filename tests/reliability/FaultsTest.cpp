@@ -1,6 +1,6 @@
-// One system call at a time fails under the host platform, or the process is killed at it: every one of four runs, each in a process of its own. Whatever fails,
-// the process answers truthfully and neither hangs nor aborts; what was acknowledged is there after the next start, or the start
-// is refused with a reason and the next one finds everything whole.
+// One system call at a time fails under the host platform, or the process is killed at it: every one of four runs, each in a
+// process of its own. Whatever fails, the process answers truthfully and neither hangs nor aborts; what was acknowledged is there
+// after the next start, or the start is refused with a reason and the next one finds everything whole.
 #include "Disk.h"
 #include "Telephone.h"
 

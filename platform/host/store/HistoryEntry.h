@@ -10,8 +10,8 @@ namespace Host {
 /// The text of a value that is not stored, as whoever reads it is answered.
 inline constexpr char const* notStored = "failure";
 
-/// A value before and after; one that was removed is not stored afterwards. Secrets are as they are stored. Of a table (the element "") the rows that stay as they are are
-/// empty in both texts, unless one of these is not stored.
+/// A value before and after; one that was removed is not stored afterwards. Secrets are as they are stored. Of a table (the
+/// element "") the rows that stay as they are are empty in both texts, unless one of these is not stored.
 struct HistoryChange {
     std::string schema;
     std::string element;
