@@ -1,5 +1,6 @@
 // What differs from the defaults, or from a file, with each difference one step from going.
-import {api, path} from './api.js';
+import {api} from './api.js';
+import {settingRequest} from './change.js';
 import {count, h, valueText} from './dom.js';
 import {dropZone} from './drop.js';
 import {itemLink} from './outcomes.js';
@@ -43,12 +44,10 @@ export async function show(main, params, app) {
 
   function row({item, other: theirs, here}) {
     const known = app.store.row(item);
-    const request = other === null ? {method: 'DELETE', path: path`settings/${item}`}
-      : {method: 'PUT', path: path`settings/${item}`, body: {value: theirs}};
     const canTake = known && !known.isTable && !known.secret && theirs !== null && !app.session.readOnly;
     const word = other === null ? 'Reset' : 'Take';
     const take = canTake && h('button', {type: 'button', ariaLabel: `${word} ${item}`,
-      onclick: async () => await app.change(request, {title: `${word} ${item}?`, yes: word}) && load()}, word);
+      onclick: async () => await app.change(await settingRequest(app, known, other === null ? undefined : theirs), {title: `${word} ${item}?`, yes: word}) && load()}, word);
     return h('tr', {}, h('th', {scope: 'row'}, itemLink(item)), h('td', {}, valueText(theirs, known)), h('td', {}, valueText(here, known)), h('td', {}, take));
   }
 
