@@ -99,6 +99,7 @@ function mark(view) {
   document.title = `${view.title} · Telephone`;
   for (const link of find('views').children)
     link.ariaCurrent = link.hash === `#${view.name}` ? 'page' : null;
+  document.querySelector('[aria-current=page]').scrollIntoView({block: 'nearest'});
 }
 
 find('views').append(...views.map(view => h('a', {href: `#${view.name}`}, view.title)));
@@ -119,7 +120,7 @@ function toast(text, {isError = false, action} = {}) {
 }
 
 function ask({title, body, yes = 'Yes', no = 'Cancel', danger = false}) {
-  const id = newId('dialog');
+  const id = newId();
   const from = document.activeElement;
   const dialog = h('dialog', {'aria-labelledby': id}, h('form', {method: 'dialog'},
     h('h2', {id}, title), body,

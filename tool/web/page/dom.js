@@ -24,7 +24,7 @@ export function h(name, properties, ...children) {
 let ids = 0;
 
 /// An id that no other element has.
-export const newId = (what = 'id') => `${what}-${++ids}`;
+export const newId = () => `id-${++ids}`;
 
 /// A value as people read it; `row` (of the store) knows names of numbers, units and secrets. Never empty.
 export function valueText(value, row) {
@@ -61,8 +61,8 @@ export function timeElement(time) {
   return h('time', {dateTime: time, title: exact.format(new Date(time))}, ago(time));
 }
 
-export function refreshTimes(root = document) {
-  for (const element of root.querySelectorAll('time'))
+export function refreshTimes() {
+  for (const element of document.querySelectorAll('time'))
     element.textContent = ago(element.dateTime);
 }
 

@@ -35,7 +35,7 @@ export function foldedFields(app, title, fields) {
 /// A select among texts[0], texts[1] ... whose number is stored as the value of all `names`, after people were shown what else
 /// changes. It stands in a field with its label.
 export function choice(app, names, label, texts) {
-  const id = newId('choice');
+  const id = newId();
   const row = app.store.row(names[0]);
   const select = h('select', {id, disabled: Boolean(app.session.readOnly)}, texts.map((text, i) => h('option', {value: i}, text)));
   const showValue = () => select.value = row.value;

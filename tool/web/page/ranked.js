@@ -24,7 +24,7 @@ export class RankedTable {
     this.#table = table;
     this.#app = app;
     this.#say = say;
-    const id = newId('table');
+    const id = newId();
     this.#list.setAttribute('aria-labelledby', id);
     this.element = h('section.card', {id: `table-${table.name}`, 'aria-labelledby': id}, h('h2', {id}, table.title), this.#list, this.#foot, table.size && this.#size(table.size));
     makeOrderable(this.#list, (entry, place) => this.#moved(entry, place), () => this.#check());
@@ -72,7 +72,7 @@ export class RankedTable {
       row.allowed = isOn;
       this.#check();
     });
-    const reason = !row.hardware && h('small', {id: newId('reason')}, row.reason ?? 'The hardware does not have it');
+    const reason = !row.hardware && h('small', {id: newId()}, row.reason ?? 'The hardware does not have it');
     const handle = h('button.handle', {type: 'button', title: 'Drag, or press the arrow keys', 'aria-describedby': reason ? reason.id : null});
     const entry = h('li', {}, handle, h('span.rank', {ariaHidden: 'true'}), h('span.choice', {}, title, reason), allowed);
     entry.row = row;
