@@ -159,6 +159,21 @@ class TheViews(Story):
         page.until(lambda: self.telephone.value("ringer-melody") == 4)
         self.assertEqual(self.telephone.value("ringer-volume"), 3)
 
+    def test_an_import_opens_the_secrets_with_their_passphrase(self):
+        passphrase = "blank, ü and 50 % \u9375"
+        self.telephone.set("door-opener-pin-1=80731")
+        document = self.telephone.run("export", "--secrets", "--passphrase-file", "-", document=passphrase)
+        self.telephone.set("door-opener-pin-1=")
+        self.page.view("import")
+        self.drop(json.dumps(document))
+        self.page.see("Nothing would change")
+        for typed, seen in (("wrong", "wrong passphrase"), (passphrase, "would store")):
+            self.page.find("#import-passphrase").clear()
+            self.page.find("#import-passphrase").send_keys(typed, Keys.TAB)
+            self.page.see(seen)
+        self.page.button("Import", ".preview").click()
+        self.page.until(lambda: self.telephone.value("door-opener-pin-1") == "80731")
+
     def test_compared_with_the_defaults_and_with_a_file(self):
         page = self.page
         document = json.dumps(self.telephone.run("export"))

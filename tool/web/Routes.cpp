@@ -252,7 +252,9 @@ std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Reques
         fault = takeBody(route, request, inPath, words);
     if (!fault.empty())
         return problem(400, fault);
-    std::string const passphrase(route.body == Body::Document ? request.header("Passphrase") : "");
+    std::string passphrase;
+    if (route.body == Body::Document && !unescape(request.header("Passphrase"), passphrase))
+        return problem(400, "Passphrase: an escape that is none");
     if (!passphrase.empty())
         words.addOption("--secrets");
     for (auto& word : inPath) {

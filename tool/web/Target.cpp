@@ -5,10 +5,7 @@
 
 namespace Tool::Web {
 
-namespace {
-
-/// Without escapes. `blank` stands for a blank, too.
-bool unescape(std::string_view text, char blank, std::string& plain)
+bool unescape(std::string_view text, std::string& plain, char blank)
 {
     plain.clear();
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -26,6 +23,8 @@ bool unescape(std::string_view text, char blank, std::string& plain)
     }
     return true;
 }
+
+namespace {
 
 /// Calls with each part between the separators, as long as it answers true.
 template <class Take> bool forEachPart(std::string_view text, char separator, Take const& take)
@@ -54,16 +53,15 @@ std::optional<Target> parseTarget(std::string_view text)
     if (!path.starts_with('/') || text.find_first_of(std::string_view("#\0", 2)) != std::string_view::npos)
         return std::nullopt;
     Target target{std::string(path), {}, {}};
-    constexpr char none = '\0';
-    bool const isPath = forEachPart(
-        path.substr(1), '/', [&](std::string_view part) { return unescape(part, none, target.segments.emplace_back()); });
+    bool const isPath = forEachPart(path.substr(1), '/',
+                                    [&](std::string_view part) { return unescape(part, target.segments.emplace_back()); });
     bool const isQuery =
         path.size() == text.size() || forEachPart(text.substr(path.size() + 1), '&', [&](std::string_view part) {
             auto const equals = std::min(part.find('='), part.size());
             std::string name;
             std::string value;
-            bool const isGood = unescape(part.substr(0, equals), '+', name) &&
-                                unescape(part.substr(std::min(equals + 1, part.size())), '+', value);
+            bool const isGood = unescape(part.substr(0, equals), name, '+') &&
+                                unescape(part.substr(std::min(equals + 1, part.size())), value, '+');
             if (!name.empty())
                 target.query.emplace_back(std::move(name), std::move(value));
             return isGood;

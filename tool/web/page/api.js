@@ -5,7 +5,6 @@ export class Problem extends Error {
   constructor(status, problem) {
     super(problem.detail || problem.title);
     this.status = status;
-    this.title = problem.title;
     /// The whole object that the tool would print with --json; empty without an answer.
     this.report = problem.report ?? {};
   }
@@ -15,13 +14,13 @@ export class Problem extends Error {
 export const unauthorized = {tell() {}};
 
 /// api('PUT', 'settings/ringer-volume', {query: {dryRun: 1}, body: {value: 5}}): the answer. The path's parts must be encoded
-/// (path`settings/${item}` does it); a body that is a text or a Blob is sent as it is.
-export async function api(method, path, {query = {}, body, signal} = {}) {
+/// (path`settings/${item}` does it); a body that is a text is sent as it is.
+export async function api(method, path, {query = {}, body, headers, signal} = {}) {
   const words = new URLSearchParams(Object.entries(query).filter(([, value]) => value != null && value !== false && value !== ''));
-  const options = {method, signal};
+  const options = {method, signal, headers};
   if (body !== undefined) {
-    options.headers = {'Content-Type': 'application/json'};
-    options.body = typeof body === 'string' || body instanceof Blob ? body : JSON.stringify(body);
+    options.headers = {'Content-Type': 'application/json', ...headers};
+    options.body = typeof body === 'string' ? body : JSON.stringify(body);
   }
   let response;
   let answer;

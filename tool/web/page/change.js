@@ -10,8 +10,7 @@ export async function settingRequest(app, row, value) {
   return value === undefined ? {method: 'DELETE', path: at} : {method: 'PUT', path: at, body: {value}};
 }
 
-/// What an answer, or the report of a refusal, says of a change: {refused: [{item, reason, accepted}], also: [{item, old, new}],
-/// wiped: [{item, old}], items: [...], problem}. `problem` is there when the telephone did not take the request.
+/// What an answer, or the report of a refusal, says of a change; `problem` is there when the telephone did not take the request.
 export function account(report, problem) {
   const items = report.items ?? [];
   const refused = items.filter(({result}) => ['refused', 'unknown', 'failed'].includes(result));

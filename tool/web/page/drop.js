@@ -3,9 +3,9 @@ import {h, newId} from './dom.js';
 
 const largest = 16 << 20;
 
-/// take(text, name) gets the file's text when it is a document of this tool.
+/// take(text, name, isSealed) gets the file's text when it is a document of this tool, and whether it has encrypted secrets.
 export function dropZone(take) {
-  const id = newId('file');
+  const id = newId();
   const state = h('p', {role: 'status'});
   const file = h('input', {id, type: 'file', accept: '.json,application/json', onchange: () => file.files[0] && read(file.files[0])});
   const zone = h('div.drop', {}, h('label', {htmlFor: id}, 'Drop an exported file here, or choose one'), file, state);
@@ -15,11 +15,12 @@ export function dropZone(take) {
       if (chosen.size > largest)
         throw new Error('it is larger than 16 MiB');
       const text = await chosen.text();
-      if (JSON.parse(text).format !== 'mediadata export')
+      const {format, secrets} = JSON.parse(text);
+      if (format !== 'mediadata export')
         throw new Error('it is no document that a telephone has exported');
       state.textContent = chosen.name;
       state.className = '';
-      take(text, chosen.name);
+      take(text, chosen.name, Boolean(secrets));
     } catch (error) {
       state.textContent = `${chosen.name} cannot be used: ${error.message}`;
       state.className = 'refusal';

@@ -6,9 +6,14 @@ import {preview} from './outcomes.js';
 
 export function show(main, params, app) {
   let text;
-  const place = h('div', {});
   let query = {};
-  const rehearse = () => text && preview(place, app, {method: 'POST', path: 'import', body: text, query}, {title: 'Import'});
+  const place = h('div', {});
+  const rehearse = () => text &&
+    preview(place, app, {method: 'POST', path: 'import', body: text, query, headers: headers()}, {title: 'Import'});
+  const passphrase = h('input', {id: 'import-passphrase', type: 'password', autocomplete: 'off', onchange: rehearse});
+  const sealed = h('div.field', {hidden: true},
+    h('label', {htmlFor: passphrase.id}, 'Passphrase of the secrets in it, which are left out otherwise'), passphrase);
+  const headers = () => (passphrase.value ? {Passphrase: encodeURIComponent(passphrase.value)} : {});
   const atomic = toggle({'aria-labelledby': 'import-atomic'}, false, isOn => {
     query = isOn ? {atomic: 1} : {};
     rehearse();
@@ -17,10 +22,12 @@ export function show(main, params, app) {
     h('div.head', {}, h('h1', {}, 'Import')),
     h('p.lead', {}, 'Takes over what another telephone has exported. First you see what would become of each setting; then it is one ' +
       'change, which the ', h('a', {href: '#history'}, 'history'), ' can take back.'),
-    dropZone(chosen => {
+    dropZone((chosen, name, isSealed) => {
       text = chosen;
+      passphrase.value = '';
+      sealed.hidden = !isSealed;
       rehearse();
     }),
     h('div.field', {}, h('span.label', {id: 'import-atomic'}, 'Nothing at all when one setting is refused'), atomic),
-    place);
+    sealed, place);
 }
