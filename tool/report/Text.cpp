@@ -1,23 +1,39 @@
 #include "report/Text.h"
 
-#include <cstdlib>
-#include <fmt/format.h>
-#include <sstream>
-#include <string_view>
-#include <utility>
-
 #include <algorithm>
 #include <array>
 #include <clocale>
+#include <cstdlib>
 #include <ctime>
 #include <cwchar>
+#include <fmt/format.h>
+#include <sstream>
+#include <string_view>
 #include <utility>
 
 namespace Tool {
 
 namespace {
 
-/// What a text begins with: a character in UTF-8, or a byte that belongs to none.
+/// The characters of this thread are those of Unicode while it lives.
+class InUnicode {
+public:
+    InUnicode() : m_before(::uselocale(unicode())) {}
+    ~InUnicode() { ::uselocale(m_before); }
+    InUnicode(InUnicode const&) = delete;
+    InUnicode& operator=(InUnicode const&) = delete;
+
+private:
+    static locale_t unicode()
+    {
+        static locale_t const once = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        return once;
+    }
+
+    locale_t m_before;
+};
+
+/// What a text begins with: a character in UTF-8 (RFC 3629), or a byte that belongs to none.
 struct Character {
     char32_t code;
     std::size_t bytes;
@@ -29,25 +45,13 @@ Character firstOf(std::string_view text)
     auto const lead = static_cast<unsigned char>(text.front());
     if (lead < 0x80)
         return {lead, 1, true};
-    Character const stray{lead, 1, false};
-    struct Form {
-        unsigned char first, last; ///< of the leading byte
-        std::size_t bytes;
-        char32_t least; ///< less is written shorter
-    };
-    constexpr std::array forms{Form{0xc2, 0xdf, 2, 0x80}, Form{0xe0, 0xef, 3, 0x800}, Form{0xf0, 0xf4, 4, 0x10000}};
-    auto const form = std::ranges::find_if(forms, [=](Form const& each) { return lead >= each.first && lead <= each.last; });
-    if (form == forms.end() || text.size() < form->bytes)
-        return stray;
-    char32_t code = lead & (0x7fU >> form->bytes);
-    for (std::size_t at = 1; at < form->bytes; ++at) {
-        auto const byte = static_cast<unsigned char>(text[at]);
-        if ((byte & 0xc0) != 0x80)
-            return stray;
-        code = code << 6 | (byte & 0x3fU);
-    }
-    bool const isSurrogate = code >= 0xd800 && code < 0xe000;
-    return code < form->least || code > 0x10ffff || isSurrogate ? stray : Character{code, form->bytes, true};
+    InUnicode const scope;
+    wchar_t wide = 0;
+    std::mbstate_t state{};
+    auto const bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
+    auto const code = static_cast<char32_t>(wide);
+    bool const isValid = bytes <= text.size() && code <= 0x10ffff; // The library goes on to 0x13ffff.
+    return isValid ? Character{code, bytes, true} : Character{lead, 1, false};
 }
 
 /// Characters that a terminal obeys, or that a reader cannot see: they could make a value look like another one.
@@ -70,10 +74,8 @@ std::size_t columnsOf(Character const& character)
 {
     if (character.code < 0x80 || !character.isValid)
         return 1;
-    static locale_t const unicode = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-    auto const before = ::uselocale(unicode);
+    InUnicode const scope;
     int const columns = ::wcwidth(static_cast<wchar_t>(character.code));
-    ::uselocale(before);
     return columns < 0 ? 1 : static_cast<std::size_t>(columns);
 }
 
