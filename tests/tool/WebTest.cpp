@@ -187,6 +187,7 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"PATCH settings", 404, R"({"--show-secrets": 9})"},
              {"DELETE settings/61?dryRun=1", 200},
              {"DELETE settings/61", 200},
+             {"DELETE settings/61", 400, R"({"dryRun": true})"},
              {"DELETE settings/nothing", 404},
              {"GET groups", 200},
              {"GET tables", 200},

@@ -223,7 +223,9 @@ Fault takeMembers(Route const& route, Json const& body, Gathering& words)
 
 Fault takeBody(Route const& route, Request const& request, Words const& inPath, Gathering& words)
 {
-    if (route.body == Body::None || route.body == Body::Document)
+    if (route.body == Body::None)
+        return request.body.empty() ? "" : "this takes no body";
+    if (route.body == Body::Document)
         return {};
     constexpr int deepest = 4;
     auto const isFlat = [](int depth, Json::parse_event_t, Json&) { return depth < deepest; };
