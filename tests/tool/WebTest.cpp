@@ -165,6 +165,7 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"GET settings?family=sound&changed=true", 200},
              {"GET settings?family=nothing", 400},
              {"GET settings/ringer-volume", 200},
+             {"HEAD settings/ringer-volume", 200},
              {"GET settings/AudioSettings%2FRingerVolume", 200},
              {"GET settings/--show-secrets", 404},
              {"GET settings/61/description", 200},

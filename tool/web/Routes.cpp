@@ -271,13 +271,14 @@ std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Reques
 
 std::variant<Command, Answer> commandFor(Request const& request, Target const& target)
 {
-    auto const segments = std::span(target.segments).subspan(2); // behind "api" and "v1"
+    auto const segments = std::span(target.segments).subspan(2);                             // behind "api" and "v1"
+    auto const method = request.method == "HEAD" ? "GET" : std::string_view(request.method); // It is sent without its body.
     std::string allowed;
     for (auto const& route : routes()) {
         auto words = wordsIn(route, segments);
         if (!words)
             continue;
-        if (route.method == request.method)
+        if (route.method == method)
             return commandOf(route, std::move(*words), request, target);
         allowed += (allowed.empty() ? "" : ", ") + std::string(route.method);
     }
