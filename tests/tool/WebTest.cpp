@@ -271,6 +271,7 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
              {403, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Sec-Fetch-Site: same-site\r\n"},
              {403, "DELETE /api/v1/settings/61 HTTP/1.1\r\n" + host + known},
              {200, "DELETE /api/v1/settings/61?dryRun=1 HTTP/1.1\r\n" + host + known},
+             {403, "GET /api/v1/management?item=codecSettings HTTP/1.1\r\n" + host + known},
              {413, "PATCH /api/v1/settings HTTP/1.1\r\n" + host + known + type + "Content-Length: 16777217\r\n"},
              {415, "PATCH /api/v1/settings HTTP/1.1\r\n" + host + known + "Content-Length: 2\r\n"},
              {400,

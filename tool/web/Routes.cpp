@@ -90,7 +90,8 @@ std::vector<Route> const& routes()
         {"PUT", "country", "country", {}, Body::Members, {{"code", "", Kind::Word}}, true},
         {"GET", "mobility", "mobility"},
         {"POST", "mobility", "mobility", {}, Body::Members, {{"type", "", Kind::Word}}, true},
-        {"GET", "management", "mgmt get", {{"item", "", Kind::Word}}},
+        // The library asks the hardware anew for it, and holds what that says.
+        {"GET", "management", "mgmt get", {{"item", "", Kind::Word}}, Body::None, {}, true},
         {"PATCH", "management", "mgmt set", {}, Body::Assignments, {}, true},
         {"POST", "management/changed", "mgmt changed", {}, Body::Assignments, {}, true},
         {"POST", "management/reset", "mgmt reset-user-data", {}, Body::Members, {}, true},
