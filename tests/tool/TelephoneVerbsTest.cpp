@@ -93,6 +93,16 @@ TEST_F(TelephoneVerbs, SayWhatTheServiceCouldNotStore)
               "headset[1]/allowed = true\nringer-volume = 3\nringer-melody-0 = 2\n");
 }
 
+/// What an answer says that changes or has changed.
+std::set<std::string> changes(json const& answer)
+{
+    std::set<std::string> all;
+    for (auto const* const name : {"changed", "alsoChanged"})
+        for (auto const& each : answer.value(name, json::array()))
+            all.insert(each.dump());
+    return all;
+}
+
 TEST_F(TelephoneVerbs, WriteTheFlagFileAsTheLibraryReadsIt)
 {
     struct {
@@ -102,15 +112,29 @@ TEST_F(TelephoneVerbs, WriteTheFlagFileAsTheLibraryReadsIt)
     } const cases[]{{"force_etsi aes256_test=true", 0, "force_etsi\naes256_test true\n", "true true false "},
                     {"force_etsi no_such_flag", 3, "force_etsi\naes256_test true\n", "true true false "},
                     {"force_etsi=yes", 4, "force_etsi\naes256_test true\n", "true true false "},
-                    {"force_etsi=", 0, "aes256_test true\n", "false true false "},
-                    {"aes256_test=", 0, "", "false false false "}};
+                    {"force_etsi= opus_test=false", 0, "aes256_test true\nopus_test false\n", "false true false "},
+                    {"aes256_test= opus_test=", 0, "", "false false false "}};
     auto const file = dataDirectory() / "data/database/media_config";
     for (auto const& [words, wanted, text, values] : cases) {
-        EXPECT_EQ(status(std::string("flags ") + words), wanted) << words;
+        auto const foretold = ask(std::string("flags --dry-run ") + words);
+        auto const answer = ask(std::string("flags ") + words);
+        EXPECT_EQ(answer["exit"], wanted) << words;
+        EXPECT_EQ(changes(foretold), changes(answer)) << words;
         EXPECT_EQ(contentOf(file), text) << words;
         EXPECT_EQ(column(ask("get 805 798 799")["items"], "value"), values) << words;
     }
     EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(TelephoneVerbs, ForetellWhatFollowsFromAnAnnouncement)
+{
+    ASSERT_EQ(status("set ringer-melody=4"), 0); // The rows without identifier follow when the table is read.
+    for (std::string const type : {"unmanaged", "all"}) {
+        auto const foretold = ask("mobility --dry-run " + type);
+        EXPECT_EQ(changes(foretold), changes(ask("mobility " + type))) << type;
+        EXPECT_EQ(foretold["alsoChanged"].size(), type == "all" ? 1U : 0U);
+    }
+    EXPECT_EQ(run("mobility all --dry-run --from -", "{}").status, 2);
 }
 
 TEST_F(TelephoneVerbs, RunInOneProcessThatTellsOfChangesAsTheyCome)

@@ -1,4 +1,5 @@
 // The flag file: `flags`.
+#include "verbs/Arguments.h"
 #include "verbs/Verbs.h"
 
 #include "workbench/FlagFile.h"
@@ -10,6 +11,7 @@ namespace {
 struct FlagsOptions {
     Words changes;      ///< FLAG, FLAG=VALUE, or FLAG=, which takes its line away
     bool clear = false; ///< removes the file
+    bool dryRun = false;
 };
 
 Words offered(std::string const& word)
@@ -23,16 +25,20 @@ Words offered(std::string const& word)
 Verb flagsVerb()
 {
     auto const options = std::make_shared<FlagsOptions>();
-    return {.name = "flags",
-            .help = "Show or change the flag file",
-            .arguments = {{.name = "FLAG[=VALUE]",
-                           .target = &options->changes,
-                           .help = "FLAG alone means true, FLAG= takes its line away",
-                           .offer = offered},
-                          {.name = "--clear", .target = &options->clear, .help = "Remove the file"}},
-            .changesAs = "flag file",
-            .action = [options](Workbench& workbench) { return flags(workbench, options->changes, options->clear); },
-            .onlyReads = [options] { return options->changes.empty() && !options->clear; }};
+    return {
+        .name = "flags",
+        .help = "Show or change the flag file",
+        .arguments = {{.name = "FLAG[=VALUE]",
+                       .target = &options->changes,
+                       .help = "FLAG alone means true, FLAG= takes its line away",
+                       .offer = offered},
+                      {.name = "--clear", .target = &options->clear, .help = "Remove the file"},
+                      Arguments::dryRun(&options->dryRun)},
+        .changesAs = "flag file",
+        .action =
+            [options](Workbench& workbench) { return flags(workbench, options->changes, options->clear, options->dryRun); },
+        .onlyReads = [options] { return options->changes.empty() && !options->clear; },
+        .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs

@@ -18,6 +18,7 @@ struct MobilityOptions {
     std::optional<std::string> type; ///< all, managed, unmanaged or the empty text; nothing: shows what there is
     std::string from;                ///< a document with the data of the user who arrives
     FileContent content;             ///< of that file, by gather()
+    bool dryRun = false;
 };
 
 Words typeNames()
@@ -46,7 +47,9 @@ Report run(MobilityOptions const& options, Workbench& workbench)
     if (!type)
         return failure(exitUsage, *options.type, "is no mobility type: all, managed, unmanaged or the empty text");
     if (options.from.empty())
-        return announce(workbench, *type);
+        return announce(workbench, *type, options.dryRun);
+    if (options.dryRun)
+        return failure(exitUsage, options.from, "what a file brings is rehearsed by import --dry-run");
     if (!type->reads)
         return failure(exitUsage, options.from, "only all and managed have the user's data read");
     Document document;
@@ -69,11 +72,13 @@ Verb mobilityVerb()
                            .target = &options->from,
                            .help = "First store the user's data of an exported file, - for standard input",
                            .value = "FILE",
-                           .offer = Offers::files}},
+                           .offer = Offers::files},
+                          Arguments::dryRun(&options->dryRun)},
             .changesAs = "management",
             .action = onWorkbench(options),
             .gather = gathering(options),
-            .onlyReads = [options] { return !options->type && options->from.empty(); }};
+            .onlyReads = [options] { return !options->type && options->from.empty(); },
+            .dryRun = &options->dryRun};
 }
 
 } // namespace Tool::Verbs

@@ -186,6 +186,13 @@ Section foretold(Workbench& workbench, Forecast const& forecast, std::string nam
     return section;
 }
 
+void addForetold(Workbench& workbench, Report& report, Forecast const& forecast, Tags const& asked)
+{
+    report.sections.push_back(foretold(workbench, forecast, "changed", [&](eDataTag tag) { return asked.contains(tag); }));
+    report.sections.back().title = "Would change:";
+    report.sections.push_back(alsoChanged(workbench, forecast, asked));
+}
+
 Section alsoChanged(Workbench& workbench, Forecast const& forecast, Tags const& asked)
 {
     return titled(foretold(workbench, forecast, alsoChangedName, [&](eDataTag tag) { return !asked.contains(tag); }));

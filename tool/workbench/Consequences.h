@@ -37,6 +37,9 @@ Tags askedFor(std::vector<Outcome> const& outcomes);
 Section foretold(Workbench& workbench, Forecast const& forecast, std::string name,
                  std::function<bool(Data::eDataTag)> const& counts);
 
+/// The sections "changed" and "alsoChanged" of what is foretold.
+void addForetold(Workbench& workbench, Report& report, Forecast const& forecast, Tags const& asked);
+
 /// The section "alsoChanged", foretold and found.
 Section alsoChanged(Workbench& workbench, Forecast const& forecast, Tags const& asked);
 Section alsoChanged(Snapshot const& before, Tags const& asked);

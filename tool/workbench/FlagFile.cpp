@@ -1,11 +1,13 @@
 #include "workbench/FlagFile.h"
 
+#include "workbench/Consequences.h"
 #include "workbench/Items.h"
 #include "workbench/Snapshot.h"
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBase.h"
 #include "Data/DataItemBuilder.h"
+#include "Tables/Rules.h"
 #include "Tables/SettingOptions.h"
 
 #include "PlatformPath.h"
@@ -60,6 +62,20 @@ std::vector<Line> readLines(std::filesystem::path const& path)
         lines.push_back(std::move(line));
     }
     return lines;
+}
+
+FlagValues valuesOf(std::vector<Line> const& lines)
+{
+    FlagValues values;
+    for (auto const& line : lines) {
+        if (!findFlag(line.flag))
+            continue;
+        std::istringstream words(line.text);
+        std::string value;
+        words >> value >> value;
+        values[line.flag] = value == line.flag ? "true" : value;
+    }
+    return values;
 }
 
 /// The library's own check of a flag's value.
@@ -127,6 +143,24 @@ Section flagSection(std::filesystem::path const& path)
     return section;
 }
 
+/// What applying a file of these lines would change: its flags, and what follows from them.
+void foretell(Workbench& workbench, std::vector<Line> const& lines, Report& report)
+{
+    auto const values = valuesOf(lines);
+    Forecast forecast;
+    auto wanted = hardwareFlagsBy(values, forecast);
+    Tags asked;
+    for (auto const& [word, tag] : Tables::flagWords()) {
+        auto const value = values.find(word);
+        std::string ignored;
+        wanted[tag] = value == values.end() ? defaultOf(tag) : validate(tag, value->second, ignored);
+        asked.insert(tag);
+    }
+    std::erase_if(wanted, [](auto const& each) { return each.second.is_null(); }); // A refused text changes nothing.
+    forecast.set(wanted);
+    addForetold(workbench, report, forecast, asked);
+}
+
 } // namespace
 
 std::vector<std::string> flagNames()
@@ -137,21 +171,30 @@ std::vector<std::string> flagNames()
     return names;
 }
 
-std::map<std::string, std::string> flagFileValues()
+FlagValues flagFileValues()
 {
-    std::map<std::string, std::string> values;
-    for (auto const& line : readLines(platformPath(flagFile))) {
-        if (!findFlag(line.flag))
-            continue;
-        std::istringstream words(line.text);
-        std::string value;
-        words >> value >> value;
-        values[line.flag] = value == line.flag ? "true" : value;
-    }
-    return values;
+    return valuesOf(readLines(platformPath(flagFile)));
 }
 
-Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool clear)
+std::map<eDataTag, Json> hardwareFlagsBy(FlagValues const& file, Forecast const& forecast)
+{
+    DataTagValue_t texts;
+    for (auto const& [word, tag] : Tables::flagWords()) {
+        if (auto const line = file.find(word); line != file.end())
+            texts[tag] = line->second;
+    }
+    DataTagValue_t methods;
+    for (int row = 0; row < Tables::encryptions.rows; ++row) {
+        auto const method = Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, row);
+        methods[method] = textOf(forecast.valueOf(method));
+    }
+    std::map<eDataTag, Json> flags;
+    for (auto const& [flag, text] : Tables::hardwareFlagsByFile(texts, methods))
+        flags[flag] = text == "true";
+    return flags;
+}
+
+Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool clear, bool isDry)
 {
     std::filesystem::path const path = platformPath(flagFile);
     auto lines = readLines(path);
@@ -160,7 +203,10 @@ Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool
     auto report = apply(changes, lines);
     if (report.code != exitOk)
         return report;
-    if (clear || !changes.empty()) {
+    bool const isChange = clear || !changes.empty();
+    if (isChange && isDry) {
+        foretell(workbench, lines, report);
+    } else if (isChange) {
         Snapshot const before(workbench);
         for (auto const& flag : Tables::flagWords())
             workbench.journal().ask(flag.tag);
@@ -170,11 +216,9 @@ Report flags(Workbench& workbench, std::vector<std::string> const& changes, bool
         if (!done)
             return failure(exitStorage, path.string(), std::strerror(errno));
         report.sections.push_back(before.section("changed", "Changed:"));
-        report.sections.push_back(flagSection(path));
-        report.sections.back().title = "\nFlags:";
-    } else {
-        report.sections.push_back(flagSection(path));
     }
+    report.sections.push_back(flagSection(path));
+    report.sections.back().title = isChange ? "\nFlags:" : "";
     return report;
 }
 

@@ -13,7 +13,7 @@
 #include "workbench/Workbench.h"
 
 #include "Data/DataItemBuilder.h"
-#include "Tables/Rules.h"
+#include "Tables/SettingOptions.h"
 
 #include "HostPlatform.h"
 
@@ -114,7 +114,7 @@ public:
         auto forecast = forecastOf(m_settings, Manner::Together);
         auto const isFlag = [](Other const& each) { return isGood(each.result) && each.name.starts_with("flags/"); };
         if (std::ranges::any_of(m_others, isFlag))
-            forecast.set(wantedHardware(forecast));
+            forecast.set(hardwareFlagsBy(m_flags, forecast));
         return forecast;
     }
 
@@ -177,7 +177,7 @@ private:
                 each = Tool::check(each.tag, each.text, {});
         }
         DataTagValue_t hardware;
-        for (auto const& [flag, value] : dryRun ? wantedHardware(Forecast()) : std::map<eDataTag, Json>())
+        for (auto const& [flag, value] : dryRun ? hardwareFlagsBy(m_flags, {}) : std::map<eDataTag, Json>())
             hardware[flag] = textOf(value);
         checkTables(m_workbench, m_settings, hardware);
     }
@@ -260,25 +260,6 @@ private:
         }
     }
 
-    /// The hardware flags that follow from the document's flags.
-    std::map<eDataTag, Json> wantedHardware(Forecast const& forecast) const
-    {
-        DataTagValue_t file;
-        for (auto const& [word, tag] : Tables::flagWords()) {
-            if (auto const line = m_flags.find(word); line != m_flags.end())
-                file[tag] = line->second;
-        }
-        DataTagValue_t methods;
-        for (int row = 0; row < Tables::encryptions.rows; ++row) {
-            auto const method = Tables::encryptions.cell(eDataTagSRTPEncryptionMethod1, row);
-            methods[method] = textOf(forecast.valueOf(method));
-        }
-        std::map<eDataTag, Json> flags;
-        for (auto const& [flag, text] : Tables::hardwareFlagsByFile(file, methods))
-            flags[flag] = text == "true";
-        return flags;
-    }
-
     void addService(std::string const& name, ServiceValues const& service, std::string const& text)
     {
         auto const old = service.find(name);
@@ -341,7 +322,7 @@ private:
             words.push_back(other->name.substr(other->name.find('/') + 1) + "=" +
                             (other->wanted.is_null() ? "" : other->wanted.get<std::string>()));
         if (!changed.empty())
-            settle(changed, flags(m_workbench, words, false));
+            settle(changed, flags(m_workbench, words, false, false));
     }
 
     void applyService()
@@ -367,7 +348,7 @@ private:
     }
 
     Workbench& m_workbench;
-    std::map<std::string, std::string> m_flags; ///< of the document
+    FlagValues m_flags; ///< of the document
     std::vector<Outcome> m_settings;
     std::vector<Other> m_others;
 };

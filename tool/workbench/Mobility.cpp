@@ -1,6 +1,7 @@
 #include "workbench/Mobility.h"
 
 #include "report/Text.h"
+#include "workbench/Consequences.h"
 #include "workbench/Document.h"
 #include "workbench/Items.h"
 #include "workbench/Management.h"
@@ -96,8 +97,15 @@ Report mobility()
     return {exitOk, {std::move(last), std::move(all), std::move(waiting)}};
 }
 
-Report announce(Workbench& workbench, MobilityType const& type)
+Report announce(Workbench& workbench, MobilityType const& type, bool isDry)
 {
+    if (isDry) {
+        Report report;
+        Forecast forecast;
+        forecast.set({{eDataTagMobilityDataUpdate, type.text}});
+        addForetold(workbench, report, forecast, {eDataTagMobilityDataUpdate});
+        return report;
+    }
     return managementChanged(workbench, {{nameOf(eDataTagMobilityDataUpdate), type.text}});
 }
 
@@ -125,7 +133,7 @@ Report arrive(Workbench& workbench, Document const& document, MobilityType const
         return report;
     if (!storePastTheLibrary(workbench, textsToStore(outcomes)))
         return failure(exitStorage, "", "the database did not store all of the user's data, and nothing was announced");
-    report = announce(workbench, type);
+    report = announce(workbench, type, false);
     for (auto const& outcome : outcomes) {
         auto const now = readValue(outcome.tag).value_or(Json());
         if (now != outcome.wanted)

@@ -26,8 +26,8 @@ MobilityType const* findMobilityType(std::string const& text);
 /// The last announcement, what each type means, and what waits for being pushed to the management service.
 Report mobility();
 
-/// Announces a type, and shows what changed.
-Report announce(Workbench& workbench, MobilityType const& type);
+/// Announces a type, and shows what changed; a dry run what would change.
+Report announce(Workbench& workbench, MobilityType const& type, bool isDry);
 
 /// The user's settings of the document go into the database, past the library, as those of a user who arrives; then a type is
 /// announced that reads them. When one is refused, unknown or not stored, nothing is announced.
