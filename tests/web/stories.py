@@ -112,8 +112,11 @@ class TheViews(Story):
         page.see("needs the flag opus_test", "#table-codec .unusable")
         page.see("rings as the general ringer", ".general")
         page.view("telephone")
-        page.find("#telephone-opus_test option[value=true]").click()
-        page.until(lambda: self.telephone.run("flags")["flags"][0]["value"])
+        for answer, flag in (("Cancel", False), ("Change", True)):
+            page.find("#telephone-opus_test option[value=true]").click()
+            page.see("SRTPEncryptionHardwareAllowed1 on → off", "dialog")
+            page.button(answer, "dialog").click()
+            page.until(lambda: self.telephone.run("flags")["flags"][0]["value"] == flag and not page.all("dialog"))
         page.view("tables")
         page.until(lambda: page.all("#table-codec li") and not page.all("#table-codec .unusable"))
 

@@ -4,8 +4,8 @@ import {count, h, valueText} from './dom.js';
 
 /// The request that sets a setting; without a value it goes back to its default.
 export async function settingRequest(app, row, value) {
-  if (row.setBy === 'flags') // Taking the line of a flag away is its default; there is no rehearsal.
-    return {method: 'PATCH', path: 'flags', body: {[await app.store.flagWord(row)]: value ?? null}, isWithoutRehearsal: true};
+  if (row.setBy === 'flags') // Taking the line of a flag away is its default.
+    return {method: 'PATCH', path: 'flags', body: {[await app.store.flagWord(row)]: value ?? null}};
   const at = path`settings/${row.name}`;
   return value === undefined ? {method: 'DELETE', path: at} : {method: 'PUT', path: at, body: {value}};
 }
@@ -27,9 +27,8 @@ async function attempt(request, query) {
   }
 }
 
-/// What the change would do; nothing is changed. A request `isWithoutRehearsal` when its route has none: nothing else is known.
-export const rehearse = async (request, signal) =>
-  (request.isWithoutRehearsal ? account({}) : attempt({...request, signal}, {dryRun: 1}));
+/// What the change would do; nothing is changed.
+export const rehearse = (request, signal) => attempt({...request, signal}, {dryRun: 1});
 
 /// Makes the change. `yes` answers for everything that is wiped, after people were asked.
 export async function make(app, request, {yes = false} = {}) {

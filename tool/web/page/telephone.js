@@ -16,18 +16,22 @@ export async function show(main, params, app) {
   const cards = h('div.cards', {});
   main.append(h('div.head', {}, h('h1', {}, 'Telephone')), cards);
 
-  /// A labelled control that stores what it is set to; afterwards all is shown anew.
-  function control(label, element, request, note) {
+  /// A labelled control that stores what it is set to by `act`; afterwards all is shown anew.
+  function control(label, element, act, note) {
     element.id = `telephone-${label.replace(/\W/g, '-')}`;
     element.disabled = Boolean(app.session.readOnly);
     element.addEventListener(element.role === 'switch' ? 'click' : 'change', async () => {
-      const why = refusal(await make(app, request()));
-      app.toast(why ?? `${label} is stored.`, {isError: Boolean(why)});
+      const made = await act();
+      const why = made && refusal(made);
+      if (made)
+        app.toast(why ?? `${label} is stored.`, {isError: Boolean(why)});
       await load();
       document.getElementById(element.id)?.focus();
     });
     return h('div.field', {}, h('label', {htmlFor: element.id}, label, note && h('small', {}, note)), element);
   }
+
+  const put = (path, body) => make(app, {method: 'PUT', path, body});
 
   const select = (options, current) =>
     h('select', {}, options.map(([value, text]) => h('option', {value, selected: value === current}, text)));
@@ -37,15 +41,15 @@ export async function show(main, params, app) {
     let hasUsb = usb;
     const port = toggle({}, usb, isOn => hasUsb = isOn);
     return card('Device profile',
-      control('Model', kind, () => ({method: 'PUT', path: 'device', body: {model: kind.value}})),
-      control('USB', port, () => ({method: 'PUT', path: 'device', body: {usb: hasUsb}})),
+      control('Model', kind, () => put('device', {model: kind.value})),
+      control('USB', port, () => put('device', {usb: hasUsb})),
       h('p.dim', {}, 'What the hardware can do: it hides rows of the tables.'));
   }
 
   function country({code, number, region}) {
     const field = h('input', {type: 'text', value: number === null ? '' : code, maxLength: 2, size: 4, autocapitalize: 'characters', spellcheck: false});
     return card('Country',
-      control('Code', field, () => ({method: 'PUT', path: 'country', body: {code: field.value.toUpperCase()}}), 'two letters, as of ISO 3166-1'),
+      control('Code', field, () => put('country', {code: field.value.toUpperCase()}), 'two letters, as of ISO 3166-1'),
       h('p.dim', {}, `Region ${region}`));
   }
 
@@ -53,14 +57,15 @@ export async function show(main, params, app) {
     return card('Flag file', list.map(({flag, tag, value, line}) => {
       const choice = select([['', `no line (${valueText(value)})`], ['true', 'on'], ['false', 'off']], line === null ? '' : `${value}`);
       const help = app.store.rows.find(row => row.tag === tag)?.help;
-      return control(flag, choice, () => ({method: 'PATCH', path: 'flags', body: {[flag]: choice.value ? choice.value === 'true' : null}}), help);
+      const body = () => ({[flag]: choice.value ? choice.value === 'true' : null});
+      return control(flag, choice, () => app.change({method: 'PATCH', path: 'flags', body: body()}, {title: `Change ${flag}?`}), help);
     }));
   }
 
   function mobility({mobility: {announced}, types, waiting}) {
     const kind = select(types.map(({type}) => [type, type || 'nothing']), announced ?? '');
     return card('The user’s data',
-      control('Announced', kind, () => ({method: 'POST', path: 'mobility', body: {type: kind.value}}),
+      control('Announced', kind, () => app.change({method: 'POST', path: 'mobility', body: {type: kind.value}}, {title: `Announce ${kind.value}?`}),
         types.find(({type}) => type === (announced ?? '')).meaning),
       waiting.length > 0 && h('p', {}, 'Waits to be pushed: ', waiting.flatMap(({item}) => [itemLink(item), ' '])));
   }
