@@ -181,6 +181,8 @@ std::vector<std::string> nearest(std::string const& word, std::vector<std::strin
     for (auto const& candidate : candidates) {
         // Nearly all names are ruled out so: a word of any length is answered at once.
         bool const mayBePart = wanted.size() > 2 && wanted.size() <= candidate.size();
+        if (!mayBePart && wanted.size() > candidate.size() + farthest)
+            continue;
         auto const least = leastDistance(wanted, candidate);
         if (least > farthest && !(mayBePart && least == candidate.size() - wanted.size()))
             continue;
