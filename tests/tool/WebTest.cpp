@@ -293,6 +293,9 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
         EXPECT_EQ(raw(head + "Connection: close\r\n\r\n").status, status) << head;
     }
     EXPECT_TRUE(m_server->says("refused a token from 127.0.0.1"));
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length : 2\r\n"},
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length:\r\n 2\r\n"},
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "X: y\r\n Content-Length: 2\r\n"},
 }
 
 TEST_F(Web, TakesATokenOnceForACookie)

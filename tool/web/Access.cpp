@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <utility>
 
 #include <arpa/inet.h>
 #include <sodium.h>
+#include <strings.h>
 
 namespace Tool::Web {
 
@@ -40,6 +42,20 @@ std::optional<std::size_t> lengthOf(Request const& request)
     return fault == std::errc() && stop == text.data() + text.size() ? std::optional(length) : std::nullopt;
 }
 
+/// The library takes "Content-Length : 9" for another header and joins a folded line to the name in front of it.
+bool isMangled(Fields::value_type const& header)
+{
+    std::string const& name = header.first;
+    auto const isLonger = [&](std::string_view than) {
+        return name.size() > than.size() && ::strncasecmp(name.data(), than.data(), than.size()) == 0;
+    };
+    auto const isMark = [](unsigned char c) {
+        return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+    };
+    bool const isToken = std::ranges::all_of(name, [&](unsigned char c) { return ::isalnum(c) != 0 || isMark(c); });
+    return !isToken || isLonger("Content-Length") || isLonger("Transfer-Encoding");
+}
+
 /// What two readers of the same bytes could take for different requests.
 bool isAmbiguous(Request const& request)
 {
@@ -47,7 +63,8 @@ bool isAmbiguous(Request const& request)
     bool const hasLength = request.count("Content-Length") != 0;
     return (isChunked && (hasLength || request.header("Transfer-Encoding") != "chunked")) ||
            (hasLength && !lengthOf(request)) || request.count("Transfer-Encoding") > 1 ||
-           request.count("Content-Length") > 1 || request.count("Host") != 1;
+           request.count("Content-Length") > 1 || request.count("Host") != 1 ||
+           std::ranges::any_of(request.headers, isMangled);
 }
 
 bool isJson(std::string_view type)
