@@ -159,6 +159,12 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
         std::string body = {};
     };
     auto const all = api("GET /api/v1/export").body;
+    auto const members = [](int count) {
+        std::string text = R"("0": "")";
+        for (int number = 1; number < count; ++number)
+            text += ", \"" + std::to_string(number) + "\": \"\"";
+        return text;
+    };
     for (auto const& [request, status, body] : std::vector<Case>{
              {"GET settings", 200},
              {"GET settings?pattern=no+such&changed=1", 404},
@@ -184,6 +190,10 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"PATCH settings", 200, R"({"61": 6, "ringer-melody": 2})"},
              {"PATCH settings?atomic=1", 422, R"({"61": 9, "ringer-melody": 3})"},
              {"PATCH settings", 400, R"({"61=3;62": 9})"},
+             {"PATCH settings", 400, R"({"[61": "3,62=9]"})"},
+             {"PATCH settings", 400, R"({"61": 3, "61": 4})"},
+             {"PATCH settings", 400, "{" + members(3000) + "}"},
+             {"PATCH settings", 413, "{" + members(100000) + "}"},
              {"PATCH settings", 400, R"([1])"},
              {"PATCH settings", 404, R"({"--show-secrets": 9})"},
              {"DELETE settings/61?dryRun=1", 200},
@@ -207,6 +217,7 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"GET export", 200},
              {"POST import?dryRun=1", 200, all},
              {"POST import", 400, "nothing"},
+             {"POST import", 400, R"({"format": "mediadata export", "version": 1, "flags": {)" + members(3000) + "}}"},
              {"POST reset?dryRun=1", 200, R"({"what": ["codec", "61"]})"},
              {"POST reset", 200, R"({"what": "audio"})"},
              {"POST reset", 400, R"({"all": true, "what": "audio"})"},
@@ -282,6 +293,9 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
                        "Content-Length: 2\r\nTransfer-Encoding: chunked\r\n"},
              {400, "PATCH /api/v1/settings HTTP/1.1\r\n" + host + known + type + "Transfer-Encoding: gzip, chunked\r\n"},
              {400, "PATCH /api/v1/settings HTTP/1.1\r\n" + host + known + type + "Content-Length: -2\r\n"},
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length : 2\r\n"},
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length:\r\n 2\r\n"},
+             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "X: y\r\n Content-Length: 2\r\n"},
              {400, "GET /api/v1/session HTTP/1.1\r\n" + host + host + known},
              {400, "GET http://127.0.0.1/api/v1/session HTTP/1.1\r\n" + host + known},
              {400, "GET /api/v1/settings/%00 HTTP/1.1\r\n" + host + known},
@@ -293,9 +307,6 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
         EXPECT_EQ(raw(head + "Connection: close\r\n\r\n").status, status) << head;
     }
     EXPECT_TRUE(m_server->says("refused a token from 127.0.0.1"));
-             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length : 2\r\n"},
-             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Content-Length:\r\n 2\r\n"},
-             {400, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "X: y\r\n Content-Length: 2\r\n"},
 }
 
 TEST_F(Web, TakesATokenOnceForACookie)

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 #include <span>
 #include <sstream>
 
@@ -157,6 +158,12 @@ public:
         return !isOption || input.kind == Kind::Option || isTrue || isFalse;
     }
 
+    /// The parser of the words takes "[a,b]" for two of them.
+    bool hasList() const
+    {
+        return std::ranges::any_of(m_plain, [](auto const& word) { return word.starts_with('[') && word.ends_with(']'); });
+    }
+
     Words words() const
     {
         Words all{"--json"};
@@ -181,6 +188,10 @@ std::optional<std::string> textOf(Json const& value)
 }
 
 using Fault = std::string; ///< empty: none
+
+constexpr int deepest = 4;
+constexpr std::size_t mostInBody = 4096;                        ///< names and values: several times what all settings are
+constexpr std::size_t longestPlainBody = std::size_t{1} << 20U; ///< of those that are no document
 
 Fault takeQuery(Route const& route, Target const& target, Gathering& words, bool& isDry)
 {
@@ -228,11 +239,18 @@ Fault takeBody(Route const& route, Request const& request, Words const& inPath, 
         return request.body.empty() ? "" : "this takes no body";
     if (route.body == Body::Document)
         return {};
-    constexpr int deepest = 4;
-    auto const isFlat = [](int depth, Json::parse_event_t, Json&) { return depth < deepest; };
-    auto const body = Json::parse(request.body, isFlat, false);
-    if (!body.is_object())
-        return "the body is no JSON object";
+    std::set<std::string> names;
+    std::size_t seen = 0;
+    bool isTwice = false;
+    auto const isWanted = [&](int depth, Json::parse_event_t event, Json& parsed) {
+        isTwice = isTwice || (event == Json::parse_event_t::key && !names.insert(parsed.get<std::string>()).second);
+        return depth < deepest && ++seen < mostInBody;
+    };
+    auto const body = Json::parse(request.body, isWanted, false);
+    if (seen >= mostInBody)
+        return "the body has more in it than all settings are";
+    if (!body.is_object() || isTwice)
+        return isTwice ? "the body has a member twice" : "the body is no JSON object";
     if (route.body == Body::Members)
         return takeMembers(route, body, words);
     if (route.body == Body::Value)
@@ -248,6 +266,8 @@ Fault takeBody(Route const& route, Request const& request, Words const& inPath, 
 
 std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Request const& request, Target const& target)
 {
+    if (route.body != Body::Document && request.body.size() > longestPlainBody)
+        return problem(413, "only a document may be longer than 1 MiB");
     Gathering words(route);
     bool isDry = false;
     auto fault = takeQuery(route, target, words, isDry);
@@ -264,6 +284,8 @@ std::variant<Command, Answer> commandOf(Route const& route, Words inPath, Reques
         if (route.body != Body::Value)
             words.addPlain(std::move(word));
     }
+    if (words.hasList())
+        return problem(400, "nothing here has a name in brackets");
     return Command{words.words(), route.body == Body::Document ? request.body : "", passphrase, route.refused,
                    route.changes && !isDry};
 }

@@ -31,6 +31,7 @@ constexpr char const* formatName = "mediadata export";
 constexpr int formatVersion = 1;
 constexpr std::size_t longestDocument = 16UL * 1024 * 1024;
 constexpr int deepest = 4;
+constexpr std::size_t mostInDocument = 4096; ///< names and values: several times what an export has
 
 /// The tables that stand by themselves, those with ranks first.
 std::vector<Tables::Table const*> const& tablesOfText()
@@ -279,6 +280,8 @@ public:
     {
         if (depth > deepest)
             throw Fault{path(), fmt::format("nested deeper than {} levels", deepest)};
+        if (++m_seen > mostInDocument)
+            throw Fault{path(), "there is more in it than in any export"};
         if (event == Json::parse_event_t::object_start)
             m_open.emplace_back();
         else if (event == Json::parse_event_t::object_end)
@@ -327,6 +330,7 @@ private:
     std::string const& m_text;
     std::istringstream m_stream;
     std::vector<Level> m_open;
+    std::size_t m_seen = 0;
     std::map<std::string, std::size_t> m_starts; ///< by path
 };
 
