@@ -68,7 +68,7 @@ export function consequences(app, {also, wiped}) {
 
 /// The whole way for a view without an inline preview: rehearses, shows in a dialog what else happens and asks, makes it. Resolves
 /// with the account of what was made, or null when it was refused (told by a toast) or not wanted.
-export async function change(app, request, {title = 'Change this?', yes = 'Change', always = false, danger = false} = {}) {
+export async function change(app, request, {title, yes = 'Change'}) {
   const plan = await rehearse(request);
   const why = refusal(plan);
   if (why) {
@@ -76,10 +76,10 @@ export async function change(app, request, {title = 'Change this?', yes = 'Chang
     return null;
   }
   const more = consequences(app, plan);
-  const isDangerous = danger || plan.wiped.length > 0;
-  if ((more || always) && !await app.ask({title, body: more, yes, danger: isDangerous}))
+  const danger = plan.wiped.length > 0;
+  if (more && !await app.ask({title, body: more, yes, danger}))
     return null;
-  const made = await make(app, request, {yes: plan.wiped.length > 0});
+  const made = await make(app, request, {yes: danger});
   const whyNot = refusal(made);
   if (whyNot)
     app.toast(whyNot, {isError: true});

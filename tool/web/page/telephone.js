@@ -72,11 +72,10 @@ export async function show(main, params, app) {
 
   function reset() {
     const place = h('div', {});
-    const element = card('Back to the defaults', resets.map(([title, what, body]) =>
+    return card('Back to the defaults', resets.map(([title, what, body]) =>
       h('div.field', {}, h('span', {}, title, h('small', {}, what)),
         h('button', {type: 'button', disabled: app.session.readOnly, ariaLabel: `Reset: ${title}`,
           onclick: () => preview(place, app, {method: 'POST', path: 'reset', body}, {title: 'Reset'})}, 'Reset …'))), place);
-    return element;
   }
 
   const kept = reset();    // So that its preview stays when a flag is changed.
