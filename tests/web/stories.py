@@ -223,6 +223,14 @@ class Everywhere(Story):
         self.tab_to("Store")
         page.press(Keys.SPACE)
         page.until(lambda: [row["type"] for row in self.telephone.run("table", "headset")["headset"]] == [0, 2, 1])
+        page.view("telephone")
+        page.find("#telephone-force_etsi").send_keys(Keys.ARROW_DOWN)
+        page.find("#telephone-force_etsi:open")
+        page.press(Keys.ARROW_DOWN, Keys.ARROW_DOWN, Keys.ENTER)  # past "on", which nobody meant
+        page.see("off", "dialog")
+        page.press(Keys.ENTER)
+        page.until(lambda: self.telephone.run("flags")["flags"][-1]["line"] == "force_etsi false")
+        self.assertEqual([entry["verb"] for entry in self.telephone.run("history")["history"]].count("flags"), 1)
 
     def tab_to(self, name):
         self.page.script("document.querySelector('#skip').focus()")

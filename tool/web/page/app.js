@@ -18,7 +18,6 @@ import {views} from './views.js';
 const find = id => document.getElementById(id);
 const main = find('main');
 const live = new Set();
-const isTyping = element => element.matches?.('input:not([type=range], [type=checkbox]), textarea, select');
 
 const app = {store: new Store(), session: {}, search: find('search'), go, toast, ask};
 app.change = (request, options) => change(app, request, options);
@@ -212,13 +211,18 @@ const keys = [['/', 'search'], ['↑ ↓', 'from setting to setting'], ['Home En
   ['Delete', 'back to the default'], ['e', 'explain'], ['?', 'these keys']];
 
 document.addEventListener('keydown', event => {
-  if (event.ctrlKey || event.metaKey || event.altKey || isTyping(event.target) || document.querySelector('dialog'))
+  const {target, key} = event;
+  if (event.ctrlKey || event.metaKey || event.altKey || target.matches('input:not([type=range]), .editor select') ||
+      document.querySelector('dialog'))
     return;
-  if (event.key === '/') {
+  if (target.matches('select') && /^(Arrow|Page|Home|End|[^ ]$)/.test(key)) { // What the keys pass over is not meant.
+    event.preventDefault();
+    target.showPicker();
+  } else if (key === '/') {
     event.preventDefault();
     app.search.focus();
     app.search.select();
-  } else if (event.key === '?')
+  } else if (key === '?')
     ask({title: 'Keys', yes: 'Close', no: '', body: h('dl.keys', {}, keys.map(([key, what]) =>
       [h('dt', {}, key.split(' ').map(one => h('kbd', {}, one))), h('dd', {}, what)]))});
 });
