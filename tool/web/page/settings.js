@@ -332,7 +332,7 @@ class SettingsView {
       PageUp: to(at - 10), Home: to(0), End: to(Infinity), ArrowRight: within(1), ArrowLeft: within(-1),
     };
     if (target === line.element)
-      Object.assign(actions, {Enter: () => line.cell.edit(), F2: () => line.cell.edit(), Delete: () => this.#reset(line),
+      Object.assign(actions, {Enter: () => line.cell.edit(), Delete: () => this.#reset(line),
         e: () => line.name.click(), ' ': () => line.element.querySelector('[role=switch]')?.click()});
     return actions;
   }
