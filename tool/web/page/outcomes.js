@@ -58,6 +58,6 @@ export async function preview(place, app, request, {title, done}) {
     !why && h('p', {role: 'status'}, would ? 'This is what would change:' : 'Nothing would change.'),
     wipes > 0 && h('p.danger', {}, `${count(wipes, 'text')} that somebody has entered would be lost.`),
     outcomes(app, plan.report),
-    h('div.buttons', {}, would && button, close(would ? 'Leave it' : 'Close')));
-  (would ? button : place.querySelector('button')).focus();
+    h('div.buttons', {}, would && !app.session.readOnly && button, close(would ? 'Leave it' : 'Close')));
+  place.querySelector('.buttons button').focus();
 }
