@@ -97,6 +97,8 @@ class TheViews(Story):
         page.until(lambda: names() == wanted)
         page.see("would change", "#table-codec")
         self.assertEqual([row["type"] for row in self.telephone.run("table", "codec")["codec"]], [3, 0, 2, 1])
+        self.telephone.set("codec[1]/rank=3", "codec[3]/rank=1")  # which moves the codecs among the rows
+        page.see("has been changed meanwhile", "#table-codec")
         page.button("Store", "#table-codec").click()
         page.until(lambda: [row["type"] for row in self.telephone.run("table", "codec")["codec"]] == [1, 0, 2, 3])
         page.until(lambda: not page.find("#table-codec .staged").is_displayed())

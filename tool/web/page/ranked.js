@@ -39,25 +39,29 @@ export class RankedTable {
 
   /// Takes the rows from the telephone; what was staged is gone.
   async load() {
-    const rows = await this.#read();
-    await Promise.all(rows.filter(row => !row.hardware).map(async row => {
-      const {item} = await api('GET', path`settings/${this.#cell(row, this.#table.choice)}/explanation`);
-      row.reason = item.hidden;
-    }));
-    this.#rows = rows;
+    this.#rows = await this.#read();
     this.#restore();
   }
 
   async #read() {
-    return (await api('GET', path`tables/${this.#table.name}`))[this.#table.name];
+    const rows = (await api('GET', path`tables/${this.#table.name}`))[this.#table.name];
+    await Promise.all(rows.filter(row => !row.hardware).map(async row => {
+      const {item} = await api('GET', path`settings/${this.#cell(row, this.#table.choice)}/explanation`);
+      row.reason = item.hidden;
+    }));
+    return rows;
   }
 
   #cell(row, column) {
     return `${this.#table.cells}[${row.row}]/${column}`;
   }
 
+  #choice(row) {
+    return row[this.#table.choice];
+  }
+
   #title(row) {
-    return row.means ?? `${this.#table.word} ${row[this.#table.choice]}`;
+    return row.means ?? `${this.#table.word} ${this.#choice(row)}`;
   }
 
   #restore() {
@@ -100,12 +104,12 @@ export class RankedTable {
     });
   }
 
-  /// What is staged and differs from what is there, by item.
+  /// What is staged and differs from what is there, by item. What a row stands for tells which it is: ranks move it.
   #values() {
     return Object.fromEntries(this.#staged.flatMap((row, i) => {
-      const old = this.#rows.find(other => other.row === row.row);
+      const old = this.#rows.find(other => this.#choice(other) === this.#choice(row)) ?? row;
       return Object.entries({rank: i + 1, allowed: row.allowed}).filter(([column, value]) => value !== old[column])
-        .map(([column, value]) => [this.#cell(row, column), value]);
+        .map(([column, value]) => [this.#cell(old, column), value]);
     }));
   }
 
@@ -121,7 +125,7 @@ export class RankedTable {
     const turn = ++this.#turn;
     this.#foot.hidden = !number;
     if (!number)
-      return;
+      return this.#foot.querySelector('.conflict')?.remove();
     const why = refusal(await rehearse(this.#request()));
     if (turn !== this.#turn)
       return;
@@ -143,9 +147,13 @@ export class RankedTable {
   async #heard() {
     if (!Object.keys(this.#values()).length)
       return this.load();
-    const same = (await this.#read()).every((row, i) => Object.keys(row).every(column => this.#rows[i][column] === row[column]));
-    if (!same && !this.#foot.querySelector('.conflict'))
+    const old = JSON.stringify(this.#rows);
+    this.#rows = await this.#read();
+    if (JSON.stringify(this.#rows) === old)
+      return;
+    if (!this.#foot.querySelector('.conflict'))
       this.#foot.prepend(h('p.conflict', {role: 'alert'}, 'This table has been changed meanwhile. ',
-        h('button', {type: 'button', onclick: event => (event.target.parentNode.remove(), this.load())}, 'Take what is there')));
+        h('button', {type: 'button', onclick: () => this.#restore()}, 'Take what is there')));
+    this.#check();
   }
 }
