@@ -1,7 +1,7 @@
 // A table whose rows have ranks: put in order by hand, rehearsed with each step, stored as one change.
 import {api, path} from './api.js';
 import {make, refusal, rehearse} from './change.js';
-import {count, h, newId} from './dom.js';
+import {count, h, newId, valueText} from './dom.js';
 import {choice, toggle} from './fields.js';
 import {makeOrderable} from './order.js';
 
@@ -61,7 +61,8 @@ export class RankedTable {
   }
 
   #title(row) {
-    return row.means ?? `${this.#table.word} ${this.#choice(row)}`;
+    return row.means ? valueText(this.#choice(row), this.#app.store.row(this.#cell(row, this.#table.choice)))
+      : `${this.#table.word} ${this.#choice(row)}`;
   }
 
   #restore() {
