@@ -114,11 +114,12 @@ class TheViews(Story):
         page.see("needs the flag opus_test", "#table-codec .unusable")
         page.see("rings as the general ringer", ".general")
         page.view("telephone")
-        for answer, flag in (("Cancel", False), ("Change", True)):
-            page.find("#telephone-opus_test option[value=true]").click()
+        for answer, shown in (("Cancel", ""), ("Change", "true")):
+            page.click("#telephone-opus_test option[value=true]")
             page.see("SRTPEncryptionHardwareAllowed1 on → off", "dialog")
             page.button(answer, "dialog").click()
-            page.until(lambda: self.telephone.run("flags")["flags"][0]["value"] == flag and not page.all("dialog"))
+            page.until(lambda: page.find("#telephone-opus_test").get_attribute("value") == shown)
+            page.until(lambda: self.telephone.run("flags")["flags"][0]["value"] == (shown == "true"))
         page.view("tables")
         page.until(lambda: page.all("#table-codec li") and not page.all("#table-codec .unusable"))
 
