@@ -416,6 +416,25 @@ std::string hostile(std::mt19937& random, std::string const& known, int which)
     }
 }
 
+TEST_F(Web, HasRoomForOneMore)
+{
+    serve();
+    auto const unread = "GET /settings.js HTTP/1.1\r\nHost: localhost:" + m_port + "\r\n\r\n";
+    auto const half =
+        "PATCH /api/v1/settings HTTP/1.1\r\n" + m_known + "Content-Type: application/json\r\nContent-Length: 2\r\n\r\n{";
+    for (auto const& [text, times] : {std::pair(unread, 2000), std::pair(half, 1)}) {
+        std::vector<int> held;
+        for (int count = 0; count < 80; ++count) {
+            held.push_back(connect());
+            for (int time = 0; time<times&& ::send(held.back(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT)> 0;)
+                ++time;
+        }
+        ::usleep(300000); // Until the answers fill what the sockets hold.
+        EXPECT_EQ(api("GET /api/v1/settings/61").status, 200) << text;
+        std::ranges::for_each(held, ::close);
+    }
+}
+
 TEST_F(Web, AnswersWhileOthersMeanHarm)
 {
     serve();

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using Clock = Daemon::Clock;
 
 constexpr unsigned int mostConnections = 64;
-constexpr std::size_t crowded = 60;     ///< from here on each new one takes the place of one whose request is not complete
+constexpr std::size_t crowded = 60;     ///< from here on each new one takes the place of the oldest that is idle
 constexpr std::size_t mostStreams = 56; ///< the others leave room for commands
 constexpr std::size_t mostInBodies = std::size_t{64} << 20U;
 constexpr std::size_t longestHead = 16384;
@@ -104,10 +104,11 @@ public:
         auto& daemon = *static_cast<Daemon*>(self);
         if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
             daemon.m_peers.remove_if([=](Peer const& each) { return &each == *context; });
+            daemon.m_hasRoom = true;
             return;
         }
         if (daemon.m_peers.size() >= crowded)
-            daemon.endOldestIncomplete();
+            daemon.endOldestIdle();
         auto& peer = daemon.m_peers.emplace_back();
         peer.connection = connection;
         peer.socket = ::MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
@@ -364,13 +365,14 @@ void Daemon::endOverdue(Clock::time_point now)
     }
 }
 
-/// Who only holds connections open keeps out nobody.
-void Daemon::endOldestIncomplete()
+/// Who only holds connections open, or does not read the answers, keeps out nobody.
+void Daemon::endOldestIdle()
 {
-    auto const isIncomplete = [](Peer const& peer) {
-        return !peer.isEnding && (!peer.exchange || peer.exchange->phase <= Exchange::Phase::Body);
+    auto const isIdle = [](Peer const& peer) {
+        auto const& exchange = peer.exchange;
+        return !peer.isEnding && (!exchange || (exchange->phase != Exchange::Phase::Working && !exchange->stream));
     };
-    if (auto const oldest = std::ranges::find_if(m_peers, isIncomplete); oldest != m_peers.end())
+    if (auto const oldest = std::ranges::find_if(m_peers, isIdle); oldest != m_peers.end())
         end(*oldest);
 }
 
@@ -378,7 +380,8 @@ Daemon::Clock::time_point Daemon::run()
 {
     endOverdue(Clock::now());
     ::MHD_run(m_daemon);
-    auto next = Clock::time_point::max();
+    // Who waits for room is let in by the next call, of which the library says nothing.
+    auto next = std::exchange(m_hasRoom, false) ? Clock::time_point() : Clock::time_point::max();
     for (auto const& peer : m_peers)
         next = std::min(next, peer.deadline);
     MHD_UNSIGNED_LONG_LONG milliseconds = 0;

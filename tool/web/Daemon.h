@@ -49,7 +49,7 @@ private:
     Daemon(Site& site, Commands& commands, Events& events, Invocation const& holder);
     static void end(Peer& peer);
     void endOverdue(Clock::time_point now);
-    void endOldestIncomplete();
+    void endOldestIdle();
 
     Site& m_site;
     Commands& m_commands;
@@ -59,6 +59,7 @@ private:
     std::string m_key;
     std::list<Peer> m_peers;
     std::size_t m_bodies = 0; ///< bytes of all bodies that are in memory
+    bool m_hasRoom = false;   ///< a connection has ended
     MHD_Daemon* m_daemon = nullptr;
 };
 
