@@ -207,6 +207,7 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"GET history?item=ringer-volume&limit=2", 200},
              {"GET history?since=never", 400},
              {"GET history/1", 200},
+             {"GET history?item=&limit=2", 400},
              {"GET history/1000", 404},
              {"POST undo?dryRun=1", 200, "{}"},
              {"POST undo", 409, R"({"number": 1})"},

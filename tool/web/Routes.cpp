@@ -142,7 +142,7 @@ public:
     void addOption(std::string word) { m_options.push_back(std::move(word)); }
     void addPlain(std::string word) { m_plain.push_back(std::move(word)); }
 
-    /// False when the value is none for the input.
+    /// False when the value is none for the input. An option without one would take the next word for it.
     bool add(Input const& input, std::string const& value)
     {
         bool const isTrue = value == "true" || (value == "1" && input.kind == Kind::Flag);
@@ -155,7 +155,7 @@ public:
             m_options.push_back(option + (isTrue ? "=yes" : "=no"));
         else if (input.kind != Kind::Flag)
             isOption ? m_options.push_back(option + '=' + value) : m_plain.push_back(value);
-        return !isOption || input.kind == Kind::Option || isTrue || isFalse;
+        return !isOption || (input.kind == Kind::Option && !value.empty()) || isTrue || isFalse;
     }
 
     /// The parser of the words takes "[a,b]" for two of them.
@@ -200,7 +200,7 @@ Fault takeQuery(Route const& route, Target const& target, Gathering& words, bool
         if (input == route.query.end())
             return "the query's parameter is not known here: " + name;
         if (!words.add(*input, value))
-            return "the query's parameter is neither 1 nor 0: " + name;
+            return "the query's parameter cannot be this: " + name;
         isDry = isDry || (input->name == dryRun.name && (value == "1" || value == "true"));
     }
     return {};
