@@ -2,6 +2,7 @@
 #include "JsonSchema.h"
 #include "ToolRunner.h"
 
+#include "web/Access.h"
 #include "web/Routes.h"
 
 #include <netinet/in.h>
@@ -206,8 +207,8 @@ TEST_F(Web, AnswersWhatItsDocumentSays)
              {"GET tables/none", 400},
              {"GET history?item=ringer-volume&limit=2", 200},
              {"GET history?since=never", 400},
-             {"GET history/1", 200},
              {"GET history?item=&limit=2", 400},
+             {"GET history/1", 200},
              {"GET history/1000", 404},
              {"POST undo?dryRun=1", 200, "{}"},
              {"POST undo", 409, R"({"number": 1})"},
@@ -273,7 +274,7 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
     };
     for (auto const& [status, head] : std::vector<Case>{
              {200, "GET /api/v1/session HTTP/1.1\r\n" + host + known},
-             {200, "GET /api/v1/session HTTP/1.1\r\nHost: phone.example:" + m_port + "\r\n" + known},
+             {200, "GET /api/v1/session HTTP/1.1\r\nHost: Phone.Example:" + m_port + "\r\n" + known},
              {200, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Origin: http://127.0.0.1:" + m_port + "\r\n"},
              {401, "GET /api/v1/session HTTP/1.1\r\n" + host},
              {401, "GET /api/v1/session HTTP/1.1\r\n" + host + "Authorization: Bearer nothing\r\n"},
@@ -308,6 +309,7 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
         EXPECT_EQ(raw(head + "Connection: close\r\n\r\n").status, status) << head;
     }
     EXPECT_TRUE(m_server->says("refused a token from 127.0.0.1"));
+    EXPECT_FALSE(Tool::Web::Access({.port = 80}).refuse({"GET", "/", {{"Host", "localhost"}}}));
 }
 
 TEST_F(Web, TakesATokenOnceForACookie)
@@ -321,7 +323,7 @@ TEST_F(Web, TakesATokenOnceForACookie)
         first.head, cookie, std::regex("Set-Cookie: (mediadata-" + m_port + "=[^;]+); Path=/; HttpOnly; SameSite=Strict")))
         << first.head;
     EXPECT_EQ(raw("GET /?token=" + m_token + host + "\r\n").status, 401);
-    auto const session = host + "Cookie: other=1; " + cookie[1].str() + "\r\n\r\n";
+    auto const session = host + "Cookie: other=1; mediadata-" + m_port + "=another's; " + cookie[1].str() + "\r\n\r\n";
     EXPECT_EQ(raw("GET /api/v1/session" + session).status, 200);
     EXPECT_EQ(raw("DELETE /api/v1/session" + session).status, 204);
     EXPECT_EQ(raw("GET /api/v1/session" + session).status, 401);

@@ -91,12 +91,13 @@ Access::Access(AccessOptions options)
 /// A page of another site can have its own name resolved to this host: what it asks for then names that. An address it cannot be.
 bool Access::isOurHost(std::string_view host) const
 {
+    auto const isOurs = [&](std::string_view name) {
+        auto const isMeant = [=](std::string const& own) { return isSameName(own, name); };
+        return isSameName("localhost", name) || isAddress(name) || std::ranges::any_of(m_options.names, isMeant);
+    };
     auto const port = ":" + std::to_string(m_options.port);
-    bool const isImplied = m_options.port == (m_options.isSecure ? 443U : 80U) && isAddress(host);
-    auto const name = host.ends_with(port) ? host.substr(0, host.size() - port.size()) : host;
-    if (!host.ends_with(port) && !isImplied)
-        return false;
-    return name == "localhost" || isAddress(name) || std::ranges::find(m_options.names, name) != m_options.names.end();
+    bool const isImplied = m_options.port == (m_options.isSecure ? 443U : 80U);
+    return (isImplied && isOurs(host)) || (host.ends_with(port) && isOurs(host.substr(0, host.size() - port.size())));
 }
 
 std::optional<Answer> Access::refuse(Request const& request) const
@@ -119,24 +120,27 @@ bool Access::isForeign(Request const& request) const
     return !isOwnSite || (request.count("Origin") != 0 && request.header("Origin") != origin(request.header("Host")));
 }
 
-std::string_view Access::cookieOf(Request const& request) const
+/// Those with our name: what another program of this host has set under it must not hide the right one.
+std::vector<std::string_view> Access::cookiesOf(Request const& request) const
 {
+    std::vector<std::string_view> cookies;
     for (auto rest = request.header("Cookie"); !rest.empty();) {
         auto const end = std::min(rest.find(';'), rest.size());
         auto const cookie = rest.substr(0, end);
-        if (cookie.starts_with(m_cookieName) && cookie.substr(m_cookieName.size()).starts_with('='))
-            return cookie.substr(m_cookieName.size() + 1);
+        if (cookie.starts_with(m_cookieName + '=') && cookie.size() > m_cookieName.size() + 1)
+            cookies.push_back(cookie.substr(m_cookieName.size() + 1));
         rest.remove_prefix(std::min(rest.find_first_not_of("; ", end), rest.size()));
     }
-    return {};
+    return cookies;
 }
 
 Access::Known Access::knows(Request const& request) const
 {
-    auto const cookie = cookieOf(request);
-    auto const isMeant = [=](std::string const& session) { return isSame(session, cookie); };
-    if (std::ranges::any_of(m_sessions, isMeant))
-        return Known::Session;
+    for (auto const cookie : cookiesOf(request)) {
+        auto const isMeant = [=](std::string const& session) { return isSame(session, cookie); };
+        if (std::ranges::any_of(m_sessions, isMeant))
+            return Known::Session;
+    }
     auto const authorization = request.header("Authorization");
     bool const isProgram = !m_options.bearer.empty() && authorization.starts_with(bearerPrefix) &&
                            isSame(authorization.substr(bearerPrefix.size()), m_options.bearer);
@@ -145,7 +149,7 @@ Access::Known Access::knows(Request const& request) const
 
 bool Access::hasTried(Request const& request) const
 {
-    return request.count("Authorization") != 0 || !cookieOf(request).empty();
+    return request.count("Authorization") != 0 || !cookiesOf(request).empty();
 }
 
 std::string Access::address(std::string_view host) const
@@ -177,7 +181,8 @@ std::string Access::beginSession()
 
 std::string Access::endSession(Request const& request)
 {
-    std::erase(m_sessions, cookieOf(request));
+    for (auto const cookie : cookiesOf(request))
+        std::erase(m_sessions, cookie);
     return m_cookieName + "=; Path=/; Max-Age=0";
 }
 

@@ -45,7 +45,7 @@ public:
 private:
     std::string origin(std::string_view host) const;
     bool isOurHost(std::string_view host) const;
-    std::string_view cookieOf(Request const& request) const;
+    std::vector<std::string_view> cookiesOf(Request const& request) const;
 
     AccessOptions const m_options;
     std::string const m_cookieName; ///< with the port: cookies know no ports

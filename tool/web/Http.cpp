@@ -9,11 +9,6 @@ namespace Tool::Web {
 
 namespace {
 
-bool isNamed(std::string const& name, std::string_view wanted)
-{
-    return name.size() == wanted.size() && ::strncasecmp(name.data(), wanted.data(), wanted.size()) == 0;
-}
-
 struct Title {
     int status;
     std::string_view words;
@@ -41,15 +36,20 @@ constexpr std::array titles{
 
 } // namespace
 
+bool isSameName(std::string_view a, std::string_view b)
+{
+    return a.size() == b.size() && ::strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
 std::string_view Request::header(std::string_view name) const
 {
-    auto const found = std::ranges::find_if(headers, [=](auto const& each) { return isNamed(each.first, name); });
+    auto const found = std::ranges::find_if(headers, [=](auto const& each) { return isSameName(each.first, name); });
     return found == headers.end() ? std::string_view() : std::string_view(found->second);
 }
 
 std::size_t Request::count(std::string_view name) const
 {
-    auto const isMeant = [=](auto const& each) { return isNamed(each.first, name); };
+    auto const isMeant = [=](auto const& each) { return isSameName(each.first, name); };
     return static_cast<std::size_t>(std::ranges::count_if(headers, isMeant));
 }
 

@@ -12,6 +12,9 @@ namespace Tool::Web {
 
 using Fields = std::vector<std::pair<std::string, std::string>>;
 
+/// In any letter case.
+bool isSameName(std::string_view a, std::string_view b);
+
 inline constexpr std::size_t longestBody = std::size_t{16} << 20U;
 
 struct Request {
