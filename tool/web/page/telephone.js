@@ -47,10 +47,10 @@ export async function show(main, params, app) {
   }
 
   function country({code, number, region}) {
-    const field = h('input', {type: 'text', value: number === null ? '' : code, maxLength: 2, size: 4, autocapitalize: 'characters', spellcheck: false});
+    const field = h('input', {type: 'text', value: code?.length === 2 ? code : '', maxLength: 2, size: 4, autocapitalize: 'characters', spellcheck: false});
     return card('Country',
       control('Code', field, () => put('country', {code: field.value.toUpperCase()}), 'two letters, as of ISO 3166-1'),
-      h('p.dim', {}, `Region ${region}`));
+      h('p.dim', {}, number === null && 'No known country. ', `Region ${region}`));
   }
 
   function flags(list) {
