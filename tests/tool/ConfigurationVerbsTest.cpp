@@ -331,6 +331,8 @@ TEST_F(ConfigurationVerbs, RememberWhoChangedWhat)
     auto const file = dataDirectory() / "mediadata.history";
     EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(ask("history ringer-volume")["history"].size(), 2U);
+    ASSERT_EQ(status("country FR"), 0);
+    EXPECT_EQ(column(ask("history --limit 1")["history"][0]["changes"], "item"), "country ");
 }
 
 TEST_F(ConfigurationVerbs, KeepTheHistoryReadableAndBoundedAndWorkOnWithout)

@@ -79,8 +79,7 @@ Journal::State Journal::state()
     State state;
     readValue(eDataTagOpusTest); // applies the flag file, which may change items with lower tags
     for (auto const tag : allTags()) {
-        bool const counts = isHeld(tag) && !isKept(tag) && typeOf(tag) != eDataItemTypeComplex;
-        if (counts && !Tables::flagWordOf(tag))
+        if (isFleeting(tag)) // What the service keeps it enters itself.
             state[{"@unkept", nameOf(tag)}] = textOf(readValue(tag).value_or(""));
     }
     for (auto const& [word, value] : flagFileValues())
