@@ -429,8 +429,9 @@ TEST_F(Web, HasRoomForOneMore)
         std::vector<int> held;
         for (int count = 0; count < 80; ++count) {
             held.push_back(connect());
-            for (int time = 0; time<times&& ::send(held.back(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT)> 0;)
-                ++time;
+            ssize_t sent = 1;
+            for (int time = 0; time < times && sent > 0; ++time)
+                sent = ::send(held.back(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         }
         ::usleep(300000); // Until the answers fill what the sockets hold.
         EXPECT_EQ(api("GET /api/v1/settings/61").status, 200) << text;

@@ -49,10 +49,10 @@ bool isMangled(Fields::value_type const& header)
     auto const isLonger = [&](std::string_view than) {
         return name.size() > than.size() && ::strncasecmp(name.data(), than.data(), than.size()) == 0;
     };
-    auto const isMark = [](unsigned char c) {
-        return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
-    };
-    bool const isToken = std::ranges::all_of(name, [&](unsigned char c) { return ::isalnum(c) != 0 || isMark(c); });
+    constexpr std::string_view marks = "!#$%&'*+-.^_`|~";
+    bool const isToken = std::ranges::all_of(name, [&](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 || marks.find(c) != std::string_view::npos;
+    });
     return !isToken || isLonger("Content-Length") || isLonger("Transfer-Encoding");
 }
 
