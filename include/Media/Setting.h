@@ -163,9 +163,9 @@ public:
     Setting() { Detail::beginPublication(); }
 
     /// What was last published: at the end of each operation that changes something, and before anybody is told of a change.
-    /// Never locks and never waits (but when there was no memory to publish in), and allocates nothing for int and bool. Within an operation of the cache this thread sees
-    /// what it has set so far. Without cache the catalogue's default. A secret and a flag of the flag file are read under the
-    /// cache's lock.
+    /// Never locks and never waits (but when there was no memory to publish in), and allocates nothing for int and bool.
+    /// Within an operation of the cache this thread sees what it has set so far. Without cache the catalogue's default. A
+    /// secret and a flag of the flag file are read under the cache's lock.
     value_type get() const
     {
         if constexpr (!IsPublished<tag>) {

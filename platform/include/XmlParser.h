@@ -3,9 +3,10 @@
 
 #include <memory>
 
-/// Reads one text after the other, also one within a callback of another. It hands over each element's text in one `data` call and nothing between elements (no white
-/// space between tags); an element with neither text nor elements in it makes one `data` call of length 0 at its end tag.
-/// It takes one document or a plain sequence of elements without a common root. For one thread at a time; does not throw unless a callback does.
+/// Reads one text after the other, also one within a callback of another. It hands over each element's text in one `data`
+/// call and nothing between elements (no white space between tags); an element with neither text nor elements in it makes
+/// one `data` call of length 0 at its end tag. It takes one document or a plain sequence of elements without a common root.
+/// For one thread at a time; does not throw unless a callback does.
 class XmlParser {
 public:
     using StartHandler = void (*)(void* userData, char const* name, char const** attributes);

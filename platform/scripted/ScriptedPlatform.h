@@ -128,7 +128,8 @@ public:
 
     /// The k-th fallible call from now (k = 1: the next) fails, once or from then on: getDataItem answers "failure",
     /// findService null; setDataItem, setDataItems, findDataAccessService, toEncryptedText, fromEncryptedText, readData,
-    /// reportChanged, requestSet and beginGroup answer false and do nothing; endGroup answers false and stores nothing. Replaces an earlier order; 0 revokes it.
+    /// reportChanged, requestSet and beginGroup answer false and do nothing; endGroup answers false and stores nothing.
+    /// Replaces an earlier order; 0 revokes it.
     void failCall(std::size_t k, bool forGood = false);
     /// From now on no group is stored, or each is again.
     void failGroups(bool fail);

@@ -1,6 +1,7 @@
 // Every platform call of a clean run fails in turn, once and from then on, in scenarios that together use every operation of
-// the facade and of the management agent, on a platform that stores groups and on one that does not. Whatever fails, no value is invented, lost or held by the cache alone. Of the many
-// calls of a start one in four fails, unless MEDIADATA_FAULTS is set (make reliability).
+// the facade and of the management agent, on a platform that stores groups and on one that does not. Whatever fails, no
+// value is invented, lost or held by the cache alone. Of the many calls of a start one in four fails, unless
+// MEDIADATA_FAULTS is set (make reliability).
 #include "Sweep.h"
 
 #include "MgmtAgentIfc.h"

@@ -2,9 +2,9 @@
 // fixed, so that no input can do harm. The parsing functions are pure functions on bytes.
 //
 // The client sends a request; the holder of the directory answers {begin}, then {out, bytes} and {err, bytes} as
-// they come, then {end, status}; {ready} means that changes are followed from now on. {ask, what} instead of the end means that the command needs
-// something of the client's: the request has to be sent again with it. {refuse, why} instead of all that is what every version
-// of the protocol understands.
+// they come, then {end, status}; {ready} means that changes are followed from now on. {ask, what} instead of the end means
+// that the command needs something of the client's: the request has to be sent again with it. {refuse, why} instead of all
+// that is what every version of the protocol understands.
 #pragma once
 
 #include <cstddef>

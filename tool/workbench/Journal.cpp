@@ -1,5 +1,5 @@
-// All entries of one run of a verb have the same note, by which they are found again as one: when it began, the tags that it asked for
-// and the entries that it takes back.
+// All entries of one run of a verb have the same note, by which they are found again as one: when it began, the tags that
+// it asked for and the entries that it takes back.
 #include "workbench/Journal.h"
 
 #include "workbench/FlagFile.h"

@@ -1,5 +1,5 @@
-// The history as people see it: what is in the database and in the history's files, with items by their names and cells in the place of
-// tables.
+// The history as people see it: what is in the database and in the history's files, with items by their names and cells in
+// the place of tables.
 #pragma once
 
 #include "report/Report.h"

@@ -65,8 +65,8 @@ public:
     /// thread.
     std::set<FailedWrite> takeFailedWrites();
 
-    /// Since the last call SQLite failed at something, be it a read, a write or the service's journal; `reason`, when given, says at what.
-    /// For any thread.
+    /// Since the last call SQLite failed at something, be it a read, a write or the service's journal; `reason`, when
+    /// given, says at what. For any thread.
     bool takeDatabaseError(std::string* reason = nullptr);
 
     /// Names who does what the calling thread changes from now on, for the history; nothing: this process, as an application.
