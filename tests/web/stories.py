@@ -164,6 +164,9 @@ class TheViews(Story):
         page.button("Import", ".preview").click()
         page.until(lambda: self.telephone.value("ringer-melody") == 4)
         self.assertEqual(self.telephone.value("ringer-volume"), 3)
+        page.view("telephone")
+        page.click("[aria-label='Reset: Audio settings']")
+        page.see("would store", ".preview")
 
     def test_an_import_opens_the_secrets_with_their_passphrase(self):
         passphrase = "blank, ü and 50 % \u9375"

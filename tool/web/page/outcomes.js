@@ -11,10 +11,10 @@ export const itemLink = name => h('a', {href: `#explain/${encodeURIComponent(nam
 export const badge = result => h(`span.result.${result.replace(' ', '-')}`, {}, result);
 
 /// The lines of an answer, gravest first; what stays as it is is only counted. null when there are none.
-export function outcomes(app, {items = [], alsoChanged = [], wouldWipe = []}) {
+export function outcomes(app, {items = [], alsoChanged = [], wouldWipe = []}, result = 'stored') {
   const wiped = new Set(wouldWipe.map(({item}) => item));
   const lines = [
-    ...items.map(line => ({...line, result: line.result ?? 'stored'})),
+    ...items.map(line => ({result, ...line})),
     ...alsoChanged.filter(({item}) => !wiped.has(item)).map(line => ({...line, result: 'follows'})),
     ...wouldWipe.map(line => ({...line, new: '', result: 'wiped'})),
   ];
@@ -41,7 +41,7 @@ export async function preview(place, app, request, {title, done}) {
   const show = (...content) => place.replaceChildren(h('div.preview', {}, content));
   const close = text => h('button', {type: 'button', onclick: () => place.replaceChildren()}, text);
   const wipes = plan.wiped.length;
-  const would = plan.items.some(({result}) => !['unchanged', 'refused', 'unknown', 'failed'].includes(result ?? 'stored'));
+  const would = plan.items.some(({result}) => !['unchanged', 'refused', 'unknown', 'failed'].includes(result));
   const act = async () => {
     button.disabled = true;
     const made = await make(app, request, {yes: wipes > 0});
@@ -57,7 +57,7 @@ export async function preview(place, app, request, {title, done}) {
     why && h('p.note.error', {role: 'alert'}, why),
     !why && h('p', {role: 'status'}, would ? 'This is what would change:' : 'Nothing would change.'),
     wipes > 0 && h('p.danger', {}, `${count(wipes, 'text')} that somebody has entered would be lost.`),
-    outcomes(app, plan.report),
+    outcomes(app, plan.report, 'would store'),
     h('div.buttons', {}, would && !app.session.readOnly && button, close(would ? 'Leave it' : 'Close')));
   place.querySelector('.buttons button').focus();
 }
