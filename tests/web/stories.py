@@ -192,6 +192,7 @@ class TheViews(Story):
         page.click("[aria-label='Reset ringer-volume']")
         page.until(lambda: self.telephone.value("ringer-volume") == 3)
         page.see("1 difference from the defaults")
+        page.until(lambda: page.focused() == "Reset ringer-melody")
         self.drop(document)
         page.see("1 difference from other.json")
         page.click("[aria-label='Take ringer-melody']")
