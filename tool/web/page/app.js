@@ -118,7 +118,7 @@ function toast(text, {isError = false, action} = {}) {
   setTimeout(end, isError ? 15000 : 6000);
 }
 
-function ask({title, body, yes = 'Yes', no = 'Cancel', danger = false}) {
+function ask({title, body, yes, no = 'Cancel', danger}) {
   const id = newId();
   const from = document.activeElement;
   const dialog = h('dialog', {'aria-labelledby': id}, h('form', {method: 'dialog'},
