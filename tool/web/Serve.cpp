@@ -12,6 +12,7 @@
 #include "store/Database.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
@@ -71,6 +72,15 @@ Host::FileDescriptor listenAt(std::string const& address, std::string const& por
     return socket;
 }
 
+/// To be read; not waited for when it is a pipe into which nobody writes.
+Host::FileDescriptor opened(std::string const& path)
+{
+    Host::FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (file)
+        ::fcntl(file.get(), F_SETFL, 0);
+    return file;
+}
+
 std::string contentOf(int descriptor)
 {
     std::string text;
@@ -86,7 +96,7 @@ std::string contentOf(int descriptor)
 /// A secret of a file that is this user's alone. Empty with `error`.
 std::string secretFile(std::string const& path, std::string& error)
 {
-    Host::FileDescriptor const file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    auto const file = opened(path);
     struct stat found {};
     if (!file || ::fstat(file.get(), &found) != 0)
         error = path + ": " + reason(errno);
@@ -100,12 +110,17 @@ std::string bearerOf(std::string const& path, std::string& error)
 {
     if (path.empty())
         return {};
-    if (Host::FileDescriptor const file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600)); file)
-        Host::writeAll(file.get(), randomToken() + "\n");
+    if (Host::FileDescriptor const file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+        file && !Host::writeAll(file.get(), randomToken() + "\n")) {
+        error = path + ": " + reason(errno);
+        ::unlink(path.c_str()); // The next start makes it.
+        return {};
+    }
     auto token = secretFile(path, error);
     token.erase(token.find_last_not_of(" \r\n\t") + 1);
-    if (error.empty() && token.size() < shortestToken)
-        error = fmt::format("{}: the token in it is shorter than {} characters", path, shortestToken);
+    bool const isWord = std::ranges::all_of(token, [](unsigned char c) { return std::isgraph(c) != 0; });
+    if (error.empty() && (token.size() < shortestToken || !isWord))
+        error = fmt::format("{}: the token in it is no word of {} characters or more", path, shortestToken);
     return token;
 }
 
@@ -155,8 +170,7 @@ private:
         if (error.empty())
             m_access.bearer = bearerOf(m_options.tokenFile, error);
         if (error.empty() && m_access.isSecure) {
-            Host::FileDescriptor const file(::open(m_options.certificate.c_str(), O_RDONLY | O_CLOEXEC));
-            m_certificate = contentOf(file.get());
+            m_certificate = contentOf(opened(m_options.certificate).get());
             if (m_certificate.empty())
                 error = m_options.certificate + ": cannot be read";
             else
