@@ -314,7 +314,9 @@ std::unique_ptr<Daemon> Daemon::start(DaemonOptions options, Site& site, Command
     daemon->m_key = std::move(options.key);
     int const socket = ::fcntl(options.socket.get(), F_DUPFD_CLOEXEC, 0); // The library closes it.
     bool const isSecure = !daemon->m_certificate.empty();
-    MHD_OptionItem const tls[]{{MHD_OPTION_HTTPS_MEM_CERT, 0, daemon->m_certificate.data()},
+    char priorities[] = "NORMAL:-VERS-TLS1.0:-VERS-TLS1.1";
+    MHD_OptionItem const tls[]{{MHD_OPTION_HTTPS_PRIORITIES, 0, priorities},
+                               {MHD_OPTION_HTTPS_MEM_CERT, 0, daemon->m_certificate.data()},
                                {MHD_OPTION_HTTPS_MEM_KEY, 0, daemon->m_key.data()},
                                {MHD_OPTION_END, 0, nullptr}};
     auto* const self = daemon.get();
@@ -327,7 +329,7 @@ std::unique_ptr<Daemon> Daemon::start(DaemonOptions options, Site& site, Command
         longestHead, MHD_OPTION_CONNECTION_TIMEOUT, longestSilence, MHD_OPTION_STRICT_FOR_CLIENT, 1,
         MHD_OPTION_NOTIFY_CONNECTION, Callbacks::onConnection, self, MHD_OPTION_NOTIFY_COMPLETED, Callbacks::onCompleted,
         self, MHD_OPTION_URI_LOG_CALLBACK, Callbacks::onTarget, self, MHD_OPTION_UNESCAPE_CALLBACK, Callbacks::keep, nullptr,
-        MHD_OPTION_ARRAY, isSecure ? tls : tls + 2, MHD_OPTION_END);
+        MHD_OPTION_ARRAY, isSecure ? tls : std::end(tls) - 1, MHD_OPTION_END);
     if (!daemon->m_daemon) {
         error = isSecure ? "the certificate and its key cannot be used" : "the connections cannot be taken";
         return nullptr;
