@@ -355,6 +355,7 @@ TEST_F(Web, EventsGoOnWhereAReaderWas)
     auto const set = [&](int value) { tool({"set", "ringer-volume=" + std::to_string(value)}); };
     for (int const value : {1, 2})
         set(value);
+    EXPECT_EQ(api("HEAD /api/v1/events").body, "");
     auto const [first, place] = told(events(hello.second, "\"new\":2}\n\n"));
     EXPECT_EQ(first, "12") << "out of the history";
     set(4);

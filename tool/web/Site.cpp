@@ -75,6 +75,8 @@ std::variant<Answer, Command, Follow> Site::answer(Request const& request)
     if (path == "events") {
         auto const given = request.header("Last-Event-ID");
         auto const after = given.empty() ? target->find("after").value_or("") : std::string(given);
+        if (request.method == "HEAD") // The library sends the last chunk of an answer without length.
+            return Answer{200, "", "text/event-stream"};
         return isRead(request) ? std::variant<Answer, Command, Follow>(Follow{parsePlace(after)}) : onlyReads();
     }
     auto command = commandFor(request, *target);
