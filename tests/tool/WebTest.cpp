@@ -282,6 +282,9 @@ TEST_F(Web, LetsNobodyInWithoutLeave)
              {401, "GET /?token=nothing HTTP/1.1\r\n" + host},
              {421, "GET /api/v1/session HTTP/1.1\r\nHost: attacker.example:" + m_port + "\r\n" + known},
              {421, "GET / HTTP/1.1\r\nHost: attacker.example\r\n"},
+             {200, "GET /api/v1/session HTTP/1.1\r\n" + host + known +
+                       "Cookie: " + std::regex_replace(std::string(300, 'x'), std::regex("x"), "a=b; ") + "\r\n"},
+             {431, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Cookie: a=" + std::string(17000, 'a') + "\r\n"},
              {403, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Origin: http://attacker.example\r\n"},
              {403, "GET /api/v1/session HTTP/1.1\r\n" + host + known + "Sec-Fetch-Site: same-site\r\n"},
              {403, "DELETE /api/v1/settings/61 HTTP/1.1\r\n" + host + known},
@@ -352,10 +355,10 @@ TEST_F(Web, EventsGoOnWhereAReaderWas)
 {
     serve();
     auto const hello = told(events("", "\n\n"));
+    EXPECT_EQ(api("HEAD /api/v1/events").body, "");
     auto const set = [&](int value) { tool({"set", "ringer-volume=" + std::to_string(value)}); };
     for (int const value : {1, 2})
         set(value);
-    EXPECT_EQ(api("HEAD /api/v1/events").body, "");
     auto const [first, place] = told(events(hello.second, "\"new\":2}\n\n"));
     EXPECT_EQ(first, "12") << "out of the history";
     set(4);

@@ -22,7 +22,8 @@ constexpr std::size_t crowded = 60;     ///< from here on each new one takes the
 constexpr std::size_t mostStreams = 56; ///< the others leave room for commands
 constexpr std::size_t mostInBodies = std::size_t{32} << 20U; ///< a document is a multiple of it while it is read
 constexpr std::size_t longestHead = 16384;
-constexpr auto headWithin = 10s; ///< from the connection's begin, or the end of the request before
+constexpr std::size_t roomOfConnection = 4 * longestHead; ///< the library has cookies and parameters twice
+constexpr auto headWithin = 10s;                          ///< from the connection's begin, or the end of the request before
 constexpr auto bodyWithin = 60s;
 constexpr auto answerWithin = 60s;          ///< until its reader has it
 constexpr unsigned int longestSilence = 75; ///< seconds, of who reads events; there is a comment more often
@@ -179,7 +180,9 @@ private:
         request.peer = peer.address;
         ::MHD_get_connection_values(peer.connection, MHD_HEADER_KIND, addHeader, &request.headers);
         peer.deadline = Clock::now() + bodyWithin;
-        auto early = daemon.m_site.answerAtHead(request);
+        auto const* const size = ::MHD_get_connection_info(peer.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
+        auto early =
+            size->header_size > longestHead ? problem(431, "a head has at most 16 kB") : daemon.m_site.answerAtHead(request);
         if (early && request.hasBody())
             return send(peer, *early); // The connection does not outlive it.
         phase = early ? Phase::Ready : Phase::Body;
@@ -326,7 +329,7 @@ std::unique_ptr<Daemon> Daemon::start(DaemonOptions options, Site& site, Command
     daemon->m_daemon = ::MHD_start_daemon(
         flags, 0, nullptr, nullptr, Callbacks::onRequest, self, MHD_OPTION_EXTERNAL_LOGGER, Callbacks::ignoreLog, nullptr,
         MHD_OPTION_LISTEN_SOCKET, socket, MHD_OPTION_CONNECTION_LIMIT, mostConnections, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
-        longestHead, MHD_OPTION_CONNECTION_TIMEOUT, longestSilence, MHD_OPTION_STRICT_FOR_CLIENT, 1,
+        roomOfConnection, MHD_OPTION_CONNECTION_TIMEOUT, longestSilence, MHD_OPTION_STRICT_FOR_CLIENT, 1,
         MHD_OPTION_NOTIFY_CONNECTION, Callbacks::onConnection, self, MHD_OPTION_NOTIFY_COMPLETED, Callbacks::onCompleted,
         self, MHD_OPTION_URI_LOG_CALLBACK, Callbacks::onTarget, self, MHD_OPTION_UNESCAPE_CALLBACK, Callbacks::keep, nullptr,
         MHD_OPTION_ARRAY, isSecure ? tls : std::end(tls) - 1, MHD_OPTION_END);

@@ -29,6 +29,7 @@ constexpr std::array titles{
     Title{415, "Unsupported Media Type"},
     Title{421, "Misdirected Request"},
     Title{422, "Unprocessable Content"},
+    Title{431, "Request Header Fields Too Large"},
     Title{500, "Internal Server Error"},
     Title{503, "Service Unavailable"},
     Title{507, "Insufficient Storage"},
