@@ -301,7 +301,7 @@ TEST_F(Holder, CanBeAnApplication)
     EXPECT_TRUE(watcher.says("ringer-volume = 7 (was 6; #3 set by "));
     EXPECT_TRUE(application.says("ringer volume is now 7\n"));
     EXPECT_EQ(status("set ringer-volume=9"), 4);
-    fs::create_directories(dataDirectory() / "data/database");
+    std::filesystem::create_directories(dataDirectory() / "data/database");
     write((dataDirectory() / "data/database/media_config").string(), "force_etsi\n");
     EXPECT_EQ(status("mgmt set ringer-volume=4"), 0);
     EXPECT_TRUE(application.says("ringer volume is now 4\n"));
