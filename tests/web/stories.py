@@ -338,6 +338,10 @@ class ReadOnly(Story):
         page = self.page
         page.row("ringer-melody")
         self.assertEqual([control for control in page.all("button.face, .reset, .direct > :enabled")], [])
+        for view in ("tables", "doors", "telephone"):
+            page.view(view)
+            page.find(VIEWS[view])
+            self.assertEqual(page.all("main :is(.handle, .switch, .face, select, input[type=text]):enabled"), [], view)
         answer = page.browser.execute_async_script(
             "fetch('api/v1/settings/ringer-melody', {method: 'PUT', headers: {'Content-Type': 'application/json'}, body: '{\"value\": 4}'})"
             ".then(answer => arguments[0](answer.status))")

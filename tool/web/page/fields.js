@@ -37,7 +37,7 @@ export function foldedFields(app, title, fields) {
 export function choice(app, names, label, texts) {
   const id = newId();
   const row = app.store.row(names[0]);
-  const select = h('select', {id, disabled: Boolean(app.session.readOnly)}, texts.map((text, i) => h('option', {value: i}, text)));
+  const select = h('select', {id, disabled: app.session.readOnly}, texts.map((text, i) => h('option', {value: i}, text)));
   const showValue = () => select.value = row.value;
   select.addEventListener('change', async () => {
     const body = Object.fromEntries(names.map(name => [name, Number(select.value)]));

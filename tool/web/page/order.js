@@ -26,7 +26,7 @@ export function makeOrderable(list, moved, ended) {
   });
 
   list.addEventListener('pointerdown', event => {
-    const handle = event.target.closest('.handle');
+    const handle = event.target.closest('.handle:enabled');
     if (!handle || event.button)
       return;
     event.preventDefault();

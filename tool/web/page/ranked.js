@@ -73,12 +73,13 @@ export class RankedTable {
 
   #entry(row) {
     const title = this.#title(row);
-    const allowed = toggle({ariaLabel: `${title} is allowed`, title: 'Allowed'}, row.allowed, isOn => {
+    const {readOnly: disabled} = this.#app.session;
+    const allowed = toggle({ariaLabel: `${title} is allowed`, title: 'Allowed', disabled}, row.allowed, isOn => {
       row.allowed = isOn;
       this.#check();
     });
     const reason = !row.hardware && h('small', {id: newId()}, row.reason ?? 'The hardware does not have it');
-    const handle = h('button.handle', {type: 'button', title: 'Drag, or press the arrow keys', 'aria-describedby': reason ? reason.id : null});
+    const handle = h('button.handle', {type: 'button', disabled, title: 'Drag, or press the arrow keys', 'aria-describedby': reason ? reason.id : null});
     const entry = h('li', {}, handle, h('span.rank', {ariaHidden: 'true'}), h('span.choice', {}, title, reason), allowed);
     entry.row = row;
     entry.classList.toggle('unusable', !row.hardware);

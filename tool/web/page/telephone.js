@@ -19,7 +19,7 @@ export async function show(main, params, app) {
   /// A labelled control that stores what it is set to by `act`; afterwards all is shown anew.
   function control(label, element, act, note) {
     element.id = `telephone-${label.replace(/\W/g, '-')}`;
-    element.disabled = Boolean(app.session.readOnly);
+    element.disabled = app.session.readOnly;
     element.addEventListener(element.role === 'switch' ? 'click' : 'change', async () => {
       const made = await act();
       const why = made && refusal(made);

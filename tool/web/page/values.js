@@ -92,7 +92,7 @@ export class ValueCell {
       this.#make(this.#kind = kindOf(this.row));
     const {row, control} = this;
     if (kinds[this.#kind].face) {
-      control.disabled = Boolean(this.app.session.readOnly);
+      control.disabled = this.app.session.readOnly;
       kinds[this.#kind].show(control, row.value);
     } else {
       const face = this.element.firstChild;
