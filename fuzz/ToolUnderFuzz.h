@@ -11,6 +11,7 @@
 #include "workbench/Document.h"
 #include "workbench/Import.h"
 #include "workbench/Items.h"
+#include "workbench/PastEntries.h"
 
 #include "HostPlatform.h"
 
@@ -36,9 +37,9 @@ public:
             Tool::importDocument(tool.workbench(), tool.m_base, {});
             if (tool.kept() != tool.m_text)
                 tool.start();
-            // Its two files would soon be so long that whoever reads them takes most of the time.
-            std::filesystem::remove(tool.m_path + "/data/mediadata.history");
-            std::filesystem::remove(tool.m_path + "/data/mediadata.history.1");
+            // The history would soon be so long that whoever reads it takes most of the time.
+            if (++tool.m_changes % 32 == 0)
+                Tool::forget(tool.workbench(), std::nullopt, true);
             tool.m_state = tool.state();
         }
         return tool;
@@ -116,6 +117,7 @@ private:
     Tool::Document m_base;
     std::string m_text;
     std::vector<std::string> m_state;
+    int m_changes = 0;
 };
 
 } // namespace Fuzz
