@@ -214,7 +214,7 @@ std::optional<std::int64_t> timeOf(std::string const& text)
     std::int64_t fraction = 0;
     if (rest && *rest == '.') {
         for (int scale = 100; *++rest >= '0' && *rest <= '9'; scale /= 10)
-            fraction += scale * (*rest - '0');
+            fraction += std::int64_t{scale} * (*rest - '0');
     }
     if (!rest || *rest == '\0')
         return rest ? std::optional(std::mktime(&parts) * 1000 + fraction) : std::nullopt;

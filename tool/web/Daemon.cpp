@@ -148,7 +148,7 @@ public:
             takeBody(daemon, exchange, {piece, std::exchange(*size, 0)});
             return MHD_YES;
         case Phase::Ready:
-            return exchange.stream ? sendStream(peer) : send(peer, exchange.answer);
+            return exchange.stream ? sendStream(peer) : send(peer, std::move(exchange.answer));
         case Phase::Working: // The program ends.
             break;
         }
@@ -184,7 +184,7 @@ private:
         auto early =
             size->header_size > longestHead ? problem(431, "a head has at most 16 kB") : daemon.m_site.answerAtHead(request);
         if (early && request.hasBody())
-            return send(peer, *early); // The connection does not outlive it.
+            return send(peer, *std::move(early)); // The connection does not outlive it.
         phase = early ? Phase::Ready : Phase::Body;
         if (early)
             answer = *std::move(early);
@@ -212,10 +212,10 @@ private:
     {
         auto& exchange = *peer.exchange;
         if (exchange.tooLong)
-            return send(peer, *exchange.tooLong);
+            return send(peer, *std::move(exchange.tooLong));
         auto next = daemon.m_site.answer(exchange.request);
-        if (auto const* const answer = std::get_if<Answer>(&next))
-            return send(peer, *answer);
+        if (auto* const answer = std::get_if<Answer>(&next))
+            return send(peer, std::move(*answer));
         if (auto const* const follow = std::get_if<Follow>(&next))
             return beginStream(daemon, peer, *follow);
         daemon.m_commands.post([&daemon, &peer, command = std::get<Command>(std::move(next))] {
@@ -275,11 +275,11 @@ private:
         return result;
     }
 
-    static MHD_Result send(Peer& peer, Answer const& answer)
+    static MHD_Result send(Peer& peer, Answer answer)
     {
         peer.deadline = Clock::now() + answerWithin;
-        auto* const body = const_cast<char*>(answer.body.data()); // It is copied.
-        return queue(peer, answer.status, ::MHD_create_response_from_buffer(answer.body.size(), body, MHD_RESPMEM_MUST_COPY),
+        auto& body = answer.body;
+        return queue(peer, answer.status, ::MHD_create_response_from_buffer(body.size(), body.data(), MHD_RESPMEM_MUST_COPY),
                      answer.type, answer.headers);
     }
 

@@ -75,7 +75,7 @@ public:
         }
         for (auto const& [name, reason, near, place] : document.unknown) {
             auto const hint = near.empty() ? "" : fmt::format("; did you mean {}?", fmt::join(near, ", "));
-            m_others.push_back({name, {}, {}, Result::Unknown, {}, place + ": " + reason + hint});
+            m_others.push_back({name, {}, {}, Result::Unknown, {}, fmt::format("{}: {}{}", place, reason, hint)});
         }
     }
 

@@ -231,7 +231,7 @@ std::vector<eDataTag> namedBy(std::string const& name)
 
 std::vector<eDataTag> matchItems(std::string const& pattern)
 {
-    if (auto const exact = namedBy(pattern); !exact.empty())
+    if (auto exact = namedBy(pattern); !exact.empty())
         return exact;
     bool const isGlob = pattern.find_first_of("*?") != std::string::npos;
     // Brackets are part of names ("codec[1]/type") and stand for themselves.
