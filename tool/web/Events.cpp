@@ -83,20 +83,20 @@ Replay replay(Workbench& workbench, std::optional<std::int64_t> behind)
     // Everything up to an entry is told when none that has a smaller number is still to come.
     auto place = result.last;
     std::vector<std::string> texts;
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+    std::ranges::reverse(entries);
+    for (auto& entry : entries) {
         auto& text = texts.emplace_back();
-        std::erase_if(entry->changes, [](PastChange const& each) { return !isAnnounced(each); });
-        count += entry->changes.size();
-        auto const next = std::min(place, *entry->numbers.begin() - 1);
-        for (auto const& each : entry->changes) {
-            bool const isLast = &each == &entry->changes.back();
-            text +=
-                changeText(std::to_string(isLast ? place : next), {entry->time,
-                                                                   *each.tag,
-                                                                   each.before,
-                                                                   each.after,
-                                                                   {entry->user, entry->process, entry->verb, entry->door},
-                                                                   *entry->numbers.rbegin()});
+        std::erase_if(entry.changes, [](PastChange const& each) { return !isAnnounced(each); });
+        count += entry.changes.size();
+        auto const next = std::min(place, *entry.numbers.begin() - 1);
+        for (auto const& each : entry.changes) {
+            bool const isLast = &each == &entry.changes.back();
+            text += changeText(std::to_string(isLast ? place : next), {entry.time,
+                                                                       *each.tag,
+                                                                       each.before,
+                                                                       each.after,
+                                                                       {entry.user, entry.process, entry.verb, entry.door},
+                                                                       *entry.numbers.rbegin()});
         }
         place = next;
     }

@@ -1,5 +1,6 @@
 #include "workbench/Child.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -15,10 +16,8 @@ namespace {
 
 pid_t start(char const* program, std::vector<std::string> words, int in, int out, int err)
 {
-    std::vector<char*> arguments;
-    for (auto& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(words.size() + 1); // The last one stays null.
+    std::ranges::transform(words, arguments.begin(), [](std::string& word) { return word.data(); });
     posix_spawn_file_actions_t streams;
     ::posix_spawn_file_actions_init(&streams);
     ::posix_spawn_file_actions_adddup2(&streams, in, STDIN_FILENO);
