@@ -304,14 +304,15 @@ private:
 Json lastChange(Workbench& workbench, std::vector<eDataTag> const& tags)
 {
     std::string ignored;
-    auto const entries = pastEntries(workbench, ignored);
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-        for (auto const& change : entry->changes) {
+    auto entries = pastEntries(workbench, ignored);
+    std::ranges::reverse(entries);
+    for (auto const& entry : entries) {
+        for (auto const& change : entry.changes) {
             auto const isOne = [&](eDataTag tag) { return change.item == nameOf(tag); };
             if (change.result != wordOf(Result::Stored) || std::ranges::none_of(tags, isOne))
                 continue;
-            auto const who = change.cause == "rule" ? Journal::ruleName : !entry->verb.empty() ? entry->verb : entry->door;
-            return {{"item", change.item}, {"time", isoTime(entry->time)}, {"who", who}};
+            auto const who = change.cause == "rule" ? Journal::ruleName : !entry.verb.empty() ? entry.verb : entry.door;
+            return {{"item", change.item}, {"time", isoTime(entry.time)}, {"who", who}};
         }
     }
     return {};
