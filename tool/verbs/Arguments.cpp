@@ -102,19 +102,19 @@ Argument Arguments::assignments(Words* target, std::string help)
     return {.name = "ITEM=VALUE", .target = target, .help = std::move(help), .offer = Offers::assignments};
 }
 
-Argument Arguments::dryRun(bool* target, std::string help)
+Argument Arguments::dryRun(Target target, std::string help)
 {
-    return {.name = "--dry-run", .target = target, .help = std::move(help)};
+    return {.name = "--dry-run", .target = std::move(target), .help = std::move(help)};
 }
 
-Argument Arguments::atomic(bool* target, std::string help)
+Argument Arguments::atomic(Target target, std::string help)
 {
-    return {.name = "--atomic", .target = target, .help = std::move(help)};
+    return {.name = "--atomic", .target = std::move(target), .help = std::move(help)};
 }
 
-Argument Arguments::yes(bool* target)
+Argument Arguments::yes(Target target)
 {
-    return {.name = "--yes", .target = target, .help = "Do not ask before texts are wiped that somebody has set"};
+    return {.name = "--yes", .target = std::move(target), .help = "Do not ask before texts are wiped that somebody has set"};
 }
 
 Verb itemVerb(std::string name, std::string help, Report (*run)(Workbench& workbench, Data::eDataTag tag))

@@ -36,11 +36,11 @@ Argument items(Target target, std::string help = "Names, or tag numbers");
 Argument pattern(std::string* target);
 
 /// --dry-run, and --atomic; the help is the whole sentence.
-Argument dryRun(bool* target, std::string help = "Show what would change and write nothing");
-Argument atomic(bool* target, std::string help);
+Argument dryRun(Target target, std::string help = "Show what would change and write nothing");
+Argument atomic(Target target, std::string help);
 
 /// --yes, in the place of the question whether texts are to be wiped.
-Argument yes(bool* target);
+Argument yes(Target target);
 
 /// --ready-fd
 Argument readyDescriptor(Lasting& lasting);

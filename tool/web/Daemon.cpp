@@ -21,8 +21,8 @@ constexpr unsigned int mostConnections = 64;
 constexpr std::size_t crowded = 60;     ///< from here on each new one takes the place of the oldest that is idle
 constexpr std::size_t mostStreams = 56; ///< the others leave room for commands
 constexpr std::size_t mostInBodies = std::size_t{32} << 20U; ///< a document is a multiple of it while it is read
-constexpr std::size_t longestHead = 16384;
-constexpr std::size_t roomOfConnection = 4 * longestHead; ///< the library has cookies and parameters twice
+constexpr std::size_t longestHead = 8192;
+constexpr std::size_t roomOfConnection = 2 * longestHead; ///< the library has cookies and parameters twice
 constexpr auto headWithin = 10s;                          ///< from the connection's begin, or the end of the request before
 constexpr auto bodyWithin = 60s;
 constexpr auto answerWithin = 60s;          ///< until its reader has it
@@ -182,7 +182,7 @@ private:
         peer.deadline = Clock::now() + bodyWithin;
         auto const* const size = ::MHD_get_connection_info(peer.connection, MHD_CONNECTION_INFO_REQUEST_HEADER_SIZE);
         auto early =
-            size->header_size > longestHead ? problem(431, "a head has at most 16 kB") : daemon.m_site.answerAtHead(request);
+            size->header_size > longestHead ? problem(431, "a head has at most 8 kB") : daemon.m_site.answerAtHead(request);
         if (early && request.hasBody())
             return send(peer, *std::move(early)); // The connection does not outlive it.
         phase = early ? Phase::Ready : Phase::Body;
