@@ -21,9 +21,10 @@ constexpr std::string HistoryEntry::*doer[]{&HistoryEntry::user, &HistoryEntry::
 /// The text up to the next row, and that row; both are taken from the front. Empty when there is no other row.
 std::pair<std::string_view, std::string_view> takeRow(std::string_view& rest)
 {
+    constexpr auto none = std::string_view::npos;
     auto const begin = rest.find(rowBegin);
-    auto const end = begin == rest.npos ? rest.npos : rest.find(rowEnd, begin);
-    if (end == rest.npos)
+    auto const end = begin == none ? none : rest.find(rowEnd, begin);
+    if (end == none)
         return {};
     auto const size = end + rowEnd.size();
     std::pair const result{rest.substr(0, begin), rest.substr(begin, size - begin)};
